@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+
+#include "core/Export.h"
+
+namespace Core
+{
+/// A file opened for reading at given positions; it has no read cursor, so threads do not disturb one another.
+///
+/// Threads  readAt() from several threads at once.
+class CORE_API PositionalFile
+{
+public:
+    /// @throws std::runtime_error  naming the path when it cannot be opened or is a folder
+    explicit PositionalFile(std::filesystem::path path);
+    ~PositionalFile();
+    PositionalFile(PositionalFile&&) noexcept;
+    PositionalFile& operator=(PositionalFile&&) noexcept;
+
+    /// Size in bytes now; a file may shrink or grow while it is open.
+    /// @throws std::runtime_error  naming the path when it cannot be asked
+    std::uint64_t size() const;
+
+    /// Fills `out` with the bytes from `offset` on.
+    /// @throws std::runtime_error  naming path, offset and length when the file ends before or the read fails
+    void readAt(std::uint64_t offset, std::span<std::byte> out) const;
+
+    const std::filesystem::path& path() const noexcept;
+
+private:
+    struct Handle;
+    std::unique_ptr<Handle> mHandle;
+};
+}  // namespace Core

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace Graphics
+{
+/// Rows of pixels in one block of memory, top row first.
+///
+/// A row takes rowPitch() bytes, at least width() x sizeof(Pixel); the bytes after the last pixel of a row mean nothing.
+/// Threads  a plain value.
+template <class Pixel>
+class Image
+{
+public:
+    using PixelType = Pixel;
+
+    Image() = default;
+
+    /// Rows without padding, all bytes 0.
+    /// @throws std::length_error  when the size in bytes does not fit into memory's address range
+    Image(std::uint64_t width, std::uint64_t height);
+
+    /// Changes the size; pixels get no defined value. Storage is kept where it suffices.
+    /// @throws std::length_error  as above, or for a row pitch below width x sizeof(Pixel)
+    void resize(std::uint64_t width, std::uint64_t height, std::uint64_t rowPitch);
+
+    /// The same with rows without padding.
+    void resize(std::uint64_t width, std::uint64_t height);
+
+    /// Sets every pixel.
+    void fill(const Pixel& value);
+
+    std::uint64_t width() const noexcept
+    {
+        return mWidth;
+    }
+
+    std::uint64_t height() const noexcept
+    {
+        return mHeight;
+    }
+
+    /// Bytes from one row to the next.
+    std::uint64_t rowPitch() const noexcept
+    {
+        return mRowPitch;
+    }
+
+    /// rowPitch() x height().
+    std::uint64_t sizeInBytes() const noexcept
+    {
+        return mRowPitch * mHeight;
+    }
+
+    bool empty() const noexcept
+    {
+        return sizeInBytes() == 0;
+    }
+
+    char* data() noexcept
+    {
+        return mData.data();
+    }
+
+    const char* data() const noexcept
+    {
+        return mData.data();
+    }
+
+    /// The pixel at column x of row y; not range checked.
+    Pixel pixel(std::uint64_t x, std::uint64_t y) const noexcept;
+    void setPixel(std::uint64_t x, std::uint64_t y, const Pixel& value) noexcept;
+
+private:
+    std::uint64_t mWidth = 0;
+    std::uint64_t mHeight = 0;
+    std::uint64_t mRowPitch = 0;
+    std::vector<char> mData;
+};
+}  // namespace Graphics

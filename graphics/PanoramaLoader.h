@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "graphics/ColorImage.h"
+#include "graphics/DepthImage.h"
+#include "graphics/Export.h"
+
+namespace Graphics
+{
+/// Where the colour and depth tiles of a panorama come from. Level 0 is the coarsest of both pyramids.
+///
+/// Threads  the const operations from any thread; the tile fetches from one thread at a time.
+class GRAPHICS_API PanoramaLoader
+{
+public:
+    /// One tile of one level.
+    struct TileIndex
+    {
+        std::uint64_t level = 0;
+        std::uint64_t column = 0;
+        std::uint64_t row = 0;
+
+        friend bool operator==(const TileIndex&, const TileIndex&) = default;
+    };
+
+    PanoramaLoader() = default;
+    virtual ~PanoramaLoader();
+    PanoramaLoader(const PanoramaLoader&) = delete;
+    PanoramaLoader& operator=(const PanoramaLoader&) = delete;
+
+    virtual std::uint64_t numColorLevels() const = 0;
+    virtual std::uint64_t numDepthLevels() const = 0;
+
+    /// Size of a level in pixels, shared by colour and depth.
+    virtual std::uint64_t width(std::uint64_t level) const = 0;
+    virtual std::uint64_t height(std::uint64_t level) const = 0;
+
+    /// Size of every tile of a level in pixels.
+    virtual std::uint64_t tileWidth(std::uint64_t level) const = 0;
+    virtual std::uint64_t tileHeight(std::uint64_t level) const = 0;
+
+    /// The tiles of a level in the order in which they are to be loaded.
+    virtual std::vector<TileIndex> tileIndices(std::uint64_t level) const = 0;
+
+    /// Pixel position of the tile's upper left corner in its level.
+    virtual std::uint64_t tileOffsetX(const TileIndex& tile) const = 0;
+    virtual std::uint64_t tileOffsetY(const TileIndex& tile) const = 0;
+
+    /// Fetches one tile; blocks while it is read.
+    /// @throws std::runtime_error  naming the file and what is wrong with it
+    virtual ColorImage colorImageTile(const TileIndex& tile) = 0;
+    virtual DepthImage depthImageTile(const TileIndex& tile) = 0;
+};
+}  // namespace Graphics

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include "math/HalfSpace.h"
+#include "math/NBoundingBox.h"
+
+namespace Math
+{
+/// An intersection of half-spaces; without any it is the whole space.
+template <class T, std::size_t N>
+class ConvexPolytope
+{
+public:
+    ConvexPolytope() = default;
+
+    explicit ConvexPolytope(std::vector<HalfSpace<T, N>> halfSpaces) : mHalfSpaces(std::move(halfSpaces))
+    {
+    }
+
+    const std::vector<HalfSpace<T, N>>& halfSpaces() const noexcept
+    {
+        return mHalfSpaces;
+    }
+
+    std::size_t size() const noexcept
+    {
+        return mHalfSpaces.size();
+    }
+
+    bool empty() const noexcept
+    {
+        return mHalfSpaces.empty();
+    }
+
+    /// True when the point satisfies every half-space, borders included.
+    bool contains(const Point<T, N>& point) const noexcept
+    {
+        for (const HalfSpace<T, N>& halfSpace : mHalfSpaces)
+        {
+            if (!halfSpace.contains(point))
+            {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    friend bool operator==(const ConvexPolytope&, const ConvexPolytope&) = default;
+
+private:
+    std::vector<HalfSpace<T, N>> mHalfSpaces;
+};
+}  // namespace Math

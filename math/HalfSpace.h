@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+
+#include "math/Point.h"
+
+namespace Math
+{
+/// The points p with normal . p + d >= 0; the normal points inwards and need not be of unit length.
+template <class T, std::size_t N>
+struct HalfSpace;
+
+template <class T>
+struct HalfSpace<T, 3>
+{
+    T a{};
+    T b{};
+    T c{};
+    T d{};
+
+    constexpr HalfSpace() = default;
+
+    constexpr HalfSpace(T aValue, T bValue, T cValue, T dValue) : a(aValue), b(bValue), c(cValue), d(dValue)
+    {
+    }
+
+    /// a x + b y + c z + d: the distance to the border times the normal's length, positive inside.
+    constexpr T evaluate(const Point<T, 3>& p) const noexcept
+    {
+        return a * p.x + b * p.y + c * p.z + d;
+    }
+
+    /// True inside and on the border.
+    constexpr bool contains(const Point<T, 3>& p) const noexcept
+    {
+        return evaluate(p) >= T{0};
+    }
+
+    friend constexpr bool operator==(const HalfSpace&, const HalfSpace&) = default;
+};
+}  // namespace Math

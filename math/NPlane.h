@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+
+#include "math/Point.h"
+
+namespace Math
+{
+/// The points p with normal . p + d = 0.
+template <class T, std::size_t N>
+struct NPlane;
+
+template <class T>
+struct NPlane<T, 3>
+{
+    T a{};
+    T b{};
+    T c{};
+    T d{};
+
+    constexpr NPlane() = default;
+
+    constexpr NPlane(T aValue, T bValue, T cValue, T dValue) : a(aValue), b(bValue), c(cValue), d(dValue)
+    {
+    }
+
+    /// a x + b y + c z + d: the signed distance when (a, b, c) has unit length.
+    constexpr T evaluate(const Point<T, 3>& p) const noexcept
+    {
+        return a * p.x + b * p.y + c * p.z + d;
+    }
+
+    friend constexpr bool operator==(const NPlane&, const NPlane&) = default;
+};
+}  // namespace Math

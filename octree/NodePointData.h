@@ -1,0 +1,131 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "math/Color.h"
+#include "math/Point.h"
+#include "octree/Export.h"
+
+namespace Octree
+{
+/// Bits that name the attributes of points; or-ed together they say which ones are wanted or present.
+enum AttributeMask : unsigned
+{
+    kNoAttributes = 0,
+    kPositionAttribute = 1,
+    kColorAttribute = 2,
+    kIntensityAttribute = 4,
+    kClassificationAttribute = 8,
+    kScanIndexAttribute = 16,
+    kVisibilityAttribute = 32,
+    kNormalAttribute = 64,
+    kAllAttributes = 127,
+};
+
+constexpr bool hasPosition(unsigned mask) noexcept
+{
+    return (mask & kPositionAttribute) != 0;
+}
+
+constexpr bool hasColor(unsigned mask) noexcept
+{
+    return (mask & kColorAttribute) != 0;
+}
+
+constexpr bool hasIntensity(unsigned mask) noexcept
+{
+    return (mask & kIntensityAttribute) != 0;
+}
+
+constexpr bool hasClassification(unsigned mask) noexcept
+{
+    return (mask & kClassificationAttribute) != 0;
+}
+
+constexpr bool hasScanIndex(unsigned mask) noexcept
+{
+    return (mask & kScanIndexAttribute) != 0;
+}
+
+constexpr bool hasVisibility(unsigned mask) noexcept
+{
+    return (mask & kVisibilityAttribute) != 0;
+}
+
+constexpr bool hasNormal(unsigned mask) noexcept
+{
+    return (mask & kNormalAttribute) != 0;
+}
+
+/// The arrays of a node's points, one per attribute, in storage order.
+///
+/// An array is either pointCount long or, when the attribute is not wanted or the data set does not have it, empty.
+/// Frame    positions relative to the octree's position, times its unit scale (Octree::Octree).
+struct OCTREE_API NodePointColumns
+{
+    std::size_t pointCount = 0;
+    std::vector<Math::Point<double, 3>> positions;
+    std::vector<Math::Color> colors;  ///< the colour to draw with, see NodePointData::color
+    std::vector<std::uint16_t> intensities;  ///< as stored
+    std::vector<std::uint8_t> classifications;
+    std::vector<std::uint32_t> scanIndices;
+    std::vector<std::uint8_t> visibilities;  ///< 0 visible, anything else hidden
+    std::vector<Math::Point<float, 3>> normals;
+
+    /// Empties all arrays without giving up their storage.
+    void clear() noexcept;
+};
+
+/// The decoded points of one node with the attributes that its user wants.
+///
+/// Storage is kept when the object is filled again, so one object per thread serves as scratch memory.
+/// Threads  a plain value.
+class OCTREE_API NodePointData
+{
+public:
+    /// @param attributeMask  the attributes to fill, all by default
+    explicit NodePointData(unsigned attributeMask = kAllAttributes) noexcept : mAttributeMask(attributeMask)
+    {
+    }
+
+    /// The attributes that are wanted.
+    unsigned attributeMask() const noexcept
+    {
+        return mAttributeMask;
+    }
+
+    std::size_t size() const noexcept
+    {
+        return mColumns.pointCount;
+    }
+
+    const Math::Point<double, 3>& position(std::size_t i) const noexcept
+    {
+        return mColumns.positions[i];
+    }
+
+    /// The colour to draw the point with: its own where the data set has colours, else grey by its intensity within the
+    /// data set's range, else opaque white; packed as Math::Color does (0xAARRGGBB).
+    unsigned int color(std::size_t i) const noexcept
+    {
+        return mColumns.colors[i].packed();
+    }
+
+    /// The arrays: filled by the readers, read by those who want whole columns.
+    NodePointColumns& columns() noexcept
+    {
+        return mColumns;
+    }
+
+    const NodePointColumns& columns() const noexcept
+    {
+        return mColumns;
+    }
+
+private:
+    unsigned mAttributeMask;
+    NodePointColumns mColumns;
+};
+}  // namespace Octree

@@ -1,0 +1,142 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "math/NBoundingBox.h"
+#include "math/Point.h"
+#include "octree/Export.h"
+#include "octree/Location.h"
+#include "octree/NodePointData.h"
+#include "octree/NodeVisibilityType.h"
+#include "octree/OctreeChildNodeIdRange.h"
+#include "octree/OctreeNodeId.h"
+
+namespace Octree
+{
+/// One attribute of a data set as its metadata describes it.
+struct AttributeInfo
+{
+    std::string name;
+    std::string type;              ///< int8 .. int64, uint8 .. uint64, float, double
+    std::uint64_t sizeInBytes = 0;  ///< bytes per point as the metadata says
+    std::vector<double> min;       ///< one value per element; empty when the data set does not say
+    std::vector<double> max;
+};
+
+/// One node of the hierarchy, without its points.
+struct NodeInfo
+{
+    OctreeNodeId id;
+    std::uint64_t pointCount = 0;
+    unsigned childMask = 0;
+    NodeVisibilityType visibility = NodeVisibilityType::PerPoint;
+};
+
+/// An octree point cloud on disk, of whatever kind.
+///
+/// Level of detail is additive: each point lies in exactly one node, and a node with all its ancestors gives the full set
+/// there.
+///
+/// Frame    everything float or relative lies in the octree's own frame: (absolute coordinate - position()) x unitScale(), with
+///          the subtraction done in double precision, so that projected coordinates lose nothing in 32-bit floats. position() is
+///          absolute and is not scaled.
+/// Threads  all const operations from any threads at once. setUnitScale() and addExternalAttributeLocation() exclude each
+///          other and the const operations by a lock of their own; a reader sees the old or the new value.
+class OCTREE_API Octree
+{
+public:
+    /// Opens the data set: reads its metadata and checks it; node data are read when asked for.
+    /// @param unitScale  scene units per data unit, above 0 and finite
+    /// @throws std::runtime_error      naming the file and what is wrong with it
+    /// @throws std::invalid_argument   for a bad unit scale
+    Octree(const Location& location, double unitScale);
+    ~Octree();
+    Octree(const Octree&) = delete;
+    Octree& operator=(const Octree&) = delete;
+
+    const Location& location() const noexcept;
+    Kind kind() const noexcept;
+
+    /// The data set's own name, or its folder's.
+    std::string name() const;
+
+    /// "BROTLI" or "DEFAULT" for three files, "binary", "zstandard" or "laszip" for Entwine Point Tiles.
+    std::string encoding() const;
+
+    /// The origin of the octree's frame in absolute coordinates.
+    Math::Point<double, 3> position() const noexcept;
+
+    double unitScale() const noexcept;
+
+    /// @throws std::invalid_argument  for a value that is not above 0 and finite
+    void setUnitScale(double unitScale);
+
+    /// The tight bounds of the points.
+    Math::NBoundingBox<float, 3> boundingBox() const;
+
+    /// The root's cube.
+    Math::NBoundingBox<float, 3> boundingCube() const;
+
+    /// A node's cube.
+    Math::NBoundingBox<float, 3> boundingCube(const OctreeNodeId& id) const;
+
+    /// Tight bounds and root cube in absolute coordinates, unscaled.
+    Math::NBoundingBox<double, 3> absoluteBoundingBox() const noexcept;
+    Math::NBoundingBox<double, 3> absoluteBoundingCube() const noexcept;
+
+    /// Point spacing of a level times the unit scale: the root's halved once per level.
+    float spacing(std::uint64_t level = 0) const noexcept;
+
+    OctreeNodeId root() const noexcept;
+
+    /// Level of a node, 0 for the root.
+    std::uint64_t level(const OctreeNodeId& id) const noexcept;
+
+    /// The node's record of the hierarchy, which is read as far as needed.
+    /// @throws std::runtime_error  "Failed to fetch node by id" when reading was stopped or failed (nested exceptions name the
+    ///                             file), or the node does not exist
+    NodeInfo nodeInfo(const OctreeNodeId& id, std::stop_token stopToken = {}) const;
+
+    /// The node's existing children in child order.
+    OctreeChildNodeIdRange children(const OctreeNodeId& id, std::stop_token stopToken = {}) const;
+
+    /// True when the node has no children, whatever its record type says.
+    bool isLeaf(const OctreeNodeId& id, std::stop_token stopToken = {}) const;
+
+    /// What is known of the node's visibility; an external visibility data set counts where the main one has none.
+    NodeVisibilityType nodeVisibility(const OctreeNodeId& id, std::stop_token stopToken = {}) const;
+
+    /// Reads and decodes a node's points: those of `out.attributeMask()` that exist. Colours fall back to intensity and white as
+    /// NodePointData::color says. Attributes missing in the main data set come from the external ones.
+    /// @return false when a stop was requested or the data could not be read; readNodePointData tells why
+    bool getNodePointData(const OctreeNodeId& id, NodePointData& out, std::stop_token stopToken = {}) const;
+
+    /// The same, but a failure is thrown with the file's name and what was wrong.
+    /// @return false only when a stop was requested
+    bool readNodePointData(const OctreeNodeId& id, NodePointData& out, std::stop_token stopToken = {}) const;
+
+    /// The attributes that points have, external ones included.
+    unsigned attributeMask() const noexcept;
+
+    /// The data set's attribute list in storage order.
+    std::vector<AttributeInfo> attributes() const;
+
+    /// Smallest and largest intensity that the data set declares; (0, 65535) when it does not say.
+    std::pair<std::uint16_t, std::uint16_t> intensityRange() const noexcept;
+
+    /// Opens a second data set over the same octree that carries only some attributes; its values are used where the main
+    /// data set has none.
+    /// @throws std::runtime_error  when it cannot be opened, or its cube is not that of this octree
+    void addExternalAttributeLocation(const Location& location);
+
+private:
+    struct Implementation;
+    std::unique_ptr<Implementation> mImplementation;
+};
+}  // namespace Octree

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <filesystem>
+#include <utility>
+
+#include "octree/Export.h"
+
+namespace Entwine
+{
+/// The folder of an Entwine Point Tile data set: ept.json, ept-hierarchy, ept-data.
+class OCTREE_API FileSystemLocation
+{
+public:
+    explicit FileSystemLocation(std::filesystem::path folder) : mFolder(std::move(folder))
+    {
+    }
+
+    const std::filesystem::path& folder() const noexcept
+    {
+        return mFolder;
+    }
+
+    std::filesystem::path metadataFile() const;
+
+    /// True when the folder holds an ept.json.
+    /// @throws std::filesystem::filesystem_error  when the file system cannot tell
+    bool exists() const;
+
+    friend bool operator==(const FileSystemLocation&, const FileSystemLocation&) = default;
+
+private:
+    std::filesystem::path mFolder;
+};
+}  // namespace Entwine

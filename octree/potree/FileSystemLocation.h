@@ -1,0 +1,36 @@
+#pragma once
+
+#include <filesystem>
+#include <utility>
+
+#include "octree/Export.h"
+
+namespace PoTree
+{
+/// The folder of a three-file octree data set: metadata.json, hierarchy.bin, octree.bin.
+class OCTREE_API FileSystemLocation
+{
+public:
+    explicit FileSystemLocation(std::filesystem::path folder) : mFolder(std::move(folder))
+    {
+    }
+
+    const std::filesystem::path& folder() const noexcept
+    {
+        return mFolder;
+    }
+
+    std::filesystem::path metadataFile() const;
+    std::filesystem::path hierarchyFile() const;
+    std::filesystem::path octreeFile() const;
+
+    /// True when the folder holds a metadata.json.
+    /// @throws std::filesystem::filesystem_error  when the file system cannot tell
+    bool exists() const;
+
+    friend bool operator==(const FileSystemLocation&, const FileSystemLocation&) = default;
+
+private:
+    std::filesystem::path mFolder;
+};
+}  // namespace PoTree
