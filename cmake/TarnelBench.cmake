@@ -1,0 +1,13 @@
+# tarnel_bench(<Name> SOURCES <files>... [LIBS <targets>...])
+#
+# One Google Benchmark program. scripts/bench.sh runs all that are in bin/bench.
+function(tarnel_bench name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(
+        ${name} PRIVATE ${ARG_LIBS} benchmark::benchmark benchmark::benchmark_main tarnel_build_options
+    )
+    set_target_properties(${name} PROPERTIES FOLDER bench)
+    set_property(GLOBAL APPEND PROPERTY TARNEL_BENCH_PROGRAMS $<TARGET_FILE:${name}>)
+endfunction()

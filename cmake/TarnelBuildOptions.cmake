@@ -1,0 +1,74 @@
+# How our own code is compiled. Only targets of this project link tarnel_build_options, privately, so nothing of it
+# reaches third parties or users of the installed libraries.
+add_library(tarnel_build_options INTERFACE)
+target_compile_features(tarnel_build_options INTERFACE cxx_std_20)
+
+if(MSVC)
+    target_compile_options(tarnel_build_options INTERFACE /W4 /WX /permissive- /utf-8 /EHsc /Zc:__cplusplus)
+else()
+    target_compile_options(
+        tarnel_build_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+    )
+endif()
+
+if(WIN32)
+    target_compile_definitions(tarnel_build_options INTERFACE _WIN32_WINNT=0x0A00)
+endif()
+if(MINGW)
+    # Tests instantiate more templates than the plain object format has sections for.
+    target_compile_options(tarnel_build_options INTERFACE -Wa,-mbig-obj)
+endif()
+
+if(TARNEL_SANITIZE)
+    string(REPLACE "+" "," sanitizers ${TARNEL_SANITIZE})
+    # The instrumentation hides initialisations from GCC's flow analysis, which then warns without cause.
+    target_compile_options(
+        tarnel_build_options
+        INTERFACE -fsanitize=${sanitizers} -fno-omit-frame-pointer -fno-sanitize-recover=all
+                  -Wno-maybe-uninitialized
+    )
+    target_link_options(tarnel_build_options INTERFACE -fsanitize=${sanitizers})
+endif()
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+# Windows looks for DLLs beside the program, so all programs and DLLs share one folder.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+if(NOT WIN32)
+    set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR};$ORIGIN")
+endif()
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM)
+    foreach(language C CXX)
+        if(NOT DEFINED CMAKE_${language}_COMPILER_LAUNCHER)
+            set(CMAKE_${language}_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+        endif()
+    endforeach()
+endif()
+
+# The compiler's own runtime DLLs. They are shared, not linked statically, because exceptions and type information
+# cross the borders of our DLLs.
+if(MINGW)
+    set(TARNEL_RUNTIME_DLLS)
+    foreach(dll libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
+        execute_process(
+            COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${dll}
+            OUTPUT_VARIABLE path
+            OUTPUT_STRIP_TRAILING_WHITESPACE
+        )
+        if(NOT IS_ABSOLUTE "${path}")
+            unset(path)
+            find_file(path ${dll} PATH_SUFFIXES lib bin NO_CACHE REQUIRED)
+        endif()
+        list(APPEND TARNEL_RUNTIME_DLLS ${path})
+    endforeach()
+    file(COPY ${TARNEL_RUNTIME_DLLS} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+endif()

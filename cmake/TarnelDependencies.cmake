@@ -1,0 +1,62 @@
+# Third-party libraries under names that are the same on every host:
+#
+#   Eigen3::Eigen (also tarnel::eigen)   public in our headers
+#   tarnel::json  tarnel::cli11  tarnel::tinyobj   headers only
+#   tarnel::brotlidec  tarnel::brotlienc  tarnel::spng  tarnel::zlib  tarnel::zstd  tarnel::jpeg
+#   tarnel::direct3d                     Windows only
+#   GTest::gtest  GTest::gmock  benchmark::benchmark   for tests and benchmark programs
+
+# tarnel_dependency(<name> HEADER <header> [SUFFIXES <include folder>...] [LIBRARIES <names>...] [LINKS <targets>...])
+# One entry of LIBRARIES is a list of alternative file names joined by "|".
+function(tarnel_dependency name)
+    cmake_parse_arguments(ARG "" "HEADER" "SUFFIXES;LIBRARIES;LINKS;DEFINITIONS" ${ARGN})
+    find_path(TARNEL_${name}_INCLUDE ${ARG_HEADER} PATH_SUFFIXES ${ARG_SUFFIXES} REQUIRED)
+    mark_as_advanced(TARNEL_${name}_INCLUDE)
+    add_library(tarnel::${name} INTERFACE IMPORTED)
+    target_include_directories(tarnel::${name} INTERFACE ${TARNEL_${name}_INCLUDE})
+    foreach(alternatives ${ARG_LIBRARIES})
+        string(REPLACE "|" ";" alternatives ${alternatives})
+        list(GET alternatives 0 first)
+        find_library(TARNEL_${name}_${first} NAMES ${alternatives} REQUIRED)
+        mark_as_advanced(TARNEL_${name}_${first})
+        target_link_libraries(tarnel::${name} INTERFACE ${TARNEL_${name}_${first}})
+    endforeach()
+    target_link_libraries(tarnel::${name} INTERFACE ${ARG_LINKS})
+    target_compile_definitions(tarnel::${name} INTERFACE ${ARG_DEFINITIONS})
+endfunction()
+
+find_package(Eigen3 3.4 CONFIG REQUIRED)
+add_library(tarnel::eigen ALIAS Eigen3::Eigen)
+find_package(Threads REQUIRED)
+
+tarnel_dependency(json HEADER nlohmann/json.hpp)
+tarnel_dependency(cli11 HEADER CLI/CLI.hpp)
+tarnel_dependency(tinyobj HEADER tiny_obj_loader.h)
+tarnel_dependency(brotlicommon HEADER brotli/types.h LIBRARIES "brotlicommon|brotlicommon-static")
+tarnel_dependency(
+    brotlidec HEADER brotli/decode.h LIBRARIES "brotlidec|brotlidec-static" LINKS tarnel::brotlicommon
+)
+tarnel_dependency(
+    brotlienc HEADER brotli/encode.h LIBRARIES "brotlienc|brotlienc-static" LINKS tarnel::brotlicommon
+)
+tarnel_dependency(zlib HEADER zlib.h LIBRARIES "z|zlib|zlibstatic")
+tarnel_dependency(spng HEADER spng.h LIBRARIES "spng|spng_static" LINKS tarnel::zlib)
+tarnel_dependency(zstd HEADER zstd.h LIBRARIES "zstd|zstd_static")
+tarnel_dependency(jpeg HEADER jpeglib.h LIBRARIES "jpeg|jpeg-static")
+if(WIN32)
+    # Windows programs link the static libraries.
+    target_compile_definitions(tarnel::spng INTERFACE SPNG_STATIC)
+
+    add_library(tarnel::direct3d INTERFACE IMPORTED)
+    target_link_libraries(tarnel::direct3d INTERFACE d3d11 dxgi $<IF:$<BOOL:${MINGW}>,d3dcompiler_47,d3dcompiler>)
+    if(MINGW)
+        target_link_libraries(tarnel::direct3d INTERFACE uuid)
+    endif()
+endif()
+
+if(TARNEL_BUILD_TESTS)
+    find_package(GTest CONFIG REQUIRED)
+endif()
+if(TARNEL_BUILD_BENCH)
+    find_package(benchmark CONFIG REQUIRED)
+endif()

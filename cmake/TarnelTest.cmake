@@ -1,0 +1,30 @@
+include(GoogleTest)
+
+# tarnel_test(<Name> SOURCES <files>... [LIBS <targets>...] [LABELS <labels>...] [TIMEOUT <seconds>])
+#
+# One GoogleTest program; each test in it is a test of CTest, found just before a run (so that building needs no
+# Wine). The program gets its main from tests/support/TestMain.cpp. Labels in use: "device" for what needs Direct3D,
+# "gpu" besides for what is also run on Wine's own Direct3D. TARNEL_TEST_DATA is the folder tests/data.
+function(tarnel_test name)
+    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+
+    add_executable(${name} ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_compile_definitions(${name} PRIVATE TARNEL_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data")
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} tarnel_test_main GTest::gtest GTest::gmock tarnel_build_options)
+    set_target_properties(${name} PROPERTIES FOLDER tests)
+
+    set(labels)
+    if(ARG_LABELS)
+        set(labels LABELS "${ARG_LABELS}")
+    endif()
+    gtest_discover_tests(
+        ${name}
+        DISCOVERY_MODE PRE_TEST
+        DISCOVERY_TIMEOUT 120
+        PROPERTIES TIMEOUT ${ARG_TIMEOUT} ${labels}
+    )
+endfunction()

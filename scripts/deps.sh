@@ -1,0 +1,206 @@
+#!/usr/bin/env bash
+# Makes what the Windows build and its test runs need and Debian has no package for, below build/deps:
+#
+#   windows/   prefix of the third-party libraries, built for Windows from Debian's source packages, and links to
+#              those libraries that are only headers
+#   wine/      DXVK (Direct3D 11 on Vulkan), the Direct3D shader compiler, a program that keeps Wine running
+#
+# and the Wine prefix build/wineprefix. Finished parts are skipped; a part is made again when its recipe changes.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+deps=$tarnelBuild/deps
+prefix=$deps/windows
+sources=$deps/sources
+wine=$deps/wine
+stamps=$deps/stamps
+mkdir -p "$prefix/lib" "$prefix/include" "$sources" "$wine" "$stamps"
+
+# --- how parts are made once -----------------------------------------------------------------------------------
+
+# part <name> <what happens>: runs make_<name> unless it ran before in its present form.
+part() {
+    local name=$1 text=$2 key
+    key=$(declare -f "make_$name" | sha256sum)
+    if [ "$(cat "$stamps/$name" 2>/dev/null)" = "$key" ]; then
+        return
+    fi
+    step "deps-$name" "$text" runPart "$name"
+    echo "$key" >"$stamps/$name"
+}
+
+# A subshell of its own, so that an error in the middle of a recipe ends it.
+runPart() { bash -euo pipefail -c "$(declare -f); $(declare -p tarnelRoot tarnelBuild tarnelJobs deps prefix sources wine); make_$1"; }
+
+# --- Debian's archive, with lists and caches of our own --------------------------------------------------------
+
+# archive <suite> <type>: an apt configuration for Debian's main archive only; prints apt-get's options. The newest
+# security releases are left out because their sources are not always there.
+archive() {
+    local folder=$deps/apt/$1-$2 uri=http://deb.debian.org/debian configured
+    configured=$(cat /etc/apt/sources.list.d/debian.sources /etc/apt/sources.list 2>/dev/null |
+        grep -Eom1 '(^URIs:|^deb ) *[a-z]+://[^ ]+/debian/?( |$)' | grep -Eo '[a-z]+://[^ ]+' || true)
+    uri=${configured:-$uri}
+    mkdir -p "$folder/lists/partial" "$folder/cache/archives/partial"
+    echo "$2 [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $uri $1 main" >"$folder/sources.list"
+    printf -- '-o Dir::Etc::sourcelist=%s -o Dir::Etc::sourceparts=/dev/null -o Dir::State::lists=%s ' \
+        "$folder/sources.list" "$folder/lists"
+    printf -- '-o Dir::Cache=%s -o APT::Sandbox::User= -o Acquire::Retries=3 -o Acquire::Languages=none' \
+        "$folder/cache"
+}
+
+make_lists() {
+    apt-get $(archive "$(suite)" deb-src) update
+    apt-get $(archive trixie deb) update
+}
+
+suite() { . /etc/os-release && echo "$VERSION_CODENAME"; }
+
+# unpackedSource <source package>: downloads and unpacks it; prints the folder.
+unpackedSource() {
+    local folder=$sources/$1
+    if [ ! -e "$folder/.complete" ]; then
+        rm -rf "$folder" && mkdir -p "$folder/package"
+        (cd "$folder/package" && apt-get $(archive "$(suite)" deb-src) -q source --download-only "$1") >&2
+        dpkg-source --no-check -x "$folder"/package/*.dsc "$folder/tree" >&2
+        touch "$folder/.complete"
+    fi
+    echo "$folder/tree"
+}
+
+# --- libraries for Windows -------------------------------------------------------------------------------------
+
+# crossBuild <name> <source folder> <cmake arguments...>: configures; the caller builds and installs.
+crossConfigure() {
+    local name=$1 source=$2
+    shift 2
+    cmake -G Ninja -S "$source" -B "$sources/$name/build" -DCMAKE_BUILD_TYPE=Release \
+        -DCMAKE_TOOLCHAIN_FILE="$tarnelRoot/cmake/MingwToolchain.cmake" -DTARNEL_DEPS_PREFIX="$prefix" \
+        -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR=lib -DBUILD_SHARED_LIBS=OFF "$@"
+}
+
+make_headers() { # one folder of links: with /usr/include itself the host's C headers would be found first
+    local name
+    for name in eigen3 nlohmann CLI tiny_obj_loader.h; do
+        ln -sfn "/usr/include/$name" "$prefix/include/$name"
+    done
+    mkdir -p "$prefix/share"
+    ln -sfn /usr/share/eigen3 "$prefix/share/eigen3"
+    for name in zlib.h zconf.h; do
+        ln -sfn "/usr/x86_64-w64-mingw32/include/$name" "$prefix/include/$name"
+    done
+    ln -sfn /usr/x86_64-w64-mingw32/lib/libz.a "$prefix/lib/libz.a"
+}
+
+make_brotli() {
+    local tree
+    tree=$(unpackedSource brotli)
+    crossConfigure brotli "$tree" -DBROTLI_DISABLE_TESTS=ON
+    ninja -C "$sources/brotli/build" brotlicommon-static brotlidec-static brotlienc-static
+    cp "$sources"/brotli/build/libbrotli*-static.a "$prefix/lib/"
+    cp -r "$tree/c/include/brotli" "$prefix/include/"
+}
+
+make_spng() { # one file; its own build cannot make a static library alone
+    local tree
+    tree=$(unpackedSource libspng)
+    x86_64-w64-mingw32-gcc-posix -O3 -DNDEBUG -DSPNG_STATIC -isystem "$prefix/include" -c "$tree/spng/spng.c" \
+        -o "$sources/libspng/spng.o"
+    rm -f "$prefix/lib/libspng.a"
+    x86_64-w64-mingw32-ar rcs "$prefix/lib/libspng.a" "$sources/libspng/spng.o"
+    cp "$tree/spng/spng.h" "$prefix/include/"
+}
+
+make_zstd() {
+    local tree
+    tree=$(unpackedSource libzstd)
+    crossConfigure libzstd "$tree/build/cmake" -DZSTD_BUILD_SHARED=OFF -DZSTD_BUILD_PROGRAMS=OFF \
+        -DZSTD_MULTITHREAD_SUPPORT=OFF
+    ninja -C "$sources/libzstd/build" install
+}
+
+make_jpeg() {
+    local tree
+    tree=$(unpackedSource libjpeg-turbo)
+    crossConfigure libjpeg-turbo "$tree" -DENABLE_SHARED=OFF -DWITH_SIMD=OFF -DWITH_TURBOJPEG=OFF
+    ninja -C "$sources/libjpeg-turbo/build" jpeg-static
+    cp "$sources/libjpeg-turbo/build/libjpeg.a" "$prefix/lib/"
+    cp "$tree"/{jpeglib,jmorecfg,jerror}.h "$sources/libjpeg-turbo/build/jconfig.h" "$prefix/include/"
+}
+
+make_googletest() {
+    mkdir -p "$sources/googletest"
+    crossConfigure googletest /usr/src/googletest
+    ninja -C "$sources/googletest/build" install
+}
+
+make_benchmark() {
+    local tree
+    tree=$(unpackedSource benchmark)
+    crossConfigure benchmark "$tree" -DBENCHMARK_ENABLE_TESTING=OFF -DBENCHMARK_ENABLE_GTEST_TESTS=OFF \
+        -DBENCHMARK_ENABLE_WERROR=OFF -DGIT_VERSION=0.0.0 -DHAVE_STD_REGEX=ON -DHAVE_STEADY_CLOCK=ON
+    ninja -C "$sources/benchmark/build" install
+}
+
+# --- what Wine needs to run Direct3D 11 programs ---------------------------------------------------------------
+
+make_dxvk() {
+    local folder=$sources/dxvk
+    rm -rf "$folder" && mkdir -p "$folder" && cd "$folder"
+    apt-get $(archive trixie deb) -q download dxvk-wine64
+    dpkg-deb -x dxvk-wine64_*.deb x
+    mkdir -p "$wine/dxvk"
+    cp x/usr/lib/dxvk/wine64/d3d11.dll.so "$wine/dxvk/d3d11.dll"
+    cp x/usr/lib/dxvk/wine64/dxgi.dll.so "$wine/dxvk/dxgi.dll"
+}
+
+make_d3dcompiler() { # Wine's own compiler cannot compile our shaders
+    local folder=$sources/d3dcompiler dll=package/deps/windows/dll/x64/d3dcompiler_47.dll
+    if ! command -v npm >/dev/null; then
+        local asRoot=()
+        [ "$(id -u)" -eq 0 ] || asRoot=(sudo)
+        "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -y -q -o DPkg::Lock::Timeout=600 update
+        "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -y -q -o DPkg::Lock::Timeout=600 \
+            install --no-install-recommends npm
+    fi
+    rm -rf "$folder" && mkdir -p "$folder" && cd "$folder"
+    npm pack --silent gl@8.1.6
+    tar -xzf gl-8.1.6.tgz "$dll"
+    echo "e994847e01a6f1e4cbdc5a864616ac262f67ee4f14db194984661a8d927ab7f4  $dll" | sha256sum -c -
+    cp "$dll" "$wine/d3dcompiler_47.dll"
+}
+
+make_idle() {
+    x86_64-w64-mingw32-g++-posix -O1 -static -o "$wine/idle.exe" "$tarnelRoot/tests/support/idle.cpp"
+}
+
+# DXVK stands in the prefix's system folder, where Windows keeps its Direct3D. Which of the two is used, it or Wine's
+# own, is chosen for each run by scripts/wine.sh.
+make_wineprefix() {
+    export WINEPREFIX=$tarnelBuild/wineprefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+    local system32=$WINEPREFIX/drive_c/windows/system32
+    rm -rf "$WINEPREFIX"
+    xvfb-run -a bash -euc '
+        /usr/lib/wine/wine64 wineboot -i
+        # a crash must end a program, not open a dialog
+        /usr/lib/wine/wine64 reg add "HKCU\Software\Wine\WineDbg" /v ShowCrashDialog /t REG_DWORD /d 0 /f
+        /usr/lib/wine/wineserver64 -w' || return 1
+    local dll
+    for dll in "$wine"/dxvk/*.dll "$wine/d3dcompiler_47.dll"; do
+        rm -f "$system32/$(basename "$dll")"
+        cp "$dll" "$system32/"
+    done
+}
+
+part headers "linking the libraries that are only headers"
+part lists "reading the lists of Debian's archive"
+part brotli "building brotli for Windows"
+part spng "building libspng for Windows"
+part zstd "building zstd for Windows"
+part jpeg "building libjpeg-turbo for Windows"
+part googletest "building GoogleTest for Windows"
+part benchmark "building Google Benchmark for Windows"
+part dxvk "fetching DXVK"
+part d3dcompiler "fetching the Direct3D shader compiler"
+part idle "building the program that keeps Wine running"
+part wineprefix "creating the Wine prefix"

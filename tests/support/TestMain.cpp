@@ -1,0 +1,42 @@
+// The main of every test program.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#if defined(_WIN32)
+#define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX  // the MinGW headers define it themselves
+#define NOMINMAX
+#endif
+#include <windows.h>
+
+#include <cstdio>
+
+namespace
+{
+constexpr UINT kCrashStatus = 100;
+
+/// Makes every crash end the program at once with a status of its own; a crash debugger in between could ask,
+/// hang or report success.
+LONG WINAPI onCrash(EXCEPTION_POINTERS* exception)
+{
+    std::fprintf(
+        stderr,
+        "CRASH %08lx at %p\n",
+        exception->ExceptionRecord->ExceptionCode,
+        exception->ExceptionRecord->ExceptionAddress
+    );
+    std::fflush(stderr);
+    TerminateProcess(GetCurrentProcess(), kCrashStatus);
+    return EXCEPTION_EXECUTE_HANDLER;
+}
+}  // namespace
+#endif
+
+int main(int argc, char** argv)
+{
+#if defined(_WIN32)
+    SetUnhandledExceptionFilter(onCrash);
+#endif
+    testing::InitGoogleMock(&argc, argv);
+    return RUN_ALL_TESTS();
+}
