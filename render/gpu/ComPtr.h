@@ -14,24 +14,14 @@ class CComPtr
 public:
     CComPtr() noexcept = default;
 
-    CComPtr(std::nullptr_t) noexcept
-    {
-    }
+    CComPtr(std::nullptr_t) noexcept {}
 
     /// Adds a reference of its own; a null pointer is allowed.
-    CComPtr(T* object) noexcept : p(object)
-    {
-        addRef();
-    }
+    CComPtr(T* object) noexcept : p(object) { addRef(); }
 
-    CComPtr(const CComPtr& other) noexcept : p(other.p)
-    {
-        addRef();
-    }
+    CComPtr(const CComPtr& other) noexcept : p(other.p) { addRef(); }
 
-    CComPtr(CComPtr&& other) noexcept : p(std::exchange(other.p, nullptr))
-    {
-    }
+    CComPtr(CComPtr&& other) noexcept : p(std::exchange(other.p, nullptr)) {}
 
     CComPtr& operator=(const CComPtr& other) noexcept
     {
@@ -54,10 +44,7 @@ public:
         return *this;
     }
 
-    ~CComPtr()
-    {
-        release();
-    }
+    ~CComPtr() { release(); }
 
     /// Gives the reference back.
     void release() noexcept
@@ -75,10 +62,7 @@ public:
         p = object;
     }
 
-    void swap(CComPtr& other) noexcept
-    {
-        std::swap(p, other.p);
-    }
+    void swap(CComPtr& other) noexcept { std::swap(p, other.p); }
 
     /// Where a creating call writes its result; gives the old reference back first.
     [[nodiscard]] T** put() noexcept
@@ -87,20 +71,14 @@ public:
         return &p;
     }
 
-    T* get() const noexcept
-    {
-        return p;
-    }
+    T* get() const noexcept { return p; }
 
     operator T*() const noexcept  // a COM pointer is passed to plain interfaces everywhere
     {
         return p;
     }
 
-    T* operator->() const noexcept
-    {
-        return p;
-    }
+    T* operator->() const noexcept { return p; }
 
 private:
     void addRef() noexcept

@@ -1,0 +1,132 @@
+#pragma once
+
+#include "render/Export.h"
+#include "render/gpu/ComPtr.h"
+#include "render/gpu/DepthStencilView.h"
+#include "render/gpu/Direct3D.h"
+#include "render/gpu/RenderTargetView.h"
+#include "render/gpu/ShaderConfiguration.h"
+#include "render/gpu/ShaderResourceView.h"
+#include "render/gpu/Texture2d.h"
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace Render
+{
+class Renderer;
+
+/// Named off-screen colour targets and an optional depth buffer, all of one size: bound together as the
+/// targets of one pass, then read as textures by a later one.
+///
+/// Operations that take the name of a target throw std::out_of_range for a name that was never added, those
+/// of the depth buffer when there is none. Threads  rendering thread only, not locked.
+class RENDER_API RenderPass
+{
+public:
+    /// What belongs to one name.
+    struct RenderTarget
+    {
+        Texture2d texture;
+        ShaderResourceView shaderResourceView;
+        RenderTargetView renderTargetView;
+        std::uint64_t index = 0;  ///< output slot during the pass
+    };
+
+    /// Without targets and depth buffer.
+    /// @param device  may be null as long as no target is added
+    /// @param width   of every texture of the pass, in texels
+    RenderPass(CComPtr<ID3D11Device> device, unsigned int width, unsigned int height);
+
+    RenderPass(const RenderPass&) = delete;
+    RenderPass& operator=(const RenderPass&) = delete;
+    RenderPass(RenderPass&&) noexcept = default;
+    RenderPass& operator=(RenderPass&&) noexcept = default;
+    ~RenderPass() = default;
+
+    /// Adds a colour target that is cleared to 0, 0, 0, 0.
+    /// @param desc  size, array size, sample count and bind flags are the pass's, the rest is taken as it is
+    /// @returns the target's output slot: 0 for the first, 1 for the second
+    /// @throws ComException           when a texture or view cannot be created; nothing is added then
+    /// @throws std::invalid_argument  for a name that the pass has already
+    /// @throws std::length_error      for more targets than can be bound at once
+    std::uint64_t addRenderTarget(const std::string& name, D3D11_TEXTURE2D_DESC desc);
+
+    /// The same with nothing but the format given; the texture gets all mip levels, of which only level 0 is
+    /// drawn to.
+    std::uint64_t addRenderTarget(const std::string& name, DXGI_FORMAT format);
+
+    /// Adds a depth buffer of 32-bit floats, or replaces it.
+    /// @param clearFlags  D3D11_CLEAR_FLAG bits
+    /// @throws ComException  when a texture or view cannot be created; the old depth buffer stays then
+    void addDepthBuffer(unsigned int clearFlags, float depthClearValue, unsigned char stencilClearValue);
+
+    /// Makes all textures anew in another size. Clear values stay; whatever was bound as a texture counts as
+    /// unbound. The viewport of the context is not touched.
+    /// @throws ComException  when a texture or view cannot be created; a later call can still bring the pass
+    /// in order
+    void setViewport(unsigned int width, unsigned int height);
+
+    void setClearValue(const std::string& name, float r, float g, float b, float a);
+
+    /// Each channel divided by 255.
+    void setClearValue(const std::string& name, const Math::Color& value);
+
+    void setDepthStencilClearValues(unsigned int clearFlags, float depth, unsigned char stencil);
+
+    /// Makes the targets and the depth buffer those of the following draws.
+    void begin(ID3D11DeviceContext* context) const;
+
+    /// Leaves the context without targets and depth buffer.
+    void end(ID3D11DeviceContext* context) const;
+
+    /// Clears one target.
+    void clear(ID3D11DeviceContext* context, const std::string& name) const;
+
+    /// Clears every target and, if asked to, the depth buffer if there is one.
+    void clearAllRenderTargets(ID3D11DeviceContext* context, bool clearDepth) const;
+
+    /// Lets shaders read a target.
+    /// @throws std::logic_error  "Error: end call is missing" when it is bound already
+    void bindTexture(
+        ID3D11DeviceContext* context,
+        const std::string& name,
+        ShaderConfiguration configuration,
+        unsigned int slot
+    );
+
+    /// @throws std::logic_error  "Error: begin call is missing" when it is not bound
+    void unbindTexture(ID3D11DeviceContext* context, const std::string& name);
+
+    /// Lets shaders read the depth buffer.
+    /// @throws std::logic_error  "Error: end call is missing" when it is bound already
+    void bindDepthTexture(ID3D11DeviceContext* context, ShaderConfiguration configuration, unsigned int slot);
+
+    /// @throws std::logic_error  "Error: begin call is missing" when it is not bound
+    void unbindDepthTexture(ID3D11DeviceContext* context);
+
+    const Texture2d& texture(const std::string& name) const;
+    const Texture2d& depthTexture() const;
+
+private:
+    friend class Renderer;  // it reaches its targets' clear values
+
+    RenderTarget& renderTarget(const std::string& name);
+    const RenderTarget& renderTarget(const std::string& name) const;
+    const DepthStencilView& depthStencilView() const;
+    ShaderResourceView& depthShaderResourceView() const;
+
+    std::unordered_map<std::string, RenderTarget> mRenderTargets;
+    std::vector<ID3D11RenderTargetView*> mRenderTargetViews;  // by index, owned by the targets
+    std::unique_ptr<Texture2d> mDepthTexture;
+    std::unique_ptr<ShaderResourceView> mDepthShaderResourceView;
+    std::unique_ptr<DepthStencilView> mDepthStencilView;
+    CComPtr<ID3D11Device> mDevice;
+    unsigned int mWidth;
+    unsigned int mHeight;
+};
+}  // namespace Render
