@@ -9,19 +9,13 @@ namespace Core
 template <class Value>
 struct CacheEntrySizeCount
 {
-    std::uint64_t operator()(const Value& value) const
-    {
-        return static_cast<std::uint64_t>(value.size());
-    }
+    std::uint64_t operator()(const Value& value) const { return static_cast<std::uint64_t>(value.size()); }
 };
 
 /// A shared object without a size of its own weighs 1, so a cache of them counts entries.
 template <class T>
 struct CacheEntrySizeCount<std::shared_ptr<T>>
 {
-    std::uint64_t operator()(const std::shared_ptr<T>&) const noexcept
-    {
-        return 1;
-    }
+    std::uint64_t operator()(const std::shared_ptr<T>&) const noexcept { return 1; }
 };
 }  // namespace Core

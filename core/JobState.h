@@ -7,8 +7,8 @@ enum class JobState : int
 {
     NotStarted = 0,
     Running = 1,
-    Stopped = 2,    ///< ended early, by request
-    Complete = 3,   ///< ran to its end
-    NoSource = 4,   ///< there is nothing to work on
+    Stopped = 2,   ///< ended early, by request
+    Complete = 3,  ///< ran to its end
+    NoSource = 4,  ///< there is nothing to work on
 };
 }  // namespace Core

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "core/CacheEntrySizeCount.h"
+#include "core/NonCopyable.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <list>
@@ -9,17 +12,16 @@
 #include <unordered_map>
 #include <utility>
 
-#include "core/CacheEntrySizeCount.h"
-#include "core/NonCopyable.h"
-
 namespace Core
 {
 /// A cache with a bound on the total weight of its entries that drops the least recently used ones first.
 ///
-/// An entry heavier than the whole capacity empties the cache and is kept all the same. While the cache is over its
-/// capacity the free weight wraps around on purpose, so nothing is evicted until the heavy entry has left.
+/// An entry heavier than the whole capacity empties the cache and is kept all the same. While the cache is
+/// over its capacity the free weight wraps around on purpose, so nothing is evicted until the heavy entry has
+/// left.
 ///
-/// Threads  all operations from any thread. Loaders run outside the lock, so two threads may load one key at once; the
+/// Threads  all operations from any thread. Loaders run outside the lock, so two threads may load one key at
+/// once; the
 ///          first to finish is kept.
 template <class Key, class Value, class Size = CacheEntrySizeCount<Value>>
 class LruCache : private NonCopyable
@@ -40,7 +42,8 @@ public:
     }
 
     /// Copies the key's value to `out`, loading it first when it is absent.
-    /// @param loader  bool(Value& value, std::stop_token), true when it produced the value; called without the lock
+    /// @param loader  bool(Value& value, std::stop_token), true when it produced the value; called without
+    /// the lock
     /// @return false when the loader failed or a stop was requested; the cache is then unchanged
     template <class Loader>
     bool getOrLoad(const Key& key, Value& out, Loader&& loader, std::stop_token stopToken)
@@ -79,8 +82,10 @@ public:
             return true;
         }
         out = loaded;
-        mEntries.push_front(Entry{key, std::move(loaded), weight});
-        mPositions.emplace(key, mEntries.begin());
+        std::list<Entry> entry;  // linked in last, so that running out of memory leaves the cache as it was
+        entry.push_front(Entry{key, std::move(loaded), weight});
+        mPositions.emplace(key, entry.begin());
+        mEntries.splice(mEntries.begin(), entry);
         mWeight += weight;
         return true;
     }
@@ -128,10 +133,7 @@ public:
         return mWeight;
     }
 
-    std::uint64_t capacity() const noexcept
-    {
-        return mCapacity;
-    }
+    std::uint64_t capacity() const noexcept { return mCapacity; }
 
 private:
     struct Entry
@@ -148,7 +150,8 @@ private:
         mEntries.pop_back();
     }
 
-    mutable std::recursive_mutex mMutex;  // guards everything below; recursive because operations use one another
+    mutable std::recursive_mutex
+        mMutex;  // guards everything below; recursive because operations use one another
     const std::uint64_t mCapacity;
     std::uint64_t mWeight = 0;
     std::list<Entry> mEntries;  // most recently used first

@@ -1,16 +1,17 @@
 #pragma once
 
+#include "core/Export.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <span>
 
-#include "core/Export.h"
-
 namespace Core
 {
-/// A file opened for reading at given positions; it has no read cursor, so threads do not disturb one another.
+/// A file opened for reading at given positions; it has no read cursor, so threads do not disturb one
+/// another.
 ///
 /// Threads  readAt() from several threads at once.
 class CORE_API PositionalFile

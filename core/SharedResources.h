@@ -1,12 +1,12 @@
 #pragma once
 
+#include "core/NonCopyable.h"
+
 #include <cstddef>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
 #include <utility>
-
-#include "core/NonCopyable.h"
 
 namespace Core
 {

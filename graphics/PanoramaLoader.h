@@ -1,11 +1,11 @@
 #pragma once
 
-#include <cstdint>
-#include <vector>
-
 #include "graphics/ColorImage.h"
 #include "graphics/DepthImage.h"
 #include "graphics/Export.h"
+
+#include <cstdint>
+#include <vector>
 
 namespace Graphics
 {

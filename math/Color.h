@@ -1,12 +1,13 @@
 #pragma once
 
-#include <cstdint>
-
 #include "math/Export.h"
+
+#include <cstdint>
 
 namespace Math
 {
-/// A colour of four 8-bit channels, in memory blue, green, red, alpha, as DXGI_FORMAT_B8G8R8A8_UNORM reads it.
+/// A colour of four 8-bit channels, in memory blue, green, red, alpha, as DXGI_FORMAT_B8G8R8A8_UNORM reads
+/// it.
 ///
 /// The packed form is the four bytes read as a little-endian number: 0xAARRGGBB.
 /// Threads  a plain value.
@@ -30,16 +31,13 @@ public:
     {
     }
 
-    /// From hue in degrees (any value, wrapped to 0..360), saturation, value and alpha in 0..1 (clamped); channels are
-    /// rounded to the nearest byte. A NaN counts as 0.
-    /// Source  A. R. Smith, "Color Gamut Transform Pairs", SIGGRAPH 1978.
+    /// From hue in degrees (any value, wrapped to 0..360), saturation, value and alpha in 0..1 (clamped);
+    /// channels are rounded to the nearest byte. A NaN counts as 0. Source  A. R. Smith, "Color Gamut
+    /// Transform Pairs", SIGGRAPH 1978.
     static Color fromHsv(float hueDeg, float saturation, float value, float alpha) noexcept;
 
     /// White with the given alpha.
-    static constexpr Color white(unsigned char alpha) noexcept
-    {
-        return Color(255, 255, 255, alpha);
-    }
+    static constexpr Color white(unsigned char alpha) noexcept { return Color(255, 255, 255, alpha); }
 
     constexpr void set(unsigned char r, unsigned char g, unsigned char b, unsigned char a) noexcept
     {
@@ -49,25 +47,13 @@ public:
         mAlpha = a;
     }
 
-    constexpr unsigned char r() const noexcept
-    {
-        return mRed;
-    }
+    constexpr unsigned char r() const noexcept { return mRed; }
 
-    constexpr unsigned char g() const noexcept
-    {
-        return mGreen;
-    }
+    constexpr unsigned char g() const noexcept { return mGreen; }
 
-    constexpr unsigned char b() const noexcept
-    {
-        return mBlue;
-    }
+    constexpr unsigned char b() const noexcept { return mBlue; }
 
-    constexpr unsigned char a() const noexcept
-    {
-        return mAlpha;
-    }
+    constexpr unsigned char a() const noexcept { return mAlpha; }
 
     /// The packed form 0xAARRGGBB.
     constexpr unsigned int packed() const noexcept

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "math/HalfSpace.h"
+#include "math/NBoundingBox.h"
+
 #include <cstddef>
 #include <utility>
 #include <vector>
-
-#include "math/HalfSpace.h"
-#include "math/NBoundingBox.h"
 
 namespace Math
 {
@@ -16,24 +16,13 @@ class ConvexPolytope
 public:
     ConvexPolytope() = default;
 
-    explicit ConvexPolytope(std::vector<HalfSpace<T, N>> halfSpaces) : mHalfSpaces(std::move(halfSpaces))
-    {
-    }
+    explicit ConvexPolytope(std::vector<HalfSpace<T, N>> halfSpaces) : mHalfSpaces(std::move(halfSpaces)) {}
 
-    const std::vector<HalfSpace<T, N>>& halfSpaces() const noexcept
-    {
-        return mHalfSpaces;
-    }
+    const std::vector<HalfSpace<T, N>>& halfSpaces() const noexcept { return mHalfSpaces; }
 
-    std::size_t size() const noexcept
-    {
-        return mHalfSpaces.size();
-    }
+    std::size_t size() const noexcept { return mHalfSpaces.size(); }
 
-    bool empty() const noexcept
-    {
-        return mHalfSpaces.empty();
-    }
+    bool empty() const noexcept { return mHalfSpaces.empty(); }
 
     /// True when the point satisfies every half-space, borders included.
     bool contains(const Point<T, N>& point) const noexcept

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "math/HalfSpace.h"
+
 #include <array>
 #include <cstddef>
-
-#include "math/HalfSpace.h"
 
 namespace Math
 {

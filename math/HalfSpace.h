@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstddef>
-
 #include "math/Point.h"
+
+#include <cstddef>
 
 namespace Math
 {
@@ -25,16 +25,10 @@ struct HalfSpace<T, 3>
     }
 
     /// a x + b y + c z + d: the distance to the border times the normal's length, positive inside.
-    constexpr T evaluate(const Point<T, 3>& p) const noexcept
-    {
-        return a * p.x + b * p.y + c * p.z + d;
-    }
+    constexpr T evaluate(const Point<T, 3>& p) const noexcept { return a * p.x + b * p.y + c * p.z + d; }
 
     /// True inside and on the border.
-    constexpr bool contains(const Point<T, 3>& p) const noexcept
-    {
-        return evaluate(p) >= T{0};
-    }
+    constexpr bool contains(const Point<T, 3>& p) const noexcept { return evaluate(p) >= T{0}; }
 
     friend constexpr bool operator==(const HalfSpace&, const HalfSpace&) = default;
 };

@@ -1,18 +1,18 @@
 #pragma once
 
+#include "math/Point.h"
+
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <limits>
 
-#include "math/Point.h"
-
 namespace Math
 {
 /// An axis-aligned box, empty while the minimum exceeds the maximum on some axis.
 ///
-/// The default box is the empty one that any first point replaces: min at the largest, max at the lowest value.
-/// Threads  a plain value.
+/// The default box is the empty one that any first point replaces: min at the largest, max at the lowest
+/// value. Threads  a plain value.
 template <class T, std::size_t N>
 class NBoundingBox
 {
@@ -26,19 +26,11 @@ public:
         }
     }
 
-    constexpr NBoundingBox(const Point<T, N>& min, const Point<T, N>& max) : mMin(min), mMax(max)
-    {
-    }
+    constexpr NBoundingBox(const Point<T, N>& min, const Point<T, N>& max) : mMin(min), mMax(max) {}
 
-    constexpr const Point<T, N>& min() const noexcept
-    {
-        return mMin;
-    }
+    constexpr const Point<T, N>& min() const noexcept { return mMin; }
 
-    constexpr const Point<T, N>& max() const noexcept
-    {
-        return mMax;
-    }
+    constexpr const Point<T, N>& max() const noexcept { return mMax; }
 
     constexpr bool isEmpty() const noexcept
     {
@@ -89,8 +81,8 @@ public:
         return largest;
     }
 
-    /// The midpoint per axis. Values above half the largest number are halved before they are added, so that the sum
-    /// does not overflow; equal infinities stay what they are.
+    /// The midpoint per axis. Values above half the largest number are halved before they are added, so that
+    /// the sum does not overflow; equal infinities stay what they are.
     Point<T, N> center() const noexcept
     {
         Point<T, N> result;
@@ -114,8 +106,8 @@ public:
         return true;
     }
 
-    /// Corner i of 2^N; bit N-1 of i chooses the first axis, bit 0 the last, a set bit the maximum. For N = 3 that is
-    /// x = 4, y = 2, z = 1, the numbering of octree children.
+    /// Corner i of 2^N; bit N-1 of i chooses the first axis, bit 0 the last, a set bit the maximum. For N = 3
+    /// that is x = 4, y = 2, z = 1, the numbering of octree children.
     constexpr Point<T, N> corner(std::size_t i) const noexcept
     {
         Point<T, N> result;

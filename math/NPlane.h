@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstddef>
-
 #include "math/Point.h"
+
+#include <cstddef>
 
 namespace Math
 {
@@ -20,15 +20,10 @@ struct NPlane<T, 3>
 
     constexpr NPlane() = default;
 
-    constexpr NPlane(T aValue, T bValue, T cValue, T dValue) : a(aValue), b(bValue), c(cValue), d(dValue)
-    {
-    }
+    constexpr NPlane(T aValue, T bValue, T cValue, T dValue) : a(aValue), b(bValue), c(cValue), d(dValue) {}
 
     /// a x + b y + c z + d: the signed distance when (a, b, c) has unit length.
-    constexpr T evaluate(const Point<T, 3>& p) const noexcept
-    {
-        return a * p.x + b * p.y + c * p.z + d;
-    }
+    constexpr T evaluate(const Point<T, 3>& p) const noexcept { return a * p.x + b * p.y + c * p.z + d; }
 
     friend constexpr bool operator==(const NPlane&, const NPlane&) = default;
 };

@@ -18,20 +18,12 @@ struct Point<T, 2>
 
     constexpr Point() = default;
 
-    constexpr Point(T xValue, T yValue) : x(xValue), y(yValue)
-    {
-    }
+    constexpr Point(T xValue, T yValue) : x(xValue), y(yValue) {}
 
     /// Coordinate i, 0 to 1; not range checked.
-    constexpr T& operator[](std::size_t i)
-    {
-        return i == 0 ? x : y;
-    }
+    constexpr T& operator[](std::size_t i) { return i == 0 ? x : y; }
 
-    constexpr const T& operator[](std::size_t i) const
-    {
-        return i == 0 ? x : y;
-    }
+    constexpr const T& operator[](std::size_t i) const { return i == 0 ? x : y; }
 
     friend constexpr bool operator==(const Point&, const Point&) = default;
 };
@@ -46,20 +38,12 @@ struct Point<T, 3>
 
     constexpr Point() = default;
 
-    constexpr Point(T xValue, T yValue, T zValue) : x(xValue), y(yValue), z(zValue)
-    {
-    }
+    constexpr Point(T xValue, T yValue, T zValue) : x(xValue), y(yValue), z(zValue) {}
 
     /// Coordinate i, 0 to 2; not range checked.
-    constexpr T& operator[](std::size_t i)
-    {
-        return i == 0 ? x : (i == 1 ? y : z);
-    }
+    constexpr T& operator[](std::size_t i) { return i == 0 ? x : (i == 1 ? y : z); }
 
-    constexpr const T& operator[](std::size_t i) const
-    {
-        return i == 0 ? x : (i == 1 ? y : z);
-    }
+    constexpr const T& operator[](std::size_t i) const { return i == 0 ? x : (i == 1 ? y : z); }
 
     friend constexpr bool operator==(const Point&, const Point&) = default;
 };

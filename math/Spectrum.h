@@ -21,15 +21,16 @@ struct MATH_API Repeat
 };
 }  // namespace Boundary
 
-/// Colour maps over x in [0, 1] with opaque colours; each maps the unit interval with the formulas that the shaders
-/// use, so that CPU and GPU colours agree within rounding. Callers bring x into the interval with a Boundary.
+/// Colour maps over x in [0, 1] with opaque colours; each maps the unit interval with the formulas that the
+/// shaders use, so that CPU and GPU colours agree within rounding. Callers bring x into the interval with a
+/// Boundary.
 namespace Spectrum
 {
-#define TARNEL_SPECTRUM(Name)                            \
-    struct MATH_API Name                                 \
-    {                                                    \
+#define TARNEL_SPECTRUM(Name)                              \
+    struct MATH_API Name                                   \
+    {                                                      \
         /* Colour at x in [0, 1]; values outside clamp. */ \
-        static Color color(float x) noexcept;            \
+        static Color color(float x) noexcept;              \
     }
 
 TARNEL_SPECTRUM(Turbo);

@@ -1,0 +1,49 @@
+#include "graphics/ColorImage.h"
+
+#include "graphics/PngReader.h"
+#include "graphics/writePngRows.h"
+
+#include <cstring>
+#include <span>
+#include <utility>
+
+namespace Graphics
+{
+namespace
+{
+constexpr std::size_t kPixelSize = sizeof(Math::Color);
+
+/// From red, green, blue, alpha to blue, green, red, alpha or back; source and target may be the same.
+void swapRedAndBlue(const std::byte* source, std::byte* target, std::size_t pixelCount) noexcept
+{
+    for (std::size_t i = 0; i < pixelCount; ++i, source += kPixelSize, target += kPixelSize)
+    {
+        const std::byte first = source[0];
+        target[0] = source[2];
+        target[1] = source[1];
+        target[2] = first;
+        target[3] = source[3];
+    }
+}
+}  // namespace
+
+void ColorImage::writePng(const std::filesystem::path& path) const
+{
+    const auto fillRow = [this](std::uint64_t y, std::span<std::byte> row)
+    {
+        const char* pixels = data() + y * rowPitch();
+        swapRedAndBlue(reinterpret_cast<const std::byte*>(pixels), row.data(), row.size() / kPixelSize);
+    };
+    writePngRows(path, width(), height(), PngLayout::Rgba8, fillRow);
+}
+
+ColorImage ColorImage::readPng(const std::filesystem::path& path)
+{
+    PngReader reader(path);
+    ColorImage image(reader.width(), reader.height());
+    const std::span<std::byte> pixels = std::as_writable_bytes(std::span(image.data(), image.sizeInBytes()));
+    reader.decode(pixels, SPNG_FMT_RGBA8);
+    swapRedAndBlue(pixels.data(), pixels.data(), pixels.size() / kPixelSize);
+    return image;
+}
+}  // namespace Graphics

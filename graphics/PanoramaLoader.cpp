@@ -1,0 +1,6 @@
+#include "graphics/PanoramaLoader.h"
+
+namespace Graphics
+{
+PanoramaLoader::~PanoramaLoader() = default;
+}  // namespace Graphics

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "core/NonCopyable.h"
+
+#include <spng.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace Graphics
+{
+/// A PNG file whose header is read and found sound; decodes its pixels once.
+///
+/// A file that cannot hold as many pixels as it announces is refused, so memory taken for the pixels is in
+/// proportion to the file. Broken check sums are errors.
+///
+/// Threads  one at a time.
+class PngReader : private Core::NonCopyable
+{
+public:
+    /// Longest side of a picture, that of a Direct3D 11 texture.
+    static constexpr std::uint32_t kLargestSide = 16384;
+
+    /// @throws std::runtime_error  naming the path and what is wrong
+    explicit PngReader(const std::filesystem::path& path);
+
+    std::uint32_t width() const noexcept { return mHeader.width; }
+
+    std::uint32_t height() const noexcept { return mHeader.height; }
+
+    /// True for 16-bit grey without alpha.
+    bool isGray16() const noexcept;
+
+    /// Fills `pixels`, rows without padding.
+    /// @param format  SPNG_FMT_RGBA8, or SPNG_FMT_PNG for the values as they are in the byte order of this
+    /// machine
+    /// @throws std::runtime_error  naming the path and what is wrong, also for a size that is not that of the
+    /// picture
+    void decode(std::span<std::byte> pixels, spng_format format);
+
+    /// Throws std::runtime_error with the path and the reason.
+    [[noreturn]] void fail(const std::string& reason) const;
+
+private:
+    struct FreeContext
+    {
+        void operator()(spng_ctx* context) const noexcept;
+    };
+
+    void check(int result) const;
+
+    std::filesystem::path mPath;
+    std::string mFile;
+    std::unique_ptr<spng_ctx, FreeContext> mContext;
+    spng_ihdr mHeader{};
+};
+}  // namespace Graphics
