@@ -1,12 +1,12 @@
 #pragma once
 
+#include "render/Export.h"
+#include "render/gpu/VertexFormats.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <vector>
-
-#include "render/Export.h"
-#include "render/gpu/VertexFormats.h"
 
 namespace Render
 {
@@ -27,8 +27,9 @@ public:
     /// Sets the number of vertices; new ones are black at the origin and visible.
     void resize(std::size_t n);
 
-    /// Drops the vertices whose visibility is not 0, keeps the others in order and gives up the storage that is not
-    /// needed any more. Does nothing unless setVisibility() was called and there is one visibility per vertex.
+    /// Drops the vertices whose visibility is not 0, keeps the others in order and gives up the storage that
+    /// is not needed any more. Does nothing unless setVisibility() was called and there is one visibility per
+    /// vertex.
     void complete();
 
     // The setters below do not check the index.
@@ -50,15 +51,9 @@ public:
         mVertices[i].intensity = static_cast<std::uint8_t>(value >> 8U);
     }
 
-    void setClassIndex(std::size_t i, unsigned char value) noexcept
-    {
-        mVertices[i].classIndex = value;
-    }
+    void setClassIndex(std::size_t i, unsigned char value) noexcept { mVertices[i].classIndex = value; }
 
-    void setScanIndex(std::size_t i, unsigned short value) noexcept
-    {
-        mVertices[i].scanIndex = value;
-    }
+    void setScanIndex(std::size_t i, unsigned short value) noexcept { mVertices[i].scanIndex = value; }
 
     /// @param value  0 keeps the point, anything else lets complete() drop it
     void setVisibility(std::size_t i, unsigned char value) noexcept
@@ -67,20 +62,11 @@ public:
         mVisibilityUsed = true;
     }
 
-    std::size_t size() const noexcept
-    {
-        return mVertices.size();
-    }
+    std::size_t size() const noexcept { return mVertices.size(); }
 
-    Vertex* data() noexcept
-    {
-        return mVertices.data();
-    }
+    Vertex* data() noexcept { return mVertices.data(); }
 
-    const Vertex* data() const noexcept
-    {
-        return mVertices.data();
-    }
+    const Vertex* data() const noexcept { return mVertices.data(); }
 
 private:
     std::vector<Vertex> mVertices;

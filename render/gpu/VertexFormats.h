@@ -1,13 +1,13 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <type_traits>
-
 #include "math/Color.h"
 #include "math/Point.h"
 
 #include <Eigen/Core>
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
 
 namespace Render
 {
@@ -48,7 +48,9 @@ struct VertexPosNormalColor
         const Eigen::Vector3f& normalValue,
         const Math::Color& colorValue
     ) noexcept
-        : position(positionValue), normal(normalValue.x(), normalValue.y(), normalValue.z()), color(colorValue)
+        : position(positionValue),
+          normal(normalValue.x(), normalValue.y(), normalValue.z()),
+          color(colorValue)
     {
     }
 
@@ -177,26 +179,18 @@ static_assert(sizeof(VertexPosNormalColor) == 28 && std::is_trivially_copyable_v
 static_assert(offsetof(VertexPosNormalColor, normal) == 12);
 static_assert(offsetof(VertexPosNormalColor, color) == 24);
 
-static_assert(
-    sizeof(VertexPosNormalTexCoordColor) == 36 && std::is_trivially_copyable_v<VertexPosNormalTexCoordColor>
-);
+static_assert(sizeof(VertexPosNormalTexCoordColor) == 36 && std::is_trivially_copyable_v<VertexPosNormalTexCoordColor>);
 static_assert(offsetof(VertexPosNormalTexCoordColor, normal) == 12);
 static_assert(offsetof(VertexPosNormalTexCoordColor, texCoord) == 24);
 static_assert(offsetof(VertexPosNormalTexCoordColor, color) == 32);
 
-static_assert(
-    sizeof(VertexPosColorIntensityClassIndexScanIndex) == 20 &&
-    std::is_trivially_copyable_v<VertexPosColorIntensityClassIndexScanIndex>
-);
+static_assert(sizeof(VertexPosColorIntensityClassIndexScanIndex) == 20 && std::is_trivially_copyable_v<VertexPosColorIntensityClassIndexScanIndex>);
 static_assert(offsetof(VertexPosColorIntensityClassIndexScanIndex, color) == 12);
 static_assert(offsetof(VertexPosColorIntensityClassIndexScanIndex, intensity) == 16);
 static_assert(offsetof(VertexPosColorIntensityClassIndexScanIndex, classIndex) == 17);
 static_assert(offsetof(VertexPosColorIntensityClassIndexScanIndex, scanIndex) == 18);
 
-static_assert(
-    sizeof(VertexPosNormalColorIntensityClassIndexScanIndex) == 32 &&
-    std::is_trivially_copyable_v<VertexPosNormalColorIntensityClassIndexScanIndex>
-);
+static_assert(sizeof(VertexPosNormalColorIntensityClassIndexScanIndex) == 32 && std::is_trivially_copyable_v<VertexPosNormalColorIntensityClassIndexScanIndex>);
 static_assert(offsetof(VertexPosNormalColorIntensityClassIndexScanIndex, normal) == 12);
 static_assert(offsetof(VertexPosNormalColorIntensityClassIndexScanIndex, color) == 24);
 static_assert(offsetof(VertexPosNormalColorIntensityClassIndexScanIndex, intensity) == 28);

@@ -1,0 +1,124 @@
+#pragma once
+
+#include "core/NonCopyable.h"
+#include "core/TripleBuffer.h"
+#include "math/NBoundingBox.h"
+#include "octree/OctreeNodeId.h"
+#include "render/Export.h"
+#include "render/gpu/VertexContainer.h"
+#include "render/pointcloud/Buffer.h"
+#include "render/pointcloud/NodeId.h"
+#include "render/pointcloud/NodePriority.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <stop_token>
+#include <unordered_map>
+#include <vector>
+
+namespace Render
+{
+/// Fills in the vertices of a node.
+/// Returns false when a stop was requested or the node could not be loaded; it may throw to tell why.
+using VertexSource = std::function<bool(const Octree::OctreeNodeId&, VertexContainer&, std::stop_token)>;
+
+/// Ranks a node by its level and its bounding cube in model coordinates.
+using NodeRanking = std::function<NodePriority(std::size_t level, const Math::NBoundingBox<float, 3>&)>;
+
+/// The resident octree nodes of all point clouds that share one budget of points.
+///
+/// Below the budget nodes are appended; at the budget a node gets in by ranking above the least valuable
+/// resident one, and the least valuable ones leave until the budget holds again.
+///
+/// Threads  all operations from any thread, one at a time: a mutex is held for the whole of each, also while
+/// addNode()
+///          fetches vertices. The vertex source may lock a cache; it must not call back into the prioritizer.
+class RENDER_API NodePrioritizer : private Core::NonCopyable
+{
+public:
+    /// @param totalMaxPointCount  the budget: most points of all resident nodes together
+    explicit NodePrioritizer(std::size_t totalMaxPointCount);
+
+    /// Sets the budget and drops the least valuable nodes until it holds.
+    void setTotalMaxPointCount(std::size_t totalMaxPointCount);
+
+    std::size_t totalMaxPointCount() const;
+
+    /// Number of points of all resident nodes.
+    std::size_t totalUsedPointCount() const;
+
+    /// True when the node is resident.
+    bool contains(const NodeId& nodeId) const;
+
+    /// Drops every node of every cloud.
+    void clear();
+
+    /// Drops every node of one cloud.
+    void clear(std::size_t cloudId);
+
+    /// Ranks the resident nodes of one cloud anew. Nodes that rank as discard() stay resident but are not
+    /// drawn and are the first to leave. A stop request leaves the rest with their old ranks.
+    void rerank(std::size_t cloudId, const NodeRanking& ranking, std::stop_token stopToken);
+
+    /// Offers one node.
+    ///
+    /// The vertices are fetched only when the node has a chance to get in. A node without points never
+    /// becomes resident.
+    /// @param box       the node's bounding cube, model coordinates
+    /// @param resident  set to whether the node is resident afterwards
+    /// @return whether the node has become resident by this call
+    /// @throws std::runtime_error  "Error loading point data" when the source fails without a stop request,
+    /// with the
+    ///                             source's own exception nested; nothing has changed then
+    bool addNode(
+        const NodeId& nodeId,
+        const Math::NBoundingBox<float, 3>& box,
+        NodePriority priority,
+        const VertexSource& vertexSource,
+        bool& resident,
+        std::stop_token stopToken
+    );
+
+    /// Builds what a frame draws of one cloud in the back slot and publishes it.
+    ///
+    /// Drawn are the nodes that are not discarded, at most kMaxDrawnNodes of them, on the unbroken run of
+    /// levels from the root that have such nodes.
+    /// @param dropDeepestLevel  leaves out the last of these levels
+    void updateBuffers(std::size_t cloudId, bool dropDeepestLevel, Core::TripleBuffer<Buffer>& buffers);
+
+private:
+    struct PrioritizedNode
+    {
+        Math::NBoundingBox<float, 3> boundingBox;
+        NodeId nodeId;
+        NodePriority priority;
+        VertexContainer vertices;
+    };
+
+    /// The nodes of one cloud that a frame draws.
+    struct DrawnSet
+    {
+        std::size_t cloudId = 0;
+        std::uint64_t levelCount = 0;  // drawn are the levels below
+        std::size_t nodeCount = 0;
+        std::size_t pointCount = 0;
+    };
+
+    bool isResident(const NodeId& nodeId) const;
+    bool makeHeap();
+    bool ranksAboveTop(const NodePriority& priority) const;
+    NodeId dropTop();
+    DrawnSet drawnSet(std::size_t cloudId, bool dropDeepestLevel) const;
+    void updateNodes(const DrawnSet& drawn, Buffer& buffer) const;
+
+    mutable std::mutex mMutex;  // guards everything below
+    std::size_t mTotalMaxPointCount;
+    std::size_t mTotalUsedPointCount = 0;
+    std::vector<PrioritizedNode>
+        mNodes;  // a heap with the lowest rank on top while mIsHeap, else in any order
+    bool mIsHeap = false;
+    std::unordered_map<NodeId, std::size_t> mIndex;  // point counts of the resident nodes
+};
+}  // namespace Render

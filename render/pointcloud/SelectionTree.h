@@ -1,0 +1,53 @@
+#pragma once
+
+#include "math/NBoundingBox.h"
+#include "octree/NodeVisibilityType.h"
+#include "octree/OctreeChildNodeIdRange.h"
+#include "octree/OctreeNodeId.h"
+#include "render/Export.h"
+
+#include <stop_token>
+
+namespace Octree
+{
+class Octree;
+}
+
+namespace Render
+{
+/// What the selection pass asks of an octree.
+///
+/// Threads  one thread at a time. Failures are thrown; so may a stop request be.
+class RENDER_API SelectionTree
+{
+public:
+    virtual ~SelectionTree() = default;
+
+    virtual Math::NBoundingBox<float, 3> boundingCube(const Octree::OctreeNodeId& id) const = 0;
+
+    /// None for a leaf.
+    virtual Octree::OctreeChildNodeIdRange children(const Octree::OctreeNodeId& id, std::stop_token stopToken)
+        const = 0;
+
+    virtual Octree::NodeVisibilityType nodeVisibility(
+        const Octree::OctreeNodeId& id, std::stop_token stopToken
+    ) const = 0;
+};
+
+/// An octree on disk as the selection pass sees it.
+class RENDER_API OctreeSelectionTree final : public SelectionTree
+{
+public:
+    /// @param octree  outlives this object
+    explicit OctreeSelectionTree(const Octree::Octree& octree) : mOctree(octree) {}
+
+    Math::NBoundingBox<float, 3> boundingCube(const Octree::OctreeNodeId& id) const override;
+    Octree::OctreeChildNodeIdRange children(const Octree::OctreeNodeId& id, std::stop_token stopToken)
+        const override;
+    Octree::NodeVisibilityType nodeVisibility(const Octree::OctreeNodeId& id, std::stop_token stopToken)
+        const override;
+
+private:
+    const Octree::Octree& mOctree;
+};
+}  // namespace Render

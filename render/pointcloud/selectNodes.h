@@ -1,0 +1,44 @@
+#pragma once
+
+#include "core/TripleBuffer.h"
+#include "render/Export.h"
+#include "render/pointcloud/Buffer.h"
+#include "render/pointcloud/NodePrioritizer.h"
+#include "render/pointcloud/SelectionTree.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <ratio>
+#include <stop_token>
+
+namespace Render
+{
+/// Ticks of 100 nanoseconds, in which the time between two publications is measured.
+using UpdateInterval = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
+
+/// Everything one selection pass works with.
+struct SelectionPass
+{
+    NodePrioritizer& prioritizer;
+    std::size_t cloudId;
+    const SelectionTree& tree;
+    const NodeRanking& ranking;  ///< with the current camera
+    const VertexSource& vertexSource;
+    Core::TripleBuffer<Buffer>& buffers;  ///< written and published
+    std::size_t maxLevel;                 ///< deepest level that is offered
+    UpdateInterval updateInterval;        ///< shortest time between two publications during the pass
+    std::function<void()> requestRedraw;  ///< called after each publication
+    std::function<void()> onProgress;     ///< called after that; may be empty
+    std::function<std::chrono::steady_clock::time_point()> now = &std::chrono::steady_clock::now;
+};
+
+/// Offers the nodes of an octree to the prioritizer, the most valuable first, children only once their parent
+/// is resident, and publishes what is resident now and then and at the end.
+///
+/// A stop request ends the pass at once; what has become resident since the last publication is then not
+/// published.
+/// @throws what vertex source, tree and callbacks throw without a stop request
+RENDER_API void selectNodes(const SelectionPass& pass, std::stop_token stopToken);
+}  // namespace Render
