@@ -107,6 +107,7 @@ private:
     };
 
     bool isResident(const NodeId& nodeId) const;
+    void makeRoomForOneNode();
     bool makeHeap();
     bool ranksAboveTop(const NodePriority& priority) const;
     NodeId dropTop();

@@ -1,0 +1,92 @@
+#include "render/pointcloud/convertToVertices.h"
+
+#include "octree/Octree.h"
+#include "render/gpu/VertexContainer.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace Render
+{
+namespace
+{
+constexpr unsigned kDrawnAttributes =
+    Octree::kAllAttributes & ~static_cast<unsigned>(Octree::kNormalAttribute);
+
+/// A column of one attribute, or the same value for every point where the points lack it.
+template <class T>
+class Column
+{
+public:
+    Column(const std::vector<T>& values, std::size_t pointCount, const T& absent) noexcept
+        : mValues(values.size() == pointCount ? values.data() : &absent),
+          mStride(values.size() == pointCount ? 1 : 0)
+    {
+    }
+
+    const T& operator[](std::size_t i) const noexcept { return mValues[i * mStride]; }
+
+private:
+    const T* mValues;
+    std::size_t mStride;
+};
+}  // namespace
+
+void convertToVertices(const Octree::NodePointData& points, VertexContainer& vertices)
+{
+    const Octree::NodePointColumns& columns = points.columns();
+    const std::size_t pointCount = points.size();
+    const Math::Point<double, 3> origin;
+    const Math::Color white = Math::Color::white(255);
+    const std::uint16_t noIntensity = 0;
+    const std::uint8_t noClass = 0;
+    const std::uint32_t noScan = 0;
+
+    const Column positions(columns.positions, pointCount, origin);
+    const Column colors(columns.colors, pointCount, white);
+    const Column intensities(columns.intensities, pointCount, noIntensity);
+    const Column classifications(columns.classifications, pointCount, noClass);
+    const Column scanIndices(columns.scanIndices, pointCount, noScan);
+
+    vertices = VertexContainer();
+    vertices.resize(pointCount);
+    VertexContainer::Vertex* const out = vertices.data();
+    for (std::size_t i = 0; i < pointCount; ++i)
+    {
+        const Math::Point<double, 3>& position = positions[i];
+        out[i] = {
+            {static_cast<float>(position.x), static_cast<float>(position.y), static_cast<float>(position.z)},
+            colors[i],
+            static_cast<std::uint8_t>(intensities[i] >> 8U),
+            classifications[i],
+            static_cast<std::uint16_t>(scanIndices[i] & 0xFFFFU)};
+    }
+
+    if (columns.visibilities.size() == pointCount)
+    {
+        for (std::size_t i = 0; i < pointCount; ++i)
+        {
+            vertices.setVisibility(i, columns.visibilities[i]);
+        }
+        vertices.complete();
+    }
+}
+
+bool convertToVertices(
+    const Octree::Octree& octree,
+    const Octree::OctreeNodeId& id,
+    VertexContainer& vertices,
+    std::stop_token stopToken
+)
+{
+    thread_local Octree::NodePointData scratch(kDrawnAttributes);
+    if (!octree.readNodePointData(id, scratch, std::move(stopToken)))
+    {
+        return false;
+    }
+    convertToVertices(scratch, vertices);
+    return true;
+}
+}  // namespace Render
