@@ -2,8 +2,8 @@
 
 namespace Render
 {
-/// The colour maps of RenderMode::ColorizeByPlaneDistance; the numbers are those that the shaders read, and any other
-/// number means Turbo.
+/// The colour maps of RenderMode::ColorizeByPlaneDistance; the numbers are those that the shaders read, and
+/// any other number means Turbo.
 enum class ColorMap : int
 {
     Turbo = 0,

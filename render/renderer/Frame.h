@@ -1,0 +1,62 @@
+#pragma once
+
+#include "render/Render.h"
+#include "render/gpu/BlendState.h"
+#include "render/gpu/DepthStencilState.h"
+#include "render/gpu/RasterizerState.h"
+#include "render/gpu/RenderPass.h"
+
+namespace Math
+{
+class Color;
+}
+
+namespace Render
+{
+class View;
+
+/// Draws one frame: the scene into the scene pass, then the post-process into the output pass.
+///
+/// Scene pass: "color" (BGRA8), "worldPosition" and "exactWorldPosition" (four floats each, 0 where nothing
+/// was drawn) and depth. Output pass: "color" (BGRA8) and "worldPosition". Threads  rendering thread only,
+/// not locked.
+class Frame
+{
+public:
+    /// The depth convention is the camera's at this moment.
+    /// @throws ComException  when the device refuses a texture or state
+    Frame(const CComPtr<ID3D11Device>& device, const Camera& camera);
+
+    /// Resizes both passes.
+    /// @throws ComException  when a texture cannot be made; a later call can still bring the passes in order
+    void setViewport(unsigned int width, unsigned int height);
+
+    /// Fits the depth range if the view asks for it, then draws; leaves nothing bound, also when a renderable
+    /// throws. An invisible scene still decides whether the frame is blended.
+    /// @param background  of the picture, where nothing covers it
+    void draw(
+        ID3D11DeviceContext* context, View& view, PostProcess& postProcess, const Math::Color& background
+    );
+
+    const RenderPass& scenePass() const noexcept { return mScenePass; }
+
+    const RenderPass& outputPass() const noexcept { return mOutputPass; }
+
+private:
+    void drawScene(ID3D11DeviceContext* context, View& view, const Math::Color& background);
+    void drawOutput(
+        ID3D11DeviceContext* context,
+        const Viewport& viewport,
+        PostProcess& postProcess,
+        const Math::Color& background
+    );
+
+    RenderPass mScenePass;
+    RenderPass mOutputPass;
+    DepthStencilState mDepthTested;
+    DepthStencilState mDepthFree;
+    BlendState mBlendTransparent;
+    BlendState mBlendNone;
+    RasterizerState mRasterizer;
+};
+}  // namespace Render

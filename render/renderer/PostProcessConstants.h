@@ -1,0 +1,39 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+namespace Render
+{
+/// The constant block of shaders/postprocessing.hlsl as the CPU writes it.
+///
+/// The shader's packing puts its bg_color at byte 32, twelve bytes behind the one here; on purpose so, since
+/// the shader never reads it and the bytes written here are what counts.
+struct PostProcessConstants
+{
+    float width = 640.0F;  ///< pixels
+    float height = 480.0F;
+    float brightness = 0.0F;
+    float contrast = 1.0F;
+    float opacity = 1.0F;
+    std::array<float, 4> bg_color{1.0F, 1.0F, 1.0F, 1.0F};  ///< red, green, blue, alpha
+    std::array<std::byte, 12> unusedBeforeRange{};
+    std::array<float, 4> colorization_start{};
+    std::array<float, 4> colorization_end{};
+    int point_render_mode = 0;
+    int color_map = 0;
+    std::array<std::byte, 8> unusedAtEnd{};
+};
+
+static_assert(sizeof(PostProcessConstants) == 96);
+static_assert(offsetof(PostProcessConstants, width) == 0);
+static_assert(offsetof(PostProcessConstants, height) == 4);
+static_assert(offsetof(PostProcessConstants, brightness) == 8);
+static_assert(offsetof(PostProcessConstants, contrast) == 12);
+static_assert(offsetof(PostProcessConstants, opacity) == 16);
+static_assert(offsetof(PostProcessConstants, bg_color) == 20);
+static_assert(offsetof(PostProcessConstants, colorization_start) == 48);
+static_assert(offsetof(PostProcessConstants, colorization_end) == 64);
+static_assert(offsetof(PostProcessConstants, point_render_mode) == 80);
+static_assert(offsetof(PostProcessConstants, color_map) == 84);
+}  // namespace Render

@@ -1,0 +1,421 @@
+#include "render/renderer/Renderer.h"
+
+#include "graphics/ColorImage.h"
+#include "graphics/DepthImage.h"
+#include "render/gpu/Direct3D.h"
+#include "render/gpu/throwIfFailed.h"
+#include "render/renderer/Frame.h"
+#include "render/renderer/PostProcess.h"
+#include "render/renderer/ReadBack.h"
+#include "render/renderer/View.h"
+#include "render/scene/Camera.h"
+#include "render/scene/Renderable.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+namespace Render
+{
+namespace
+{
+void createDevice(CComPtr<ID3D11Device>& device, CComPtr<ID3D11DeviceContext>& context)
+{
+    throwIfFailed(D3D11CreateDevice(
+        nullptr,
+        D3D_DRIVER_TYPE_HARDWARE,
+        nullptr,
+        0,
+        nullptr,
+        0,
+        D3D11_SDK_VERSION,
+        device.put(),
+        nullptr,
+        context.put()
+    ));
+    if (device->GetFeatureLevel() < D3D_FEATURE_LEVEL_11_0)
+    {
+        throw std::runtime_error("needs at least a DirectX 11.0 graphics card");
+    }
+}
+
+/// Sizes that do not fit become the largest number, which no device accepts.
+unsigned int textureSize(std::uint64_t size)
+{
+    return static_cast<unsigned int>(std::min<std::uint64_t>(size, std::numeric_limits<unsigned int>::max()));
+}
+}  // namespace
+
+Renderer::Renderer() : Renderer(true) {}
+
+Renderer::Renderer(bool reversedZ)
+    : mView(std::make_unique<View>(reversedZ)), mPostProcess(std::make_unique<PostProcess>())
+{
+    createDevice(mDevice, mDeviceContext);
+    setOrthographic(2.0F, 2.0F, -1.0F, 1.0F);
+    setBackgroundColor(255, 255, 255, 255);
+    mFrame = std::make_unique<Frame>(mDevice, *camera());
+    mReadBack = std::make_unique<ReadBack>(mDevice, viewport());
+    *mPostProcess = PostProcess(mDevice);
+}
+
+Renderer::~Renderer() = default;
+
+const CComPtr<ID3D11Device>& Renderer::device() const noexcept
+{
+    return mDevice;
+}
+
+const CComPtr<ID3D11DeviceContext>& Renderer::deviceContext() const noexcept
+{
+    return mDeviceContext;
+}
+
+void Renderer::setScene(std::shared_ptr<Renderable> scene)
+{
+    mView->setScene(std::move(scene), id(), mDevice, mDeviceContext);
+}
+
+std::shared_ptr<Renderable>& Renderer::scene() noexcept
+{
+    return mView->scene();
+}
+
+const std::shared_ptr<Renderable>& Renderer::scene() const noexcept
+{
+    return std::as_const(*mView).scene();
+}
+
+Math::NBoundingBox<float, 3> Renderer::boundingBox() const
+{
+    return mView->boundingBox();
+}
+
+void Renderer::setModelMatrix(const Eigen::Matrix4f& modelMatrix)
+{
+    mView->setModelMatrix(modelMatrix);
+}
+
+Eigen::Matrix4f Renderer::modelViewProjectionMatrix() const
+{
+    return camera()->viewProjectionMatrix() * mView->modelMatrix();
+}
+
+bool Renderer::needsRedraw() const
+{
+    return mView->needsRedraw();
+}
+
+std::shared_ptr<Camera>& Renderer::camera() noexcept
+{
+    return mView->camera();
+}
+
+const std::shared_ptr<Camera>& Renderer::camera() const noexcept
+{
+    return std::as_const(*mView).camera();
+}
+
+void Renderer::setViewMatrix(const Eigen::Matrix4f& viewMatrix)
+{
+    mView->setViewMatrix(viewMatrix);
+}
+
+void Renderer::setCameraPose(
+    const Math::Point<float, 3>& eye, const Eigen::Vector3f& direction, const Eigen::Vector3f& up
+)
+{
+    mView->setCameraPose(eye, direction, up);
+}
+
+void Renderer::setCameraPose(
+    const Math::Point<float, 3>& eye, const Math::Point<float, 3>& target, const Eigen::Vector3f& up
+)
+{
+    mView->setCameraPose(eye, target, up);
+}
+
+void Renderer::setPerspective(float fovYDeg, float zNear, float zFar, float offCenterX, float offCenterY)
+{
+    mView->setPerspective(fovYDeg, zNear, zFar, offCenterX, offCenterY);
+}
+
+void Renderer::setPerspectiveOffCenter(
+    float left, float right, float bottom, float top, float zNear, float zFar, bool reversed
+)
+{
+    mView->setPerspectiveOffCenter(left, right, bottom, top, zNear, zFar, reversed);
+}
+
+void Renderer::setOrthographic(float width, float height, float zNear, float zFar)
+{
+    mView->setOrthographic(width, height, zNear, zFar);
+}
+
+void Renderer::setOrthographic(float height, float zNear, float zFar)
+{
+    mView->setOrthographic(height, zNear, zFar);
+}
+
+void Renderer::setProjection(const Eigen::Matrix4f& projection, float minDepth, float maxDepth, bool reversed)
+{
+    mView->setProjection(projection, minDepth, maxDepth, reversed);
+}
+
+void Renderer::setZNearAndFarViaBoundingBox(const Math::NBoundingBox<float, 3>& box)
+{
+    mView->setZNearAndFarViaBoundingBox(box);
+}
+
+void Renderer::setAutoAdjustZRange(bool enabled)
+{
+    mView->setAutoAdjustZRange(enabled);
+}
+
+bool Renderer::autoAdjustZRangeEnabled() const noexcept
+{
+    return mView->autoAdjustZRangeEnabled();
+}
+
+const Eigen::Matrix4f& Renderer::viewMatrix() const noexcept
+{
+    return camera()->viewMatrix();
+}
+
+const Eigen::Matrix4f& Renderer::projectionMatrix() const noexcept
+{
+    return camera()->projectionMatrix();
+}
+
+bool Renderer::isOrthographic() const noexcept
+{
+    return camera()->isOrthographic();
+}
+
+bool Renderer::isPerspective() const noexcept
+{
+    return camera()->isPerspective();
+}
+
+Math::Point<float, 3> Renderer::eye() const
+{
+    return camera()->eye();
+}
+
+Eigen::Vector3f Renderer::rightDirection() const
+{
+    return camera()->rightDirection();
+}
+
+Eigen::Vector3f Renderer::upDirection() const
+{
+    return camera()->upDirection();
+}
+
+Eigen::Vector3f Renderer::viewDirection() const
+{
+    return camera()->viewDirection();
+}
+
+Math::Point<float, 3> Renderer::unProject(std::uint64_t x, std::uint64_t y, float depth) const
+{
+    return camera()->unProject(x, y, depth);
+}
+
+void Renderer::getZRange(float& zNear, float& zFar) const noexcept
+{
+    zNear = camera()->zNear();
+    zFar = camera()->zFar();
+}
+
+void Renderer::setViewport(std::uint64_t width, std::uint64_t height)
+{
+    const std::uint64_t oldWidth = viewport().width();
+    const std::uint64_t oldHeight = viewport().height();
+    if (width == oldWidth && height == oldHeight)
+    {
+        return;
+    }
+    camera()->setViewport(width, height);
+    try
+    {
+        resizeTextures(width, height);
+    }
+    catch (...)
+    {
+        camera()->setViewport(oldWidth, oldHeight);
+        resizeTextures(oldWidth, oldHeight);
+        throw;
+    }
+    if (scene())
+    {
+        scene()->onUpdateViewport(camera());
+    }
+    mPostProcess->setViewport(viewport());
+    raiseRedraw();
+}
+
+void Renderer::resizeTextures(std::uint64_t width, std::uint64_t height)
+{
+    mFrame->setViewport(textureSize(width), textureSize(height));
+    mReadBack->setViewport(mDevice, textureSize(width), textureSize(height));
+}
+
+const Viewport& Renderer::viewport() const noexcept
+{
+    return std::as_const(*camera()).viewport();
+}
+
+double Renderer::aspectRatio() const noexcept
+{
+    return viewport().aspectRatio();
+}
+
+void Renderer::setBackgroundColor(unsigned char r, unsigned char g, unsigned char b, unsigned char a)
+{
+    setBackgroundColor(Math::Color(r, g, b, a));
+}
+
+void Renderer::setBackgroundColor(const Math::Color& color)
+{
+    if (color == mBackgroundColor)
+    {
+        return;
+    }
+    mBackgroundColor = color;
+    mPostProcess->setBackgroundColor(color);
+    raiseRedraw();
+}
+
+const Math::Color& Renderer::backgroundColor() const noexcept
+{
+    return mBackgroundColor;
+}
+
+void Renderer::setRenderMode(RenderMode renderMode)
+{
+    if (renderMode == mView->renderMode())
+    {
+        return;
+    }
+    mPostProcess->setRenderMode(renderMode);
+    mView->setRenderMode(renderMode);
+}
+
+RenderMode Renderer::renderMode() const noexcept
+{
+    return mView->renderMode();
+}
+
+void Renderer::setColorizationRange(
+    const Math::Point<float, 3>& min, const Math::Point<float, 3>& max, ColorMap colorMap
+)
+{
+    mPostProcess->setColorizationRange(min, max);
+    mPostProcess->setColorMap(colorMap);
+    raiseRedraw();
+}
+
+void Renderer::setBrightness(float brightness)
+{
+    if (brightness == mPostProcess->brightness())
+    {
+        return;
+    }
+    mPostProcess->setBrightness(brightness);
+    raiseRedraw();
+}
+
+float Renderer::brightness() const noexcept
+{
+    return mPostProcess->brightness();
+}
+
+void Renderer::setContrast(float contrast)
+{
+    if (contrast == mPostProcess->contrast())
+    {
+        return;
+    }
+    mPostProcess->setContrast(contrast);
+    raiseRedraw();
+}
+
+float Renderer::contrast() const noexcept
+{
+    return mPostProcess->contrast();
+}
+
+void Renderer::setOpacity(float opacity)
+{
+    if (opacity == mPostProcess->opacity())
+    {
+        return;
+    }
+    mPostProcess->setOpacity(opacity);
+    raiseRedraw();
+}
+
+float Renderer::opacity() const noexcept
+{
+    return mPostProcess->opacity();
+}
+
+void Renderer::autoAdjustBrightnessAndContrast(float quantile, float range)
+{
+    if (!scene())
+    {
+        return;
+    }
+    float brightness = 0.0F;
+    float contrast = 1.0F;
+    scene()->brightnessAndContrast(quantile, range, brightness, contrast);
+    mPostProcess->setBrightness(brightness);
+    mPostProcess->setContrast(contrast);
+    raiseRedraw();
+}
+
+void Renderer::render()
+{
+    mFrame->draw(mDeviceContext, *mView, *mPostProcess, mBackgroundColor);
+    camera()->setNeedsRedraw(false);
+}
+
+void Renderer::getColorImage(Graphics::ColorImage& image)
+{
+    const ReadBack::Mapped mapped = mReadBack->color(mDeviceContext, mFrame->outputPass().texture("color"));
+    copyWhole(mapped.image(), viewport().width(), viewport().height(), image);
+}
+
+void Renderer::getColorImage(std::span<std::byte> data, unsigned long long rowPitch, unsigned long long rows)
+{
+    const ReadBack::Mapped mapped = mReadBack->color(mDeviceContext, mFrame->outputPass().texture("color"));
+    copyRows(mapped.image(), viewport().height(), data, rowPitch, rows);
+}
+
+void Renderer::getDepthImage(Graphics::DepthImage& image)
+{
+    const ReadBack::Mapped mapped = mReadBack->depth(mDeviceContext, mFrame->scenePass().depthTexture());
+    copyWhole(mapped.image(), viewport().width(), viewport().height(), image);
+}
+
+void Renderer::getDepthImage(std::span<std::byte> data, unsigned long long rowPitch, unsigned long long rows)
+{
+    const ReadBack::Mapped mapped = mReadBack->depth(mDeviceContext, mFrame->scenePass().depthTexture());
+    copyRows(mapped.image(), viewport().height(), data, rowPitch, rows);
+}
+
+void Renderer::writePngImage(const std::filesystem::path& path)
+{
+    render();
+    Graphics::ColorImage image;
+    getColorImage(image);
+    image.writePng(path);
+}
+
+void Renderer::raiseRedraw()
+{
+    mView->raiseRedraw();
+}
+}  // namespace Render

@@ -1,0 +1,214 @@
+#pragma once
+
+#include "core/InstanceId.h"
+#include "core/NonCopyable.h"
+#include "math/Color.h"
+#include "math/NBoundingBox.h"
+#include "math/NPlane.h"
+#include "math/Point.h"
+#include "render/Export.h"
+#include "render/Render.h"
+#include "render/gpu/ComPtr.h"
+#include "render/renderer/ColorMap.h"
+#include "render/renderer/RenderMode.h"
+
+#include <Eigen/Core>
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+
+namespace Graphics
+{
+class ColorImage;
+class DepthImage;
+}  // namespace Graphics
+
+namespace Render
+{
+class Frame;
+class ReadBack;
+class View;
+
+/// Draws a scene off-screen: holds scene, camera and settings, draws frames, and hands out what they show.
+///
+/// Setters compare with the current value: an unchanged one costs nothing and asks for no redraw, unless it
+/// says otherwise. Several renderers may live in one process; each has a device of its own.
+///
+/// Frame    world coordinates are right-handed; pixels count from the upper left corner.
+/// Threads  one thread, the host's rendering thread. Loaders on other threads reach the renderer only through
+/// the
+///          camera's redraw flag.
+class RENDER_API Renderer : public Core::NonCopyable, public Core::InstanceId<Renderer>
+{
+public:
+    /// A renderer with the reversed depth buffer.
+    Renderer();
+
+    /// 640 x 480 pixels, an orthographic volume of 2 x 2 units from depth -1 to 1, white background.
+    /// @param reversedZ  near is depth 1 and far depth 0, else near 0 and far 1
+    /// @throws ComException        when the device or one of its objects cannot be created
+    /// @throws std::runtime_error  "needs at least a DirectX 11.0 graphics card"
+    explicit Renderer(bool reversedZ);
+
+    virtual ~Renderer();
+
+    const CComPtr<ID3D11Device>& device() const noexcept;
+    const CComPtr<ID3D11DeviceContext>& deviceContext() const noexcept;
+
+    // The scene.
+
+    /// Deinitialises the old root, then initialises the new one and tells it the render mode. The new root
+    /// keeps its own matrix; near and far are not fitted to it. An empty pointer leaves no scene, as does a
+    /// root whose init throws.
+    void setScene(std::shared_ptr<Renderable> scene);
+
+    std::shared_ptr<Renderable>& scene() noexcept;
+    const std::shared_ptr<Renderable>& scene() const noexcept;
+
+    /// The scene's box in world coordinates; empty without a scene.
+    Math::NBoundingBox<float, 3> boundingBox() const;
+
+    /// Becomes the scene root's own matrix when it differs from the last one set here.
+    void setModelMatrix(const Eigen::Matrix4f& modelMatrix);
+
+    /// The camera's view-projection matrix times the model matrix.
+    Eigen::Matrix4f modelViewProjectionMatrix() const;
+
+    /// Whether the camera or the scene has changed since the last frame.
+    bool needsRedraw() const;
+
+    // The camera. Only the renderer writes it. When an operation really changes its matrix, near and far are
+    // fitted to the scene (if that is on), the scene is told, and a redraw is due.
+
+    std::shared_ptr<Camera>& camera() noexcept;
+    const std::shared_ptr<Camera>& camera() const noexcept;
+
+    void setViewMatrix(const Eigen::Matrix4f& viewMatrix);
+
+    /// Looks along a direction.
+    void setCameraPose(
+        const Math::Point<float, 3>& eye, const Eigen::Vector3f& direction, const Eigen::Vector3f& up
+    );
+
+    /// Looks at a point.
+    void setCameraPose(
+        const Math::Point<float, 3>& eye, const Math::Point<float, 3>& target, const Eigen::Vector3f& up
+    );
+
+    void setPerspective(float fovYDeg, float zNear, float zFar, float offCenterX, float offCenterY);
+    void setPerspectiveOffCenter(
+        float left, float right, float bottom, float top, float zNear, float zFar, bool reversed
+    );
+    void setOrthographic(float width, float height, float zNear, float zFar);
+
+    /// The same with the width from the viewport's aspect ratio.
+    void setOrthographic(float height, float zNear, float zFar);
+
+    /// Takes a projection built elsewhere. The depth test and the clear depth stay those of the renderer's
+    /// construction: keep to its depth convention.
+    void setProjection(const Eigen::Matrix4f& projection, float minDepth, float maxDepth, bool reversed);
+
+    /// Fits near and far to a box in world coordinates.
+    void setZNearAndFarViaBoundingBox(const Math::NBoundingBox<float, 3>& box);
+
+    /// Switches on that near and far are fitted to the scene at every change of the camera and in every
+    /// frame.
+    void setAutoAdjustZRange(bool enabled);
+    bool autoAdjustZRangeEnabled() const noexcept;
+
+    const Eigen::Matrix4f& viewMatrix() const noexcept;
+    const Eigen::Matrix4f& projectionMatrix() const noexcept;
+    bool isOrthographic() const noexcept;
+    bool isPerspective() const noexcept;
+    Math::Point<float, 3> eye() const;
+    Eigen::Vector3f rightDirection() const;
+    Eigen::Vector3f upDirection() const;
+    Eigen::Vector3f viewDirection() const;
+    Math::Point<float, 3> unProject(std::uint64_t x, std::uint64_t y, float depth) const;
+    void getZRange(float& zNear, float& zFar) const noexcept;
+
+    /// Resizes the picture, in pixels. The projection keeps its aspect ratio: set it again afterwards.
+    /// @throws ComException  when the device cannot make textures of this size; the old size is then in force
+    /// again
+    void setViewport(std::uint64_t width, std::uint64_t height);
+
+    const Viewport& viewport() const noexcept;
+
+    /// Width by height of the picture.
+    double aspectRatio() const noexcept;
+
+    // How the picture is coloured.
+
+    void setBackgroundColor(unsigned char r, unsigned char g, unsigned char b, unsigned char a);
+    void setBackgroundColor(const Math::Color& color);
+    const Math::Color& backgroundColor() const noexcept;
+
+    void setRenderMode(RenderMode renderMode);
+    RenderMode renderMode() const noexcept;
+
+    /// The line, in world coordinates, along which RenderMode::ColorizeByPlaneDistance runs through the
+    /// colour map. Asks for a redraw every time.
+    void setColorizationRange(
+        const Math::Point<float, 3>& min, const Math::Point<float, 3>& max, ColorMap colorMap
+    );
+
+    /// Added to each channel (0..1); 0 changes nothing.
+    void setBrightness(float brightness);
+    float brightness() const noexcept;
+
+    /// Stretches each channel about its middle; 1 changes nothing.
+    void setContrast(float contrast);
+    float contrast() const noexcept;
+
+    /// Factor of the picture's alpha.
+    void setOpacity(float opacity);
+    float opacity() const noexcept;
+
+    /// Takes brightness and contrast from what the scene finds suitable (Renderable::brightnessAndContrast)
+    /// and asks for a redraw every time; does nothing without a scene.
+    void autoAdjustBrightnessAndContrast(float quantile, float range);
+
+    // Frames.
+
+    /// Draws one frame, after which no redraw is due. Nothing stays bound to the context.
+    void render();
+
+    /// The picture of the last frame; the image takes its size and the row pitch of the read-back.
+    /// @throws ComException        when it cannot be read back
+    /// @throws std::runtime_error  "image size does not match"
+    void getColorImage(Graphics::ColorImage& image);
+
+    /// The same into memory of the caller, four bytes a pixel: blue, green, red, alpha.
+    /// @param data      rows x rowPitch bytes
+    /// @param rowPitch  bytes from one row to the next; what does not fit is left out
+    /// @param rows      rows beyond the picture's height stay as they are
+    void getColorImage(std::span<std::byte> data, unsigned long long rowPitch, unsigned long long rows);
+
+    /// The depth buffer of the last frame, as it is: near is 1 when it is reversed.
+    /// @throws ComException        when it cannot be read back
+    /// @throws std::runtime_error  "image size does not match"
+    void getDepthImage(Graphics::DepthImage& image);
+
+    /// The same into memory of the caller, a float a pixel.
+    void getDepthImage(std::span<std::byte> data, unsigned long long rowPitch, unsigned long long rows);
+
+    /// Draws a frame and writes its picture.
+    /// @throws std::runtime_error  naming the path when it cannot be written
+    void writePngImage(const std::filesystem::path& path);
+
+private:
+    void resizeTextures(std::uint64_t width, std::uint64_t height);
+    void raiseRedraw();
+
+    CComPtr<ID3D11Device> mDevice;
+    CComPtr<ID3D11DeviceContext> mDeviceContext;
+    Math::Color mBackgroundColor;
+    std::unique_ptr<View> mView;
+    std::unique_ptr<Frame> mFrame;
+    std::unique_ptr<ReadBack> mReadBack;
+    std::unique_ptr<PostProcess> mPostProcess;
+};
+}  // namespace Render
