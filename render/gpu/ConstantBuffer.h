@@ -58,6 +58,7 @@ public:
 
 private:
     CComPtr<ID3D11Buffer> mBuffer;
+    std::size_t mSizeInBytes = 0;
     StageBinding mBinding;
 };
 }  // namespace Render

@@ -117,8 +117,6 @@ private:
 
     RenderTarget& renderTarget(const std::string& name);
     const RenderTarget& renderTarget(const std::string& name) const;
-    const DepthStencilView& depthStencilView() const;
-    ShaderResourceView& depthShaderResourceView() const;
 
     std::unordered_map<std::string, RenderTarget> mRenderTargets;
     std::vector<ID3D11RenderTargetView*> mRenderTargetViews;  // by index, owned by the targets

@@ -1,0 +1,52 @@
+#include "render/gpu/ComputeShader.h"
+
+#include "core/readLocalFile.h"
+#include "render/gpu/shaderBytecode.h"
+#include "render/gpu/shaderRegistry.h"
+#include "render/gpu/throwIfFailed.h"
+
+namespace Render
+{
+ComputeShader::ComputeShader(ID3D11ComputeShader* shader) : mShader(shader) {}
+
+ComputeShader ComputeShader::fromHlslResource(const CComPtr<ID3D11Device>& device, const std::string& name)
+{
+    return fromCsoString(device, compileHlslResource(name, kComputeProfile));
+}
+
+ComputeShader ComputeShader::fromHlslFile(
+    const CComPtr<ID3D11Device>& device, const std::filesystem::path& path
+)
+{
+    return fromCsoString(device, compileHlslFile(path, kComputeProfile));
+}
+
+ComputeShader ComputeShader::fromCsoResource(const CComPtr<ID3D11Device>& device, const std::string& name)
+{
+    return fromCsoString(device, std::string(ShaderRegistry::open(name)));
+}
+
+ComputeShader ComputeShader::fromCsoFile(
+    const CComPtr<ID3D11Device>& device, const std::filesystem::path& path
+)
+{
+    return fromCsoString(device, Core::readLocalFile(path));
+}
+
+ComputeShader ComputeShader::fromCsoString(const CComPtr<ID3D11Device>& device, const std::string& bytes)
+{
+    CComPtr<ID3D11ComputeShader> shader;
+    throwIfFailed(device->CreateComputeShader(bytes.data(), bytes.size(), nullptr, shader.put()));
+    return ComputeShader(shader);
+}
+
+void ComputeShader::begin(ID3D11DeviceContext* context) const
+{
+    context->CSSetShader(mShader, nullptr, 0);
+}
+
+void ComputeShader::end(ID3D11DeviceContext* context) const
+{
+    context->CSSetShader(nullptr, nullptr, 0);
+}
+}  // namespace Render

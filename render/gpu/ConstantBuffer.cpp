@@ -1,0 +1,55 @@
+#include "render/gpu/ConstantBuffer.h"
+
+#include "render/gpu/bindToStages.h"
+#include "render/gpu/throwIfFailed.h"
+
+#include <cassert>
+#include <cstring>
+
+namespace Render
+{
+ConstantBuffer::ConstantBuffer(ID3D11Device* device, unsigned int sizeInBytes) : mSizeInBytes(sizeInBytes)
+{
+    const D3D11_BUFFER_DESC desc{
+        .ByteWidth = sizeInBytes,
+        .Usage = D3D11_USAGE_DYNAMIC,
+        .BindFlags = D3D11_BIND_CONSTANT_BUFFER,
+        .CPUAccessFlags = D3D11_CPU_ACCESS_WRITE,
+        .MiscFlags = 0,
+        .StructureByteStride = 0,
+    };
+    throwIfFailed(device->CreateBuffer(&desc, nullptr, mBuffer.put()));
+}
+
+void ConstantBuffer::update(ID3D11DeviceContext* context, std::span<const std::byte> bytes)
+{
+    assert(bytes.size() == mSizeInBytes);
+    D3D11_MAPPED_SUBRESOURCE mapped{};
+    throwIfFailed(context->Map(mBuffer, 0, D3D11_MAP_WRITE_DISCARD, 0, &mapped));
+    std::memcpy(mapped.pData, bytes.data(), bytes.size());
+    context->Unmap(mBuffer, 0);
+}
+
+void ConstantBuffer::begin(ID3D11DeviceContext* context, ShaderConfiguration configuration, unsigned int slot)
+{
+    mBinding.begin(configuration, slot);
+    bindToStages(context, mBinding, mBuffer.get());
+}
+
+void ConstantBuffer::begin(
+    ID3D11DeviceContext* context,
+    ShaderConfiguration configuration,
+    unsigned int slot,
+    std::span<const std::byte> bytes
+)
+{
+    mBinding.begin(configuration, slot);
+    update(context, bytes);
+    bindToStages(context, mBinding, mBuffer.get());
+}
+
+void ConstantBuffer::end(ID3D11DeviceContext* context)
+{
+    bindToStages(context, mBinding.end(), static_cast<ID3D11Buffer*>(nullptr));
+}
+}  // namespace Render

@@ -1,0 +1,28 @@
+#include "render/gpu/Texture1d.h"
+
+#include "render/gpu/throwIfFailed.h"
+
+namespace Render
+{
+Texture1d::Texture1d(ID3D11Device* device, const D3D11_TEXTURE1D_DESC& desc)
+{
+    throwIfFailed(device->CreateTexture1D(&desc, nullptr, mTexture.put()));
+}
+
+void Texture1d::copy(ID3D11DeviceContext* context, const Texture1d& source)
+{
+    context->CopyResource(mTexture, source.mTexture);
+}
+
+D3D11_MAPPED_SUBRESOURCE Texture1d::map(ID3D11DeviceContext* context, D3D11_MAP type)
+{
+    D3D11_MAPPED_SUBRESOURCE mapped{};
+    throwIfFailed(context->Map(mTexture, 0, type, 0, &mapped));
+    return mapped;
+}
+
+void Texture1d::unMap(ID3D11DeviceContext* context)
+{
+    context->Unmap(mTexture, 0);
+}
+}  // namespace Render
