@@ -1,0 +1,90 @@
+#include "render/pointcloud/AsyncReload.h"
+
+#include "core/BackgroundThread.h"
+
+#include <utility>
+
+namespace Render
+{
+AsyncReload::AsyncReload(std::function<void(std::stop_token)> reload, std::chrono::milliseconds retryDelay)
+    : mReload(std::move(reload)), mRetryDelay(retryDelay)
+{
+    makeThread();
+}
+
+AsyncReload::~AsyncReload() = default;
+
+void AsyncReload::restart()
+{
+    ++mRequestedRuns;
+    if (mThread)
+    {
+        mThread->restart();
+    }
+}
+
+void AsyncReload::pause()
+{
+    mThread.reset();
+}
+
+void AsyncReload::resume()
+{
+    makeThread();
+    restart();
+}
+
+bool AsyncReload::isHealthy(bool rethrow) const
+{
+    std::unique_lock lock(mErrorMutex);
+    const std::exception_ptr error = mError;
+    lock.unlock();
+    if (error && rethrow)
+    {
+        std::rethrow_exception(error);
+    }
+    return !error;
+}
+
+bool AsyncReload::isComplete() const noexcept
+{
+    return mCompletedRun == mRequestedRuns;
+}
+
+void AsyncReload::makeThread()
+{
+    mThread = std::make_unique<Core::BackgroundThread>([this](std::stop_token stopToken) { run(stopToken); });
+}
+
+void AsyncReload::run(std::stop_token stopToken)
+{
+    while (!stopToken.stop_requested())
+    {
+        const std::uint64_t thisRun = mRequestedRuns;
+        try
+        {
+            mReload(stopToken);
+            setError(nullptr);
+            if (!stopToken.stop_requested())
+            {
+                mCompletedRun = thisRun;
+            }
+            return;
+        }
+        catch (...)
+        {
+            setError(std::current_exception());
+        }
+        std::unique_lock lock(mErrorMutex);
+        mRetry.wait_for(
+            lock, stopToken, mRetryDelay, [] { return false; }
+        );  // only a stop request ends it early
+    }
+}
+
+void AsyncReload::setError(std::exception_ptr error)
+{
+    const std::scoped_lock lock(mErrorMutex);
+    mError = std::move(error);
+}
+}  // namespace Render

@@ -1,0 +1,129 @@
+#pragma once
+
+#include "core/NonCopyable.h"
+#include "core/TripleBuffer.h"
+#include "math/Color.h"
+#include "math/ConvexPolytope.h"
+#include "render/gpu/ConstantBlock.h"
+#include "render/gpu/ConstantBuffer.h"
+#include "render/gpu/PixelShader.h"
+#include "render/gpu/ShaderResourceView.h"
+#include "render/gpu/Texture1d.h"
+#include "render/gpu/VertexShader.h"
+#include "render/pointcloud/Boxes.h"
+#include "render/pointcloud/Buffer.h"
+#include "render/pointcloud/DynamicVertexBuffer.h"
+#include "render/pointcloud/PointShaderConstants.h"
+#include "render/renderer/RenderMode.h"
+
+#include <Eigen/Core>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace Render
+{
+class NodePrioritizer;
+class Viewport;
+
+/// The GPU side of one point cloud: draws what the selection pass has published, every point as a round
+/// splat whose size follows the depth of the deepest drawn octree node around it.
+///
+/// Frame    points, boxes and clipping planes in model coordinates.
+/// Threads  the render thread, but for the back slot of buffers(), which the loader fills and publishes,
+///          the prioritizer, and the two counts, which any thread may read.
+class LoDPointCloud : private Core::NonCopyable
+{
+public:
+    /// @param groupKey  clouds of one key share a prioritizer, whose budget is lowered to this cloud's
+    /// @param cloudId   tells this cloud's nodes from others' in the prioritizer
+    /// @param budget    most points that are drawn; the vertex buffer is made for so many, once
+    /// @throws std::invalid_argument  for a budget whose vertices Direct3D cannot address
+    /// @throws ComException           when a shader, buffer or texture cannot be created
+    LoDPointCloud(
+        std::uint64_t groupKey,
+        CComPtr<ID3D11Device> device,
+        CComPtr<ID3D11DeviceContext> deviceContext,
+        std::uint64_t cloudId,
+        std::size_t budget
+    );
+
+    void setProjectionMatrix(const Eigen::Matrix4f& projection);
+    void setViewMatrix(const Eigen::Matrix4f& view);
+
+    /// @param model  from model to world coordinates
+    void setModelMatrix(const Eigen::Matrix4f& model);
+
+    void setViewport(const Viewport& viewport);
+
+    /// @param volume  model coordinates
+    /// @throws std::runtime_error  for more than 8 planes, see setClippingPlanes in PointShaderConstants.h;
+    ///                             the old ones stay
+    void setClippingVolume(const Math::ConvexPolytope<float, 3>& volume);
+
+    void setUniformColor(const Math::Color& color);
+
+    /// @param size  of a point at level 0, model units
+    void setPointSize(float size);
+
+    /// @param size  largest side of the root's cube, model units
+    void setRootNodeSize(float size);
+
+    /// @param size  pixels
+    void setMaxPointSize(float size);
+
+    void setRenderMode(RenderMode renderMode);
+    void setTomographicContrast(float contrast);
+
+    void setShowBoundingBoxes(bool show) noexcept { mShowBoundingBoxes = show; }
+
+    RenderMode renderMode() const noexcept;
+
+    /// Length of the model matrix's first column.
+    float modelScale() const noexcept { return mPerFrame.values().model_scale; }
+
+    /// Takes what has been published last, uploads it if it is new, and draws it.
+    /// @throws ComException  when something cannot be uploaded
+    void render();
+
+    NodePrioritizer& prioritizer() const noexcept { return *mPrioritizer; }
+
+    Core::TripleBuffer<Buffer>& buffers() noexcept { return mBuffers; }
+
+    std::uint64_t cloudId() const noexcept { return mCloudId; }
+
+    /// What the last frame drew.
+    std::uint64_t numVisibleOctreeNodes() const noexcept { return mNumVisibleOctreeNodes; }
+
+    std::uint64_t numVisiblePoints() const noexcept { return mNumVisiblePoints; }
+
+private:
+    void updateTransforms();
+    void upload(const Buffer& buffer);
+    void uploadOctreeTexture(const Buffer& buffer);
+    void drawNodes(const Buffer& buffer);
+
+    std::uint64_t mCloudId;
+    CComPtr<ID3D11Device> mDevice;
+    CComPtr<ID3D11DeviceContext> mDeviceContext;
+    Eigen::Matrix4f mModel = Eigen::Matrix4f::Identity();
+    Eigen::Matrix4f mView = Eigen::Matrix4f::Identity();
+    Eigen::Matrix4f mProjection = Eigen::Matrix4f::Identity();
+    ConstantBlock<PerFrameConstants> mPerFrame;
+    ConstantBuffer mPerOctreeNode;
+    VertexShader mVertexShader;
+    PixelShader mPixelShader;
+    std::shared_ptr<NodePrioritizer> mPrioritizer;
+    Core::TripleBuffer<Buffer> mBuffers;
+    bool mNeedsUpload = false;
+    DynamicVertexBuffer mVertices;
+    Texture1d mOctreeTexture;
+    ShaderResourceView mOctreeTextureView;
+    std::atomic<std::uint64_t> mNumVisibleOctreeNodes{0};
+    std::atomic<std::uint64_t> mNumVisiblePoints{0};
+    Boxes mBoxes;
+    bool mShowBoundingBoxes = false;
+};
+}  // namespace Render

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "math/ConvexPolytope.h"
+#include "math/Frustum.h"
+#include "math/NBoundingBox.h"
+#include "math/Point.h"
+#include "render/Export.h"
+#include "render/pointcloud/NodePriority.h"
+#include "render/scene/Viewport.h"
+
+#include <Eigen/Core>
+
+#include <cstddef>
+
+namespace Render
+{
+class Camera;
+
+/// Everything that the ranking of a cloud's nodes depends on, so that a loader thread can rank while the
+/// host changes camera and settings.
+///
+/// Frame    model coordinates, which are the octree's.
+/// Threads  a plain value.
+struct RENDER_API NodeRankingParameters
+{
+    /// By how much the loading frustum is wider and higher than the camera's: nodes just outside the view
+    /// are loaded too.
+    static constexpr float kLoadingFrustumScale = 2.0F;
+
+    std::size_t minLevelToKeep = 0;
+    std::size_t maxLevelToKeep = 23;
+    float octreeNodePriorityThreshold = 15.0F;  ///< pixels
+    Math::ConvexPolytope<float, 3> clippingVolume;
+
+    // from the camera
+    bool isPerspective = true;
+    float fovYRad = 0.0F;
+    Eigen::Matrix4f projection = Eigen::Matrix4f::Identity();
+    Viewport viewport;
+    Math::Point<float, 3> eye;
+    Math::Frustum<float> loadingFrustum;
+    float modelScale = 1.0F;  ///< length of the model matrix's first column
+
+    /// Fills in what comes from the camera.
+    /// @param model  from model to world coordinates
+    void setCamera(const Camera& camera, const Eigen::Matrix4f& model);
+
+    /// Levels below the minimum are kept, levels above the maximum discarded, the maximum first; the rest
+    /// is ranked by its size on screen.
+    NodePriority rank(std::size_t level, const Math::NBoundingBox<float, 3>& box) const;
+};
+}  // namespace Render

@@ -1,0 +1,692 @@
+#include "render/pointcloud/PointCloudRenderable.h"
+
+#include "math/transform.h"
+#include "octree/Octree.h"
+#include "render/gpu/Direct3D.h"
+#include "render/pointcloud/AsyncReload.h"
+#include "render/pointcloud/BrightnessHistogram.h"
+#include "render/pointcloud/LoDPointCloud.h"
+#include "render/pointcloud/NodePrioritizer.h"
+#include "render/pointcloud/convertToVertices.h"
+#include "render/pointcloud/defaultUniformColor.h"
+#include "render/renderer/RenderMode.h"
+#include "render/scene/Camera.h"
+
+#include <deque>
+#include <stdexcept>
+
+namespace Render
+{
+namespace
+{
+constexpr float kPointSizeFactor = 5.1F;  // of the spacing: neighbouring splats overlap, so surfaces close
+constexpr unsigned long long kVertexCacheCapacity = 30'000'000;  // points
+constexpr unsigned long long kExpectedCacheEntries = 4000;       // nodes
+constexpr std::uint64_t kDeepestHistogramLevel = 4;              // the coarse points represent the rest
+
+bool isTomographic(RenderMode renderMode)
+{
+    return renderMode == RenderMode::TomographicDark || renderMode == RenderMode::TomographicBright;
+}
+
+std::uint8_t shownGrey(const VertexContainer::Vertex& vertex, RenderMode renderMode)
+{
+    if (renderMode == RenderMode::ColorizeByIntensity)
+    {
+        return vertex.intensity;
+    }
+    return static_cast<std::uint8_t>((vertex.color.r() + vertex.color.g() + vertex.color.b()) / 3);
+}
+
+std::function<void()> toFunction(void (*callback)())
+{
+    return callback != nullptr ? std::function<void()>(callback) : std::function<void()>();
+}
+}  // namespace
+
+Core::SharedResources<Octree::CacheIdentifier, PointCloudRenderable::VertexCache>
+    PointCloudRenderable::mSharedCaches;
+
+/// Keeps the loader away for a while, if there is one.
+class [[nodiscard]] PointCloudRenderable::ReloadPause : private Core::NonCopyable
+{
+public:
+    explicit ReloadPause(PointCloudRenderable& owner) : mOwner(owner)
+    {
+        if (mOwner.mAsyncReload)
+        {
+            mOwner.mAsyncReload->pause();
+        }
+    }
+
+    ~ReloadPause()
+    {
+        if (mOwner.mAsyncReload)
+        {
+            mOwner.mAsyncReload->resume();
+        }
+    }
+
+private:
+    PointCloudRenderable& mOwner;
+};
+
+std::shared_ptr<PointCloudRenderable> PointCloudRenderable::create(
+    const Octree::Location& location, const std::string& name, std::size_t maxPointCount, double unitScale
+)
+{
+    return create(std::make_shared<Octree::Octree>(location, unitScale), name, maxPointCount);
+}
+
+std::shared_ptr<PointCloudRenderable> PointCloudRenderable::create(
+    std::shared_ptr<Octree::Octree> octree, const std::string& name, std::size_t maxPointCount
+)
+{
+    if (!octree)
+    {
+        throw std::invalid_argument("PointCloudRenderable: octree must not be empty");
+    }
+    return std::make_shared<PointCloudRenderable>(Private(), std::move(octree), name, maxPointCount);
+}
+
+PointCloudRenderable::PointCloudRenderable(
+    Private, std::shared_ptr<Octree::Octree> octree, const std::string& name, std::size_t maxPointCount
+)
+    : Renderable(name),
+      mOctree(std::move(octree)),
+      mVertexCache(createOrGetSharedCache(
+          mOctree->location(), mOctree->unitScale(), kVertexCacheCapacity, kExpectedCacheEntries
+      )),
+      mMaxPointCount(maxPointCount),
+      mPointSize(defaultPointSize()),
+      mUniformColor(defaultUniformColor(mOctree->location().hash())),
+      mRanking(std::make_shared<const NodeRankingParameters>())
+{
+}
+
+PointCloudRenderable::~PointCloudRenderable()
+{
+    mAsyncReload.reset();
+}
+
+std::shared_ptr<PointCloudRenderable::VertexCache> PointCloudRenderable::createOrGetSharedCache(
+    const Octree::Location& location,
+    double unitScale,
+    unsigned long long capacity,
+    unsigned long long expectedEntryCount
+)
+{
+    return mSharedCaches.createOrGet(
+        Octree::CacheIdentifier{location, unitScale},
+        [=] { return std::make_shared<VertexCache>(capacity, static_cast<std::size_t>(expectedEntryCount)); }
+    );
+}
+
+void PointCloudRenderable::init(
+    unsigned long long groupKey,
+    std::shared_ptr<Camera> camera,
+    CComPtr<ID3D11Device> device,
+    CComPtr<ID3D11DeviceContext> deviceContext
+)
+{
+    if (mLoDPointCloud)
+    {
+        throw std::runtime_error("Error init was called on an already initialized PointCloudRenderable");
+    }
+    auto cloud = std::make_shared<LoDPointCloud>(
+        groupKey, std::move(device), std::move(deviceContext), id(), mMaxPointCount
+    );
+    cloud->setUniformColor(mUniformColor);
+    cloud->setPointSize(mPointSize);
+    cloud->setMaxPointSize(mMaxPointSize);
+    cloud->setTomographicContrast(mTomographicContrast);
+    cloud->setRootNodeSize(mOctree->boundingCube().largestSize());
+    cloud->setProjectionMatrix(camera->projectionMatrix());
+    cloud->setViewMatrix(camera->viewMatrix());
+    cloud->setModelMatrix(worldMatrix());
+    cloud->setShowBoundingBoxes(mShowBoundingBoxes);
+    cloud->setViewport(camera->viewport());
+    cloud->setClippingVolume(inModelCoordinates(mClippingVolume));
+
+    mLoDPointCloud = std::move(cloud);
+    mCamera = std::move(camera);
+    updateFrustums();
+}
+
+void PointCloudRenderable::deinit()
+{
+    mAsyncReload.reset();
+    mCamera.reset();
+    mLoDPointCloud.reset();
+}
+
+void PointCloudRenderable::onUpdateProjectionMatrix(const std::shared_ptr<Camera>& camera)
+{
+    onUpdateZRange(camera);
+    triggerReload();
+}
+
+void PointCloudRenderable::onUpdateViewMatrix(const std::shared_ptr<Camera>& camera)
+{
+    if (mLoDPointCloud)
+    {
+        mLoDPointCloud->setViewMatrix(camera->viewMatrix());
+        updateFrustums();
+    }
+    if (mRestartLoadingAfterCameraChange)
+    {
+        triggerReload();
+    }
+}
+
+void PointCloudRenderable::onUpdateZRange(const std::shared_ptr<Camera>& camera)
+{
+    if (mLoDPointCloud)
+    {
+        mLoDPointCloud->setProjectionMatrix(camera->projectionMatrix());
+        updateFrustums();
+    }
+}
+
+void PointCloudRenderable::onUpdateViewport(const std::shared_ptr<Camera>& camera)
+{
+    if (mLoDPointCloud)
+    {
+        mLoDPointCloud->setViewport(camera->viewport());
+        updateFrustums();
+    }
+}
+
+void PointCloudRenderable::onUpdateRenderMode(RenderMode renderMode)
+{
+    if (mLoDPointCloud && renderMode != mLoDPointCloud->renderMode())
+    {
+        mLoDPointCloud->setRenderMode(renderMode);
+        triggerReload();
+    }
+}
+
+void PointCloudRenderable::invalidateWorldMatrix()
+{
+    Renderable::invalidateWorldMatrix();
+    updateModelMatrix();
+    triggerReload();
+}
+
+void PointCloudRenderable::render()
+{
+    setNeedsRedraw(false);  // first: what is published from here on asks for the next frame
+    if (mLoDPointCloud)
+    {
+        mLoDPointCloud->render();
+    }
+}
+
+std::optional<Math::Color> PointCloudRenderable::backgroundColor()
+{
+    return isTransparent() ? std::optional<Math::Color>(Math::Color(0, 0, 0, 0)) : std::nullopt;
+}
+
+bool PointCloudRenderable::isTransparent() const
+{
+    return mLoDPointCloud && isTomographic(mLoDPointCloud->renderMode());
+}
+
+void PointCloudRenderable::brightnessAndContrast(
+    float quantile, float range, float& brightness, float& contrast
+)
+{
+    const RenderMode renderMode = mLoDPointCloud ? mLoDPointCloud->renderMode() : RenderMode::Default;
+    BrightnessHistogram histogram;
+    VertexContainer vertices;
+    std::deque<Octree::OctreeNodeId> queue{mOctree->root()};
+    try
+    {
+        while (!queue.empty() && getVertexData(queue.front(), vertices, std::stop_token()))
+        {
+            for (std::size_t i = 0; i < vertices.size(); ++i)
+            {
+                histogram.add(shownGrey(vertices.data()[i], renderMode));
+            }
+            if (mOctree->level(queue.front()) < kDeepestHistogramLevel)
+            {
+                const Octree::OctreeChildNodeIdRange children = mOctree->children(queue.front());
+                queue.insert(queue.end(), children.begin(), children.end());
+            }
+            queue.pop_front();
+        }
+    }
+    catch (const std::runtime_error&)
+    {
+        // What could be read has to do: loading reports the broken node.
+    }
+    histogram.brightnessAndContrast(quantile, range, brightness, contrast);
+}
+
+Math::NBoundingBox<float, 3> PointCloudRenderable::boundingBox()
+{
+    return mOctree->boundingBox();
+}
+
+void PointCloudRenderable::setNeedsRedraw(bool needsRedraw)
+{
+    mNeedsRedraw = needsRedraw;
+}
+
+bool PointCloudRenderable::needsRedraw() const
+{
+    return mNeedsRedraw;
+}
+
+Math::NBoundingBox<float, 3> PointCloudRenderable::boundingCube() const
+{
+    return mOctree->boundingCube();
+}
+
+Math::NBoundingBox<float, 3> PointCloudRenderable::boundingCube(const Octree::OctreeNodeId& id) const
+{
+    return mOctree->boundingCube(id);
+}
+
+Math::Point<double, 3> PointCloudRenderable::referencePosition() const
+{
+    return mOctree->position();
+}
+
+float PointCloudRenderable::spacing(std::size_t level) const
+{
+    return mOctree->spacing(level);
+}
+
+float PointCloudRenderable::defaultPointSize() const
+{
+    return spacing(0) * kPointSizeFactor;
+}
+
+void PointCloudRenderable::setPointSize(float pointSize)
+{
+    if (pointSize == mPointSize)
+    {
+        return;
+    }
+    mPointSize = pointSize;
+    if (mLoDPointCloud)
+    {
+        mLoDPointCloud->setPointSize(pointSize);
+    }
+    setNeedsRedraw(true);
+}
+
+float PointCloudRenderable::pointSize() const noexcept
+{
+    return mPointSize;
+}
+
+void PointCloudRenderable::setMaxPointSize(float maxPointSize)
+{
+    if (maxPointSize == mMaxPointSize)
+    {
+        return;
+    }
+    mMaxPointSize = maxPointSize;
+    if (mLoDPointCloud)
+    {
+        mLoDPointCloud->setMaxPointSize(maxPointSize);
+        setNeedsRedraw(true);
+    }
+}
+
+float PointCloudRenderable::maxPointSize() const noexcept
+{
+    return mMaxPointSize;
+}
+
+void PointCloudRenderable::setTomographicContrast(float contrast)
+{
+    if (contrast == mTomographicContrast)
+    {
+        return;
+    }
+    mTomographicContrast = contrast;
+    if (mLoDPointCloud)
+    {
+        mLoDPointCloud->setTomographicContrast(contrast);
+    }
+    setNeedsRedraw(true);
+}
+
+float PointCloudRenderable::tomographicContrast() const noexcept
+{
+    return mTomographicContrast;
+}
+
+void PointCloudRenderable::setUniformColor(const Math::Color& color)
+{
+    mUniformColor = color;
+    if (mLoDPointCloud)
+    {
+        mLoDPointCloud->setUniformColor(color);
+    }
+    setNeedsRedraw(true);
+}
+
+Math::Color PointCloudRenderable::uniformColor() const noexcept
+{
+    return mUniformColor;
+}
+
+void PointCloudRenderable::setShowBoundingBoxes(bool show)
+{
+    if (show == mShowBoundingBoxes)
+    {
+        return;
+    }
+    mShowBoundingBoxes = show;
+    if (mLoDPointCloud)
+    {
+        mLoDPointCloud->setShowBoundingBoxes(show);
+    }
+    setNeedsRedraw(true);
+}
+
+bool PointCloudRenderable::showBoundingBoxes() const noexcept
+{
+    return mShowBoundingBoxes;
+}
+
+void PointCloudRenderable::setOctreeNodePriorityThreshold(float threshold)
+{
+    updateRanking([threshold](NodeRankingParameters& ranking)
+                  { ranking.octreeNodePriorityThreshold = threshold; });
+    clearVisibleOctreeNodes();
+    triggerReload();
+}
+
+float PointCloudRenderable::octreeNodePriorityThreshold() const
+{
+    return ranking()->octreeNodePriorityThreshold;
+}
+
+void PointCloudRenderable::setMinLevelToKeep(std::size_t level)
+{
+    if (level == minLevelToKeep())
+    {
+        return;
+    }
+    updateRanking([level](NodeRankingParameters& ranking) { ranking.minLevelToKeep = level; });
+    triggerReload();
+}
+
+std::size_t PointCloudRenderable::minLevelToKeep() const
+{
+    return ranking()->minLevelToKeep;
+}
+
+void PointCloudRenderable::setMaxLevelToKeep(std::size_t level)
+{
+    if (level == maxLevelToKeep())
+    {
+        return;
+    }
+    updateRanking([level](NodeRankingParameters& ranking) { ranking.maxLevelToKeep = level; });
+    triggerReload();
+}
+
+std::size_t PointCloudRenderable::maxLevelToKeep() const
+{
+    return ranking()->maxLevelToKeep;
+}
+
+void PointCloudRenderable::setUpdateInterval(UpdateInterval interval)
+{
+    if (interval <= UpdateInterval::zero())
+    {
+        throw std::invalid_argument("updateInterval must be larger than 0!");
+    }
+    mUpdateInterval = interval.count();
+}
+
+UpdateInterval PointCloudRenderable::updateInterval() const noexcept
+{
+    return UpdateInterval(mUpdateInterval);
+}
+
+void PointCloudRenderable::setRestartLoadingAfterCameraChange(bool restart) noexcept
+{
+    mRestartLoadingAfterCameraChange = restart;
+}
+
+bool PointCloudRenderable::restartLoadingAfterCameraChange() const noexcept
+{
+    return mRestartLoadingAfterCameraChange;
+}
+
+void PointCloudRenderable::setUnitScale(double unitScale)
+{
+    if (unitScale == mOctree->unitScale())
+    {
+        return;
+    }
+    // Nodes that are read while the scale changes would enter cache and prioritizer with coordinates of
+    // either scale.
+    const ReloadPause pause(*this);
+    mVertexCache->clear();
+    mOctree->setUnitScale(unitScale);
+    // Other renderables of the old scale go on using the old cache.
+    mVertexCache =
+        createOrGetSharedCache(mOctree->location(), unitScale, kVertexCacheCapacity, kExpectedCacheEntries);
+    setPointSize(defaultPointSize());
+    if (mLoDPointCloud)
+    {
+        mLoDPointCloud->setRootNodeSize(mOctree->boundingCube().largestSize());
+        clearVisibleOctreeNodes();
+    }
+    setNeedsRedraw(true);
+}
+
+double PointCloudRenderable::unitScale() const
+{
+    return mOctree->unitScale();
+}
+
+void PointCloudRenderable::setClippingVolume(const std::vector<Math::HalfSpace<float, 3>>& halfSpaces)
+{
+    if (halfSpaces == mClippingVolume)
+    {
+        return;
+    }
+    const Math::ConvexPolytope<float, 3> volume = inModelCoordinates(halfSpaces);
+    if (mLoDPointCloud)
+    {
+        mLoDPointCloud->setClippingVolume(volume);  // before anything is stored: it refuses too many planes
+        setNeedsRedraw(true);
+    }
+    mClippingVolume = halfSpaces;
+    updateRanking([&volume](NodeRankingParameters& ranking) { ranking.clippingVolume = volume; });
+    triggerReload();
+}
+
+void PointCloudRenderable::addExternalAttributeLocation(const Octree::Location& location)
+{
+    mOctree->addExternalAttributeLocation(location);
+}
+
+void PointCloudRenderable::startAsyncReload(std::function<void()> onProgress, std::size_t maxLevel)
+{
+    if (mAsyncReload)
+    {
+        return;
+    }
+    mAsyncReload = std::make_unique<AsyncReload>([this, onProgress = std::move(onProgress), maxLevel](
+                                                     std::stop_token stopToken
+                                                 ) { reloadPoints(onProgress, maxLevel, stopToken); });
+    mAsyncReload->restart();
+    setNeedsRedraw(true);
+}
+
+void PointCloudRenderable::startAsyncReload(void (*onProgress)(), std::size_t maxLevel)
+{
+    startAsyncReload(toFunction(onProgress), maxLevel);
+}
+
+void PointCloudRenderable::stopAsyncReload()
+{
+    mAsyncReload.reset();
+}
+
+bool PointCloudRenderable::isAsyncReloadActive() const noexcept
+{
+    return mAsyncReload != nullptr;
+}
+
+bool PointCloudRenderable::isAsyncReloadHealthy(bool rethrow) const
+{
+    return !mAsyncReload || mAsyncReload->isHealthy(rethrow);
+}
+
+bool PointCloudRenderable::isAsyncReloadComplete() const noexcept
+{
+    return mAsyncReload && mAsyncReload->isComplete();
+}
+
+void PointCloudRenderable::reloadPoints(
+    std::function<void()> onProgress, std::size_t maxLevel, std::stop_token stopToken
+)
+{
+    if (!mLoDPointCloud)
+    {
+        throw std::runtime_error("reloadingPoints is not allowed if PointCloudRenderable is not initialized");
+    }
+    const OctreeSelectionTree tree(*mOctree);
+    const NodeRanking rank = [this](std::size_t level, const Math::NBoundingBox<float, 3>& box)
+    { return boundingBoxPriority(level, box); };
+    const VertexSource vertexSource =
+        [this](const Octree::OctreeNodeId& id, VertexContainer& vertices, std::stop_token stop)
+    { return getVertexData(id, vertices, stop); };
+    const SelectionPass pass{
+        .prioritizer = mLoDPointCloud->prioritizer(),
+        .cloudId = mLoDPointCloud->cloudId(),
+        .tree = tree,
+        .ranking = rank,
+        .vertexSource = vertexSource,
+        .buffers = mLoDPointCloud->buffers(),
+        .maxLevel = maxLevel,
+        .updateInterval = updateInterval(),
+        .requestRedraw = [this] { setNeedsRedraw(true); },
+        .onProgress = std::move(onProgress),
+    };
+    try
+    {
+        selectNodes(pass, stopToken);
+    }
+    catch (...)
+    {
+        // A node that cannot be read must not hide those that could.
+        pass.prioritizer.updateBuffers(pass.cloudId, false, pass.buffers);
+        setNeedsRedraw(true);
+        throw;
+    }
+}
+
+void PointCloudRenderable::reloadPoints(void (*onProgress)(), std::size_t maxLevel, std::stop_token stopToken)
+{
+    reloadPoints(toFunction(onProgress), maxLevel, stopToken);
+}
+
+NodePriority PointCloudRenderable::boundingBoxPriority(
+    std::size_t level, const Math::NBoundingBox<float, 3>& box
+) const
+{
+    return ranking()->rank(level, box);
+}
+
+void PointCloudRenderable::clearVisibleOctreeNodes()
+{
+    if (!mLoDPointCloud)
+    {
+        return;
+    }
+    NodePrioritizer& prioritizer = mLoDPointCloud->prioritizer();
+    prioritizer.clear(mLoDPointCloud->cloudId());
+    prioritizer.updateBuffers(mLoDPointCloud->cloudId(), false, mLoDPointCloud->buffers());
+    triggerReload();
+    setNeedsRedraw(true);
+}
+
+std::uint64_t PointCloudRenderable::numVisibleOctreeNodes() const noexcept
+{
+    return mLoDPointCloud ? mLoDPointCloud->numVisibleOctreeNodes() : 0;
+}
+
+std::uint64_t PointCloudRenderable::numVisiblePoints() const noexcept
+{
+    return mLoDPointCloud ? mLoDPointCloud->numVisiblePoints() : 0;
+}
+
+const Math::Frustum<float>& PointCloudRenderable::frustumModelCs() const noexcept
+{
+    return mFrustumModelCs;
+}
+
+void PointCloudRenderable::updateFrustums()
+{
+    const Eigen::Matrix4f model = worldMatrix();
+    mFrustumModelCs = mCamera->frustum(model);
+    updateRanking([this, &model](NodeRankingParameters& ranking) { ranking.setCamera(*mCamera, model); });
+}
+
+void PointCloudRenderable::updateModelMatrix()
+{
+    const Math::ConvexPolytope<float, 3> volume = inModelCoordinates(mClippingVolume);
+    updateRanking([&volume](NodeRankingParameters& ranking) { ranking.clippingVolume = volume; });
+    if (mLoDPointCloud)
+    {
+        mLoDPointCloud->setModelMatrix(worldMatrix());
+        mLoDPointCloud->setClippingVolume(volume);
+        updateFrustums();
+    }
+}
+
+template <class Change>
+void PointCloudRenderable::updateRanking(Change&& change)
+{
+    auto changed = std::make_shared<NodeRankingParameters>(*ranking());
+    change(*changed);
+    const std::scoped_lock lock(mRankingMutex);
+    mRanking = std::move(changed);
+}
+
+std::shared_ptr<const NodeRankingParameters> PointCloudRenderable::ranking() const
+{
+    const std::scoped_lock lock(mRankingMutex);
+    return mRanking;
+}
+
+Math::ConvexPolytope<float, 3> PointCloudRenderable::inModelCoordinates(
+    const std::vector<Math::HalfSpace<float, 3>>& halfSpaces
+)
+{
+    return Math::transformedByInverse(Math::ConvexPolytope<float, 3>(halfSpaces), worldMatrix());
+}
+
+bool PointCloudRenderable::getVertexData(
+    const Octree::OctreeNodeId& id, VertexContainer& vertices, std::stop_token stopToken
+)
+{
+    return mVertexCache->getOrLoad(
+        id,
+        vertices,
+        [this, &id](VertexContainer& loaded, std::stop_token stop)
+        { return convertToVertices(*mOctree, id, loaded, stop); },
+        stopToken
+    );
+}
+
+void PointCloudRenderable::triggerReload()
+{
+    if (mAsyncReload)
+    {
+        mAsyncReload->restart();
+    }
+}
+}  // namespace Render

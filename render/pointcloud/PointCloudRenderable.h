@@ -1,0 +1,309 @@
+#pragma once
+
+#include "core/LruCache.h"
+#include "core/SharedResources.h"
+#include "math/Color.h"
+#include "math/ConvexPolytope.h"
+#include "math/Frustum.h"
+#include "math/HalfSpace.h"
+#include "math/NBoundingBox.h"
+#include "math/Point.h"
+#include "octree/CacheIdentifier.h"
+#include "octree/Location.h"
+#include "octree/OctreeNodeId.h"
+#include "render/Export.h"
+#include "render/gpu/VertexContainer.h"
+#include "render/pointcloud/NodePriority.h"
+#include "render/pointcloud/NodeRankingParameters.h"
+#include "render/pointcloud/selectNodes.h"
+#include "render/scene/Renderable.h"
+
+#include <atomic>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace Octree
+{
+class Octree;
+}
+
+namespace Render
+{
+class AsyncReload;
+class LoDPointCloud;
+
+/// An octree point cloud in a scene: it streams the nodes that matter for the camera and draws what has
+/// arrived.
+///
+/// Nodes are chosen by their size on screen under a budget of points that all clouds of one renderer share;
+/// the smallest budget of these clouds counts. Loading runs in the background once startAsyncReload() has
+/// been called, starts again with every change of camera or settings, and never blocks drawing.
+///
+/// Frame    model coordinates are the octree's: (absolute coordinate - referencePosition()) x unitScale().
+///          The subtraction is done in double precision before anything becomes float, so that projected
+///          coordinates (an easting of 637000.0 and the like) lose nothing; boxes, vertices and spacings
+///          are all in this frame.
+/// Threads  the thread that drives the renderer, but for what says otherwise. onProgress runs on the loader
+///          thread and must not call back into the object, apart from these.
+class RENDER_API PointCloudRenderable : public Renderable,
+                                        public std::enable_shared_from_this<PointCloudRenderable>
+{
+    /// Only the class itself can make one.
+    struct Private
+    {
+        explicit Private() = default;
+    };
+
+public:
+    /// The decoded vertices of nodes, shared by all renderables of one data set and unit scale.
+    using VertexCache =
+        Core::LruCache<Octree::OctreeNodeId, VertexContainer, Core::CacheEntrySizeCount<VertexContainer>>;
+
+    /// Opens a data set.
+    /// @param maxPointCount  the budget: most points of all clouds of the renderer together
+    /// @param unitScale      scene units per data unit, above 0
+    /// @throws std::runtime_error     naming the file and what is wrong with it
+    /// @throws std::invalid_argument  for a bad unit scale
+    static std::shared_ptr<PointCloudRenderable> create(
+        const Octree::Location& location, const std::string& name, std::size_t maxPointCount, double unitScale
+    );
+
+    /// Uses an octree that is open already.
+    /// @throws std::invalid_argument  for no octree
+    static std::shared_ptr<PointCloudRenderable> create(
+        std::shared_ptr<Octree::Octree> octree, const std::string& name, std::size_t maxPointCount
+    );
+
+    PointCloudRenderable(
+        Private, std::shared_ptr<Octree::Octree> octree, const std::string& name, std::size_t maxPointCount
+    );
+    PointCloudRenderable(const PointCloudRenderable&) = delete;
+    PointCloudRenderable& operator=(const PointCloudRenderable&) = delete;
+
+    /// Stops the loader before anything else is released.
+    ~PointCloudRenderable() override;
+
+    /// The vertex cache of a data set: a live one if there is, else a new one.
+    /// @param capacity            most points in it
+    /// @param expectedEntryCount  number of nodes to reserve room for
+    static std::shared_ptr<VertexCache> createOrGetSharedCache(
+        const Octree::Location& location,
+        double unitScale,
+        unsigned long long capacity,
+        unsigned long long expectedEntryCount
+    );
+
+    /// @throws std::runtime_error     "Error init was called on an already initialized
+    ///                                PointCloudRenderable"; and for more than 8 clipping planes
+    /// @throws std::invalid_argument  for a budget whose vertices Direct3D cannot address
+    /// @throws ComException           when something cannot be created on the device; the object is then
+    ///                                not initialised
+    void init(
+        unsigned long long groupKey,
+        std::shared_ptr<Camera> camera,
+        CComPtr<ID3D11Device> device,
+        CComPtr<ID3D11DeviceContext> deviceContext
+    ) override;
+
+    /// Stops the loader and gives back everything that init() took.
+    void deinit() override;
+
+    void onUpdateProjectionMatrix(const std::shared_ptr<Camera>& camera) override;
+    void onUpdateViewMatrix(const std::shared_ptr<Camera>& camera) override;
+    void onUpdateZRange(const std::shared_ptr<Camera>& camera) override;
+    void onUpdateViewport(const std::shared_ptr<Camera>& camera) override;
+    void onUpdateRenderMode(RenderMode renderMode) override;
+    void invalidateWorldMatrix() override;
+
+    /// Draws what has been published last.
+    void render() override;
+
+    /// Transparent black for the tomographic modes.
+    std::optional<Math::Color> backgroundColor() override;
+
+    /// True for the tomographic modes.
+    bool isTransparent() const override;
+
+    /// Brightness and contrast that spread the grey values of the upper five levels over the range; nodes
+    /// that cannot be read end the walk. The grey of a point is what the picture shows of it: its 8-bit
+    /// intensity while the cloud is coloured by intensity, else the mean of its red, green and blue.
+    void brightnessAndContrast(float quantile, float range, float& brightness, float& contrast) override;
+
+    /// The tight bounds of the points.
+    Math::NBoundingBox<float, 3> boundingBox() override;
+
+    /// Any thread may ask and set: the loader does when it has published.
+    void setNeedsRedraw(bool needsRedraw) override;
+    bool needsRedraw() const override;
+
+    /// The cube of the root or of a node.
+    Math::NBoundingBox<float, 3> boundingCube() const;
+    Math::NBoundingBox<float, 3> boundingCube(const Octree::OctreeNodeId& id) const;
+
+    /// Where the origin of the model coordinates lies in absolute ones; not scaled.
+    Math::Point<double, 3> referencePosition() const;
+
+    /// Point spacing of a level, model units.
+    float spacing(std::size_t level) const;
+
+    /// The point size that suits the data set, model units.
+    float defaultPointSize() const;
+
+    /// Size of a point of the root level; on each level below it halves. Model units.
+    void setPointSize(float pointSize);
+    float pointSize() const noexcept;
+
+    /// Upper bound of a point's size on screen, pixels.
+    void setMaxPointSize(float maxPointSize);
+    float maxPointSize() const noexcept;
+
+    /// How much a single point covers in the tomographic modes, 0 to 1.
+    void setTomographicContrast(float contrast);
+    float tomographicContrast() const noexcept;
+
+    /// The colour of RenderMode::UniformColor; at first one that the data set's location decides.
+    void setUniformColor(const Math::Color& color);
+    Math::Color uniformColor() const noexcept;
+
+    /// Whether the cubes of the drawn nodes are shown.
+    void setShowBoundingBoxes(bool show);
+    bool showBoundingBoxes() const noexcept;
+
+    /// Size on screen, in pixels, below which nodes are not loaded. Setting it drops what is loaded and
+    /// loads again, also when the value is the same.
+    void setOctreeNodePriorityThreshold(float threshold);
+    float octreeNodePriorityThreshold() const;
+
+    /// Levels below the minimum are loaded whatever their size on screen, levels above the maximum never.
+    void setMinLevelToKeep(std::size_t level);
+    std::size_t minLevelToKeep() const;
+    void setMaxLevelToKeep(std::size_t level);
+    std::size_t maxLevelToKeep() const;
+
+    /// Shortest time between two publications while a pass runs.
+    /// @throws std::invalid_argument  "updateInterval must be larger than 0!"
+    void setUpdateInterval(UpdateInterval interval);
+    UpdateInterval updateInterval() const noexcept;
+
+    /// Whether a change of the view matrix starts the loading again; that of the projection always does.
+    void setRestartLoadingAfterCameraChange(bool restart) noexcept;
+    bool restartLoadingAfterCameraChange() const noexcept;
+
+    /// Changes the scale of the model coordinates. Waits for the loader's current node, drops what is
+    /// loaded, resets the point size, and loads again.
+    /// @throws std::invalid_argument  for a value that is not above 0 and finite
+    void setUnitScale(double unitScale);
+    double unitScale() const;
+
+    /// Draws only what satisfies all half-spaces, their borders included, and loads accordingly.
+    /// @param halfSpaces  world coordinates; none for no clipping
+    /// @throws std::runtime_error  "Error: volume contains too many clipping planes, plane count = " and
+    ///                             the count, when initialised and for more than 8; the old ones stay
+    void setClippingVolume(const std::vector<Math::HalfSpace<float, 3>>& halfSpaces);
+
+    /// Opens a second data set over the same octree whose attributes are used where the first has none.
+    /// @throws std::runtime_error  when it cannot be opened or its cube is another
+    void addExternalAttributeLocation(const Octree::Location& location);
+
+    /// Starts loading in the background; does nothing, and drops the callback, when it has been started
+    /// already.
+    /// @param onProgress  called on the loader thread after each publication; may be empty
+    /// @param maxLevel    deepest level that is loaded
+    void startAsyncReload(std::function<void()> onProgress, std::size_t maxLevel);
+    void startAsyncReload(void (*onProgress)(), std::size_t maxLevel);
+
+    /// The same for any other callable, which would be as near to either of the two above.
+    template <std::invocable Callback>
+    requires std::is_class_v<Callback>
+
+    void startAsyncReload(Callback onProgress, std::size_t maxLevel)
+    {
+        startAsyncReload(std::function<void()>(std::move(onProgress)), maxLevel);
+    }
+
+    /// Stops the loader and waits for it; what has been published stays.
+    void stopAsyncReload();
+    bool isAsyncReloadActive() const noexcept;
+
+    /// False while the last run of the loader has failed; it is then tried again every 2 seconds.
+    /// @param rethrow  throws the failure instead of returning false
+    bool isAsyncReloadHealthy(bool rethrow) const;
+
+    /// True when the loader has run to its end since the last change that made it start again: everything
+    /// that the budget allows has been published.
+    bool isAsyncReloadComplete() const noexcept;
+
+    /// Runs one selection pass and publishes what it finds, on the calling thread.
+    /// @throws std::runtime_error  "reloadingPoints is not allowed if PointCloudRenderable is not
+    ///                             initialized"; "Error loading point data", the cause nested, when a node
+    ///                             cannot be read
+    void reloadPoints(std::function<void()> onProgress, std::size_t maxLevel, std::stop_token stopToken);
+    void reloadPoints(void (*onProgress)(), std::size_t maxLevel, std::stop_token stopToken);
+
+    template <std::invocable Callback>
+    requires std::is_class_v<Callback>
+
+    void reloadPoints(Callback onProgress, std::size_t maxLevel, std::stop_token stopToken)
+    {
+        reloadPoints(std::function<void()>(std::move(onProgress)), maxLevel, stopToken);
+    }
+
+    /// The rank of a node under the present camera and settings. Any thread.
+    NodePriority boundingBoxPriority(std::size_t level, const Math::NBoundingBox<float, 3>& box) const;
+
+    /// Drops what is loaded and loads again.
+    void clearVisibleOctreeNodes();
+
+    /// What the last frame drew; 0 before init(). Any thread, while neither init() nor deinit() runs.
+    std::uint64_t numVisibleOctreeNodes() const noexcept;
+    std::uint64_t numVisiblePoints() const noexcept;
+
+    /// The camera's frustum in model coordinates.
+    const Math::Frustum<float>& frustumModelCs() const noexcept;
+
+private:
+    class ReloadPause;
+
+    void updateFrustums();
+    void updateModelMatrix();
+    template <class Change>
+    void updateRanking(Change&& change);
+    std::shared_ptr<const NodeRankingParameters> ranking() const;
+    Math::ConvexPolytope<float, 3> inModelCoordinates(const std::vector<Math::HalfSpace<float, 3>>& halfSpaces
+    );
+    bool getVertexData(const Octree::OctreeNodeId& id, VertexContainer& vertices, std::stop_token stopToken);
+    void triggerReload();
+
+    std::unique_ptr<AsyncReload> mAsyncReload;                    // absent until startAsyncReload
+    std::atomic<UpdateInterval::rep> mUpdateInterval{5'000'000};  // 0.5 s; read by the loader
+    bool mRestartLoadingAfterCameraChange = true;
+    std::shared_ptr<Octree::Octree> mOctree;
+    std::shared_ptr<LoDPointCloud> mLoDPointCloud;  // present while initialised
+    std::shared_ptr<Camera> mCamera;
+    std::shared_ptr<VertexCache> mVertexCache;
+    std::vector<Math::HalfSpace<float, 3>> mClippingVolume;  // world coordinates
+    std::size_t mMaxPointCount;
+    Math::Frustum<float> mFrustumModelCs;
+    bool mShowBoundingBoxes = false;
+    float mMaxPointSize = 5.0F;
+    float mPointSize;
+    float mTomographicContrast = 0.01F;
+    Math::Color mUniformColor;
+    std::atomic<bool> mNeedsRedraw{true};
+
+    mutable std::mutex mRankingMutex;  // guards mRanking; the parameters themselves never change
+    std::shared_ptr<const NodeRankingParameters> mRanking;
+
+    static Core::SharedResources<Octree::CacheIdentifier, VertexCache> mSharedCaches;
+};
+}  // namespace Render
