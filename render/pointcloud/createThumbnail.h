@@ -17,7 +17,8 @@ namespace Render
 /// @param width, height    of the picture, pixels
 /// @param backgroundColor  where no point is
 /// @param level            deepest level that is loaded; what no octree can have is lowered to the deepest
-/// @throws std::invalid_argument              "createThumbnail: locationPotree does not exist"
+/// @throws std::invalid_argument              "createThumbnail: locationPotree does not exist"; for no width
+///                                            or height
 /// @throws std::filesystem::filesystem_error  ("exists" or "remove") naming the path
 /// @throws std::runtime_error                 naming the file that is broken or cannot be written
 /// @throws ComException                       when there is no Direct3D device or it fails

@@ -1,10 +1,10 @@
 #include "render/pointcloud/thumbnailEye.h"
 
+#include <Eigen/Geometry>
+
 #include <algorithm>
 #include <cmath>
 #include <numbers>
-
-#include <Eigen/Geometry>
 
 namespace Render
 {
