@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 
 namespace Graphics
@@ -20,6 +21,15 @@ struct MappedImage
     const std::byte* data = nullptr;
     std::size_t rowPitch = 0;     ///< bytes from one row to the next
     std::size_t sizeInBytes = 0;  ///< of all rows
+
+    /// The texel at column x of row y; not range checked.
+    template <class Texel>
+    Texel texel(std::uint64_t x, std::uint64_t y) const noexcept
+    {
+        Texel result;
+        std::memcpy(&result, data + y * rowPitch + x * sizeof(Texel), sizeof(Texel));
+        return result;
+    }
 };
 
 /// Copies everything in one piece; the image takes the size in pixels and the row pitch.

@@ -5,9 +5,12 @@
 #include "render/gpu/Direct3D.h"
 #include "render/gpu/throwIfFailed.h"
 #include "render/renderer/Frame.h"
+#include "render/renderer/Picking.h"
+#include "render/renderer/PointExport.h"
 #include "render/renderer/PostProcess.h"
 #include "render/renderer/ReadBack.h"
 #include "render/renderer/View.h"
+#include "render/renderer/pointText.h"
 #include "render/scene/Camera.h"
 #include "render/scene/Renderable.h"
 
@@ -50,7 +53,9 @@ unsigned int textureSize(std::uint64_t size)
 Renderer::Renderer() : Renderer(true) {}
 
 Renderer::Renderer(bool reversedZ)
-    : mView(std::make_unique<View>(reversedZ)), mPostProcess(std::make_unique<PostProcess>())
+    : mView(std::make_unique<View>(reversedZ)),
+      mPostProcess(std::make_unique<PostProcess>()),
+      mPointExport(std::make_unique<PointExport>())
 {
     createDevice(mDevice, mDeviceContext);
     setOrthographic(2.0F, 2.0F, -1.0F, 1.0F);
@@ -380,6 +385,7 @@ void Renderer::render()
 {
     mFrame->draw(mDeviceContext, *mView, *mPostProcess, mBackgroundColor);
     camera()->setNeedsRedraw(false);
+    mPointExport->reset();
 }
 
 void Renderer::getColorImage(Graphics::ColorImage& image)
@@ -412,6 +418,68 @@ void Renderer::writePngImage(const std::filesystem::path& path)
     Graphics::ColorImage image;
     getColorImage(image);
     image.writePng(path);
+}
+
+bool Renderer::pickPoint(unsigned long long x, unsigned long long y, Math::Point<float, 3>& point)
+{
+    return picking().pickPoint(x, y, point);
+}
+
+bool Renderer::pickClosestPointWithTolerance(
+    unsigned long long x, unsigned long long y, unsigned long long tolerance, Math::Point<float, 3>& point
+)
+{
+    return picking().pickClosestPointWithTolerance(x, y, tolerance, point);
+}
+
+bool Renderer::pickPlane(
+    unsigned long long x,
+    unsigned long long y,
+    unsigned long long tolerance,
+    Math::NPlane<float, 3>& plane,
+    Math::Point<float, 3>& point,
+    double threshold
+)
+{
+    return picking().pickPlane(x, y, tolerance, plane, point, threshold);
+}
+
+void Renderer::resetPointChunkPosition() noexcept
+{
+    mPointExport->reset();
+}
+
+std::size_t Renderer::getNextPointChunk(VertexPosColor* points, std::size_t maxCount)
+{
+    return mPointExport->nextChunk({mDeviceContext, viewport(), *mFrame, *mReadBack}, {points, maxCount});
+}
+
+std::size_t Renderer::getNextPointChunk(double* positions, int* colors, std::size_t maxCount)
+{
+    return mPointExport->nextChunk(
+        {mDeviceContext, viewport(), *mFrame, *mReadBack}, {positions, 3 * maxCount}, {colors, maxCount}
+    );
+}
+
+void Renderer::getPoints(std::vector<VertexPosColor>& points)
+{
+    mPointExport->allPoints({mDeviceContext, viewport(), *mFrame, *mReadBack}, points);
+}
+
+void Renderer::writePoints(const std::filesystem::path& file)
+{
+    render();
+    std::vector<VertexPosColor> points;
+    getPoints(points);
+    if (canOpenForWriting(file))
+    {
+        writePointText(file, points);
+    }
+}
+
+Picking Renderer::picking()
+{
+    return {mDeviceContext, *camera(), *mFrame, *mReadBack};
 }
 
 void Renderer::raiseRedraw()

@@ -9,6 +9,7 @@
 #include "render/Export.h"
 #include "render/Render.h"
 #include "render/gpu/ComPtr.h"
+#include "render/gpu/VertexFormats.h"
 #include "render/renderer/ColorMap.h"
 #include "render/renderer/RenderMode.h"
 
@@ -19,6 +20,7 @@
 #include <filesystem>
 #include <memory>
 #include <span>
+#include <vector>
 
 namespace Graphics
 {
@@ -29,6 +31,8 @@ class DepthImage;
 namespace Render
 {
 class Frame;
+class Picking;
+class PointExport;
 class ReadBack;
 class View;
 
@@ -199,9 +203,70 @@ public:
     /// @throws std::runtime_error  naming the path when it cannot be written
     void writePngImage(const std::filesystem::path& path);
 
+    // Picking: what the last frame shows at a pixel. These draw nothing. Pixels may lie outside the picture.
+
+    /// The point under a pixel.
+    /// @param point  gets the position that the pixel holds, also when it shows no point
+    /// @returns whether the pixel shows a point
+    /// @throws ComException  when the positions cannot be read back
+    bool pickPoint(unsigned long long x, unsigned long long y, Math::Point<float, 3>& point);
+
+    /// The point nearest to the camera among those of the columns [x - tolerance, x + tolerance) and the rows
+    /// [y - tolerance, y + tolerance); the picture's last column and row are never searched.
+    /// @param point  gets the point, if there is one
+    /// @returns whether there is one; never with a tolerance of 0
+    /// @throws ComException  when the positions cannot be read back
+    bool pickClosestPointWithTolerance(
+        unsigned long long x, unsigned long long y, unsigned long long tolerance, Math::Point<float, 3>& point
+    );
+
+    /// A plane through most of the points around a pixel, searched as above, fitted robustly; the same frame
+    /// always gives the same plane.
+    /// @param plane      gets the plane, with a normal of unit length that points to the camera's side
+    /// @param point      gets where the ray through the pixel meets the plane
+    /// @param threshold  points farther from the plane than this do not count, in world units
+    /// @returns whether there are a plane and a point; the plane alone may have been found otherwise
+    /// @throws ComException  when the positions cannot be read back
+    bool pickPlane(
+        unsigned long long x,
+        unsigned long long y,
+        unsigned long long tolerance,
+        Math::NPlane<float, 3>& plane,
+        Math::Point<float, 3>& point,
+        double threshold
+    );
+
+    // Export of the points that the last frame shows, one per pixel, row by row from the top, with their
+    // final colours. Draw once, then take all chunks.
+
+    /// Lets the next chunk begin at the first pixel, as every frame does.
+    void resetPointChunkPosition() noexcept;
+
+    /// The next points of the frame.
+    /// @param points  room for maxCount points
+    /// @returns how many there were: fewer than maxCount only at the end of the frame, 0 behind it
+    /// @throws ComException  when the picture cannot be read back
+    std::size_t getNextPointChunk(VertexPosColor* points, std::size_t maxCount);
+
+    /// The same into separate lists.
+    /// @param positions  room for maxCount times x, y, z
+    /// @param colors     room for maxCount numbers 0x00BBGGRR
+    std::size_t getNextPointChunk(double* positions, int* colors, std::size_t maxCount);
+
+    /// Replaces the contents of the list by all points of the frame. No chunk is left after that.
+    /// @throws ComException  when the picture cannot be read back
+    void getPoints(std::vector<VertexPosColor>& points);
+
+    /// Draws a frame and writes its points as a text file: the line "X Y Z Red Green Blue Alpha", then one
+    /// per point with seven significant digits. On purpose a file that cannot be opened is not reported;
+    /// writePointText does report it.
+    /// @throws std::runtime_error  naming the path when writing fails later on, such as on a full disk
+    void writePoints(const std::filesystem::path& file);
+
 private:
     void resizeTextures(std::uint64_t width, std::uint64_t height);
     void raiseRedraw();
+    Picking picking();
 
     CComPtr<ID3D11Device> mDevice;
     CComPtr<ID3D11DeviceContext> mDeviceContext;
@@ -210,5 +275,6 @@ private:
     std::unique_ptr<Frame> mFrame;
     std::unique_ptr<ReadBack> mReadBack;
     std::unique_ptr<PostProcess> mPostProcess;
+    std::unique_ptr<PointExport> mPointExport;
 };
 }  // namespace Render
