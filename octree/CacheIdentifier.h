@@ -1,14 +1,15 @@
 #pragma once
 
+#include "octree/Location.h"
+
 #include <cstddef>
 #include <functional>
 #include <utility>
 
-#include "octree/Location.h"
-
 namespace Octree
 {
-/// What decides whether two users of node data can share a cache: the data set and the unit scale of its coordinates.
+/// What decides whether two users of node data can share a cache: the data set and the unit scale of its
+/// coordinates.
 struct CacheIdentifier
 {
     Location location;

@@ -1,14 +1,14 @@
 #pragma once
 
+#include "octree/Export.h"
+#include "octree/entwine/FileSystemLocation.h"
+#include "octree/potree/FileSystemLocation.h"
+
 #include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <utility>
 #include <variant>
-
-#include "octree/Export.h"
-#include "octree/entwine/FileSystemLocation.h"
-#include "octree/potree/FileSystemLocation.h"
 
 namespace Octree
 {
@@ -25,11 +25,11 @@ enum class Kind
 class OCTREE_API Location
 {
 public:
-    Location(PoTree::FileSystemLocation location);   // implicit on purpose: a location of a kind is a location
+    Location(PoTree::FileSystemLocation location);  // implicit on purpose: a location of a kind is a location
     Location(Entwine::FileSystemLocation location);
 
-    /// The location that the folder's files show: Entwine where there is an ept.json and no metadata.json, else the three
-    /// files. Also accepts the path of the metadata.json or ept.json itself.
+    /// The location that the folder's files show: Entwine where there is an ept.json and no metadata.json,
+    /// else the three files. Also accepts the path of the metadata.json or ept.json itself.
     static Location fromPath(const std::filesystem::path& path);
 
     Kind kind() const noexcept;
@@ -54,8 +54,5 @@ private:
 template <>
 struct std::hash<Octree::Location>
 {
-    std::size_t operator()(const Octree::Location& location) const noexcept
-    {
-        return location.hash();
-    }
+    std::size_t operator()(const Octree::Location& location) const noexcept { return location.hash(); }
 };

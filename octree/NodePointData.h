@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <vector>
-
 #include "math/Color.h"
 #include "math/Point.h"
 #include "octree/Export.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
 namespace Octree
 {
@@ -61,13 +61,13 @@ constexpr bool hasNormal(unsigned mask) noexcept
 
 /// The arrays of a node's points, one per attribute, in storage order.
 ///
-/// An array is either pointCount long or, when the attribute is not wanted or the data set does not have it, empty.
-/// Frame    positions relative to the octree's position, times its unit scale (Octree::Octree).
+/// An array is either pointCount long or, when the attribute is not wanted or the data set does not have it,
+/// empty. Frame    positions relative to the octree's position, times its unit scale (Octree::Octree).
 struct OCTREE_API NodePointColumns
 {
     std::size_t pointCount = 0;
     std::vector<Math::Point<double, 3>> positions;
-    std::vector<Math::Color> colors;  ///< the colour to draw with, see NodePointData::color
+    std::vector<Math::Color> colors;         ///< the colour to draw with, see NodePointData::color
     std::vector<std::uint16_t> intensities;  ///< as stored
     std::vector<std::uint8_t> classifications;
     std::vector<std::uint32_t> scanIndices;
@@ -91,38 +91,20 @@ public:
     }
 
     /// The attributes that are wanted.
-    unsigned attributeMask() const noexcept
-    {
-        return mAttributeMask;
-    }
+    unsigned attributeMask() const noexcept { return mAttributeMask; }
 
-    std::size_t size() const noexcept
-    {
-        return mColumns.pointCount;
-    }
+    std::size_t size() const noexcept { return mColumns.pointCount; }
 
-    const Math::Point<double, 3>& position(std::size_t i) const noexcept
-    {
-        return mColumns.positions[i];
-    }
+    const Math::Point<double, 3>& position(std::size_t i) const noexcept { return mColumns.positions[i]; }
 
-    /// The colour to draw the point with: its own where the data set has colours, else grey by its intensity within the
-    /// data set's range, else opaque white; packed as Math::Color does (0xAARRGGBB).
-    unsigned int color(std::size_t i) const noexcept
-    {
-        return mColumns.colors[i].packed();
-    }
+    /// The colour to draw the point with: its own where the data set has colours, else grey by its intensity
+    /// within the data set's range, else opaque white; packed as Math::Color does (0xAARRGGBB).
+    unsigned int color(std::size_t i) const noexcept { return mColumns.colors[i].packed(); }
 
     /// The arrays: filled by the readers, read by those who want whole columns.
-    NodePointColumns& columns() noexcept
-    {
-        return mColumns;
-    }
+    NodePointColumns& columns() noexcept { return mColumns; }
 
-    const NodePointColumns& columns() const noexcept
-    {
-        return mColumns;
-    }
+    const NodePointColumns& columns() const noexcept { return mColumns; }
 
 private:
     unsigned mAttributeMask;

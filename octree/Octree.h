@@ -1,13 +1,5 @@
 #pragma once
 
-#include <cstdint>
-#include <memory>
-#include <optional>
-#include <stop_token>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "math/NBoundingBox.h"
 #include "math/Point.h"
 #include "octree/Export.h"
@@ -17,15 +9,23 @@
 #include "octree/OctreeChildNodeIdRange.h"
 #include "octree/OctreeNodeId.h"
 
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <utility>
+#include <vector>
+
 namespace Octree
 {
 /// One attribute of a data set as its metadata describes it.
 struct AttributeInfo
 {
     std::string name;
-    std::string type;              ///< int8 .. int64, uint8 .. uint64, float, double
+    std::string type;               ///< int8 .. int64, uint8 .. uint64, float, double
     std::uint64_t sizeInBytes = 0;  ///< bytes per point as the metadata says
-    std::vector<double> min;       ///< one value per element; empty when the data set does not say
+    std::vector<double> min;        ///< one value per element; empty when the data set does not say
     std::vector<double> max;
 };
 
@@ -40,13 +40,15 @@ struct NodeInfo
 
 /// An octree point cloud on disk, of whatever kind.
 ///
-/// Level of detail is additive: each point lies in exactly one node, and a node with all its ancestors gives the full set
-/// there.
+/// Level of detail is additive: each point lies in exactly one node, and a node with all its ancestors gives
+/// the full set there.
 ///
-/// Frame    everything float or relative lies in the octree's own frame: (absolute coordinate - position()) x unitScale(), with
-///          the subtraction done in double precision, so that projected coordinates lose nothing in 32-bit floats. position() is
-///          absolute and is not scaled.
-/// Threads  all const operations from any threads at once. setUnitScale() and addExternalAttributeLocation() exclude each
+/// Frame    everything float or relative lies in the octree's own frame: (absolute coordinate - position()) x
+/// unitScale(), with
+///          the subtraction done in double precision, so that projected coordinates lose nothing in 32-bit
+///          floats. position() is absolute and is not scaled.
+/// Threads  all const operations from any threads at once. setUnitScale() and addExternalAttributeLocation()
+/// exclude each
 ///          other and the const operations by a lock of their own; a reader sees the old or the new value.
 class OCTREE_API Octree
 {
@@ -99,7 +101,8 @@ public:
     std::uint64_t level(const OctreeNodeId& id) const noexcept;
 
     /// The node's record of the hierarchy, which is read as far as needed.
-    /// @throws std::runtime_error  "Failed to fetch node by id" when reading was stopped or failed (nested exceptions name the
+    /// @throws std::runtime_error  "Failed to fetch node by id" when reading was stopped or failed (nested
+    /// exceptions name the
     ///                             file), or the node does not exist
     NodeInfo nodeInfo(const OctreeNodeId& id, std::stop_token stopToken = {}) const;
 
@@ -109,11 +112,13 @@ public:
     /// True when the node has no children, whatever its record type says.
     bool isLeaf(const OctreeNodeId& id, std::stop_token stopToken = {}) const;
 
-    /// What is known of the node's visibility; an external visibility data set counts where the main one has none.
+    /// What is known of the node's visibility; an external visibility data set counts where the main one has
+    /// none.
     NodeVisibilityType nodeVisibility(const OctreeNodeId& id, std::stop_token stopToken = {}) const;
 
-    /// Reads and decodes a node's points: those of `out.attributeMask()` that exist. Colours fall back to intensity and white as
-    /// NodePointData::color says. Attributes missing in the main data set come from the external ones.
+    /// Reads and decodes a node's points: those of `out.attributeMask()` that exist. Colours fall back to
+    /// intensity and white as NodePointData::color says. Attributes missing in the main data set come from
+    /// the external ones.
     /// @return false when a stop was requested or the data could not be read; readNodePointData tells why
     bool getNodePointData(const OctreeNodeId& id, NodePointData& out, std::stop_token stopToken = {}) const;
 
@@ -130,8 +135,8 @@ public:
     /// Smallest and largest intensity that the data set declares; (0, 65535) when it does not say.
     std::pair<std::uint16_t, std::uint16_t> intensityRange() const noexcept;
 
-    /// Opens a second data set over the same octree that carries only some attributes; its values are used where the main
-    /// data set has none.
+    /// Opens a second data set over the same octree that carries only some attributes; its values are used
+    /// where the main data set has none.
     /// @throws std::runtime_error  when it cannot be opened, or its cube is not that of this octree
     void addExternalAttributeLocation(const Location& location);
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "octree/OctreeNodeId.h"
+
 #include <array>
 #include <cstddef>
-
-#include "octree/OctreeNodeId.h"
 
 namespace Octree
 {
@@ -25,25 +25,13 @@ public:
         }
     }
 
-    const OctreeNodeId* begin() const noexcept
-    {
-        return mIds.data();
-    }
+    const OctreeNodeId* begin() const noexcept { return mIds.data(); }
 
-    const OctreeNodeId* end() const noexcept
-    {
-        return mIds.data() + mCount;
-    }
+    const OctreeNodeId* end() const noexcept { return mIds.data() + mCount; }
 
-    std::size_t size() const noexcept
-    {
-        return mCount;
-    }
+    std::size_t size() const noexcept { return mCount; }
 
-    bool empty() const noexcept
-    {
-        return mCount == 0;
-    }
+    bool empty() const noexcept { return mCount == 0; }
 
 private:
     std::array<OctreeNodeId, 8> mIds{};

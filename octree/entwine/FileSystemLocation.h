@@ -1,9 +1,9 @@
 #pragma once
 
+#include "octree/Export.h"
+
 #include <filesystem>
 #include <utility>
-
-#include "octree/Export.h"
 
 namespace Entwine
 {
@@ -11,14 +11,9 @@ namespace Entwine
 class OCTREE_API FileSystemLocation
 {
 public:
-    explicit FileSystemLocation(std::filesystem::path folder) : mFolder(std::move(folder))
-    {
-    }
+    explicit FileSystemLocation(std::filesystem::path folder) : mFolder(std::move(folder)) {}
 
-    const std::filesystem::path& folder() const noexcept
-    {
-        return mFolder;
-    }
+    const std::filesystem::path& folder() const noexcept { return mFolder; }
 
     std::filesystem::path metadataFile() const;
 

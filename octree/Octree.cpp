@@ -1,0 +1,415 @@
+#include "octree/Octree.h"
+
+#include "octree/Tree.h"
+#include "octree/fileError.h"
+#include "octree/fillWithGrey.h"
+#include "octree/nodeBox.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <exception>
+#include <mutex>
+#include <stdexcept>
+#include <utility>
+
+namespace Octree
+{
+namespace
+{
+using Trees = std::vector<std::shared_ptr<const Tree>>;
+
+// Cubes of data sets over the same octree may differ in the last digits of their decimal numbers.
+constexpr double kCubeTolerance = 1e-6;  // of the edge
+
+double checkedUnitScale(double unitScale)
+{
+    if (!(unitScale > 0.0) || !std::isfinite(unitScale))
+    {
+        throw std::invalid_argument("Error: the unit scale must be above 0 and finite");
+    }
+    return unitScale;
+}
+
+std::filesystem::path metadataFile(const Location& location)
+{
+    return location.kind() == Kind::PoTree ? PoTree::FileSystemLocation(location.folder()).metadataFile()
+                                           : Entwine::FileSystemLocation(location.folder()).metadataFile();
+}
+
+bool isSameCube(const Math::NBoundingBox<double, 3>& a, const Math::NBoundingBox<double, 3>& b)
+{
+    const double tolerance = kCubeTolerance * a.largestSize();
+    for (std::size_t axis = 0; axis < 3; ++axis)
+    {
+        if (!(std::abs(a.min()[axis] - b.min()[axis]) <= tolerance &&
+              std::abs(a.max()[axis] - b.max()[axis]) <= tolerance))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+Math::NBoundingBox<double, 3> relativeTo(
+    const Math::NBoundingBox<double, 3>& box, const Math::Point<double, 3>& origin
+)
+{
+    return {
+        {box.min().x - origin.x, box.min().y - origin.y, box.min().z - origin.z},
+        {box.max().x - origin.x, box.max().y - origin.y, box.max().z - origin.z}};
+}
+
+Math::Point<float, 3> scaledPoint(const Math::Point<double, 3>& point, double scale)
+{
+    return {
+        static_cast<float>(point.x * scale),
+        static_cast<float>(point.y * scale),
+        static_cast<float>(point.z * scale)};
+}
+
+Math::NBoundingBox<float, 3> scaledBox(const Math::NBoundingBox<double, 3>& box, double scale)
+{
+    return {scaledPoint(box.min(), scale), scaledPoint(box.max(), scale)};
+}
+
+// Gives `out` the arrays of `from` that are named by the mask.
+void moveArrays(NodePointColumns& from, unsigned attributes, NodePointColumns& out)
+{
+    const auto move = [attributes](unsigned attribute, auto& source, auto& target)
+    {
+        if ((attributes & attribute) != 0)
+        {
+            target.swap(source);
+        }
+    };
+    move(kPositionAttribute, from.positions, out.positions);
+    move(kColorAttribute, from.colors, out.colors);
+    move(kIntensityAttribute, from.intensities, out.intensities);
+    move(kClassificationAttribute, from.classifications, out.classifications);
+    move(kScanIndexAttribute, from.scanIndices, out.scanIndices);
+    move(kVisibilityAttribute, from.visibilities, out.visibilities);
+    move(kNormalAttribute, from.normals, out.normals);
+}
+}  // namespace
+
+struct Octree::Implementation
+{
+    Implementation(const Location& dataSet, double initialUnitScale)
+        : unitScale(checkedUnitScale(initialUnitScale)),
+          location(dataSet),
+          tree(openTree(dataSet)),
+          description(tree->description()),
+          relativeBox(relativeTo(description.boundingBox, description.position)),
+          relativeCube(relativeTo(description.boundingCube, description.position)),
+          externals(std::make_shared<const Trees>())
+    {
+        if (!hasPosition(description.attributeMask))
+        {
+            throw fileError(metadataFile(location), "the attribute \"position\" is missing");
+        }
+    }
+
+    std::shared_ptr<const Trees> externalTrees() const
+    {
+        const std::scoped_lock lock(externalsMutex);
+        return externals;
+    }
+
+    bool readExternalAttributes(
+        const OctreeNodeId& id,
+        unsigned attributes,
+        double scale,
+        NodePointColumns& out,
+        std::stop_token stopToken
+    ) const;
+
+    std::atomic<double> unitScale;  // relaxed: readers need the old or the new value, nothing else
+    const Location location;
+    const std::shared_ptr<const Tree> tree;
+    const TreeDescription& description;
+    const Math::NBoundingBox<double, 3> relativeBox;  // to the position, not scaled
+    const Math::NBoundingBox<double, 3> relativeCube;
+
+    mutable std::mutex externalsMutex;  // guards externals; the list itself never changes, it is replaced
+    std::shared_ptr<const Trees> externals;
+};
+
+// Fills, from the first external data set that has it, each attribute that `out` lacks.
+bool Octree::Implementation::readExternalAttributes(
+    const OctreeNodeId& id,
+    unsigned attributes,
+    double scale,
+    NodePointColumns& out,
+    std::stop_token stopToken
+) const
+{
+    unsigned missing = attributes & ~description.attributeMask;
+    for (const std::shared_ptr<const Tree>& external : *externalTrees())
+    {
+        const unsigned offered = missing & external->description().attributeMask;
+        if (offered == 0 || out.pointCount == 0)
+        {
+            continue;
+        }
+        const bool exists = external->nodeById(id, stopToken).has_value();
+        NodePointColumns columns;
+        columns.pointCount = out.pointCount;
+        if (stopToken.stop_requested() ||
+            (exists && !external->getNodePointData(id, offered, scale, columns, stopToken)))
+        {
+            return false;
+        }
+        if (!exists || columns.pointCount == 0)
+        {
+            continue;
+        }
+        if (columns.pointCount != out.pointCount)
+        {
+            throw std::runtime_error(
+                "Error: external data set \"" + external->description().name + "\": node " + id.name() +
+                " has " + std::to_string(columns.pointCount) + " points, expected " +
+                std::to_string(out.pointCount) + " as in the main data set"
+            );
+        }
+        moveArrays(columns, offered, out);
+        missing &= ~offered;
+    }
+    return true;
+}
+
+Octree::Octree(const Location& location, double unitScale)
+    : mImplementation(std::make_unique<Implementation>(location, unitScale))
+{
+}
+
+Octree::~Octree() = default;
+
+const Location& Octree::location() const noexcept
+{
+    return mImplementation->location;
+}
+
+Kind Octree::kind() const noexcept
+{
+    return mImplementation->location.kind();
+}
+
+std::string Octree::name() const
+{
+    return mImplementation->description.name;
+}
+
+std::string Octree::encoding() const
+{
+    return mImplementation->description.encoding;
+}
+
+Math::Point<double, 3> Octree::position() const noexcept
+{
+    return mImplementation->description.position;
+}
+
+double Octree::unitScale() const noexcept
+{
+    return mImplementation->unitScale.load(std::memory_order_relaxed);
+}
+
+void Octree::setUnitScale(double unitScale)
+{
+    mImplementation->unitScale.store(checkedUnitScale(unitScale), std::memory_order_relaxed);
+}
+
+Math::NBoundingBox<float, 3> Octree::boundingBox() const
+{
+    return scaledBox(mImplementation->relativeBox, unitScale());
+}
+
+Math::NBoundingBox<float, 3> Octree::boundingCube() const
+{
+    return scaledBox(mImplementation->relativeCube, unitScale());
+}
+
+Math::NBoundingBox<float, 3> Octree::boundingCube(const OctreeNodeId& id) const
+{
+    return scaledBox(nodeBox(mImplementation->relativeCube, id), unitScale());
+}
+
+Math::NBoundingBox<double, 3> Octree::absoluteBoundingBox() const noexcept
+{
+    return mImplementation->description.boundingBox;
+}
+
+Math::NBoundingBox<double, 3> Octree::absoluteBoundingCube() const noexcept
+{
+    return mImplementation->description.boundingCube;
+}
+
+float Octree::spacing(std::uint64_t level) const noexcept
+{
+    const int halvings = static_cast<int>(std::min<std::uint64_t>(level, 1024));
+    return static_cast<float>(std::ldexp(mImplementation->description.spacing * unitScale(), -halvings));
+}
+
+OctreeNodeId Octree::root() const noexcept
+{
+    return {};
+}
+
+std::uint64_t Octree::level(const OctreeNodeId& id) const noexcept
+{
+    return id.level();
+}
+
+NodeInfo Octree::nodeInfo(const OctreeNodeId& id, std::stop_token stopToken) const
+{
+    constexpr const char* kFailure = "Failed to fetch node by id";
+    std::optional<NodeInfo> info;
+    try
+    {
+        info = mImplementation->tree->nodeById(id, stopToken);
+        if (!info && !stopToken.stop_requested())
+        {
+            throw fileError(location().folder(), "there is no node " + id.name());
+        }
+    }
+    catch (const std::exception&)
+    {
+        std::throw_with_nested(std::runtime_error(kFailure));
+    }
+    if (!info)
+    {
+        throw std::runtime_error(kFailure);
+    }
+    return *info;
+}
+
+OctreeChildNodeIdRange Octree::children(const OctreeNodeId& id, std::stop_token stopToken) const
+{
+    return {id, nodeInfo(id, std::move(stopToken)).childMask};
+}
+
+bool Octree::isLeaf(const OctreeNodeId& id, std::stop_token stopToken) const
+{
+    return nodeInfo(id, std::move(stopToken)).childMask == 0;
+}
+
+NodeVisibilityType Octree::nodeVisibility(const OctreeNodeId& id, std::stop_token stopToken) const
+{
+    const NodeInfo info = nodeInfo(id, stopToken);
+    if (hasVisibility(mImplementation->description.attributeMask))
+    {
+        return info.visibility;
+    }
+    for (const std::shared_ptr<const Tree>& external : *mImplementation->externalTrees())
+    {
+        if (hasVisibility(external->description().attributeMask))
+        {
+            const std::optional<NodeInfo> externalInfo = external->nodeById(id, stopToken);
+            return externalInfo ? externalInfo->visibility : NodeVisibilityType::PerPoint;
+        }
+    }
+    return NodeVisibilityType::PerPoint;
+}
+
+bool Octree::getNodePointData(const OctreeNodeId& id, NodePointData& out, std::stop_token stopToken) const
+{
+    try
+    {
+        return readNodePointData(id, out, std::move(stopToken));
+    }
+    catch (const std::exception&)
+    {
+        return false;
+    }
+}
+
+bool Octree::readNodePointData(const OctreeNodeId& id, NodePointData& out, std::stop_token stopToken) const
+{
+    const unsigned wanted = out.attributeMask();
+    const unsigned present = attributeMask();
+    const bool grey = hasColor(wanted) && !hasColor(present) && hasIntensity(present);
+    const unsigned needed = wanted | (grey ? unsigned{kIntensityAttribute} : 0U);
+    const double scale = unitScale();
+    NodePointColumns& columns = out.columns();
+    try
+    {
+        if (!mImplementation->tree->getNodePointData(id, needed, scale, columns, stopToken))
+        {
+            return false;
+        }
+        if (!mImplementation->readExternalAttributes(id, needed, scale, columns, stopToken))
+        {
+            columns.clear();
+            return false;
+        }
+    }
+    catch (...)
+    {
+        columns.clear();
+        throw;
+    }
+
+    if (hasColor(wanted) && columns.colors.size() != columns.pointCount)
+    {
+        if (columns.intensities.size() == columns.pointCount)
+        {
+            fillWithGrey(columns.intensities, intensityRange(), columns.colors);
+        }
+        else
+        {
+            columns.colors.assign(columns.pointCount, Math::Color::white(255));
+        }
+    }
+    if (!hasIntensity(wanted))
+    {
+        columns.intensities.clear();
+    }
+    return true;
+}
+
+unsigned Octree::attributeMask() const noexcept
+{
+    unsigned mask = mImplementation->description.attributeMask;
+    for (const std::shared_ptr<const Tree>& external : *mImplementation->externalTrees())
+    {
+        mask |= external->description().attributeMask;
+    }
+    return mask;
+}
+
+std::vector<AttributeInfo> Octree::attributes() const
+{
+    return mImplementation->description.attributes;
+}
+
+std::pair<std::uint16_t, std::uint16_t> Octree::intensityRange() const noexcept
+{
+    if (!hasIntensity(mImplementation->description.attributeMask))
+    {
+        for (const std::shared_ptr<const Tree>& external : *mImplementation->externalTrees())
+        {
+            if (hasIntensity(external->description().attributeMask))
+            {
+                return external->description().intensityRange;
+            }
+        }
+    }
+    return mImplementation->description.intensityRange;
+}
+
+void Octree::addExternalAttributeLocation(const Location& location)
+{
+    std::shared_ptr<const Tree> external = openTree(location);
+    if (!isSameCube(absoluteBoundingCube(), external->description().boundingCube))
+    {
+        throw fileError(
+            metadataFile(location), "the cube is not the main data set's, expected the same octree"
+        );
+    }
+    const std::scoped_lock lock(mImplementation->externalsMutex);
+    auto extended = std::make_shared<Trees>(*mImplementation->externals);
+    extended->push_back(std::move(external));
+    mImplementation->externals = std::move(extended);
+}
+}  // namespace Octree

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "math/NBoundingBox.h"
+#include "math/Point.h"
+#include "octree/Location.h"
+#include "octree/NodePointData.h"
+#include "octree/Octree.h"
+#include "octree/OctreeNodeId.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Octree
+{
+/// What an opened data set says about itself.
+///
+/// Frame  absolute coordinates, in data units.
+struct TreeDescription
+{
+    std::string name;
+    std::string encoding;
+    Math::Point<double, 3> position;             ///< the origin that point positions are relative to
+    Math::NBoundingBox<double, 3> boundingBox;   ///< tight
+    Math::NBoundingBox<double, 3> boundingCube;  ///< the root's
+    double spacing = 0.0;                        ///< point spacing of the root
+    std::vector<AttributeInfo> attributes;
+    unsigned attributeMask = kNoAttributes;  ///< AttributeMask bits of what points have
+    std::pair<std::uint16_t, std::uint16_t> intensityRange{std::uint16_t{0}, std::uint16_t{65535}};
+};
+
+/// An opened data set of one kind: what Octree dispatches to.
+///
+/// Threads  all operations from any threads at once.
+class Tree
+{
+public:
+    virtual ~Tree() = default;
+
+    virtual const TreeDescription& description() const noexcept = 0;
+
+    /// The node's record, or nothing when the node does not exist or a stop was requested.
+    /// @throws std::runtime_error  naming the file and what is wrong with it
+    virtual std::optional<NodeInfo> nodeById(const OctreeNodeId& id, std::stop_token stopToken) const = 0;
+
+    /// Reads the points of an existing node: fills the arrays of the attributes asked for that the data set
+    /// has, empties the others. Colours only from colours; what to do without them is not the tree's affair.
+    /// @param attributes  AttributeMask bits
+    /// @param unitScale   factor of the positions, after the origin is subtracted
+    /// @param out         its pointCount on entry is the length of a visibility array that the hierarchy
+    /// alone determines
+    /// @return false when a stop was requested; `out` is then unchanged
+    /// @throws std::runtime_error  naming the file and what is wrong with it
+    virtual bool getNodePointData(
+        const OctreeNodeId& id,
+        unsigned attributes,
+        double unitScale,
+        NodePointColumns& out,
+        std::stop_token stopToken
+    ) const = 0;
+};
+
+/// Opens the data set with the reader of its kind.
+/// @throws std::runtime_error  naming the file and what is wrong with it
+std::shared_ptr<const Tree> openTree(const Location& location);
+}  // namespace Octree

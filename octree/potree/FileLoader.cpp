@@ -1,0 +1,76 @@
+#include "octree/potree/FileLoader.h"
+
+#include "octree/fileError.h"
+
+#include <string>
+
+namespace PoTree
+{
+namespace
+{
+std::string rangeText(std::uint64_t offset, std::uint64_t size)
+{
+    return std::to_string(size) + " bytes from byte " + std::to_string(offset) + " on";
+}
+
+void checkRange(
+    const Core::PositionalFile& file,
+    const std::string& what,
+    std::uint64_t offset,
+    std::uint64_t size,
+    std::uint64_t maxSize
+)
+{
+    if (size > maxSize)
+    {
+        throw Octree::fileError(
+            file.path(),
+            what + " takes " + rangeText(offset, size) + ", expected at most " + std::to_string(maxSize) +
+                " bytes"
+        );
+    }
+    const std::uint64_t fileSize = file.size();
+    if (offset > fileSize || size > fileSize - offset)
+    {
+        throw Octree::fileError(
+            file.path(),
+            what + " takes " + rangeText(offset, size) + ", expected it within the file's " +
+                std::to_string(fileSize) + " bytes"
+        );
+    }
+}
+}  // namespace
+
+FileLoader::FileLoader(const FileSystemLocation& location)
+    : mHierarchy(location.hierarchyFile()), mOctree(location.octreeFile())
+{
+}
+
+bool FileLoader::fetchHierarchyChunk(
+    std::uint64_t offset, std::uint64_t size, std::vector<std::byte>& out, std::stop_token stopToken
+) const
+{
+    if (stopToken.stop_requested())
+    {
+        return false;
+    }
+    checkRange(mHierarchy, "a hierarchy chunk", offset, size, kMaxHierarchyChunkSize);
+    out.resize(static_cast<std::size_t>(size));
+    mHierarchy.readAt(offset, out);
+    return true;
+}
+
+bool FileLoader::fetchOctreeChunk(
+    const Node& node, std::uint64_t maxSize, std::vector<std::byte>& out, std::stop_token stopToken
+) const
+{
+    if (stopToken.stop_requested())
+    {
+        return false;
+    }
+    checkRange(mOctree, "node " + node.id.name(), node.byteOffset, node.byteSize, maxSize);
+    out.resize(static_cast<std::size_t>(node.byteSize));
+    mOctree.readAt(node.byteOffset, out);
+    return true;
+}
+}  // namespace PoTree

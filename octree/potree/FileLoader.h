@@ -1,0 +1,58 @@
+#pragma once
+
+#include "core/PositionalFile.h"
+#include "octree/Export.h"
+#include "octree/potree/FileSystemLocation.h"
+#include "octree/potree/Node.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <stop_token>
+#include <vector>
+
+namespace PoTree
+{
+/// Reads pieces of hierarchy.bin and octree.bin.
+///
+/// The files stay open, so one that is deleted meanwhile can still be read where the system allows that; one
+/// that shrinks is noticed. Threads  all operations from any threads at once.
+class OCTREE_API FileLoader
+{
+public:
+    /// Opens both files.
+    /// @throws std::runtime_error  naming the file that cannot be opened
+    explicit FileLoader(const FileSystemLocation& location);
+
+    /// Reads a hierarchy chunk.
+    /// @param size  bytes, at most kMaxHierarchyChunkSize
+    /// @param out   replaced by the bytes
+    /// @return false when a stop was requested
+    /// @throws std::runtime_error  naming the file when the range is not within it or the size is above the
+    /// limit; nothing
+    ///                             is allocated before that is known
+    bool fetchHierarchyChunk(
+        std::uint64_t offset, std::uint64_t size, std::vector<std::byte>& out, std::stop_token stopToken
+    ) const;
+
+    /// Reads a node's points as they are stored.
+    /// @param maxSize  most bytes that the node's points can take
+    /// @param out      replaced by the bytes
+    /// @return false when a stop was requested
+    /// @throws std::runtime_error  naming file and node when the range is not within the file or longer than
+    /// maxSize
+    bool fetchOctreeChunk(
+        const Node& node, std::uint64_t maxSize, std::vector<std::byte>& out, std::stop_token stopToken
+    ) const;
+
+    const std::filesystem::path& hierarchyFile() const noexcept { return mHierarchy.path(); }
+
+    const std::filesystem::path& octreeFile() const noexcept { return mOctree.path(); }
+
+    /// Eighty times the largest chunk of four levels; its nodes take about 90 MB.
+    static constexpr std::uint64_t kMaxHierarchyChunkSize = 8U << 20U;
+
+private:
+    Core::PositionalFile mHierarchy;
+    Core::PositionalFile mOctree;
+};
+}  // namespace PoTree

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "math/NBoundingBox.h"
+#include "math/Point.h"
+#include "octree/Export.h"
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace PoTree
+{
+/// How the points of a node are stored.
+enum class Encoding
+{
+    Brotli,  ///< compressed columns, positions and colours as Morton codes
+    Plain,   ///< uncompressed rows; "DEFAULT" and "UNCOMPRESSED" in files
+};
+
+/// One entry of the attribute list.
+struct Attribute
+{
+    std::string name;
+    std::string type;
+    std::uint64_t size = 0;   ///< bytes per point as the file says, which is the size in plain rows
+    std::vector<double> min;  ///< one value per element, empty when absent
+    std::vector<double> max;
+};
+
+/// A checked metadata.json.
+///
+/// Frame    absolute coordinates.
+/// Threads  a plain value.
+struct Metadata
+{
+    std::string name;  ///< may be empty
+    Encoding encoding = Encoding::Brotli;
+    Math::Point<double, 3> offset;  ///< absolute coordinate = stored integer x scale + offset
+    Math::Point<double, 3> scale;
+    double spacing = 0.0;                       ///< of the root; halved once per level
+    Math::NBoundingBox<double, 3> boundingBox;  ///< the root's
+    std::uint64_t firstChunkSize = 0;           ///< bytes of the hierarchy chunk that starts with the root
+    std::vector<Attribute> attributes;          ///< in storage order
+
+    /// The attribute of that name, null when there is none.
+    OCTREE_API const Attribute* attribute(std::string_view attributeName) const noexcept;
+
+    /// The range of the attribute "position"; the root's box when the file does not say.
+    OCTREE_API Math::NBoundingBox<double, 3> tightBoundingBox() const;
+
+    /// The range of the attribute "intensity" cut to 16 bits; (0, 65535) when the file does not say.
+    OCTREE_API std::pair<std::uint16_t, std::uint16_t> intensityRange() const noexcept;
+
+    /// True when a colour channel's declared maximum exceeds 8 bits, so that all channels are to be divided
+    /// by 256.
+    OCTREE_API bool hasWideColors() const noexcept;
+};
+
+/// Reads and checks the text of a metadata.json; unknown fields are ignored.
+/// @param file  the name for messages
+/// @throws std::runtime_error  naming file, field and what was expected
+OCTREE_API Metadata parseMetadata(std::string_view text, const std::filesystem::path& file);
+
+/// The same for a file of at most 4 MiB.
+OCTREE_API Metadata readMetadata(const std::filesystem::path& file);
+}  // namespace PoTree

@@ -1,0 +1,302 @@
+#include "octree/potree/PoTreeTree.h"
+
+#include "core/brotliDecode.h"
+#include "core/toUtf8.h"
+#include "octree/fileError.h"
+#include "octree/potree/decodePoints.h"
+#include "octree/potree/parseHierarchyChunk.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+namespace PoTree
+{
+namespace
+{
+using Octree::NodeVisibilityType;
+using Octree::OctreeNodeId;
+
+constexpr std::size_t kExpectedNodes = 4000;  // what a view of a large cloud touches
+
+// Real nodes have up to some hundred thousand points of some tens of bytes.
+constexpr std::uint64_t kMaxUnpackedSize = std::uint64_t{1} << 30U;
+
+// Record and data may disagree on the count in a damaged file; the data are believed as far as this.
+constexpr std::uint64_t kUnpackedSlack = 64U << 10U;
+
+// A thread keeps its buffers for the next node up to this size.
+constexpr std::size_t kMaxKeptBuffer = 64U << 20U;
+
+constexpr std::uint8_t kAllVisibleFlag = 1;
+constexpr std::uint8_t kAllHiddenFlag = 2;
+
+/// Memory that a thread reuses from node to node.
+struct Scratch
+{
+    std::vector<std::byte> stored;
+    std::vector<std::byte> unpacked;
+
+    void trim()
+    {
+        for (std::vector<std::byte>* buffer : {&stored, &unpacked})
+        {
+            if (buffer->capacity() > kMaxKeptBuffer)
+            {
+                std::vector<std::byte>().swap(*buffer);
+            }
+        }
+    }
+};
+
+Octree::TreeDescription describe(
+    const Metadata& metadata, const PointLayout& layout, const FileSystemLocation& location
+)
+{
+    Octree::TreeDescription description;
+    description.name = !metadata.name.empty() ? metadata.name : Core::toUtf8(location.folder().filename());
+    description.encoding = metadata.encoding == Encoding::Brotli ? "BROTLI" : "DEFAULT";
+    description.position = metadata.offset;
+    description.boundingBox = metadata.tightBoundingBox();
+    description.boundingCube = metadata.boundingBox;
+    description.spacing = metadata.spacing;
+    for (const Attribute& attribute : metadata.attributes)
+    {
+        description.attributes.push_back(
+            {attribute.name, attribute.type, attribute.size, attribute.min, attribute.max}
+        );
+    }
+    description.attributeMask = layout.attributeMask();
+    description.intensityRange = metadata.intensityRange();
+    return description;
+}
+}  // namespace
+
+PoTreeTree::PoTreeTree(const FileSystemLocation& location)
+    : mMetadata(readMetadata(location.metadataFile())),
+      mLayout(makePointLayout(mMetadata, location.metadataFile())),
+      mDescription(describe(mMetadata, mLayout, location)),
+      mLoader(location),
+      mNodes(kHierarchyCacheCapacity, kExpectedNodes)
+{
+}
+
+std::optional<Octree::NodeInfo> PoTreeTree::nodeById(const OctreeNodeId& id, std::stop_token stopToken) const
+{
+    const std::shared_ptr<const Node> node = findNode(id, std::move(stopToken));
+    if (!node)
+    {
+        return std::nullopt;
+    }
+    Octree::NodeInfo info;
+    info.id = id;
+    info.pointCount = node->byteSize > 0 ? node->pointCount : 0;
+    info.childMask = id.level() < OctreeNodeId::MAX_REPRESENTABLE_LEVEL ? node->childMask : 0U;
+    if (mLayout.visibility)
+    {
+        info.visibility = node->flags == kAllVisibleFlag  ? NodeVisibilityType::Visible
+                          : node->flags == kAllHiddenFlag ? NodeVisibilityType::Hidden
+                                                          : NodeVisibilityType::PerPoint;
+    }
+    return info;
+}
+
+std::shared_ptr<const Node> PoTreeTree::findNode(const OctreeNodeId& id, std::stop_token stopToken) const
+{
+    return cachedNode(id, std::move(stopToken));
+}
+
+std::shared_ptr<Node> PoTreeTree::cachedNode(const OctreeNodeId& id, std::stop_token stopToken) const
+{
+    const auto load = [&](std::shared_ptr<Node>& node, std::stop_token token)
+    {
+        node = loadNode(id, std::move(token));
+        return node != nullptr;
+    };
+    std::shared_ptr<Node> node;
+    return mNodes.getOrLoad(id, node, load, std::move(stopToken)) ? node : nullptr;
+}
+
+// Goes up the parent chain as far as the cache does not know it, at most 21 levels.
+std::shared_ptr<Node> PoTreeTree::loadNode(const OctreeNodeId& id, std::stop_token stopToken) const
+{
+    if (id.isRoot())
+    {
+        return loadChunk(id, mMetadata.boundingBox, 0, mMetadata.firstChunkSize, std::move(stopToken));
+    }
+    const std::shared_ptr<Node> parent = cachedNode(id.parent(), stopToken);
+    if (!parent || ((parent->childMask >> id.childIndex()) & 1U) == 0)
+    {
+        return nullptr;
+    }
+    const std::shared_ptr<Node>& child = parent->children[id.childIndex()];
+    if (!child)
+    {
+        throw Octree::fileError(
+            mLoader.hierarchyFile(),
+            "the chunk that announces node " + id.name() +
+                " ends before its record, expected one record per node"
+        );
+    }
+    if (child->type != NodeType::Proxy)
+    {
+        return child;
+    }
+    return loadChunk(id, child->boundingBox, child->byteOffset, child->byteSize, std::move(stopToken));
+}
+
+std::shared_ptr<Node> PoTreeTree::loadChunk(
+    const OctreeNodeId& first,
+    const Math::NBoundingBox<double, 3>& box,
+    std::uint64_t offset,
+    std::uint64_t size,
+    std::stop_token stopToken
+) const
+{
+    std::vector<std::byte> bytes;
+    if (!mLoader.fetchHierarchyChunk(offset, size, bytes, std::move(stopToken)))
+    {
+        return nullptr;
+    }
+    claimChunk(first, offset, size);
+    std::shared_ptr<Node> node = parseHierarchyChunk(bytes, first, box, mLoader.hierarchyFile());
+    if (!node)
+    {
+        throw Octree::fileError(
+            mLoader.hierarchyFile(),
+            "the chunk of node " + first.name() + " has " + std::to_string(size) +
+                " bytes, expected at least " + std::to_string(kHierarchyRecordSize)
+        );
+    }
+    if (node->type == NodeType::Proxy)
+    {
+        throw Octree::fileError(
+            mLoader.hierarchyFile(),
+            "the chunk of node " + first.name() + " begins with a proxy, expected the node's own record"
+        );
+    }
+    return node;
+}
+
+void PoTreeTree::claimChunk(const OctreeNodeId& owner, std::uint64_t offset, std::uint64_t size) const
+{
+    const std::uint64_t end = offset + size;  // the chunk has been read, so this does not overflow
+    const std::scoped_lock lock(mClaimsMutex);
+    const auto next = mClaims.upper_bound(offset);
+    const auto fail = [&](const OctreeNodeId& other)
+    {
+        throw Octree::fileError(
+            mLoader.hierarchyFile(),
+            "the chunk of node " + owner.name() + " at bytes " + std::to_string(offset) + " to " +
+                std::to_string(end) + " overlaps that of node " + other.name() +
+                ", expected each node to have its own"
+        );
+    };
+    if (next != mClaims.begin())
+    {
+        const auto& [otherOffset, other] = *std::prev(next);
+        if (otherOffset == offset && other.end == end && other.owner == owner)
+        {
+            return;
+        }
+        if (other.end > offset)
+        {
+            fail(other.owner);
+        }
+    }
+    if (next != mClaims.end() && next->first < end)
+    {
+        fail(next->second.owner);
+    }
+    mClaims.emplace(offset, ChunkClaim{end, owner});
+}
+
+std::uint64_t PoTreeTree::largestUnpackedSize(const Node& node) const
+{
+    const std::uint64_t size = node.pointCount * mLayout.bytesPerPoint;  // 32 bits times at most 4 million
+    if (size > kMaxUnpackedSize)
+    {
+        throw Octree::fileError(
+            mLoader.hierarchyFile(),
+            "node " + node.id.name() + " has " + std::to_string(node.pointCount) + " points of " +
+                std::to_string(mLayout.bytesPerPoint) + " bytes, expected at most " +
+                std::to_string(kMaxUnpackedSize) + " bytes"
+        );
+    }
+    return size + kUnpackedSlack;
+}
+
+std::span<const std::byte> PoTreeTree::unpacked(
+    const Node& node, std::span<const std::byte> stored, std::vector<std::byte>& buffer
+) const
+{
+    std::span<const std::byte> bytes = stored;
+    if (mMetadata.encoding == Encoding::Brotli)
+    {
+        try
+        {
+            Core::brotliDecode(stored, buffer, static_cast<std::size_t>(largestUnpackedSize(node)));
+        }
+        catch (const std::runtime_error& error)
+        {
+            throw Octree::fileError(mLoader.octreeFile(), "node " + node.id.name() + ": " + error.what());
+        }
+        bytes = buffer;
+    }
+    if (bytes.size() % mLayout.bytesPerPoint != 0)
+    {
+        throw Octree::fileError(
+            mLoader.octreeFile(),
+            "node " + node.id.name() + " has " + std::to_string(bytes.size()) +
+                " bytes, expected a multiple of " + std::to_string(mLayout.bytesPerPoint) + " bytes a point"
+        );
+    }
+    return bytes;
+}
+
+bool PoTreeTree::getNodePointData(
+    const OctreeNodeId& id,
+    unsigned attributes,
+    double unitScale,
+    Octree::NodePointColumns& out,
+    std::stop_token stopToken
+) const
+{
+    const std::shared_ptr<const Node> node = findNode(id, stopToken);
+    if (stopToken.stop_requested())
+    {
+        return false;
+    }
+    if (!node)
+    {
+        throw Octree::fileError(mLoader.hierarchyFile(), "there is no node " + id.name());
+    }
+    if (node->pointCount == 0 || node->byteSize == 0)
+    {
+        out.clear();
+        return true;
+    }
+    const bool wholeNode = node->flags == kAllVisibleFlag || node->flags == kAllHiddenFlag;
+    if (Octree::hasVisibility(attributes) && mLayout.visibility && mMetadata.attributes.size() == 1 &&
+        wholeNode)
+    {
+        const std::size_t count = out.pointCount;
+        out.clear();
+        out.pointCount = count;
+        out.visibilities.assign(count, node->flags == kAllVisibleFlag ? std::uint8_t{0} : std::uint8_t{1});
+        return true;
+    }
+
+    // brotli streams can be longer than what they unpack to, by little
+    thread_local Scratch scratch;
+    const std::uint64_t maxSize = largestUnpackedSize(*node);
+    if (!mLoader.fetchOctreeChunk(*node, maxSize, scratch.stored, stopToken) || stopToken.stop_requested())
+    {
+        return false;
+    }
+    const PointConversion conversion{mMetadata.scale, unitScale, mMetadata.hasWideColors()};
+    decodePoints(mLayout, conversion, unpacked(*node, scratch.stored, scratch.unpacked), attributes, out);
+    scratch.trim();
+    return true;
+}
+}  // namespace PoTree

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "core/LruCache.h"
+#include "octree/Export.h"
+#include "octree/Tree.h"
+#include "octree/potree/FileLoader.h"
+#include "octree/potree/FileSystemLocation.h"
+#include "octree/potree/Metadata.h"
+#include "octree/potree/Node.h"
+#include "octree/potree/PointLayout.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <stop_token>
+#include <vector>
+
+namespace PoTree
+{
+/// Reads an octree of three files: metadata.json, hierarchy.bin, octree.bin.
+///
+/// Hierarchy chunks are read when a lookup reaches them. Each byte range of hierarchy.bin belongs to the
+/// first node that claims it, so proxies that share a chunk or lead back to one are an error, and a walk over
+/// the whole tree ends. Threads  all operations from any threads at once.
+class OCTREE_API PoTreeTree final : public Octree::Tree
+{
+public:
+    /// Opens the data set: reads and checks the metadata.
+    /// @throws std::runtime_error  naming the file and what is wrong with it
+    explicit PoTreeTree(const FileSystemLocation& location);
+
+    const Octree::TreeDescription& description() const noexcept override { return mDescription; }
+
+    std::optional<Octree::NodeInfo> nodeById(const Octree::OctreeNodeId& id, std::stop_token stopToken)
+        const override;
+
+    bool getNodePointData(
+        const Octree::OctreeNodeId& id,
+        unsigned attributes,
+        double unitScale,
+        Octree::NodePointColumns& out,
+        std::stop_token stopToken
+    ) const override;
+
+    /// The node through the hierarchy cache; null when it does not exist or a stop was requested. Never a
+    /// proxy.
+    /// @throws std::runtime_error  naming the file and what is wrong with it
+    std::shared_ptr<const Node> findNode(const Octree::OctreeNodeId& id, std::stop_token stopToken) const;
+
+    /// Largest number of nodes that the hierarchy cache holds.
+    static constexpr std::uint64_t kHierarchyCacheCapacity = 200000;
+
+private:
+    struct ChunkClaim
+    {
+        std::uint64_t end;
+        Octree::OctreeNodeId owner;
+    };
+
+    std::shared_ptr<Node> cachedNode(const Octree::OctreeNodeId& id, std::stop_token stopToken) const;
+    std::shared_ptr<Node> loadNode(const Octree::OctreeNodeId& id, std::stop_token stopToken) const;
+    std::shared_ptr<Node> loadChunk(
+        const Octree::OctreeNodeId& first,
+        const Math::NBoundingBox<double, 3>& box,
+        std::uint64_t offset,
+        std::uint64_t size,
+        std::stop_token stopToken
+    ) const;
+    void claimChunk(const Octree::OctreeNodeId& owner, std::uint64_t offset, std::uint64_t size) const;
+
+    std::uint64_t largestUnpackedSize(const Node& node) const;
+    std::span<const std::byte> unpacked(
+        const Node& node, std::span<const std::byte> stored, std::vector<std::byte>& buffer
+    ) const;
+
+    Metadata mMetadata;
+    PointLayout mLayout;
+    Octree::TreeDescription mDescription;
+    FileLoader mLoader;
+
+    mutable Core::LruCache<Octree::OctreeNodeId, std::shared_ptr<Node>> mNodes;
+
+    mutable std::mutex mClaimsMutex;                      // guards mClaims
+    mutable std::map<std::uint64_t, ChunkClaim> mClaims;  // by offset into hierarchy.bin
+};
+}  // namespace PoTree

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "octree/Export.h"
+#include "octree/potree/Metadata.h"
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+
+namespace PoTree
+{
+/// Where the attributes that are read lie within a point's bytes, in attribute-list order.
+///
+/// An offset is the number of bytes of a point before the attribute: in columns it times the point count is
+/// where the column begins, in rows where the value lies within its row. An attribute of a size that is not
+/// the usual one is not read. Positions and colours take 16 and 8 bytes in the Brotli encoding, whatever the
+/// metadata says.
+struct PointLayout
+{
+    Encoding encoding = Encoding::Brotli;
+    std::uint64_t bytesPerPoint = 0;
+    std::optional<std::uint64_t> position;
+    std::optional<std::uint64_t> rgb;
+    std::optional<std::uint64_t> intensity;
+    std::optional<std::uint64_t> classification;
+    std::optional<std::uint64_t> scanIndex;
+    std::optional<std::uint64_t> visibility;
+    std::optional<std::uint64_t> octahedralNormal;
+    std::optional<std::array<std::uint64_t, 3>> normalXyz;
+
+    /// Octree::AttributeMask bits of what points have.
+    OCTREE_API unsigned attributeMask() const noexcept;
+};
+
+/// @param file  the name for messages
+/// @throws std::runtime_error  when plain rows have positions or colours of another size than three 32-bit or
+/// 16-bit numbers
+OCTREE_API PointLayout makePointLayout(const Metadata& metadata, const std::filesystem::path& file);
+}  // namespace PoTree
