@@ -132,8 +132,8 @@ TEST(BrotliDecode, RefusesOneByteAboveTheBound)
 
 TEST(BrotliDecode, TakesNoMemoryAboveTheBoundForABomb)
 {
-    const Bytes bomb = compressed(Bytes(200U << 20U, std::byte{0}), 1);
-    ASSERT_LT(bomb.size(), 20000U);
+    const Bytes bomb = compressed(Bytes(64U << 20U, std::byte{0}));
+    ASSERT_LT(bomb.size(), 1000U);
     constexpr std::size_t kBound = 20000000;
     Bytes out;
 
