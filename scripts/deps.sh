@@ -18,10 +18,11 @@ mkdir -p "$prefix/lib" "$prefix/include" "$sources" "$wine" "$stamps"
 
 # --- how parts are made once -----------------------------------------------------------------------------------
 
-# part <name> <what happens>: runs make_<name> unless it ran before in its present form.
+# part <name> <what happens> [<files it reads>...]: runs make_<name> unless it ran before in its present form.
 part() {
     local name=$1 text=$2 key
-    key=$(declare -f "make_$name" | sha256sum)
+    shift 2
+    key=$( (declare -f "make_$name"; cat /dev/null "$@") | sha256sum)
     if [ "$(cat "$stamps/$name" 2>/dev/null)" = "$key" ]; then
         return
     fi
@@ -202,5 +203,5 @@ part googletest "building GoogleTest for Windows"
 part benchmark "building Google Benchmark for Windows"
 part dxvk "fetching DXVK"
 part d3dcompiler "fetching the Direct3D shader compiler"
-part idle "building the program that keeps Wine running"
+part idle "building the program that keeps Wine running" "$tarnelRoot/tests/support/idle.cpp"
 part wineprefix "creating the Wine prefix"
