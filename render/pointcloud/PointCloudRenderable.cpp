@@ -623,6 +623,11 @@ std::uint64_t PointCloudRenderable::numVisiblePoints() const noexcept
     return mLoDPointCloud ? mLoDPointCloud->numVisiblePoints() : 0;
 }
 
+std::uint64_t PointCloudRenderable::numResidentPoints() const
+{
+    return mLoDPointCloud ? mLoDPointCloud->prioritizer().totalUsedPointCount() : 0;
+}
+
 const Math::Frustum<float>& PointCloudRenderable::frustumModelCs() const noexcept
 {
     return mFrustumModelCs;

@@ -268,6 +268,11 @@ public:
     std::uint64_t numVisibleOctreeNodes() const noexcept;
     std::uint64_t numVisiblePoints() const noexcept;
 
+    /// Points that are resident now in all clouds that share this one's budget, drawn yet or not; 0 before
+    /// init(). For progress reports. Any thread, while neither init() nor deinit() runs; waits while a node
+    /// is fetched.
+    std::uint64_t numResidentPoints() const;
+
     /// The camera's frustum in model coordinates.
     const Math::Frustum<float>& frustumModelCs() const noexcept;
 
