@@ -66,13 +66,13 @@ struct OctreeWriterOptions
 
     /// The coordinate of integer 0; the cube's minimum when not given. Brotli positions must not lie below
     /// it.
-    std::optional<Math::Point<double, 3>> offset;
+    std::optional<Math::Point<double, 3>> offset = std::nullopt;
 
     /// The root's cube; enclosingCube of the points when not given.
-    std::optional<Cube> cube;
+    std::optional<Cube> cube = std::nullopt;
 
     /// Point spacing of the root; the cube's edge / 128 when not given.
-    std::optional<double> spacing;
+    std::optional<double> spacing = std::nullopt;
 
     /// Levels per hierarchy chunk, at least 1: nodes at its multiples that have children become proxies.
     unsigned stepSize = 4;
@@ -91,14 +91,14 @@ struct OctreeWriterOptions
     unsigned threadCount = 0;
 
     std::string name = "sample";
-    std::string projection;
+    std::string projection = {};
 };
 
 /// A node with the points that are to lie in it.
 struct SampleNode
 {
     std::string name = "r";  ///< "r" and one digit a level
-    std::vector<SamplePoint> points;
+    std::vector<SamplePoint> points = {};
     unsigned flags = 0;  ///< 0 to 15; 1: all points visible, 2: all points of the subtree hidden
 };
 
@@ -118,7 +118,7 @@ struct OctreeSummary
     std::uint64_t pointCount = 0;
     std::size_t proxyCount = 0;
     Cube cube;
-    Math::Point<double, 3> offset;
+    Math::Point<double, 3> offset = std::nullopt;
     std::vector<WrittenNode> nodes;  ///< breadth first, which is also their order in octree.bin
 };
 
