@@ -118,7 +118,7 @@ struct OctreeSummary
     std::uint64_t pointCount = 0;
     std::size_t proxyCount = 0;
     Cube cube;
-    Math::Point<double, 3> offset = std::nullopt;
+    Math::Point<double, 3> offset;
     std::vector<WrittenNode> nodes;  ///< breadth first, which is also their order in octree.bin
 };
 
