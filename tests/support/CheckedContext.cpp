@@ -190,13 +190,13 @@ void CheckedContext::IASetVertexBuffers(
 
 void CheckedContext::IASetIndexBuffer(ID3D11Buffer* buffer, DXGI_FORMAT format, UINT offset)
 {
-    write("IASetIndexBuffer", nameOf(buffer), int{format}, offset);
+    write("IASetIndexBuffer", nameOf(buffer), static_cast<int>(format), offset);
     ForwardingContext::IASetIndexBuffer(buffer, format, offset);
 }
 
 void CheckedContext::IASetPrimitiveTopology(D3D11_PRIMITIVE_TOPOLOGY topology)
 {
-    write("IASetPrimitiveTopology", int{topology});
+    write("IASetPrimitiveTopology", static_cast<int>(topology));
     ForwardingContext::IASetPrimitiveTopology(topology);
 }
 
@@ -254,7 +254,7 @@ HRESULT CheckedContext::Map(
     ID3D11Resource* resource, UINT subresource, D3D11_MAP type, UINT flags, D3D11_MAPPED_SUBRESOURCE* mapped
 )
 {
-    write("Map", nameOf(resource), int{type});
+    write("Map", nameOf(resource), static_cast<int>(type));
     expectAllowed(DirectRules::brokenByMap(resource, type));
     const HRESULT result = ForwardingContext::Map(resource, subresource, type, flags, mapped);
     if (SUCCEEDED(result) && !mMapped.emplace(resource, subresource).second)
@@ -311,7 +311,7 @@ void CheckedContext::ClearDepthStencilView(
     ID3D11DepthStencilView* view, UINT flags, FLOAT depth, UINT8 stencil
 )
 {
-    write("ClearDepthStencilView", nameOf(view), flags, depth, int{stencil});
+    write("ClearDepthStencilView", nameOf(view), flags, depth, static_cast<int>(stencil));
     ForwardingContext::ClearDepthStencilView(view, flags, depth, stencil);
 }
 
