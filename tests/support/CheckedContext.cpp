@@ -373,12 +373,16 @@ std::vector<std::string> boundObjects(ID3D11DeviceContext* context)
     context->IAGetInputLayout(layout.put());
     note(layout != nullptr, "input layout");
     CComPtr<ID3D11Buffer> indices;
-    context->IAGetIndexBuffer(indices.put(), nullptr, nullptr);
+    DXGI_FORMAT indexFormat = DXGI_FORMAT_UNKNOWN;
+    UINT indexOffset = 0;
+    context->IAGetIndexBuffer(indices.put(), &indexFormat, &indexOffset);
     note(indices != nullptr, "index buffer");
     for (UINT slot = 0; slot < D3D11_IA_VERTEX_INPUT_RESOURCE_SLOT_COUNT; ++slot)
     {
         CComPtr<ID3D11Buffer> vertices;
-        context->IAGetVertexBuffers(slot, 1, vertices.put(), nullptr, nullptr);
+        UINT stride = 0;
+        UINT offset = 0;
+        context->IAGetVertexBuffers(slot, 1, vertices.put(), &stride, &offset);
         note(vertices != nullptr, "vertex buffer " + std::to_string(slot));
     }
 

@@ -265,15 +265,19 @@ TEST_F(StatesDevice, ABlendFactorIsPassedOn)
     EXPECT_NEAR(result.b(), 153, 1);
 }
 
-TEST_F(StatesDevice, ASampleMaskOfZeroDrawsNothing)
+TEST_F(StatesDevice, SettingTheBlendStateSetsTheSampleMask)
 {
     const BlendState state(device(), opaqueDesc());
-    clear();
 
-    state.set(context(), nullptr, 0);
-    draw(0.25f, {1.0f, 1.0f, 1.0f, 1.0f});
+    state.set(context(), nullptr, 0x12345678U);
 
-    EXPECT_EQ(pixel(), Color(0, 0, 0, 255));
+    Render::CComPtr<ID3D11BlendState> current;
+    Float4 factor{};
+    UINT sampleMask = 0;
+    context()->OMGetBlendState(current.put(), factor.data(), &sampleMask);
+    EXPECT_EQ(current.get(), state.get());
+    EXPECT_EQ(sampleMask, 0x12345678U);
+    EXPECT_THAT(factor, Each(1.0f));
 }
 
 TEST_F(StatesDevice, TheRasterizerStateDecidesWhichSidesAreDrawn)
