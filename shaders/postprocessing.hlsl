@@ -104,9 +104,19 @@ float4 pointColor(float4 col, int2 texel)
     return result;
 }
 
+// The texel that belongs to uv. Beside the borders of targets of some thousand pixels the place lies so close to the
+// middle of two texels that rounding errors decide between them; the one under the pixel is meant.
+int2 texelAt(float2 uv, float2 pixel)
+{
+    const float kNearlyHalf = 0.55;
+    const float2 place = lerp(float2(0.0, height - 1.0), float2(width - 1.0, 0.0), uv);
+    const float2 own = floor(pixel);
+    return int2(abs(place - own) < kNearlyHalf ? own : round(place));
+}
+
 PixelOut ps_main(VertexOut input)
 {
-    const int2 texel = int2(round(lerp(float2(0.0, height - 1.0), float2(width - 1.0, 0.0), input.uv)));
+    const int2 texel = texelAt(input.uv, input.position.xy);
 
     PixelOut result;
     result.worldPosition = worldPosition.Load(int3(texel, 0));
