@@ -153,14 +153,7 @@ std::shared_ptr<Node> PoTreeTree::loadChunk(
     std::stop_token stopToken
 ) const
 {
-    std::vector<std::byte> bytes;
-    if (!mLoader.fetchHierarchyChunk(offset, size, bytes, std::move(stopToken)))
-    {
-        return nullptr;
-    }
-    claimChunk(first, offset, size);
-    std::shared_ptr<Node> node = parseHierarchyChunk(bytes, first, box, mLoader.hierarchyFile());
-    if (!node)
+    if (size < kHierarchyRecordSize)
     {
         throw Octree::fileError(
             mLoader.hierarchyFile(),
@@ -168,6 +161,13 @@ std::shared_ptr<Node> PoTreeTree::loadChunk(
                 " bytes, expected at least " + std::to_string(kHierarchyRecordSize)
         );
     }
+    std::vector<std::byte> bytes;
+    if (!mLoader.fetchHierarchyChunk(offset, size, bytes, std::move(stopToken)))
+    {
+        return nullptr;
+    }
+    claimChunk(first, offset, size);
+    std::shared_ptr<Node> node = parseHierarchyChunk(bytes, first, box, mLoader.hierarchyFile());
     if (node->type == NodeType::Proxy)
     {
         throw Octree::fileError(

@@ -1,0 +1,324 @@
+#include "octree/Octree.h"
+#include "octree/potree/FileLoader.h"
+#include "tests/octree/TestDataSet.h"
+#include "tests/support/messageOf.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace
+{
+using Octree::NodePointData;
+using testing::AllOf;
+using testing::HasSubstr;
+
+std::string readError(const Octree::Octree& octree, std::string_view node = "r")
+{
+    NodePointData data;
+    return messageOf<std::runtime_error>([&] { octree.readNodePointData(nodeNamed(node), data); });
+}
+
+std::string openError(const Octree::Location& location)
+{
+    return messageOf<std::runtime_error>([&] { Octree::Octree(location, 1.0); });
+}
+
+/// A Brotli data set whose root announces so many points and has these compressed bytes.
+std::unique_ptr<Octree::Octree> openedBrotli(
+    TestDataSet& set, std::uint32_t pointCount, const std::string& stream
+)
+{
+    set.setRoot(pointCount, stream);
+    return std::make_unique<Octree::Octree>(set.write(), 1.0);
+}
+
+TEST(HostileNodeData, FolderThatDoesNotExist)
+{
+    const std::filesystem::path folder = std::filesystem::path(TARNEL_TEST_DATA) / "no such folder";
+
+    EXPECT_THAT(
+        openError(Octree::Location::fromPath(folder)),
+        AllOf(HasSubstr("no such folder"), HasSubstr("metadata.json"))
+    );
+}
+
+TEST(HostileNodeData, EachOfTheThreeFilesMissing)
+{
+    for (const char* name : {"metadata.json", "hierarchy.bin", "octree.bin"})
+    {
+        TestDataSet set;
+        set.setRoot(1, plainPosition(0, 0, 0));
+        const Octree::Location location = set.write();
+        std::filesystem::remove(set.file(name));
+
+        EXPECT_THAT(openError(location), HasSubstr(name));
+    }
+}
+
+TEST(HostileNodeData, FolderInPlaceOfAFile)
+{
+    TestDataSet set;
+    set.setRoot(1, plainPosition(0, 0, 0));
+    const Octree::Location location = set.write();
+    std::filesystem::remove(set.file("octree.bin"));
+    std::filesystem::create_directory(set.file("octree.bin"));
+
+    EXPECT_THAT(openError(location), HasSubstr("octree.bin"));
+}
+
+TEST(HostileNodeData, DataSetWithoutPositions)
+{
+    TestDataSet set;
+    set.metadata["attributes"] = {attributeEntry("intensity", "uint16", 2)};
+    set.setRoot(1, "ab");
+
+    EXPECT_THAT(
+        openError(set.write()), AllOf(HasSubstr("metadata.json"), HasSubstr("\"position\" is missing"))
+    );
+}
+
+TEST(HostileNodeData, RangesBeyondOctreeBin)
+{
+    const std::vector<std::pair<std::uint64_t, std::uint64_t>> ranges{
+        {1, 12},
+        {12, 12},
+        {1000, 12},
+        {0, 24},
+        {18446744073709551615U, 12},
+        {18446744073709551604U, 24},
+    };
+    for (const auto& [offset, size] : ranges)
+    {
+        TestDataSet set;
+        set.addPoints(plainPosition(0, 0, 0));
+        set.hierarchy = hierarchyRecord(1, 0, 2, offset, size);
+        const Octree::Octree octree(set.write(), 1.0);
+
+        EXPECT_THAT(
+            readError(octree),
+            AllOf(HasSubstr("octree.bin: node r takes"), HasSubstr("expected it within the file's 12 bytes"))
+        ) << offset;
+    }
+}
+
+TEST(HostileNodeData, SizeFarBeyondWhatThePointsCanTakeIsNotAllocated)
+{
+    TestDataSet set;
+    set.addPoints(plainPosition(0, 0, 0));
+    set.hierarchy = hierarchyRecord(1, 0, 1, 0, std::uint64_t{1} << 60U);
+    const Octree::Octree octree(set.write(), 1.0);
+
+    EXPECT_THAT(
+        readError(octree), AllOf(HasSubstr("octree.bin: node r takes"), HasSubstr("expected at most 65548"))
+    );
+}
+
+TEST(HostileNodeData, MorePointsThanMemoryShouldHold)
+{
+    TestDataSet set;
+    set.addPoints(plainPosition(0, 0, 0));
+    set.hierarchy = hierarchyRecord(1, 0, 4294967295U, 0, 12);
+    const Octree::Octree octree(set.write(), 1.0);
+
+    EXPECT_THAT(
+        readError(octree),
+        AllOf(
+            HasSubstr("hierarchy.bin: node r has 4294967295 points"),
+            HasSubstr("expected at most 1073741824 bytes")
+        )
+    );
+}
+
+TEST(HostileNodeData, ManyAnnouncedPointsWithFewBytesGiveTheFewPoints)
+{
+    TestDataSet set("BROTLI");
+    const auto octree =
+        openedBrotli(set, 60000000, brotliEncoded(std::string(16, '\0')));  // 960 MB announced
+    NodePointData data;
+
+    EXPECT_TRUE(octree->readNodePointData(octree->root(), data));
+
+    EXPECT_EQ(data.size(), 1U);
+}
+
+TEST(HostileNodeData, BrotliBomb)
+{
+    TestDataSet set("BROTLI");
+    const auto octree = openedBrotli(set, 10, brotliEncoded(std::string(64U << 20U, '\0')));
+
+    EXPECT_THAT(readError(*octree), AllOf(HasSubstr("octree.bin: node r: "), HasSubstr("65696")));
+}
+
+TEST(HostileNodeData, TruncatedStream)
+{
+    std::string bytes(1600, '\0');
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+    {
+        bytes[i] = static_cast<char>(i * i % 251);
+    }
+    const std::string stream = brotliEncoded(bytes);
+    for (const std::size_t length : {std::size_t{1}, stream.size() / 2, stream.size() - 1})
+    {
+        TestDataSet set("BROTLI");
+        const auto octree = openedBrotli(set, 100, stream.substr(0, length));
+
+        EXPECT_THAT(readError(*octree), HasSubstr("octree.bin: node r: ")) << length;
+    }
+}
+
+TEST(HostileNodeData, BytesThatAreNoStream)
+{
+    TestDataSet set("BROTLI");
+    const auto octree = openedBrotli(set, 100, std::string(100, '\xFF'));
+
+    EXPECT_THAT(readError(*octree), HasSubstr("octree.bin: node r: "));
+}
+
+TEST(HostileNodeData, UncompressedRowsInADataSetThatSaysBrotli)
+{
+    TestDataSet set("BROTLI");
+    const auto octree = openedBrotli(set, 3, plainPosition(1, 2, 3) + plainPosition(4, 5, 6));
+
+    EXPECT_THAT(readError(*octree), HasSubstr("octree.bin: node r"));
+}
+
+TEST(HostileNodeData, DecodedLengthThatIsNoWholeNumberOfPoints)
+{
+    TestDataSet set("BROTLI");
+    const auto octree = openedBrotli(set, 2, brotliEncoded(std::string(31, '\0')));
+
+    EXPECT_THAT(
+        readError(*octree),
+        AllOf(
+            HasSubstr("octree.bin: node r has 31 bytes"), HasSubstr("expected a multiple of 16 bytes a point")
+        )
+    );
+}
+
+TEST(HostileNodeData, RowsThatAreNoWholeNumberOfPoints)
+{
+    TestDataSet set;
+    set.setRoot(2, std::string(25, '\0'));
+    const Octree::Octree octree(set.write(), 1.0);
+
+    EXPECT_THAT(
+        readError(octree),
+        AllOf(
+            HasSubstr("octree.bin: node r has 25 bytes"), HasSubstr("expected a multiple of 12 bytes a point")
+        )
+    );
+}
+
+TEST(HostileNodeData, OctreeBinThatShrinksWhileItIsOpen)
+{
+    TestDataSet set;
+    set.setRoot(2, plainPosition(1, 2, 3) + plainPosition(4, 5, 6));
+    const Octree::Octree octree(set.write(), 1.0);
+    NodePointData data;
+    ASSERT_TRUE(octree.readNodePointData(octree.root(), data));
+
+    std::filesystem::resize_file(set.file("octree.bin"), 20);
+
+    EXPECT_THAT(readError(octree), AllOf(HasSubstr("octree.bin"), HasSubstr("file's 20 bytes")));
+}
+
+TEST(HostileNodeData, FilesThatVanishAfterOpeningDoNoHarm)
+{
+    TestDataSet set;
+    set.setRoot(1, plainPosition(1, 2, 3));
+    const Octree::Octree octree(set.write(), 1.0);
+
+    for (const char* name : {"metadata.json", "hierarchy.bin", "octree.bin"})
+    {
+        std::filesystem::remove(set.file(name));
+    }
+
+    NodePointData data;
+    EXPECT_TRUE(octree.readNodePointData(octree.root(), data));  // the files stay open
+    EXPECT_EQ(data.position(0), (Math::Point<double, 3>(1.0, 2.0, 3.0)));
+}
+
+TEST(HostileNodeData, ABrokenNodeDoesNotHarmTheOthers)
+{
+    TestDataSet set;
+    set.hierarchy = hierarchyRecord(0, 0b11, 1, 0, 12) + hierarchyRecord(1, 0, 1, 999, 12) +
+                    hierarchyRecord(1, 0, 1, 12, 12);
+    set.addPoints(plainPosition(1, 1, 1) + plainPosition(2, 2, 2));
+    const Octree::Octree octree(set.write(), 1.0);
+    NodePointData data;
+    ASSERT_TRUE(octree.readNodePointData(octree.root(), data));
+
+    EXPECT_FALSE(octree.getNodePointData(nodeNamed("r0"), data));
+    EXPECT_EQ(data.size(), 0U);
+    EXPECT_TRUE(data.columns().positions.empty());
+
+    EXPECT_TRUE(octree.readNodePointData(nodeNamed("r1"), data));
+    EXPECT_EQ(data.position(0), (Math::Point<double, 3>(2.0, 2.0, 2.0)));
+}
+
+TEST(HostileNodeData, PointsOfAMissingNode)
+{
+    TestDataSet set;
+    set.setRoot(1, plainPosition(1, 2, 3));
+    const Octree::Octree octree(set.write(), 1.0);
+    NodePointData data;
+
+    EXPECT_THAT(readError(octree, "r4"), HasSubstr("there is no node r4"));
+    EXPECT_FALSE(octree.getNodePointData(nodeNamed("r4"), data));
+}
+
+TEST(NodeData, StopRequestReturnsFalseAndLeavesThePointsAsTheyAre)
+{
+    TestDataSet set;
+    set.setRoot(1, plainPosition(1, 2, 3));
+    const Octree::Octree octree(set.write(), 1.0);
+    NodePointData data;
+    ASSERT_TRUE(octree.readNodePointData(octree.root(), data));
+    std::stop_source stop;
+    stop.request_stop();
+
+    EXPECT_FALSE(octree.readNodePointData(octree.root(), data, stop.get_token()));
+
+    EXPECT_EQ(data.size(), 1U);
+    EXPECT_EQ(data.position(0), (Math::Point<double, 3>(1.0, 2.0, 3.0)));
+}
+
+TEST(FileLoader, StoppedFetchesReturnFalse)
+{
+    TestDataSet set;
+    set.setRoot(1, plainPosition(1, 2, 3));
+    const PoTree::FileLoader loader(PoTree::FileSystemLocation(set.write().folder()));
+    PoTree::Node node({}, {});
+    node.byteSize = 12;
+    std::stop_source stop;
+    stop.request_stop();
+    std::vector<std::byte> bytes;
+
+    EXPECT_FALSE(loader.fetchHierarchyChunk(0, 22, bytes, stop.get_token()));
+    EXPECT_FALSE(loader.fetchOctreeChunk(node, 12, bytes, stop.get_token()));
+}
+
+TEST(FileLoader, FetchesExactlyTheAnnouncedBytes)
+{
+    TestDataSet set;
+    set.hierarchy = "0123456789";
+    set.points = "abcdefghij";
+    const PoTree::FileLoader loader(PoTree::FileSystemLocation(set.write().folder()));
+    PoTree::Node node({}, {});
+    node.byteOffset = 7;
+    node.byteSize = 3;
+    std::vector<std::byte> bytes(100);
+
+    ASSERT_TRUE(loader.fetchHierarchyChunk(2, 4, bytes, {}));
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()), "2345");
+    ASSERT_TRUE(loader.fetchOctreeChunk(node, 3, bytes, {}));
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()), "hij");
+}
+}  // namespace
