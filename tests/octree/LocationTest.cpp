@@ -1,0 +1,139 @@
+#include "octree/CacheIdentifier.h"
+#include "octree/Location.h"
+#include "octree/Octree.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/messageOf.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <unordered_set>
+
+namespace
+{
+using Octree::CacheIdentifier;
+using Octree::Kind;
+using Octree::Location;
+
+TEST(Location, FolderWithOnlyAnEptJsonIsEntwine)
+{
+    const TemporaryFolder folder;
+    folder.write("ept.json", "{}");
+
+    EXPECT_EQ(Location::fromPath(folder.path()).kind(), Kind::Entwine);
+}
+
+TEST(Location, FolderWithBothMetadataFilesIsThreeFiles)
+{
+    const TemporaryFolder folder;
+    folder.write("ept.json", "{}");
+    folder.write("metadata.json", "{}");
+
+    EXPECT_EQ(Location::fromPath(folder.path()).kind(), Kind::PoTree);
+}
+
+TEST(Location, FolderWithNeitherOrNoFolderIsThreeFilesThatDoNotExist)
+{
+    const TemporaryFolder folder;
+
+    for (const std::filesystem::path& path : {folder.path(), folder.path() / "nothing"})
+    {
+        const Location location = Location::fromPath(path);
+        EXPECT_EQ(location.kind(), Kind::PoTree);
+        EXPECT_EQ(location.folder(), path);
+        EXPECT_FALSE(location.exists());
+    }
+}
+
+TEST(Location, MetadataFilesStandForTheirFolders)
+{
+    EXPECT_EQ(Location::fromPath("a/b/metadata.json"), Location(PoTree::FileSystemLocation("a/b")));
+    EXPECT_EQ(Location::fromPath("a/b/ept.json"), Location(Entwine::FileSystemLocation("a/b")));
+    EXPECT_EQ(Location::fromPath("metadata.json"), Location(PoTree::FileSystemLocation(".")));
+}
+
+TEST(Location, TrailingSeparatorsAndDotsDoNotMatter)
+{
+    const Location location = Location::fromPath("a/b");
+
+    EXPECT_EQ(Location::fromPath("a/b/"), location);
+    EXPECT_EQ(Location::fromPath("a/./b"), location);
+    EXPECT_EQ(Location::fromPath("a/c/../b/"), location);
+    EXPECT_EQ(Location::fromPath("a/b/").hash(), location.hash());
+}
+
+TEST(Location, ExistsWhenItsMetadataFileDoes)
+{
+    const TemporaryFolder folder;
+    const Location threeFiles = PoTree::FileSystemLocation(folder.path());
+    const Location tiles = Entwine::FileSystemLocation(folder.path());
+    EXPECT_FALSE(threeFiles.exists());
+    EXPECT_FALSE(tiles.exists());
+
+    folder.write("metadata.json", "{}");
+    EXPECT_TRUE(threeFiles.exists());
+    EXPECT_FALSE(tiles.exists());
+
+    folder.write("ept.json", "{}");
+    EXPECT_TRUE(tiles.exists());
+}
+
+TEST(Location, FileSystemThatCannotTellIsAnError)
+{
+    const Location location = PoTree::FileSystemLocation(std::string(100000, 'x'));  // longer than any name
+
+    try
+    {
+        static_cast<void>(location.exists());
+        GTEST_SKIP() << "this file system takes names of any length";
+    }
+    catch (const std::filesystem::filesystem_error& error)
+    {
+        EXPECT_THAT(error.what(), testing::HasSubstr("exists"));
+    }
+}
+
+TEST(Location, KindsOfTheSameFolderAreDifferent)
+{
+    const Location threeFiles = PoTree::FileSystemLocation("a");
+    const Location tiles = Entwine::FileSystemLocation("a");
+
+    EXPECT_NE(threeFiles, tiles);
+    EXPECT_NE(threeFiles.hash(), tiles.hash());
+}
+
+TEST(Location, HashIsTheSameInEveryProcess)
+{
+    // FNV-1a by hand over the kind's number 0 and the letter a
+    std::uint64_t expected = 0xcbf29ce484222325ULL;
+    for (const std::uint64_t unit : {std::uint64_t{0}, std::uint64_t{'a'}})
+    {
+        expected = (expected ^ unit) * 0x100000001b3ULL;
+    }
+
+    EXPECT_EQ(Location(PoTree::FileSystemLocation("a")).hash(), static_cast<std::size_t>(expected));
+}
+
+TEST(CacheIdentifier, DiffersByLocationAndUnitScale)
+{
+    const Location a = PoTree::FileSystemLocation("a");
+    const Location b = PoTree::FileSystemLocation("b");
+    const std::unordered_set<CacheIdentifier> identifiers{{a, 1.0}, {a, 2.0}, {b, 1.0}, {a, 1.0}};
+
+    EXPECT_EQ(identifiers.size(), 3U);
+    EXPECT_NE((CacheIdentifier{a, 1.0}), (CacheIdentifier{a, 2.0}));
+    EXPECT_EQ((CacheIdentifier{a, 2.0}), (CacheIdentifier{a, 2.0}));
+}
+
+TEST(EntwineLocation, OpeningSaysThatTilesAreNotSupported)
+{
+    const std::string error =
+        messageOf<std::runtime_error>([] { Octree::Octree(Entwine::FileSystemLocation("folder"), 1.0); });
+
+    EXPECT_THAT(error, testing::HasSubstr("ept.json: Entwine Point Tiles are not supported by this build"));
+}
+}  // namespace
