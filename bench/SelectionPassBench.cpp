@@ -1,0 +1,143 @@
+// How long a selection pass takes when everything it wants is resident already, as after each small camera
+// move.
+//
+// The points of the nodes are few on purpose: their copy at the end of a pass is what UpdateBuffersBench
+// measures.
+
+#include "render/pointcloud/selectNodes.h"
+#include "render/scene/Camera.h"
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <stop_token>
+#include <unordered_set>
+#include <vector>
+
+namespace
+{
+using Octree::OctreeNodeId;
+using Box = Math::NBoundingBox<float, 3>;
+
+constexpr std::size_t kCloudId = 1;
+constexpr std::size_t kPointsPerNode = 1;
+constexpr float kRootSize = 1000.0F;
+constexpr std::size_t kChildrenPerNode = 4;  // of 8: scanned surfaces fill about half of the children
+
+/// The first nodes, level by level, of a tree in which every node has four children.
+class SurfaceTree final : public Render::SelectionTree
+{
+public:
+    explicit SurfaceTree(std::size_t nodeCount)
+    {
+        std::vector<OctreeNodeId> ids{OctreeNodeId()};
+        for (std::size_t parent = 0; ids.size() < nodeCount; ++parent)
+        {
+            for (unsigned i = 0; i < kChildrenPerNode && ids.size() < nodeCount; ++i)
+            {
+                ids.push_back(ids[parent].child(2 * i));
+            }
+        }
+        mIds.insert(ids.begin(), ids.end());
+    }
+
+    Box boundingCube(const OctreeNodeId& id) const override
+    {
+        const float size = std::ldexp(kRootSize, -static_cast<int>(id.level()));
+        Math::Point<float, 3> min;
+        float step = size;
+        for (OctreeNodeId node = id; !node.isRoot(); node = node.parent(), step *= 2.0F)
+        {
+            min.x += (node.childIndex() & 4U) != 0 ? step : 0.0F;
+            min.y += (node.childIndex() & 2U) != 0 ? step : 0.0F;
+            min.z += (node.childIndex() & 1U) != 0 ? step : 0.0F;
+        }
+        return Box(min, {min.x + size, min.y + size, min.z + size});
+    }
+
+    Octree::OctreeChildNodeIdRange children(const OctreeNodeId& id, std::stop_token) const override
+    {
+        unsigned mask = 0;
+        for (unsigned i = 0; i < kChildrenPerNode; ++i)
+        {
+            mask |= mIds.contains(id.child(2 * i)) ? 1U << (2 * i) : 0U;
+        }
+        return {id, mask};
+    }
+
+    Octree::NodeVisibilityType nodeVisibility(const OctreeNodeId&, std::stop_token) const override
+    {
+        return Octree::NodeVisibilityType::PerPoint;
+    }
+
+private:
+    std::unordered_set<OctreeNodeId> mIds;
+};
+
+void selectionPassWithEverythingResident(benchmark::State& state)
+{
+    const auto nodeCount = static_cast<std::size_t>(state.range(0));
+    const SurfaceTree tree(nodeCount);
+    Render::NodePrioritizer prioritizer(2 * nodeCount * kPointsPerNode);
+    Core::TripleBuffer<Render::Buffer> buffers;
+
+    Render::Camera camera;
+    camera.setViewport(1920, 1080);
+    camera.setPose(
+        Math::Point<float, 3>(500.0F, 400.0F, 1500.0F),
+        Math::Point<float, 3>(500.0F, 500.0F, 500.0F),
+        Eigen::Vector3f::UnitY()
+    );
+    const Math::Frustum<float> frustum = camera.scaledFrustum(2.0F, 2.0F, 1.0F, Eigen::Matrix4f::Identity());
+    const Math::ConvexPolytope<float, 3> clippingVolume;
+    const Render::NodeRanking ranking = [&](std::size_t, const Box& box)
+    {
+        return Render::NodePriority::perspective(
+            box, frustum, clippingVolume, camera.eye(), 1.0F, camera.viewport(), camera.fovYRad(), 0.5F
+        );
+    };
+    const Render::VertexSource source =
+        [](const OctreeNodeId&, Render::VertexContainer& vertices, std::stop_token)
+    {
+        vertices.resize(kPointsPerNode);
+        return true;
+    };
+    const Render::SelectionPass pass{
+        .prioritizer = prioritizer,
+        .cloudId = kCloudId,
+        .tree = tree,
+        .ranking = ranking,
+        .vertexSource = source,
+        .buffers = buffers,
+        .maxLevel = OctreeNodeId::MAX_REPRESENTABLE_LEVEL,
+        .updateInterval = std::chrono::milliseconds(500),
+        .requestRedraw = [] {},
+        .onProgress = {},
+    };
+
+    selectNodes(pass, {});
+    if (prioritizer.totalUsedPointCount() != nodeCount * kPointsPerNode)
+    {
+        state.SkipWithError("not every node has become resident");
+        return;
+    }
+    for (auto _ : state)
+    {
+        selectNodes(pass, {});
+    }
+    state.counters["time_per_node"] = benchmark::Counter(
+        static_cast<double>(state.iterations()) * static_cast<double>(nodeCount),
+        benchmark::Counter::kIsRate | benchmark::Counter::kInvert
+    );
+}
+}  // namespace
+
+BENCHMARK(selectionPassWithEverythingResident)
+    ->Arg(160)
+    ->Arg(400)
+    ->Arg(1000)
+    ->Arg(2000)
+    ->Arg(4000)
+    ->Unit(benchmark::kMillisecond);
