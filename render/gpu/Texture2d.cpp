@@ -192,8 +192,9 @@ void Texture2d::copySubRegion(
     {
         return;
     }
-    // Direct3D does not define what happens when the copied box leaves the destination.
-    const D3D11_BOX box{
+    // Direct3D does not define what happens when the copied box leaves the destination. No box copies the
+    // whole source, the only copy that it allows for depth buffers.
+    const D3D11_BOX visible{
         .left = 0,
         .top = 0,
         .front = 0,
@@ -201,7 +202,8 @@ void Texture2d::copySubRegion(
         .bottom = std::min(source.mDesc.Height, mDesc.Height - y),
         .back = 1,
     };
-    context->CopySubresourceRegion(mTexture, 0, x, y, z, source.mTexture, 0, &box);
+    const bool isWhole = visible.right == source.mDesc.Width && visible.bottom == source.mDesc.Height;
+    context->CopySubresourceRegion(mTexture, 0, x, y, z, source.mTexture, 0, isWhole ? nullptr : &visible);
 }
 
 void Texture2d::drawImageTile(ID3D11DeviceContext* context, const Graphics::ColorImage& image, D3D11_MAP type)

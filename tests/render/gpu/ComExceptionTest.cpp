@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <ostream>
 #include <string>
 
 using Render::ComException;
@@ -20,7 +21,7 @@ std::optional<std::string> systemText(unsigned long result)
         FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
         nullptr,
         result,
-        0,
+        MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
         buffer,
         sizeof buffer,
         nullptr
@@ -38,6 +39,11 @@ struct NumberedResult
     unsigned long result;
     const char* textWithoutSystem;
 };
+
+void PrintTo(const NumberedResult& result, std::ostream* stream)
+{
+    *stream << std::hex << result.result;
+}
 
 class ComExceptionOf : public testing::TestWithParam<NumberedResult>
 {
