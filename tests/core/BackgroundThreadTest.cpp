@@ -1,12 +1,14 @@
 #include "core/BackgroundThread.h"
+#include "tests/support/ThreadSignals.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
-#include <semaphore>
+#include <optional>
 #include <stdexcept>
 #include <stop_token>
 #include <thread>
@@ -14,15 +16,6 @@
 
 namespace
 {
-/// Waits on the background thread until its run is asked to stop.
-void waitForStop(const std::stop_token& token)
-{
-    std::mutex mutex;
-    std::condition_variable_any changed;
-    std::unique_lock lock(mutex);
-    changed.wait(lock, token, [] { return false; });
-}
-
 TEST(BackgroundThread, RunsNothingBeforeTheFirstRestart)
 {
     std::atomic<int> runs{0};
@@ -36,7 +29,7 @@ TEST(BackgroundThread, RunsNothingBeforeTheFirstRestart)
 TEST(BackgroundThread, RestartRunsTheFunctionOnAnotherThread)
 {
     std::thread::id runner;
-    std::binary_semaphore ran{0};
+    Semaphore ran;
     Core::BackgroundThread thread(
         [&](const std::stop_token& token)
         {
@@ -54,8 +47,8 @@ TEST(BackgroundThread, RestartRunsTheFunctionOnAnotherThread)
 
 TEST(BackgroundThread, RestartDoesNotWaitForABusyRun)
 {
-    std::binary_semaphore started{0};
-    std::binary_semaphore mayEnd{0};
+    Semaphore started;
+    Semaphore mayEnd;
     std::atomic<int> runs{0};
     Core::BackgroundThread thread(
         [&](const std::stop_token&)
@@ -84,8 +77,8 @@ TEST(BackgroundThread, RestartDoesNotWaitForABusyRun)
 
 TEST(BackgroundThread, RestartAsksTheBusyRunToStopAndGivesTheNextOneAFreshToken)
 {
-    std::binary_semaphore started{0};
-    std::binary_semaphore secondRan{0};
+    Semaphore started;
+    Semaphore secondRan;
     std::atomic<int> runs{0};
     std::atomic<bool> stoppedAtStart{true};
     Core::BackgroundThread thread(
@@ -114,8 +107,8 @@ TEST(BackgroundThread, RestartAsksTheBusyRunToStopAndGivesTheNextOneAFreshToken)
 
 TEST(BackgroundThread, ManyRestartsDuringABusyRunBecomeOneRun)
 {
-    std::counting_semaphore<> started{0};
-    std::binary_semaphore mayEnd{0};
+    Semaphore started;
+    Semaphore mayEnd;
     std::atomic<int> runs{0};
     {
         Core::BackgroundThread thread(
@@ -187,7 +180,7 @@ TEST(BackgroundThread, ARunBeginsAfterEveryRestartFromAnyThread)
 
 TEST(BackgroundThread, AnExceptionEndsOnlyItsRun)
 {
-    std::counting_semaphore<> ran{0};
+    Semaphore ran;
     std::atomic<int> runs{0};
     Core::BackgroundThread thread(
         [&](const std::stop_token&)
@@ -215,7 +208,7 @@ TEST(BackgroundThread, AnExceptionEndsOnlyItsRun)
 
 TEST(BackgroundThread, DestructionStopsTheRunAndWaitsForIt)
 {
-    std::binary_semaphore started{0};
+    Semaphore started;
     bool ended = false;  // not atomic: read after the thread was joined
     {
         Core::BackgroundThread thread(
@@ -235,23 +228,23 @@ TEST(BackgroundThread, DestructionStopsTheRunAndWaitsForIt)
 
 TEST(BackgroundThread, DestructionDropsAPendingRestart)
 {
-    std::binary_semaphore started{0};
+    Semaphore started;
     std::atomic<int> runs{0};
+    std::optional<std::stop_callback<std::function<void()>>> restartWhenStopped;
     {
-        std::unique_ptr<Core::BackgroundThread> thread;
         Core::BackgroundThread* alias = nullptr;
-        thread = std::make_unique<Core::BackgroundThread>(
+        Core::BackgroundThread thread(
             [&](const std::stop_token& token)
             {
                 ++runs;
-                // runs inside the destructor, which is what asks for the stop
-                const std::stop_callback restartWhenStopped(token, [&] { alias->restart(); });
+                // called inside the destructor, which is what asks for the stop
+                restartWhenStopped.emplace(token, [&] { alias->restart(); });
                 started.release();
                 waitForStop(token);
             }
         );
-        alias = thread.get();
-        thread->restart();
+        alias = &thread;
+        thread.restart();
         started.acquire();
     }
 
@@ -260,7 +253,7 @@ TEST(BackgroundThread, DestructionDropsAPendingRestart)
 
 TEST(BackgroundThread, RestartFromInsideTheFunctionRunsItAgain)
 {
-    std::binary_semaphore done{0};
+    Semaphore done;
     std::atomic<int> runs{0};
     std::unique_ptr<Core::BackgroundThread> thread;
     thread = std::make_unique<Core::BackgroundThread>(

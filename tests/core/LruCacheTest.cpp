@@ -1,14 +1,13 @@
 #include "core/LruCache.h"
+#include "tests/support/ThreadSignals.h"
 #include "tests/support/messageOf.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdint>
-#include <latch>
 #include <memory>
 #include <random>
-#include <semaphore>
 #include <stdexcept>
 #include <stop_token>
 #include <string>
@@ -329,8 +328,8 @@ TEST(LruCache, ReleasesTheValueOfAnEvictedEntry)
 TEST(LruCache, KeepsTheFirstOfTwoValuesLoadedAtOnceForAKey)
 {
     PointCache cache(100, 4);
-    std::latch bothLoad(2);
-    std::binary_semaphore firstIsIn{0};
+    Rendezvous bothLoad(2);
+    Semaphore firstIsIn;
     Points slowResult;
     bool slowSucceeded = false;
     std::thread slow(
@@ -338,7 +337,7 @@ TEST(LruCache, KeepsTheFirstOfTwoValuesLoadedAtOnceForAKey)
         {
             const auto loader = [&](Points& value, const std::stop_token&)
             {
-                bothLoad.arrive_and_wait();
+                bothLoad.arriveAndWait();
                 firstIsIn.acquire();
                 value.assign(7, 2);
                 return true;
@@ -350,7 +349,7 @@ TEST(LruCache, KeepsTheFirstOfTwoValuesLoadedAtOnceForAKey)
     Points fastResult;
     const auto loader = [&](Points& value, const std::stop_token&)
     {
-        bothLoad.arrive_and_wait();
+        bothLoad.arriveAndWait();
         value.assign(3, 1);
         return true;
     };

@@ -1,9 +1,9 @@
 #include "core/SharedResources.h"
+#include "tests/support/ThreadSignals.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <latch>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -85,10 +85,10 @@ TEST(SharedResources, FactoryMayAskForAnotherKey)
 
 TEST(SharedResources, MakesOneObjectForThreadsThatAskAtOnce)
 {
-    constexpr std::size_t kThreadCount = 6;
+    constexpr int kThreadCount = 6;
     Registry registry;
     std::atomic<int> made{0};
-    std::latch start(kThreadCount);
+    Rendezvous start(kThreadCount);
     std::vector<std::shared_ptr<int>> got(kThreadCount);
     std::vector<std::thread> threads;
     for (std::shared_ptr<int>& result : got)
@@ -96,7 +96,7 @@ TEST(SharedResources, MakesOneObjectForThreadsThatAskAtOnce)
         threads.emplace_back(
             [&]
             {
-                start.arrive_and_wait();
+                start.arriveAndWait();
                 result = registry.createOrGet("key", [&] { return std::make_shared<int>(++made); });
             }
         );
