@@ -4,6 +4,11 @@
 
 namespace Samples
 {
+namespace
+{
+constexpr Cube kCube{SampleScene::kOrigin, SampleScene::kSize};
+}
+
 OctreeSummary writeSampleDataset(const std::filesystem::path& folder, const SampleDatasetOptions& options)
 {
     const SampleScene scene(options.seed);
@@ -16,12 +21,24 @@ OctreeSummary writeSampleDataset(const std::filesystem::path& folder, const Samp
              Attribute::Classification,
              Attribute::ScanIndex,
              Attribute::NormalOct16},
-        .cube = Cube{SampleScene::kOrigin, SampleScene::kSize},
+        .cube = kCube,
         .stepSize = 3,  // so that a million points are enough for a hierarchy of several chunks
         .recordTypes = RecordTypes::Misleading,
         .threadCount = options.threadCount,
         .name = "sample village",
     };
     return writeOctree(folder, scene.scan(options.points, options.threadCount), octree);
+}
+
+EptSummary writeSampleEpt(const std::filesystem::path& folder, const SampleEptOptions& options)
+{
+    const SampleScene scene(options.seed);
+    const EptWriterOptions tiles{
+        .dataType = options.dataType,
+        .cube = kCube,
+        .hierarchyStep = 3,
+        .threadCount = options.threadCount,
+    };
+    return writeEpt(folder, scene.scan(options.points, options.threadCount), tiles);
 }
 }  // namespace Samples

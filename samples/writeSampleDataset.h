@@ -1,5 +1,6 @@
 #pragma once
 
+#include "samples/EptWriter.h"
 #include "samples/OctreeWriter.h"
 
 #include <cstddef>
@@ -22,4 +23,15 @@ struct SampleDatasetOptions
 OctreeSummary writeSampleDataset(
     const std::filesystem::path& folder, const SampleDatasetOptions& options = {}
 );
+
+struct SampleEptOptions
+{
+    std::size_t points = 1'000'000;
+    std::uint64_t seed = 1;
+    EptDataType dataType = EptDataType::Binary;
+    unsigned threadCount = 0;
+};
+
+/// The same cloud in the same nodes as Entwine Point Tiles.
+EptSummary writeSampleEpt(const std::filesystem::path& folder, const SampleEptOptions& options = {});
 }  // namespace Samples

@@ -1,4 +1,5 @@
 #include "samples/OctreeWriter.h"
+#include "tests/samples/fromHex.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/messageOf.h"
 
@@ -6,7 +7,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <cstring>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -23,26 +24,6 @@ using Samples::SampleNode;
 using Samples::SamplePoint;
 using Samples::writeOctree;
 using Samples::writeOctreeNodes;
-
-/// The bytes that hexadecimal digits stand for; blanks are skipped.
-std::string fromHex(std::string_view digits)
-{
-    std::string bytes;
-    std::string pair;
-    for (const char digit : digits)
-    {
-        if (digit != ' ')
-        {
-            pair += digit;
-        }
-        if (pair.size() == 2)
-        {
-            bytes += static_cast<char>(std::stoi(pair, nullptr, 16));
-            pair.clear();
-        }
-    }
-    return bytes;
-}
 
 std::string unpacked(const std::string& bytes, std::size_t size)
 {
