@@ -145,7 +145,8 @@ bool Octree::Implementation::readExternalAttributes(
 ) const
 {
     unsigned missing = attributes & ~description.attributeMask;
-    for (const std::shared_ptr<const Tree>& external : *externalTrees())
+    const std::shared_ptr<const Trees> trees = externalTrees();
+    for (const std::shared_ptr<const Tree>& external : *trees)
     {
         const unsigned offered = missing & external->description().attributeMask;
         if (offered == 0 || out.pointCount == 0)
@@ -301,7 +302,8 @@ NodeVisibilityType Octree::nodeVisibility(const OctreeNodeId& id, std::stop_toke
     {
         return info.visibility;
     }
-    for (const std::shared_ptr<const Tree>& external : *mImplementation->externalTrees())
+    const std::shared_ptr<const Trees> externals = mImplementation->externalTrees();
+    for (const std::shared_ptr<const Tree>& external : *externals)
     {
         if (hasVisibility(external->description().attributeMask))
         {
@@ -371,7 +373,8 @@ bool Octree::readNodePointData(const OctreeNodeId& id, NodePointData& out, std::
 unsigned Octree::attributeMask() const noexcept
 {
     unsigned mask = mImplementation->description.attributeMask;
-    for (const std::shared_ptr<const Tree>& external : *mImplementation->externalTrees())
+    const std::shared_ptr<const Trees> externals = mImplementation->externalTrees();
+    for (const std::shared_ptr<const Tree>& external : *externals)
     {
         mask |= external->description().attributeMask;
     }
@@ -387,7 +390,8 @@ std::pair<std::uint16_t, std::uint16_t> Octree::intensityRange() const noexcept
 {
     if (!hasIntensity(mImplementation->description.attributeMask))
     {
-        for (const std::shared_ptr<const Tree>& external : *mImplementation->externalTrees())
+        const std::shared_ptr<const Trees> externals = mImplementation->externalTrees();
+        for (const std::shared_ptr<const Tree>& external : *externals)
         {
             if (hasIntensity(external->description().attributeMask))
             {
