@@ -18,6 +18,11 @@ namespace
 {
 constexpr std::uint64_t kLargestSide = 0x7FFFFFFF;  // of the file format
 
+/// On pictures of point splats, which repeat pixels exactly, level 4 without filters takes a quarter of the
+/// time of the library's defaults and makes files that are a quarter smaller. Depth has gradients, which need
+/// the filters.
+constexpr int kCompressionLevel = 4;
+
 struct FreeContext
 {
     void operator()(spng_ctx* context) const noexcept { spng_ctx_free(context); }
@@ -73,6 +78,10 @@ void writePngRows(
     header.color_type =
         static_cast<std::uint8_t>(isGray ? SPNG_COLOR_TYPE_GRAYSCALE : SPNG_COLOR_TYPE_TRUECOLOR_ALPHA);
     check(spng_set_option(context.get(), SPNG_ENCODE_TO_BUFFER, 1));
+    check(spng_set_option(context.get(), SPNG_IMG_COMPRESSION_LEVEL, kCompressionLevel));
+    check(spng_set_option(
+        context.get(), SPNG_FILTER_CHOICE, isGray ? SPNG_FILTER_CHOICE_ALL : SPNG_DISABLE_FILTERING
+    ));
     check(spng_set_ihdr(context.get(), &header));
     constexpr int kRowByRow = SPNG_ENCODE_PROGRESSIVE | SPNG_ENCODE_FINALIZE;
     check(spng_encode_image(context.get(), nullptr, 0, SPNG_FMT_PNG, kRowByRow));

@@ -280,6 +280,35 @@ TEST(ColorImage, RefusesAPngWithAnyByteDamaged)
     }
 }
 
+TEST(ColorImage, SurvivesDamagedPixelDataWithARightCheckSum)
+{
+    const TemporaryFolder folder;
+    std::mt19937 random(2);
+    const ColorImage image = randomImage(9, 9, 36);
+    image.writePng(folder.path() / "good.png");
+    const std::string good = TemporaryFolder::read(folder.path() / "good.png");
+    const std::size_t pixels = PlainPng::signature().size() + PlainPng::headerChunk({}).size();
+    const std::string packed =
+        good.substr(pixels + 8, good.size() - pixels - 8 - 4 - 12);  // up to check sum and end
+    for (int round = 0; round < 300; ++round)
+    {
+        std::string damaged = packed;
+        damaged[random() % damaged.size()] = static_cast<char>(random() & 0xFFU);
+        const std::string file =
+            good.substr(0, pixels) + PlainPng::chunk("IDAT", damaged) + PlainPng::chunk("IEND", "");
+        try
+        {
+            EXPECT_EQ(
+                ColorImage::readPng(folder.write("image.png", file)).sizeInBytes(), image.sizeInBytes()
+            );
+        }
+        catch (const std::runtime_error& error)
+        {
+            EXPECT_THAT(error.what(), HasSubstr("image.png"));
+        }
+    }
+}
+
 TEST(ColorImage, RefusesPicturesAboveTheLargestSide)
 {
     const TemporaryFolder folder;
