@@ -1,0 +1,117 @@
+#include "apps/cli/Console.h"
+
+#include <cstdio>
+#include <stdexcept>
+
+#if defined(_WIN32)
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+
+#include <fcntl.h>
+#include <io.h>
+//
+#include <shellapi.h>
+#else
+#include <fstream>
+#include <iterator>
+#include <unistd.h>
+#endif
+
+namespace Cli
+{
+#if defined(_WIN32)
+namespace
+{
+std::string toUtf8(const wchar_t* text)
+{
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
+    if (size <= 1)
+    {
+        return {};
+    }
+    std::string result(static_cast<std::size_t>(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), size, nullptr, nullptr);
+    result.pop_back();  // the terminating zero
+    return result;
+}
+}  // namespace
+
+std::vector<std::string> commandLineArguments()
+{
+    int count = 0;
+    wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
+    if (words == nullptr)
+    {
+        throw std::runtime_error("the command line cannot be read");
+    }
+    std::vector<std::string> arguments;
+    for (int i = 1; i < count; ++i)
+    {
+        arguments.push_back(toUtf8(words[i]));
+    }
+    LocalFree(static_cast<HLOCAL>(words));
+    return arguments;
+}
+
+void prepareConsole()
+{
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
+    SetConsoleOutputCP(CP_UTF8);
+}
+
+bool isErrorStreamTerminal()
+{
+    return _isatty(_fileno(stderr)) != 0;
+}
+#else
+std::vector<std::string> commandLineArguments()
+{
+    std::ifstream file("/proc/self/cmdline", std::ios::binary);
+    const std::string words{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::vector<std::string> arguments;
+    for (std::size_t begin = 0; begin < words.size();)
+    {
+        const std::size_t end = words.find('\0', begin);
+        arguments.push_back(words.substr(begin, end - begin));
+        begin = end == std::string::npos ? words.size() : end + 1;
+    }
+    if (!arguments.empty())
+    {
+        arguments.erase(arguments.begin());
+    }
+    return arguments;
+}
+
+void prepareConsole() {}
+
+bool isErrorStreamTerminal()
+{
+    return isatty(STDERR_FILENO) != 0;
+}
+#endif
+
+void printError(std::string_view text)
+{
+    std::fprintf(stderr, "tarnel: error: %.*s\n", static_cast<int>(text.size()), text.data());
+    std::fflush(stderr);
+}
+
+void writeOutput(std::string_view text)
+{
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
+    {
+        throw std::runtime_error("standard output cannot be written");
+    }
+}
+
+void flushOutput()
+{
+    if (std::fflush(stdout) != 0)
+    {
+        throw std::runtime_error("standard output cannot be written");
+    }
+}
+}  // namespace Cli

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Cli
+{
+/// The program's arguments without its name, in UTF-8 whatever the code page.
+std::vector<std::string> commandLineArguments();
+
+/// Makes the standard streams pass bytes through unchanged: lines end in a bare line feed, text is UTF-8.
+void prepareConsole();
+
+/// True when standard error shows on a terminal.
+bool isErrorStreamTerminal();
+
+/// Writes "tarnel: error: " and the text as one line to standard error.
+void printError(std::string_view text);
+
+/// Writes to standard output.
+/// @throws std::runtime_error  when it cannot be written (a full disk, a closed pipe)
+void writeOutput(std::string_view text);
+
+/// Writes out what is buffered of standard output.
+/// @throws std::runtime_error  as above
+void flushOutput();
+}  // namespace Cli

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <octree/Octree.h>
+#include <vector>
+
+namespace Cli
+{
+/// Counts of a data set's whole hierarchy.
+struct HierarchyStatistics
+{
+    struct Level
+    {
+        std::uint64_t nodes = 0;
+        std::uint64_t points = 0;
+    };
+
+    std::uint64_t nodes = 0;
+    std::uint64_t points = 0;
+    std::vector<Level> levels;  ///< index = level
+};
+
+/// Calls the visitor with every node, coarse levels first, empty nodes included.
+/// @throws std::runtime_error  when the hierarchy is broken
+void visitNodes(const Octree::Octree& octree, const std::function<void(const Octree::NodeInfo&)>& visitor);
+
+/// Walks the whole hierarchy and counts, with progress.
+/// @throws std::runtime_error  when the hierarchy is broken
+HierarchyStatistics countHierarchy(const Octree::Octree& octree);
+}  // namespace Cli

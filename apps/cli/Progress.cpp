@@ -1,0 +1,71 @@
+#include "apps/cli/Progress.h"
+
+#include "apps/cli/Console.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+namespace Cli
+{
+namespace
+{
+constexpr std::chrono::milliseconds kTerminalInterval{100};
+constexpr std::chrono::milliseconds kPlainInterval{2000};  // a log file should not fill with progress
+constexpr std::uint64_t kBarWidth = 30;
+}  // namespace
+
+Progress::Progress(std::string label, std::uint64_t total, std::string unit)
+    : mLabel(std::move(label)),
+      mTotal(total),
+      mUnit(std::move(unit)),
+      mIsTerminal(isErrorStreamTerminal()),
+      mLastShown(std::chrono::steady_clock::now())
+{
+}
+
+Progress::~Progress()
+{
+    if (mIsLineOpen)
+    {
+        std::fputs("\r\x1b[K", stderr);  // the bar has done its duty
+        std::fflush(stderr);
+    }
+}
+
+void Progress::update(std::uint64_t done)
+{
+    const auto now = std::chrono::steady_clock::now();
+    if (now - mLastShown >= (mIsTerminal ? kTerminalInterval : kPlainInterval))
+    {
+        mLastShown = now;
+        show(done);
+    }
+}
+
+void Progress::show(std::uint64_t done)
+{
+    std::string line = mLabel + " ";
+    if (mTotal > 0)
+    {
+        const double fraction = std::min(1.0, static_cast<double>(done) / static_cast<double>(mTotal));
+        if (mIsTerminal)
+        {
+            const auto filled = static_cast<std::uint64_t>(fraction * static_cast<double>(kBarWidth));
+            line += "[" + std::string(filled, '#') + std::string(kBarWidth - filled, '.') + "] ";
+        }
+        line += std::to_string(static_cast<int>(fraction * 100.0)) + "% ";
+    }
+    line += std::to_string(done) + " " + mUnit;
+    if (mIsTerminal)
+    {
+        std::fprintf(stderr, "\r\x1b[K%s", line.c_str());
+        mIsLineOpen = true;
+    }
+    else
+    {
+        std::fprintf(stderr, "%s\n", line.c_str());
+    }
+    std::fflush(stderr);
+}
+}  // namespace Cli

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace Cli
+{
+/// Tells on standard error how far a long step is: a bar that redraws itself on a terminal, a plain line now
+/// and then elsewhere, nothing for steps that are done at once.
+///
+/// Threads  one thread at a time.
+class Progress
+{
+public:
+    /// @param label  what is being done, such as "loading"
+    /// @param total  the amount that means done; 0 when it is not known
+    /// @param unit   what is counted, such as "points"
+    Progress(std::string label, std::uint64_t total, std::string unit);
+
+    /// Ends the bar's line.
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    /// Shows the new amount, at most a few times a second.
+    void update(std::uint64_t done);
+
+private:
+    void show(std::uint64_t done);
+
+    std::string mLabel;
+    std::uint64_t mTotal;
+    std::string mUnit;
+    bool mIsTerminal;
+    bool mIsLineOpen = false;
+    std::chrono::steady_clock::time_point mLastShown;
+};
+}  // namespace Cli

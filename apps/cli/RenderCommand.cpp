@@ -1,0 +1,61 @@
+#include "apps/cli/Commands.h"
+#include "apps/cli/Console.h"
+#include "apps/cli/SceneSession.h"
+#include "apps/cli/parseValue.h"
+
+#include <graphics/DepthImage.h>
+#include <memory>
+#include <string>
+
+namespace Cli
+{
+namespace
+{
+struct RenderOptions
+{
+    std::string output;
+    std::string depth;
+    SceneOptions scene;
+};
+
+void run(const RenderOptions& options)
+{
+    SceneSession session(options.scene);
+    session.load();
+    session.renderer().writePngImage(toPath(options.output));
+    writeOutput(options.output + "\n");
+    if (!options.depth.empty())
+    {
+        Graphics::DepthImage depth;
+        session.renderer().getDepthImage(depth);
+        depth.writePng(toPath(options.depth));
+        writeOutput(options.depth + "\n");
+    }
+    flushOutput();
+}
+}  // namespace
+
+void addRenderCommand(CLI::App& app)
+{
+    CLI::App* const verb = app.add_subcommand("render", "Draws data sets into a PNG picture");
+    const auto options = std::make_shared<RenderOptions>();
+    verb->add_option("OUTPUT", options->output, "PNG file to write")->required();
+    verb->add_option("--cloud", options->scene.clouds, "Folder of a point cloud; repeatable")
+        ->allow_extra_args(false)
+        ->required();
+    verb->add_option(
+        "--depth", options->depth, "Also write the depth buffer, 16-bit grey: 65535 is near, 0 is far"
+    );
+    addCameraOptions(*verb, options->scene);
+    addLookOptions(*verb, options->scene);
+    verb->footer(
+        "Examples:\n"
+        "  tarnel render picture.png --cloud out/sample\n"
+        "  tarnel render height.png --cloud out/sample --mode ColorizeByPlaneDistance --color-map Viridis\n"
+        "  tarnel render top.png --cloud out/sample --ortho 200 --eye 637100,5651100,900 --target "
+        "637100,5651100,0 "
+        "--up 0,1,0"
+    );
+    verb->callback([options] { run(*options); });
+}
+}  // namespace Cli

@@ -1,0 +1,55 @@
+#include "apps/cli/Commands.h"
+#include "apps/cli/Console.h"
+#include "apps/cli/parseValue.h"
+#include "samples/writeSampleDataset.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace Cli
+{
+namespace
+{
+constexpr std::uint64_t kMostPoints = 100'000'000;  // the scene is made in memory
+
+struct SampleOptions
+{
+    std::string folder;
+    std::uint64_t points = 1'000'000;
+    std::uint64_t seed = 1;
+    std::string encoding = "brotli";
+};
+
+void run(const SampleOptions& options)
+{
+    Samples::SampleDatasetOptions sample;
+    sample.points = options.points;
+    sample.seed = options.seed;
+    sample.encoding =
+        options.encoding == "brotli" ? Samples::OctreeEncoding::Brotli : Samples::OctreeEncoding::Default;
+    Samples::writeSampleDataset(toPath(options.folder), sample);
+    writeOutput(options.folder + "\n");
+    flushOutput();
+}
+}  // namespace
+
+void addSampleCommand(CLI::App& app)
+{
+    CLI::App* const verb = app.add_subcommand("sample", "Writes a made-up scanned scene as a data set");
+    const auto options = std::make_shared<SampleOptions>();
+    verb->add_option("FOLDER", options->folder, "Folder to write; made when it is not there")->required();
+    verb->add_option("--points", options->points, "About how many points (default: 1000000)")
+        ->check(CLI::Range(std::uint64_t{1}, kMostPoints));
+    verb->add_option("--seed", options->seed, "The same seed gives the same bytes (default: 1)");
+    verb->add_option(
+            "--encoding", options->encoding, "brotli or default, the uncompressed one (default: brotli)"
+    )
+        ->check(CLI::IsMember({"brotli", "default"}));
+    verb->footer(
+        "Examples:\n  tarnel sample out/sample\n"
+        "  tarnel sample out/small --points 50000 --seed 7 --encoding default"
+    );
+    verb->callback([options] { run(*options); });
+}
+}  // namespace Cli

@@ -1,0 +1,86 @@
+#include "apps/cli/SceneOptions.h"
+
+#include "apps/cli/parseValue.h"
+
+namespace Cli
+{
+void addCameraOptions(CLI::App& verb, SceneOptions& options)
+{
+    const std::string group = "Camera (absolute coordinates; fitted to the scene where not given)";
+    verb.add_option("--eye", options.eye, "Where the camera stands: x,y,z")->group(group);
+    verb.add_option("--target", options.target, "What it looks at: x,y,z (default: the scene's centre)")
+        ->group(group);
+    verb.add_option("--up", options.up, "What is up: x,y,z (default: 0,0,1)")->group(group);
+    CLI::Option* const fov =
+        verb.add_option("--fov", options.fovDeg, "Vertical field of view in degrees (default: 40)")
+            ->check(CLI::Range(0.1, 179.0))
+            ->group(group);
+    verb.add_option("--ortho", options.orthographicHeight, "Parallel projection of this height in data units")
+        ->check(CLI::PositiveNumber)
+        ->excludes(fov)
+        ->group(group);
+    verb.add_option("--size", options.size, "Picture size in pixels (default: 1280x720)")->group(group);
+}
+
+void addLookOptions(CLI::App& verb, SceneOptions& options)
+{
+    const std::string color = "Colours";
+    verb.add_option("--mode", options.mode, "One of " + renderModeNames() + " (default: Default)")
+        ->group(color);
+    verb.add_option("--color-map", options.colorMap, "One of " + colorMapNames() + " (default: Turbo)")
+        ->group(color);
+    verb.add_option(
+            "--colorize-from",
+            options.colorizeFrom,
+            "Where the colour map of ColorizeByPlaneDistance begins: x,y,z (default: the lowest point)"
+    )
+        ->group(color);
+    verb.add_option("--colorize-to", options.colorizeTo, "Where it ends: x,y,z (default: the highest point)")
+        ->group(color);
+    CLI::Option* const brightness =
+        verb.add_option("--brightness", options.brightness, "Added to colours of 0 to 1 (default: 0)")
+            ->group(color);
+    CLI::Option* const contrast =
+        verb.add_option("--contrast", options.contrast, "Factor around the middle grey (default: 1)")
+            ->group(color);
+    verb.add_option(
+            "--auto-contrast",
+            options.autoContrast,
+            "Choose brightness and contrast so that this fraction of points falls off each end, such as 0.02"
+    )
+        ->check(CLI::Range(0.0, 0.49))
+        ->excludes(brightness)
+        ->excludes(contrast)
+        ->group(color);
+    verb.add_option("--opacity", options.opacity, "Factor on the picture's alpha (default: 1)")->group(color);
+    verb.add_option("--background", options.background, "r,g,b[,a] or #rrggbb[aa] (default: white)")
+        ->group(color);
+    verb.add_option("--uniform-color", options.uniformColor, "Colour of mode UniformColor")->group(color);
+
+    const std::string points = "Point clouds";
+    verb.add_option("--budget", options.budget, "Most points of all clouds together (default: 5000000)")
+        ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{200'000'000}))
+        ->group(points);
+    verb.add_option("--threshold", options.threshold, "Smallest node to draw, in pixels (default: 15)")
+        ->check(CLI::NonNegativeNumber)
+        ->group(points);
+    verb.add_option("--min-level", options.minLevel, "Levels below this one are always kept")->group(points);
+    verb.add_option("--max-level", options.maxLevel, "Deepest level to draw")->group(points);
+    verb.add_option(
+            "--point-size",
+            options.pointSize,
+            "Point size at level 0 in data units (default: from the spacing)"
+    )
+        ->check(CLI::PositiveNumber)
+        ->group(points);
+    verb.add_option("--max-point-size", options.maxPointSize, "Largest point in pixels (default: 5)")
+        ->check(CLI::PositiveNumber)
+        ->group(points);
+    verb.add_option(
+            "--clip", options.clipPlanes, "Keep what satisfies a x + b y + c z + d >= 0: a,b,c,d; repeatable"
+    )
+        ->allow_extra_args(false)
+        ->group(points);
+    verb.add_flag("--boxes", options.showBoxes, "Draw the boxes of the octree nodes")->group(points);
+}
+}  // namespace Cli

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Cli
+{
+/// The options that say what is in the scene, how it looks and from where it is seen; shared by the verbs
+/// that draw. Values are kept as text until the scene is built, so that one place checks them.
+struct SceneOptions
+{
+    std::vector<std::string> clouds;
+
+    std::string eye;
+    std::string target;
+    std::string up = "0,0,1";
+    double fovDeg = 40.0;
+    std::optional<double> orthographicHeight;
+    std::string size = "1280x720";
+
+    std::string mode = "Default";
+    std::string colorMap = "Turbo";
+    std::string colorizeFrom;
+    std::string colorizeTo;
+    std::optional<double> brightness;
+    std::optional<double> contrast;
+    std::optional<double> autoContrast;
+    double opacity = 1.0;
+    std::string background = "255,255,255,255";
+
+    std::uint64_t budget = 5'000'000;
+    std::optional<double> threshold;
+    std::optional<std::uint64_t> minLevel;
+    std::optional<std::uint64_t> maxLevel;
+    std::optional<double> pointSize;
+    std::optional<double> maxPointSize;
+    std::vector<std::string> clipPlanes;
+    bool showBoxes = false;
+    std::string uniformColor;
+};
+
+/// Adds camera and picture options to a verb.
+void addCameraOptions(CLI::App& verb, SceneOptions& options);
+
+/// Adds the options of point clouds and colours to a verb.
+void addLookOptions(CLI::App& verb, SceneOptions& options);
+}  // namespace Cli

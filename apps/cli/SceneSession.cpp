@@ -1,0 +1,218 @@
+#include "apps/cli/SceneSession.h"
+
+#include "apps/cli/Progress.h"
+#include "apps/cli/fitCamera.h"
+#include "apps/cli/openDataset.h"
+#include "apps/cli/parseValue.h"
+
+#include <Eigen/Geometry>
+
+#include <algorithm>
+#include <cmath>
+#include <math/HalfSpace.h>
+#include <numbers>
+#include <octree/OctreeNodeId.h>
+#include <stop_token>
+
+namespace Cli
+{
+namespace
+{
+// From the north-east, looking down by about 38 degrees as thumbnails do: shows facades and roofs.
+const Eigen::Vector3f kDefaultDirection(-0.6F, -0.5F, -0.62F);
+
+Eigen::Vector3f toVector(const Math::Point<float, 3>& point)
+{
+    return {point.x, point.y, point.z};
+}
+}  // namespace
+
+SceneSession::SceneSession(const SceneOptions& options)
+    : mScene(Render::GroupRenderable::create("scene")), mAutoContrast(options.autoContrast)
+{
+    const Size size = parseSize("--size", options.size);
+    mRenderer.setViewport(size.width, size.height);
+    addClouds(options);
+    mRenderer.setScene(mScene);
+    applyLook(options);
+    applyClipping(options);
+    applyCamera(options);
+}
+
+void SceneSession::addClouds(const SceneOptions& options)
+{
+    for (const std::string& path : options.clouds)
+    {
+        const auto octree = std::make_shared<Octree::Octree>(datasetLocation(path), 1.0);
+        auto cloud = Render::PointCloudRenderable::create(octree, path, options.budget);
+        const Math::Point<double, 3> reference = octree->position();
+        if (mClouds.empty())
+        {
+            mOrigin = reference;
+        }
+        Eigen::Matrix4f placement = Eigen::Matrix4f::Identity();
+        for (std::size_t axis = 0; axis < 3; ++axis)
+        {
+            placement(static_cast<Eigen::Index>(axis), 3) =
+                static_cast<float>(reference[axis] - mOrigin[axis]);
+        }
+        cloud->setMatrix(placement);
+        if (options.threshold)
+        {
+            cloud->setOctreeNodePriorityThreshold(static_cast<float>(*options.threshold));
+        }
+        if (options.minLevel)
+        {
+            cloud->setMinLevelToKeep(*options.minLevel);
+        }
+        if (options.maxLevel)
+        {
+            cloud->setMaxLevelToKeep(*options.maxLevel);
+        }
+        if (options.pointSize)
+        {
+            cloud->setPointSize(static_cast<float>(*options.pointSize));
+        }
+        if (options.maxPointSize)
+        {
+            cloud->setMaxPointSize(static_cast<float>(*options.maxPointSize));
+        }
+        if (!options.uniformColor.empty())
+        {
+            cloud->setUniformColor(parseColor("--uniform-color", options.uniformColor));
+        }
+        cloud->setShowBoundingBoxes(options.showBoxes);
+        mScene->add(cloud);
+        mClouds.push_back(std::move(cloud));
+    }
+}
+
+void SceneSession::applyLook(const SceneOptions& options)
+{
+    mRenderer.setRenderMode(parseRenderMode("--mode", options.mode));
+    mRenderer.setBackgroundColor(parseColor("--background", options.background));
+    mRenderer.setBrightness(static_cast<float>(options.brightness.value_or(0.0)));
+    mRenderer.setContrast(static_cast<float>(options.contrast.value_or(1.0)));
+    mRenderer.setOpacity(static_cast<float>(options.opacity));
+
+    const Math::NBoundingBox<float, 3> box = mRenderer.boundingBox();
+    const Math::Point<float, 3> center = box.center();
+    const Math::Point<float, 3> from = options.colorizeFrom.empty()
+                                           ? Math::Point<float, 3>(center.x, center.y, box.min().z)
+                                           : toScene(parsePoint("--colorize-from", options.colorizeFrom));
+    const Math::Point<float, 3> to = options.colorizeTo.empty()
+                                         ? Math::Point<float, 3>(center.x, center.y, box.max().z)
+                                         : toScene(parsePoint("--colorize-to", options.colorizeTo));
+    mRenderer.setColorizationRange(from, to, parseColorMap("--color-map", options.colorMap));
+}
+
+void SceneSession::applyClipping(const SceneOptions& options)
+{
+    if (options.clipPlanes.size() > 8)
+    {
+        throw CLI::ValidationError(
+            "--clip",
+            std::to_string(options.clipPlanes.size()) + " planes are too many, at most 8 are possible"
+        );
+    }
+    std::vector<Math::HalfSpace<float, 3>> planes;
+    for (const std::string& text : options.clipPlanes)
+    {
+        const std::vector<double> plane = parseNumbers("--clip", text, 4);
+        // the same half-space seen from the scene's origin
+        const double d = plane[3] + plane[0] * mOrigin.x + plane[1] * mOrigin.y + plane[2] * mOrigin.z;
+        planes.emplace_back(
+            static_cast<float>(plane[0]),
+            static_cast<float>(plane[1]),
+            static_cast<float>(plane[2]),
+            static_cast<float>(d)
+        );
+    }
+    for (const auto& cloud : mClouds)
+    {
+        cloud->setClippingVolume(planes);
+    }
+}
+
+void SceneSession::applyCamera(const SceneOptions& options)
+{
+    const Math::NBoundingBox<float, 3> box = mRenderer.boundingBox();
+    const auto aspect = static_cast<float>(mRenderer.aspectRatio());
+    const auto fovYRad = static_cast<float>(options.fovDeg * std::numbers::pi / 180.0);
+
+    const Eigen::Vector3f up = toVector(
+        [&]
+        {
+            const Math::Point<double, 3> value = parsePoint("--up", options.up);
+            return Math::Point<float, 3>(
+                static_cast<float>(value.x), static_cast<float>(value.y), static_cast<float>(value.z)
+            );
+        }()
+    );
+    const Math::Point<float, 3> target =
+        options.target.empty() ? box.center() : toScene(parsePoint("--target", options.target));
+    Eigen::Vector3f direction = kDefaultDirection;
+    if (!options.eye.empty())
+    {
+        direction = toVector(target) - toVector(toScene(parsePoint("--eye", options.eye)));
+    }
+    if (!(direction.cross(up).squaredNorm() > 0.0F))
+    {
+        throw CLI::ValidationError("--up", "'" + options.up + "' is zero or along the direction of view");
+    }
+    const FittedView fitted = fitCamera(box, direction, up, fovYRad, aspect);
+    Math::Point<float, 3> eye = fitted.eye;
+    if (!options.eye.empty())
+    {
+        eye = toScene(parsePoint("--eye", options.eye));
+    }
+    else if (!options.target.empty())
+    {
+        const float distance = (toVector(fitted.eye) - toVector(box.center())).norm();
+        const Eigen::Vector3f moved = toVector(target) - direction.normalized() * distance;
+        eye = {moved.x(), moved.y(), moved.z()};
+    }
+
+    mRenderer.setAutoAdjustZRange(true);
+    if (options.orthographicHeight)
+    {
+        mRenderer.setOrthographic(static_cast<float>(*options.orthographicHeight), 0.0F, 1.0F);
+    }
+    else
+    {
+        mRenderer.setPerspective(static_cast<float>(options.fovDeg), 0.01F, 20000.0F, 0.0F, 0.0F);
+    }
+    mRenderer.setCameraPose(eye, direction, up);
+}
+
+Math::Point<float, 3> SceneSession::toScene(const Math::Point<double, 3>& absolute) const noexcept
+{
+    return {
+        static_cast<float>(absolute.x - mOrigin.x),
+        static_cast<float>(absolute.y - mOrigin.y),
+        static_cast<float>(absolute.z - mOrigin.z)};
+}
+
+void SceneSession::load()
+{
+    // Clouds share one budget, so a cloud that loads later may take points from an earlier one: a second
+    // round lets the earlier ones publish what they kept.
+    const int rounds = mClouds.size() > 1 ? 2 : 1;
+    for (int round = 0; round < rounds; ++round)
+    {
+        for (const auto& cloud : mClouds)
+        {
+            Progress progress("loading " + cloud->name(), 0, "points");
+            cloud->reloadPoints(
+                [&] { progress.update(cloud->numResidentPoints()); },
+                Octree::OctreeNodeId::MAX_REPRESENTABLE_LEVEL,
+                std::stop_token{}
+            );
+        }
+    }
+    if (mAutoContrast)
+    {
+        mRenderer.autoAdjustBrightnessAndContrast(static_cast<float>(*mAutoContrast), 1.0F);
+    }
+}
+}  // namespace Cli

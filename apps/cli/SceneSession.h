@@ -1,0 +1,52 @@
+#pragma once
+
+#include "apps/cli/SceneOptions.h"
+
+#include <functional>
+#include <math/Point.h>
+#include <memory>
+#include <octree/Octree.h>
+#include <render/pointcloud/PointCloudRenderable.h>
+#include <render/renderer/Renderer.h>
+#include <render/scene/GroupRenderable.h>
+#include <string>
+#include <vector>
+
+namespace Cli
+{
+/// A renderer with the scene that the options describe, seen as they say.
+///
+/// Frame    the scene's origin is the first data set's reference position, so coordinates stay small; the
+/// options' coordinates are
+///          absolute and are moved here, in double precision.
+/// Threads  one thread.
+class SceneSession
+{
+public:
+    /// @throws CLI::ParseError     for an option that makes no sense
+    /// @throws std::runtime_error  when a data set cannot be opened or no device made
+    explicit SceneSession(const SceneOptions& options);
+
+    /// Loads everything that the view calls for, with progress; afterwards the picture is complete.
+    /// @throws std::runtime_error  when data cannot be read
+    void load();
+
+    Render::Renderer& renderer() noexcept { return mRenderer; }
+
+    /// The scene's origin in absolute coordinates.
+    const Math::Point<double, 3>& origin() const noexcept { return mOrigin; }
+
+private:
+    void addClouds(const SceneOptions& options);
+    void applyLook(const SceneOptions& options);
+    void applyClipping(const SceneOptions& options);
+    void applyCamera(const SceneOptions& options);
+    Math::Point<float, 3> toScene(const Math::Point<double, 3>& absolute) const noexcept;
+
+    Render::Renderer mRenderer;
+    std::shared_ptr<Render::GroupRenderable> mScene;
+    std::vector<std::shared_ptr<Render::PointCloudRenderable>> mClouds;
+    Math::Point<double, 3> mOrigin;
+    std::optional<double> mAutoContrast;
+};
+}  // namespace Cli

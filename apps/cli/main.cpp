@@ -1,0 +1,67 @@
+#include "apps/cli/Commands.h"
+#include "apps/cli/Console.h"
+#include "apps/cli/errorText.h"
+
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+namespace
+{
+constexpr int kExitFailure = 1;
+constexpr int kExitUsage = 2;
+
+int run()
+{
+    CLI::App app{"Looks at very large point clouds: facts, points, pictures."};
+    app.name("tarnel");
+    app.allow_windows_style_options(false);  // an argument that begins with a slash is a path
+    app.require_subcommand(0, 1);            // asked for below, where an unknown verb has got its own message
+    app.footer(
+        "Examples:\n"
+        "  tarnel sample out/sample\n"
+        "  tarnel info out/sample\n"
+        "  tarnel render picture.png --cloud out/sample\n"
+        "Run 'tarnel VERB --help' for the options of a verb."
+    );
+
+    Cli::addSampleCommand(app);
+    Cli::addInfoCommand(app);
+    Cli::addDumpCommand(app);
+    Cli::addThumbnailCommand(app);
+    Cli::addRenderCommand(app);
+
+    const std::vector<std::string> arguments = Cli::commandLineArguments();
+    try
+    {
+        // the parser takes its words from the back
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+        if (app.get_subcommands().empty())
+        {
+            throw CLI::RequiredError("A verb");
+        }
+    }
+    catch (const CLI::Success& request)  // --help
+    {
+        return app.exit(request);
+    }
+    catch (const CLI::ParseError& error)
+    {
+        Cli::printError(error.what() + std::string(" (see 'tarnel --help')"));
+        return kExitUsage;
+    }
+    catch (const std::exception& error)
+    {
+        Cli::printError(Cli::errorText(error));
+        return kExitFailure;
+    }
+    return 0;
+}
+}  // namespace
+
+int main()
+{
+    Cli::prepareConsole();
+    return run();
+}

@@ -1,0 +1,20 @@
+#include "apps/cli/openDataset.h"
+
+#include "apps/cli/parseValue.h"
+
+#include <stdexcept>
+
+namespace Cli
+{
+Octree::Location datasetLocation(const std::string& path)
+{
+    Octree::Location location = Octree::Location::fromPath(toPath(path));
+    if (!location.exists())
+    {
+        throw std::runtime_error(
+            path + ": no data set here (expected a folder with metadata.json or ept.json)"
+        );
+    }
+    return location;
+}
+}  // namespace Cli

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <math/Color.h>
+#include <math/Point.h>
+#include <render/renderer/ColorMap.h>
+#include <render/renderer/RenderMode.h>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Cli
+{
+/// Values of options from their text. Each throws CLI::ValidationError naming the option, the text and what
+/// was expected.
+
+/// Finite numbers separated by commas.
+/// @param count  how many there must be
+std::vector<double> parseNumbers(const std::string& option, std::string_view text, std::size_t count);
+
+/// "x,y,z"
+Math::Point<double, 3> parsePoint(const std::string& option, std::string_view text);
+
+/// "r,g,b" or "r,g,b,a" with 0 to 255 each, or "#rrggbb" or "#rrggbbaa"
+Math::Color parseColor(const std::string& option, std::string_view text);
+
+/// Width and height of a picture in pixels, 1 to 16384 each.
+struct Size
+{
+    std::uint64_t width = 1280;
+    std::uint64_t height = 720;
+};
+
+/// "WIDTHxHEIGHT"
+Size parseSize(const std::string& option, std::string_view text);
+
+/// The name of an enumerator, in any case, or its number.
+Render::RenderMode parseRenderMode(const std::string& option, std::string_view text);
+Render::ColorMap parseColorMap(const std::string& option, std::string_view text);
+
+/// All names, for help texts.
+std::string renderModeNames();
+std::string colorMapNames();
+
+/// A path given in UTF-8.
+std::filesystem::path toPath(const std::string& utf8);
+
+/// The path in UTF-8, for messages.
+std::string toText(const std::filesystem::path& path);
+}  // namespace Cli
