@@ -3,11 +3,11 @@
 #include "apps/cli/HierarchyStatistics.h"
 #include "apps/cli/formatNumber.h"
 #include "apps/cli/openDataset.h"
+#include <math/Color.h>
+#include <octree/Octree.h>
 
 #include <cstdint>
-#include <math/Color.h>
 #include <memory>
-#include <octree/Octree.h>
 #include <string>
 
 namespace Cli

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <octree/Octree.h>
+
 #include <cstdint>
 #include <functional>
-#include <octree/Octree.h>
 #include <vector>
 
 namespace Cli

@@ -3,12 +3,12 @@
 #include "apps/cli/HierarchyStatistics.h"
 #include "apps/cli/formatNumber.h"
 #include "apps/cli/openDataset.h"
+#include <octree/Octree.h>
 
 #include <nlohmann/json.hpp>
 
 #include <charconv>
 #include <memory>
-#include <octree/Octree.h>
 #include <string>
 
 namespace Cli

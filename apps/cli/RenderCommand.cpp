@@ -2,8 +2,8 @@
 #include "apps/cli/Console.h"
 #include "apps/cli/SceneSession.h"
 #include "apps/cli/parseValue.h"
-
 #include <graphics/DepthImage.h>
+
 #include <memory>
 #include <string>
 

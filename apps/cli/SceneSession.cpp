@@ -4,14 +4,14 @@
 #include "apps/cli/fitCamera.h"
 #include "apps/cli/openDataset.h"
 #include "apps/cli/parseValue.h"
+#include <math/HalfSpace.h>
+#include <octree/OctreeNodeId.h>
 
 #include <Eigen/Geometry>
 
 #include <algorithm>
 #include <cmath>
-#include <math/HalfSpace.h>
 #include <numbers>
-#include <octree/OctreeNodeId.h>
 #include <stop_token>
 
 namespace Cli

@@ -1,14 +1,14 @@
 #pragma once
 
 #include "apps/cli/SceneOptions.h"
-
-#include <functional>
 #include <math/Point.h>
-#include <memory>
 #include <octree/Octree.h>
 #include <render/pointcloud/PointCloudRenderable.h>
 #include <render/renderer/Renderer.h>
 #include <render/scene/GroupRenderable.h>
+
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 

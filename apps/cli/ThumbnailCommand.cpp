@@ -2,11 +2,11 @@
 #include "apps/cli/Console.h"
 #include "apps/cli/openDataset.h"
 #include "apps/cli/parseValue.h"
+#include <octree/OctreeNodeId.h>
+#include <render/pointcloud/createThumbnail.h>
 
 #include <cstdint>
 #include <memory>
-#include <octree/OctreeNodeId.h>
-#include <render/pointcloud/createThumbnail.h>
 #include <string>
 
 namespace Cli

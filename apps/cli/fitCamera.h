@@ -1,9 +1,9 @@
 #pragma once
 
-#include <Eigen/Core>
-
 #include <math/NBoundingBox.h>
 #include <math/Point.h>
+
+#include <Eigen/Core>
 
 namespace Cli
 {

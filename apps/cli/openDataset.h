@@ -1,6 +1,7 @@
 #pragma once
 
 #include <octree/Octree.h>
+
 #include <string>
 
 namespace Cli

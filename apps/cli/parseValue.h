@@ -1,12 +1,13 @@
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <filesystem>
 #include <math/Color.h>
 #include <math/Point.h>
 #include <render/renderer/ColorMap.h>
 #include <render/renderer/RenderMode.h>
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>

@@ -1,10 +1,11 @@
 // Draws one picture of an octree data set: first-frame FOLDER PICTURE.png
-#include <cstdio>
-#include <exception>
 #include <octree/OctreeNodeId.h>
 #include <octree/potree/FileSystemLocation.h>
 #include <render/pointcloud/PointCloudRenderable.h>
 #include <render/renderer/Renderer.h>
+
+#include <cstdio>
+#include <exception>
 
 int main(int argc, char** argv)
 try
