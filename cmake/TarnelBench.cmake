@@ -1,6 +1,6 @@
 # tarnel_bench(<Name> SOURCES <files>... [LIBS <targets>...])
 #
-# One Google Benchmark program. scripts/bench.sh runs all that are in bin/bench.
+# One Google Benchmark program; its name ends in "Bench", by which scripts/bench.sh finds it.
 function(tarnel_bench name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
@@ -9,5 +9,4 @@ function(tarnel_bench name)
         ${name} PRIVATE ${ARG_LIBS} benchmark::benchmark benchmark::benchmark_main tarnel_build_options
     )
     set_target_properties(${name} PROPERTIES FOLDER bench)
-    set_property(GLOBAL APPEND PROPERTY TARNEL_BENCH_PROGRAMS $<TARGET_FILE:${name}>)
 endfunction()

@@ -32,6 +32,7 @@ if(TARNEL_SANITIZE)
         INTERFACE -fsanitize=${sanitizers} -fno-omit-frame-pointer -fno-sanitize-recover=all
                   -Wno-maybe-uninitialized
     )
+    target_compile_definitions(tarnel_build_options INTERFACE _GLIBCXX_ASSERTIONS)
     target_link_options(tarnel_build_options INTERFACE -fsanitize=${sanitizers})
 endif()
 

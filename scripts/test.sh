@@ -1,0 +1,86 @@
+#!/usr/bin/env bash
+# The whole check: formatting, headers, all tests under the sanitizers on this host, all tests and the command line
+# as Windows programs under Wine with a Direct3D device, and a program that uses the install tree. Installs what it
+# needs on a fresh Debian machine. Logs lie in build/logs.
+set -uo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+cd "$tarnelRoot"
+
+# A first build gains nothing from the cache, but loses less in this mode, which does not preprocess twice.
+export CCACHE_DEPEND=1
+failed=()
+summaries=()
+
+# check <name> <what happens> <command...>: a step whose failure is remembered; the others still run.
+check() {
+    if ! step "$@"; then
+        failed+=("$1")
+        return 1
+    fi
+}
+
+# tests <name> <what happens> <ctest arguments...>: the same, keeping the line that counts the tests.
+tests() {
+    local name=$1 text=$2
+    shift 2
+    check "$name" "$text" ctest "$@"
+    local line
+    line=$(grep -E 'tests? (passed|failed)' "$tarnelLogs/$name.log" | tail -n 1)
+    summaries+=("$name: ${line:-no tests ran}")
+}
+
+# build <preset> <what>: configures and builds; tells whether that worked.
+build() {
+    check "configure-$1" "configuring $2" cmake --preset "$1" && check "build-$1" "building $2" cmake --build --preset "$1"
+}
+
+windowsTests() {
+    tests windows "running the Windows tests under Wine" --preset windows
+    export TARNEL_WINE_D3D=wined3d
+    tests wined3d "running the device layer's tests on Wine's own Direct3D" --preset windows -L '^gpu$'
+    unset TARNEL_WINE_D3D
+}
+
+# Against the install tree only, in a folder that knows nothing of the sources.
+consumer() {
+    local install=$tarnelBuild/install/windows build=$tarnelBuild/consumer
+    rm -rf "$install" "$build"
+    cmake --install "$tarnelBuild/windows" --prefix "$install" &&
+        cmake -G Ninja -S tests/consumer -B "$build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$install" \
+            -DCMAKE_TOOLCHAIN_FILE="$tarnelRoot/cmake/MingwToolchain.cmake" &&
+        cmake --build "$build" &&
+        WINEPATH="Z:$install/bin" scripts/wine.sh "$build/consumer.exe" tests/data/autzen_brotli "$build/picture.png"
+}
+
+runAll() {
+    check format "checking the formatting" tools/check-format
+    check headers "compiling every header alone" tools/check-headers
+    if build native-asan "for this host with address and undefined behaviour sanitizers"; then
+        tests native-asan "running its tests" --preset native-asan
+    fi
+    if build native-tsan "for this host with the thread sanitizer"; then
+        tests native-tsan "running its tests" --preset native-tsan
+    fi
+    if build windows "for Windows"; then
+        windowsTests
+        check consumer "building and running a program against the install tree" consumer
+    fi
+}
+
+if [ "${1:-}" != --in-session ]; then
+    scripts/install-packages.sh && scripts/deps.sh || exit 1
+    exec scripts/with-wine-session.sh "$0" --in-session
+fi
+
+start=$SECONDS
+runAll
+printf '\n'
+printf '%s\n' "${summaries[@]}"
+# Lines of CTest read "98% tests passed, 2 tests failed out of 100".
+counts=$(printf '%s\n' "${summaries[@]}" | sed -nE 's/.* ([0-9]+) tests? failed out of ([0-9]+).*/\1 \2/p' |
+    awk '{ failed += $1; total += $2 } END { printf "%d tests passed, %d failed", total - failed, failed }')
+if [ ${#failed[@]} -gt 0 ]; then
+    echo "Failed steps: ${failed[*]}"
+fi
+echo "$((SECONDS - start)) s; $counts"
+[ ${#failed[@]} -eq 0 ]
