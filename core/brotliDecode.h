@@ -12,8 +12,8 @@ namespace Core
 /// Unpacks one whole Brotli stream.
 ///
 /// The decoder streams into `out`, which grows as bytes arrive and keeps its capacity for the next call, so a
-/// bomb costs at most `maxOutputSize` bytes and never more; besides, while it runs, the decoder's window of up
-/// to 16 MiB.
+/// bomb costs at most `maxOutputSize` bytes and never more; besides, while it runs, the decoder's window of
+/// up to 16 MiB.
 ///
 /// Threads  any; one `out` per thread.
 /// Source   RFC 7932, through the Brotli library.

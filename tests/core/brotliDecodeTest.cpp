@@ -61,7 +61,7 @@ Bytes decoded(const Bytes& stream, std::size_t maxOutputSize = kNoBound)
 
 TEST(BrotliDecode, UndoesTheEncoder)
 {
-    for (const std::size_t size : {1U, 1000U, 65536U, 5000000U})
+    for (const std::size_t size : {1U, 1000U, 65536U, 1000000U})
     {
         const Bytes bytes = randomBytes(size, 7, 1);
 
@@ -132,9 +132,9 @@ TEST(BrotliDecode, RefusesOneByteAboveTheBound)
 
 TEST(BrotliDecode, TakesNoMemoryAboveTheBoundForABomb)
 {
-    const Bytes bomb = compressed(Bytes(64U << 20U, std::byte{0}));
+    const Bytes bomb = compressed(Bytes(24U << 20U, std::byte{0}));
     ASSERT_LT(bomb.size(), 1000U);
-    constexpr std::size_t kBound = 20000000;
+    constexpr std::size_t kBound = 5000000;
     Bytes out;
 
     EXPECT_THROW(Core::brotliDecode(bomb, out, kBound), std::runtime_error);
