@@ -4,8 +4,12 @@
 // The points of the nodes are few on purpose: their copy at the end of a pass is what UpdateBuffersBench
 // measures.
 
+#include "octree/Octree.h"
+#include "render/pointcloud/NodeRankingParameters.h"
 #include "render/pointcloud/selectNodes.h"
 #include "render/scene/Camera.h"
+#include "samples/OctreeWriter.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <benchmark/benchmark.h>
 
@@ -27,21 +31,24 @@ constexpr float kRootSize = 1000.0F;
 constexpr std::size_t kChildrenPerNode = 4;  // of 8: scanned surfaces fill about half of the children
 
 /// The first nodes, level by level, of a tree in which every node has four children.
+std::vector<OctreeNodeId> surfaceNodes(std::size_t nodeCount)
+{
+    std::vector<OctreeNodeId> ids{OctreeNodeId()};
+    for (std::size_t parent = 0; ids.size() < nodeCount; ++parent)
+    {
+        for (unsigned i = 0; i < kChildrenPerNode && ids.size() < nodeCount; ++i)
+        {
+            ids.push_back(ids[parent].child(2 * i));
+        }
+    }
+    return ids;
+}
+
+/// A tree that answers at once, so that what is left is the pass itself.
 class SurfaceTree final : public Render::SelectionTree
 {
 public:
-    explicit SurfaceTree(std::size_t nodeCount)
-    {
-        std::vector<OctreeNodeId> ids{OctreeNodeId()};
-        for (std::size_t parent = 0; ids.size() < nodeCount; ++parent)
-        {
-            for (unsigned i = 0; i < kChildrenPerNode && ids.size() < nodeCount; ++i)
-            {
-                ids.push_back(ids[parent].child(2 * i));
-            }
-        }
-        mIds.insert(ids.begin(), ids.end());
-    }
+    explicit SurfaceTree(const std::vector<OctreeNodeId>& ids) : mIds(ids.begin(), ids.end()) {}
 
     Box boundingCube(const OctreeNodeId& id) const override
     {
@@ -76,10 +83,9 @@ private:
     std::unordered_set<OctreeNodeId> mIds;
 };
 
-void selectionPassWithEverythingResident(benchmark::State& state)
+/// Times passes over a tree of which every node has become resident.
+void runPasses(benchmark::State& state, const Render::SelectionTree& tree, std::size_t nodeCount)
 {
-    const auto nodeCount = static_cast<std::size_t>(state.range(0));
-    const SurfaceTree tree(nodeCount);
     Render::NodePrioritizer prioritizer(2 * nodeCount * kPointsPerNode);
     Core::TripleBuffer<Render::Buffer> buffers;
 
@@ -90,14 +96,11 @@ void selectionPassWithEverythingResident(benchmark::State& state)
         Math::Point<float, 3>(500.0F, 500.0F, 500.0F),
         Eigen::Vector3f::UnitY()
     );
-    const Math::Frustum<float> frustum = camera.scaledFrustum(2.0F, 2.0F, 1.0F, Eigen::Matrix4f::Identity());
-    const Math::ConvexPolytope<float, 3> clippingVolume;
-    const Render::NodeRanking ranking = [&](std::size_t, const Box& box)
-    {
-        return Render::NodePriority::perspective(
-            box, frustum, clippingVolume, camera.eye(), 1.0F, camera.viewport(), camera.fovYRad(), 0.5F
-        );
-    };
+    Render::NodeRankingParameters parameters;
+    parameters.setCamera(camera, Eigen::Matrix4f::Identity());
+    parameters.octreeNodePriorityThreshold = 0.5F;
+    const Render::NodeRanking ranking = [&parameters](std::size_t level, const Box& box)
+    { return parameters.rank(level, box); };
     const Render::VertexSource source =
         [](const OctreeNodeId&, Render::VertexContainer& vertices, std::stop_token)
     {
@@ -132,12 +135,35 @@ void selectionPassWithEverythingResident(benchmark::State& state)
         benchmark::Counter::kIsRate | benchmark::Counter::kInvert
     );
 }
+
+void passOverTreeInMemory(benchmark::State& state)
+{
+    const auto nodeCount = static_cast<std::size_t>(state.range(0));
+    runPasses(state, SurfaceTree(surfaceNodes(nodeCount)), nodeCount);
+}
+
+void passOverOctreeOnDisk(benchmark::State& state)
+{
+    const auto nodeCount = static_cast<std::size_t>(state.range(0));
+    std::vector<Samples::SampleNode> nodes;
+    for (const OctreeNodeId& id : surfaceNodes(nodeCount))
+    {
+        nodes.push_back({.name = id.name(), .points = std::vector<Samples::SamplePoint>(kPointsPerNode)});
+    }
+    Samples::OctreeWriterOptions options;
+    options.cube = Samples::Cube{{0.0, 0.0, 0.0}, kRootSize};
+    const TemporaryFolder folder;
+    Samples::writeOctreeNodes(folder.path(), nodes, options);
+
+    const Octree::Octree octree(Octree::Location::fromPath(folder.path()), 1.0);
+    runPasses(state, Render::OctreeSelectionTree(octree), nodeCount);
+}
+
+void nodeCounts(benchmark::internal::Benchmark* benchmark)
+{
+    benchmark->Arg(160)->Arg(400)->Arg(1000)->Arg(2000)->Arg(4000)->Unit(benchmark::kMillisecond);
+}
 }  // namespace
 
-BENCHMARK(selectionPassWithEverythingResident)
-    ->Arg(160)
-    ->Arg(400)
-    ->Arg(1000)
-    ->Arg(2000)
-    ->Arg(4000)
-    ->Unit(benchmark::kMillisecond);
+BENCHMARK(passOverTreeInMemory)->Apply(nodeCounts);
+BENCHMARK(passOverOctreeOnDisk)->Apply(nodeCounts);
