@@ -10,5 +10,6 @@ enum class JobState : int
     Stopped = 2,   ///< ended early, by request
     Complete = 3,  ///< ran to its end
     NoSource = 4,  ///< there is nothing to work on
+    Failed = 5,    ///< ended early, by an error
 };
 }  // namespace Core

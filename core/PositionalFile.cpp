@@ -182,17 +182,19 @@ PositionalFile::PositionalFile(std::filesystem::path path)
     {
         throw std::runtime_error("Error: cannot open " + toUtf8(path) + ": it is a folder");
     }
+    NativeFile file{};
     try
     {
-        mHandle = std::make_unique<Handle>(path, openForReading(path));
+        file = openForReading(path);
     }
     catch (const std::system_error& error)
     {
         throw std::runtime_error("Error: cannot open " + toUtf8(path) + ": " + error.code().message());
     }
+    mHandle = std::make_unique<Handle>(std::move(path), file);
     if (!isFile(mHandle->file))
     {
-        throw std::runtime_error("Error: cannot open " + toUtf8(path) + ": it is not a file");
+        throw std::runtime_error("Error: cannot open " + toUtf8(mHandle->path) + ": it is not a file");
     }
 }
 
