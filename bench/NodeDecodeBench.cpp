@@ -1,9 +1,9 @@
 // How close node decoding comes to the speed of the Brotli library alone, on the same bytes and one thread.
 //
-// "brotliAlone" unpacks every node of a real data set into memory that is ready; "columns" reads, unpacks and
-// converts them to arrays; "vertices" goes on to 20-byte vertices. The last two report, besides points per
-// second, `ofBrotli`: the median over all rounds of brotliAlone's time divided by theirs, both measured in
-// turn within each round.
+// "brotliAlone" unpacks every node of a real data set into memory that is ready; "columns" reads, unpacks
+// and converts them to arrays; "vertices" goes on to 20-byte vertices. The last two report, besides points
+// per second, `ofBrotli`: the median over all rounds of brotliAlone's time divided by theirs, both measured
+// in turn within each round.
 #include "octree/Octree.h"
 #include "octree/potree/FileLoader.h"
 #include "octree/potree/PoTreeTree.h"

@@ -68,13 +68,17 @@ bool Location::exists() const
 
 std::size_t Location::hash() const noexcept
 {
-    // 64-bit FNV-1a over the kind and the path's code units; std::hash may differ from run to run
+    // 64-bit FNV-1a over the kind and the path's parts, so that equal paths have equal hashes
     std::uint64_t hash = 0xcbf29ce484222325ULL;
     const auto add = [&hash](std::uint64_t value) { hash = (hash ^ value) * 0x100000001b3ULL; };
     add(static_cast<std::uint64_t>(kind()));
-    for (const auto unit : folder().native())
+    for (const std::filesystem::path& part : folder())
     {
-        add(static_cast<std::uint64_t>(unit));
+        for (const auto unit : part.native())
+        {
+            add(static_cast<std::uint64_t>(unit));
+        }
+        add('/');
     }
     return static_cast<std::size_t>(hash);
 }

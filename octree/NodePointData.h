@@ -61,8 +61,9 @@ constexpr bool hasNormal(unsigned mask) noexcept
 
 /// The arrays of a node's points, one per attribute, in storage order.
 ///
-/// An array is either pointCount long or, when the attribute is not wanted or the data set does not have it,
-/// empty. Frame    positions relative to the octree's position, times its unit scale (Octree::Octree).
+/// An array is either pointCount long or, when the attribute is not wanted or the data set does not have
+/// it, empty.
+/// Frame    positions relative to the octree's position, times its unit scale (Octree::Octree).
 struct OCTREE_API NodePointColumns
 {
     std::size_t pointCount = 0;
@@ -97,8 +98,8 @@ public:
 
     const Math::Point<double, 3>& position(std::size_t i) const noexcept { return mColumns.positions[i]; }
 
-    /// The colour to draw the point with: its own where the data set has colours, else grey by its intensity
-    /// within the data set's range, else opaque white; packed as Math::Color does (0xAARRGGBB).
+    /// The colour to draw the point with: its own where the data set has colours, else grey by its
+    /// intensity within the data set's range, else opaque white; packed as Math::Color does (0xAARRGGBB).
     unsigned int color(std::size_t i) const noexcept { return mColumns.colors[i].packed(); }
 
     /// The arrays: filled by the readers, read by those who want whole columns.

@@ -297,10 +297,9 @@ bool Octree::isLeaf(const OctreeNodeId& id, std::stop_token stopToken) const
 
 NodeVisibilityType Octree::nodeVisibility(const OctreeNodeId& id, std::stop_token stopToken) const
 {
-    const NodeInfo info = nodeInfo(id, stopToken);
     if (hasVisibility(mImplementation->description.attributeMask))
     {
-        return info.visibility;
+        return nodeInfo(id, std::move(stopToken)).visibility;
     }
     const std::shared_ptr<const Trees> externals = mImplementation->externalTrees();
     for (const std::shared_ptr<const Tree>& external : *externals)

@@ -40,16 +40,14 @@ struct NodeInfo
 
 /// An octree point cloud on disk, of whatever kind.
 ///
-/// Level of detail is additive: each point lies in exactly one node, and a node with all its ancestors gives
-/// the full set there.
+/// Level of detail is additive: each point lies in exactly one node, and a node with all its ancestors
+/// gives the full set there.
 ///
-/// Frame    everything float or relative lies in the octree's own frame: (absolute coordinate - position()) x
-/// unitScale(), with
-///          the subtraction done in double precision, so that projected coordinates lose nothing in 32-bit
-///          floats. position() is absolute and is not scaled.
-/// Threads  all const operations from any threads at once. setUnitScale() and addExternalAttributeLocation()
-/// exclude each
-///          other and the const operations by a lock of their own; a reader sees the old or the new value.
+/// Frame    everything float or relative lies in the octree's own frame: (absolute coordinate - position())
+///          x unitScale(), with the subtraction done in double precision, so that projected coordinates
+///          lose nothing in 32-bit floats. position() is absolute, never scaled.
+/// Threads  all operations from any threads at once. Beside setUnitScale() and
+///          addExternalAttributeLocation() each const operation works with the old or with the new value.
 class OCTREE_API Octree
 {
 public:
@@ -102,8 +100,7 @@ public:
 
     /// The node's record of the hierarchy, which is read as far as needed.
     /// @throws std::runtime_error  "Failed to fetch node by id" when reading was stopped or failed (nested
-    /// exceptions name the
-    ///                             file), or the node does not exist
+    ///                             exceptions name the file), or the node does not exist
     NodeInfo nodeInfo(const OctreeNodeId& id, std::stop_token stopToken = {}) const;
 
     /// The node's existing children in child order.
@@ -112,8 +109,8 @@ public:
     /// True when the node has no children, whatever its record type says.
     bool isLeaf(const OctreeNodeId& id, std::stop_token stopToken = {}) const;
 
-    /// What is known of the node's visibility; an external visibility data set counts where the main one has
-    /// none.
+    /// What is known of the node's visibility; an external data set counts where the main one knows none.
+    /// Without any, PerPoint is the answer for whatever id and nothing is read.
     NodeVisibilityType nodeVisibility(const OctreeNodeId& id, std::stop_token stopToken = {}) const;
 
     /// Reads and decodes a node's points: those of `out.attributeMask()` that exist. Colours fall back to

@@ -14,10 +14,13 @@ namespace Octree
 /// Names one node of an octree by the path of child indices that leads to it from the root.
 ///
 /// The 64 bits hold a leading 1 followed by three bits a level, so the value is unique over all levels and
-/// its numeric order is breadth first: parents before children, siblings in child order. Child index: x = 4,
-/// y = 2, z = 1, a set bit is the upper half. Shape    8 bytes. Threads  a plain value. Source   location
-/// codes of linear octrees: I. Gargantini, "An Effective Way to Represent Quadtrees" (1982), with the
-///          sentinel bit of M. S. Warren, J. K. Salmon, "A Parallel Hashed Oct-Tree N-Body Algorithm" (1993).
+/// its numeric order is breadth first: parents before children, siblings in child order. Child index: x =
+/// 4, y = 2, z = 1, a set bit is the upper half.
+/// Shape    8 bytes.
+/// Threads  a plain value.
+/// Source   location codes of linear octrees: I. Gargantini, "An Effective Way to Represent Quadtrees"
+///          (1982), with the sentinel bit of M. S. Warren, J. K. Salmon, "A Parallel Hashed Oct-Tree N-Body
+///          Algorithm" (1993).
 class OCTREE_API OctreeNodeId
 {
 public:

@@ -19,7 +19,7 @@ namespace Octree
 {
 /// What an opened data set says about itself.
 ///
-/// Frame  absolute coordinates, in data units.
+/// Frame    absolute coordinates, in data units.
 struct TreeDescription
 {
     std::string name;
@@ -48,11 +48,12 @@ public:
     virtual std::optional<NodeInfo> nodeById(const OctreeNodeId& id, std::stop_token stopToken) const = 0;
 
     /// Reads the points of an existing node: fills the arrays of the attributes asked for that the data set
-    /// has, empties the others. Colours only from colours; what to do without them is not the tree's affair.
+    /// has, empties the others. Colours only from colours; what to do without them is not the tree's
+    /// affair.
     /// @param attributes  AttributeMask bits
     /// @param unitScale   factor of the positions, after the origin is subtracted
     /// @param out         its pointCount on entry is the length of a visibility array that the hierarchy
-    /// alone determines
+    ///                    alone determines
     /// @return false when a stop was requested; `out` is then unchanged
     /// @throws std::runtime_error  naming the file and what is wrong with it
     virtual bool getNodePointData(

@@ -8,7 +8,7 @@
 namespace Octree
 {
 /// The unit vector of a 16-bit octahedral code: high byte x, low byte y, each 0..255 for -1..1.
-/// Source  Q. Meyer et al., "On Floating-Point Normal Vectors", Computer Graphics Forum 29 (2010).
+/// Source   Q. Meyer et al., "On Floating-Point Normal Vectors", Computer Graphics Forum 29 (2010).
 inline Math::Point<float, 3> decodeOctahedralNormal(std::uint16_t code) noexcept
 {
     float x = static_cast<float>(code >> 8U) / 255.0F * 2.0F - 1.0F;

@@ -14,8 +14,9 @@ namespace PoTree
 {
 /// Reads pieces of hierarchy.bin and octree.bin.
 ///
-/// The files stay open, so one that is deleted meanwhile can still be read where the system allows that; one
-/// that shrinks is noticed. Threads  all operations from any threads at once.
+/// The files stay open, so one that is deleted meanwhile can still be read where the system allows that;
+/// one that shrinks is noticed.
+/// Threads  all operations from any threads at once.
 class OCTREE_API FileLoader
 {
 public:
@@ -28,8 +29,7 @@ public:
     /// @param out   replaced by the bytes
     /// @return false when a stop was requested
     /// @throws std::runtime_error  naming the file when the range is not within it or the size is above the
-    /// limit; nothing
-    ///                             is allocated before that is known
+    ///                             limit; nothing is allocated before that is known
     bool fetchHierarchyChunk(
         std::uint64_t offset, std::uint64_t size, std::vector<std::byte>& out, std::stop_token stopToken
     ) const;
@@ -38,8 +38,8 @@ public:
     /// @param maxSize  most bytes that the node's points can take
     /// @param out      replaced by the bytes
     /// @return false when a stop was requested
-    /// @throws std::runtime_error  naming file and node when the range is not within the file or longer than
-    /// maxSize
+    /// @throws std::runtime_error  naming file and node when the range is not within the file or longer
+    ///                             than maxSize
     bool fetchOctreeChunk(
         const Node& node, std::uint64_t maxSize, std::vector<std::byte>& out, std::stop_token stopToken
     ) const;

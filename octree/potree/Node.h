@@ -20,8 +20,9 @@ enum class NodeType : std::uint8_t
 /// One node of the hierarchy.
 ///
 /// The slots hold the children that have a record in the same chunk. A chunk's nodes form a tree at most 21
-/// levels deep, so releasing it recursively is harmless. Frame    the box is absolute, in data units. Threads
-/// not changed once its chunk is parsed, then safe to read from any thread.
+/// levels deep, so releasing it recursively is harmless.
+/// Frame    the box is absolute, in data units.
+/// Threads  not changed once its chunk is parsed, then safe to read from any thread.
 struct Node
 {
     Node(const Octree::OctreeNodeId& nodeId, const Math::NBoundingBox<double, 3>& box)

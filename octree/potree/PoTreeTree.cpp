@@ -6,7 +6,8 @@
 #include "octree/potree/decodePoints.h"
 #include "octree/potree/parseHierarchyChunk.h"
 
-#include <algorithm>
+#include <array>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -31,13 +32,14 @@ constexpr std::size_t kMaxKeptBuffer = 64U << 20U;
 constexpr std::uint8_t kAllVisibleFlag = 1;
 constexpr std::uint8_t kAllHiddenFlag = 2;
 
-/// Memory that a thread reuses from node to node.
-struct Scratch
+/// Memory that a thread reuses from node to node; what an exceptionally large one took is given up at the
+/// end of the loan.
+class ScratchLoan
 {
-    std::vector<std::byte> stored;
-    std::vector<std::byte> unpacked;
+public:
+    ScratchLoan() = default;
 
-    void trim()
+    ~ScratchLoan()
     {
         for (std::vector<std::byte>* buffer : {&stored, &unpacked})
         {
@@ -46,6 +48,19 @@ struct Scratch
                 std::vector<std::byte>().swap(*buffer);
             }
         }
+    }
+
+    ScratchLoan(const ScratchLoan&) = delete;
+    ScratchLoan& operator=(const ScratchLoan&) = delete;
+
+    std::vector<std::byte>& stored = buffers()[0];
+    std::vector<std::byte>& unpacked = buffers()[1];
+
+private:
+    static std::array<std::vector<std::byte>, 2>& buffers()
+    {
+        thread_local std::array<std::vector<std::byte>, 2> perThread;
+        return perThread;
     }
 };
 
@@ -287,16 +302,15 @@ bool PoTreeTree::getNodePointData(
         return true;
     }
 
-    // brotli streams can be longer than what they unpack to, by little
-    thread_local Scratch scratch;
-    const std::uint64_t maxSize = largestUnpackedSize(*node);
+    const ScratchLoan scratch;
+    const std::uint64_t maxSize =
+        largestUnpackedSize(*node);  // the slack covers streams that do not compress
     if (!mLoader.fetchOctreeChunk(*node, maxSize, scratch.stored, stopToken) || stopToken.stop_requested())
     {
         return false;
     }
     const PointConversion conversion{mMetadata.scale, unitScale, mMetadata.hasWideColors()};
     decodePoints(mLayout, conversion, unpacked(*node, scratch.stored, scratch.unpacked), attributes, out);
-    scratch.trim();
     return true;
 }
 }  // namespace PoTree

@@ -21,8 +21,9 @@ namespace PoTree
 /// Reads an octree of three files: metadata.json, hierarchy.bin, octree.bin.
 ///
 /// Hierarchy chunks are read when a lookup reaches them. Each byte range of hierarchy.bin belongs to the
-/// first node that claims it, so proxies that share a chunk or lead back to one are an error, and a walk over
-/// the whole tree ends. Threads  all operations from any threads at once.
+/// first node that claims it, so proxies that share a chunk or lead back to one are an error, and a walk
+/// over the whole tree ends.
+/// Threads  all operations from any threads at once.
 class OCTREE_API PoTreeTree final : public Octree::Tree
 {
 public:

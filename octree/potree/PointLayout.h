@@ -14,8 +14,8 @@ namespace PoTree
 ///
 /// An offset is the number of bytes of a point before the attribute: in columns it times the point count is
 /// where the column begins, in rows where the value lies within its row. An attribute of a size that is not
-/// the usual one is not read. Positions and colours take 16 and 8 bytes in the Brotli encoding, whatever the
-/// metadata says.
+/// the usual one is not read. Positions and colours take 16 and 8 bytes in the Brotli encoding, whatever
+/// the metadata says.
 struct PointLayout
 {
     Encoding encoding = Encoding::Brotli;
@@ -34,7 +34,7 @@ struct PointLayout
 };
 
 /// @param file  the name for messages
-/// @throws std::runtime_error  when plain rows have positions or colours of another size than three 32-bit or
-/// 16-bit numbers
+/// @throws std::runtime_error  when plain rows have positions or colours of another size than three 32-bit
+///                             or 16-bit numbers
 OCTREE_API PointLayout makePointLayout(const Metadata& metadata, const std::filesystem::path& file);
 }  // namespace PoTree

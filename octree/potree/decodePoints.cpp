@@ -1,7 +1,7 @@
 #include "octree/potree/decodePoints.h"
 
 #include "octree/decodeOctahedralNormal.h"
-#include "octree/potree/mortonCode.h"
+#include "octree/potree/MortonTriple.h"
 
 #include <algorithm>
 #include <bit>

@@ -20,8 +20,9 @@ struct PointConversion
 
 /// Turns the unpacked bytes of a node into arrays.
 ///
-/// Positions are stored integer x scale x unit scale, so relative to the data set's offset. Each wanted array
-/// is filled in one pass; arrays not wanted or not in the data set become empty. Storage of `out` is reused.
+/// Positions are stored integer x scale x unit scale, so relative to the data set's offset. Each wanted
+/// array is filled in one pass; arrays not wanted or not in the data set become empty. Storage of `out` is
+/// reused.
 /// @param bytes       a whole number of points: the size is a multiple of layout.bytesPerPoint
 /// @param attributes  Octree::AttributeMask bits
 OCTREE_API void decodePoints(

@@ -12,14 +12,15 @@
 
 namespace PoTree
 {
-/// Bytes of one hierarchy record: type and flags 1, child mask 1, point count 4, byte offset 8, byte size 8.
+/// Bytes of one hierarchy record: type and flags 1, child mask 1, point count 4, byte offset 8, byte size
+/// 8.
 inline constexpr std::size_t kHierarchyRecordSize = 22;
 
 /// Builds the nodes of one hierarchy chunk.
 ///
-/// Records stand in breadth-first order. Bytes after the last node's record are ignored. When there are fewer
-/// records than the child masks announce, the slots of the nodes without record stay empty, so memory is
-/// bounded by the chunk's size.
+/// Records stand in breadth-first order. Bytes after the last node's record are ignored. When there are
+/// fewer records than the child masks announce, the slots of the nodes without record stay empty, so memory
+/// is bounded by the chunk's size.
 /// @param chunk  the bytes
 /// @param first  id and box of the chunk's first node
 /// @param file   the name for messages

@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <random>
 #include <stdexcept>
 #include <stop_token>
 #include <string>
@@ -272,6 +273,48 @@ TEST(HostileNodeData, PointsOfAMissingNode)
 
     EXPECT_THAT(readError(octree, "r4"), HasSubstr("there is no node r4"));
     EXPECT_FALSE(octree.getNodePointData(nodeNamed("r4"), data));
+}
+
+TEST(HostileNodeData, RandomDamageIsReportedOrHarmless)
+{
+    constexpr unsigned kSeed = 20240229;
+    constexpr std::size_t kMostNodes = 1606 / 22;  // records in the file; a walk must not find more nodes
+    const std::filesystem::path original = std::filesystem::path(TARNEL_TEST_DATA) / "test14_brotli";
+    std::mt19937 random(kSeed);
+    std::size_t failures = 0;
+    for (int round = 0; round < 300; ++round)
+    {
+        const TemporaryFolder folder;
+        for (const char* name : {"metadata.json", "hierarchy.bin", "octree.bin"})
+        {
+            std::string bytes = TemporaryFolder::read(original / name);
+            const std::size_t damages = name == std::string("metadata.json") ? random() % 2 : random() % 4;
+            for (std::size_t damage = 0; damage < damages; ++damage)
+            {
+                bytes[random() % bytes.size()] = static_cast<char>(random() & 0xFFU);
+            }
+            folder.write(name, bytes);
+        }
+        try
+        {
+            const Octree::Octree octree(PoTree::FileSystemLocation(folder.path()), 1.0);
+            std::vector<Octree::OctreeNodeId> nodes{octree.root()};
+            for (std::size_t i = 0; i < nodes.size(); ++i)
+            {
+                NodePointData data;
+                failures += octree.getNodePointData(nodes[i], data) ? 0 : 1;
+                const Octree::OctreeChildNodeIdRange children = octree.children(nodes[i]);
+                nodes.insert(nodes.end(), children.begin(), children.end());
+                ASSERT_LE(i, kMostNodes) << "round " << round << " of seed " << kSeed;
+            }
+        }
+        catch (const std::runtime_error&)
+        {
+            ++failures;
+        }
+    }
+
+    EXPECT_GT(failures, 0U);  // otherwise nothing was damaged
 }
 
 TEST(NodeData, StopRequestReturnsFalseAndLeavesThePointsAsTheyAre)

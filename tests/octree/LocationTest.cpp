@@ -108,14 +108,24 @@ TEST(Location, KindsOfTheSameFolderAreDifferent)
 
 TEST(Location, HashIsTheSameInEveryProcess)
 {
-    // FNV-1a by hand over the kind's number 0 and the letter a
+    // FNV-1a by hand over the kind's number 0, the letter a and the end of a part
     std::uint64_t expected = 0xcbf29ce484222325ULL;
-    for (const std::uint64_t unit : {std::uint64_t{0}, std::uint64_t{'a'}})
+    for (const std::uint64_t unit : {std::uint64_t{0}, std::uint64_t{'a'}, std::uint64_t{'/'}})
     {
         expected = (expected ^ unit) * 0x100000001b3ULL;
     }
 
     EXPECT_EQ(Location(PoTree::FileSystemLocation("a")).hash(), static_cast<std::size_t>(expected));
+}
+
+TEST(Location, HashesOfEqualPathsAreEqual)
+{
+    const Location one = PoTree::FileSystemLocation("a/b");
+    const Location other = PoTree::FileSystemLocation("a//b");
+
+    ASSERT_EQ(one, other);
+    EXPECT_EQ(one.hash(), other.hash());
+    EXPECT_NE(one.hash(), Location(PoTree::FileSystemLocation("ab")).hash());
 }
 
 TEST(CacheIdentifier, DiffersByLocationAndUnitScale)

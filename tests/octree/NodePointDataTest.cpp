@@ -1,8 +1,8 @@
 #include "octree/NodePointData.h"
 #include "octree/decodeOctahedralNormal.h"
 #include "octree/fillWithGrey.h"
+#include "octree/potree/MortonTriple.h"
 #include "octree/potree/decodePoints.h"
-#include "octree/potree/mortonCode.h"
 #include "tests/octree/TestDataSet.h"
 
 #include <gtest/gtest.h>

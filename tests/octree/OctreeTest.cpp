@@ -284,8 +284,17 @@ TEST(Octree, RecordFlagsMeanNothingWithoutAVisibilityAttribute)
     EXPECT_EQ(octree.nodeVisibility(nodeNamed("r7")), NodeVisibilityType::PerPoint);
 }
 
-/// A data set with positions and one over the same octree with visibilities alone: r says for each point, r0
-/// is visible, r7 hidden as a whole.
+TEST(Octree, VisibilityIsNotLookedUpWhereNothingKnowsIt)
+{
+    TestDataSet set;
+    set.hierarchy = hierarchyRecord(0, 1, 1, 0, 12) + hierarchyRecord(2, 0, 1, 999, 22);  // a broken proxy
+    const Octree::Octree octree(set.write(), 1.0);
+
+    EXPECT_EQ(octree.nodeVisibility(nodeNamed("r0")), NodeVisibilityType::PerPoint);
+}
+
+/// A data set with positions and one over the same octree with visibilities alone: r says for each point,
+/// r0 is visible, r7 hidden as a whole.
 class ExternalVisibility : public testing::Test
 {
 protected:

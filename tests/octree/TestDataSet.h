@@ -65,7 +65,8 @@ inline nlohmann::json attributeEntry(const std::string& name, const std::string&
     return {{"name", name}, {"type", type}, {"size", size}};
 }
 
-/// The metadata of a cube of edge 16 at (100, 200, 300) with one unit per stored integer and positions only.
+/// The metadata of a cube of edge 16 at (100, 200, 300) with one unit per stored integer and positions
+/// only.
 inline nlohmann::json smallMetadata(const std::string& encoding)
 {
     return {
