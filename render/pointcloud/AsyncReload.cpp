@@ -12,11 +12,18 @@ AsyncReload::AsyncReload(std::function<void(std::stop_token)> reload, std::chron
     makeThread();
 }
 
-AsyncReload::~AsyncReload() = default;
+AsyncReload::~AsyncReload()
+{
+    endThread();
+}
 
 void AsyncReload::restart()
 {
-    ++mRequestedRuns;
+    {
+        const std::scoped_lock lock(mMutex);
+        ++mRequestedRuns;
+    }
+    mRetry.notify_all();
     if (mThread)
     {
         mThread->restart();
@@ -25,7 +32,7 @@ void AsyncReload::restart()
 
 void AsyncReload::pause()
 {
-    mThread.reset();
+    endThread();
 }
 
 void AsyncReload::resume()
@@ -36,7 +43,7 @@ void AsyncReload::resume()
 
 bool AsyncReload::isHealthy(bool rethrow) const
 {
-    std::unique_lock lock(mErrorMutex);
+    std::unique_lock lock(mMutex);
     const std::exception_ptr error = mError;
     lock.unlock();
     if (error && rethrow)
@@ -54,6 +61,17 @@ bool AsyncReload::isComplete() const noexcept
 void AsyncReload::makeThread()
 {
     mThread = std::make_unique<Core::BackgroundThread>([this](std::stop_token stopToken) { run(stopToken); });
+}
+
+void AsyncReload::endThread()
+{
+    {
+        const std::scoped_lock lock(mMutex);
+        mIsEnding = true;
+    }
+    mRetry.notify_all();
+    mThread.reset();
+    mIsEnding = false;  // nobody else is left to read it
 }
 
 void AsyncReload::run(std::stop_token stopToken)
@@ -75,16 +93,19 @@ void AsyncReload::run(std::stop_token stopToken)
         {
             setError(std::current_exception());
         }
-        std::unique_lock lock(mErrorMutex);
-        mRetry.wait_for(
-            lock, stopToken, mRetryDelay, [] { return false; }
-        );  // only a stop request ends it early
+        waitForRetry(thisRun);
     }
+}
+
+void AsyncReload::waitForRetry(std::uint64_t failedRun)
+{
+    std::unique_lock lock(mMutex);
+    mRetry.wait_for(lock, mRetryDelay, [&] { return mIsEnding || mRequestedRuns != failedRun; });
 }
 
 void AsyncReload::setError(std::exception_ptr error)
 {
-    const std::scoped_lock lock(mErrorMutex);
+    const std::scoped_lock lock(mMutex);
     mError = std::move(error);
 }
 }  // namespace Render

@@ -57,17 +57,25 @@ public:
 
 private:
     void makeThread();
+    void endThread();
     void run(std::stop_token stopToken);
     void setError(std::exception_ptr error);
+    void waitForRetry(std::uint64_t failedRun);
 
     const std::function<void(std::stop_token)> mReload;
     const std::chrono::milliseconds mRetryDelay;
     std::atomic<std::uint64_t> mRequestedRuns{0};
     std::atomic<std::uint64_t> mCompletedRun{0};  // mRequestedRuns as the last run that ended had found it
-    mutable std::mutex mErrorMutex;               // guards mError
+
+    mutable std::mutex mMutex;  // guards mError and mIsEnding
     std::exception_ptr mError;
-    std::condition_variable_any mRetry;
-    std::unique_ptr<Core::BackgroundThread>
-        mThread;  // absent while paused; last, so that it stops before the rest goes
+    bool mIsEnding = false;  // the thread is being ended
+
+    // Wakes the wait for the next try when mRequestedRuns or mIsEnding changes. Not a
+    // std::condition_variable_any with the stop token: its stop callback can wait for ever when GCC 12's
+    // runtime for Windows ends it while it runs.
+    std::condition_variable mRetry;
+
+    std::unique_ptr<Core::BackgroundThread> mThread;  // absent while paused
 };
 }  // namespace Render

@@ -12,11 +12,12 @@ unsigned BrightnessHistogram::quantile(float fraction)
         std::partial_sum(mCounts.begin(), mCounts.end(), mCumulative.begin());
         mIsCumulated = true;
     }
-    const double wanted = static_cast<double>(mCumulative.back()) * static_cast<double>(fraction);
+    // In single precision, so that 0.2 of 5 values is 1 value.
+    const float wanted = static_cast<float>(mCumulative.back()) * fraction;
     const auto found = std::find_if(
         mCumulative.begin(),
         mCumulative.end(),
-        [wanted](std::uint64_t count) { return static_cast<double>(count) >= wanted; }
+        [wanted](std::uint64_t count) { return static_cast<float>(count) >= wanted; }
     );
     // None is found for a fraction above 1, or one that is no number.
     return found != mCumulative.end() ? static_cast<unsigned>(found - mCumulative.begin()) : 255U;

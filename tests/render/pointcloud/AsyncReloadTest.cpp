@@ -1,0 +1,188 @@
+#include "render/pointcloud/AsyncReload.h"
+#include "tests/support/messageOf.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <semaphore>
+#include <stdexcept>
+#include <thread>
+
+namespace
+{
+using namespace std::chrono_literals;
+using Render::AsyncReload;
+
+constexpr std::chrono::seconds kLong{60};  // no test waits for it: reaching it is the failure
+
+/// Waits until the condition holds; false when it does not within a minute.
+template <class Condition>
+bool eventually(Condition&& condition)
+{
+    const auto deadline = std::chrono::steady_clock::now() + kLong;
+    while (!condition())
+    {
+        if (std::chrono::steady_clock::now() > deadline)
+        {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+void waitForStop(std::stop_token stopToken)
+{
+    while (!stopToken.stop_requested())
+    {
+        std::this_thread::yield();
+    }
+}
+}  // namespace
+
+TEST(AsyncReload, RunsNothingBeforeItIsAskedTo)
+{
+    std::atomic<int> runs = 0;
+    {
+        AsyncReload reload([&runs](std::stop_token) { ++runs; });
+        EXPECT_TRUE(reload.isHealthy(true));
+    }
+
+    EXPECT_EQ(runs, 0);
+}
+
+TEST(AsyncReload, IsCompleteWhenARunThatBeganAfterTheLastRestartHasEnded)
+{
+    std::binary_semaphore mayEnd(0);
+    AsyncReload reload([&mayEnd](std::stop_token) { mayEnd.acquire(); });
+
+    reload.restart();
+    EXPECT_FALSE(reload.isComplete());
+
+    mayEnd.release();
+    EXPECT_TRUE(eventually([&reload] { return reload.isComplete(); }));
+
+    reload.restart();
+    EXPECT_FALSE(reload.isComplete());
+    mayEnd.release();
+    EXPECT_TRUE(eventually([&reload] { return reload.isComplete(); }));
+}
+
+TEST(AsyncReload, ARestartStopsTheRunInProgress)
+{
+    std::atomic<int> runs = 0;
+    std::atomic<int> stopped = 0;
+    AsyncReload reload(
+        [&](std::stop_token stopToken)
+        {
+            if (++runs == 1)
+            {
+                waitForStop(stopToken);
+                ++stopped;
+            }
+        }
+    );
+    reload.restart();
+    ASSERT_TRUE(eventually([&runs] { return runs == 1; }));
+
+    reload.restart();
+
+    EXPECT_TRUE(eventually([&reload] { return reload.isComplete(); }));
+    EXPECT_EQ(stopped, 1);
+    EXPECT_EQ(runs, 2);
+}
+
+TEST(AsyncReload, AFailureIsKeptAndTriedAgainUntilItSucceeds)
+{
+    std::atomic<int> runs = 0;
+    std::binary_semaphore mayRetry(0);
+    AsyncReload reload(
+        [&](std::stop_token)
+        {
+            if (++runs == 1)
+            {
+                throw std::runtime_error("octree.bin: too short");
+            }
+            mayRetry.acquire();
+        },
+        1ms
+    );
+
+    reload.restart();
+
+    ASSERT_TRUE(eventually([&runs] { return runs == 2; }));
+    EXPECT_FALSE(reload.isHealthy(false));
+    EXPECT_EQ(messageOf<std::runtime_error>([&reload] { reload.isHealthy(true); }), "octree.bin: too short");
+    EXPECT_FALSE(reload.isComplete());
+
+    mayRetry.release();
+    EXPECT_TRUE(eventually([&reload] { return reload.isComplete(); }));
+    EXPECT_TRUE(reload.isHealthy(true));
+}
+
+TEST(AsyncReload, ARestartEndsTheWaitForTheNextTry)
+{
+    std::atomic<int> runs = 0;
+    AsyncReload reload(
+        [&runs](std::stop_token)
+        {
+            if (++runs == 1)
+            {
+                throw std::runtime_error("broken");
+            }
+        },
+        std::chrono::hours(1)
+    );
+    reload.restart();
+    ASSERT_TRUE(eventually([&reload] { return !reload.isHealthy(false); }));
+
+    reload.restart();
+
+    EXPECT_TRUE(eventually([&reload] { return reload.isComplete(); }));
+    EXPECT_TRUE(reload.isHealthy(false));
+}
+
+TEST(AsyncReload, DestructionEndsTheWaitForTheNextTry)
+{
+    const auto start = std::chrono::steady_clock::now();
+    {
+        AsyncReload reload(
+            [](std::stop_token) { throw std::runtime_error("broken"); }, std::chrono::hours(1)
+        );
+        reload.restart();
+        ASSERT_TRUE(eventually([&reload] { return !reload.isHealthy(false); }));
+    }
+
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kLong);
+}
+
+TEST(AsyncReload, NothingRunsWhilePaused)
+{
+    std::atomic<int> runs = 0;
+    std::atomic<bool> isRunning = false;
+    AsyncReload reload(
+        [&](std::stop_token stopToken)
+        {
+            isRunning = true;
+            ++runs;
+            if (runs == 1)
+            {
+                waitForStop(stopToken);
+            }
+            isRunning = false;
+        }
+    );
+    reload.restart();
+    ASSERT_TRUE(eventually([&isRunning] { return isRunning.load(); }));
+
+    reload.pause();
+    EXPECT_FALSE(isRunning);
+    reload.restart();
+    EXPECT_EQ(runs, 1);
+    EXPECT_FALSE(reload.isComplete());
+
+    reload.resume();
+    EXPECT_TRUE(eventually([&reload] { return reload.isComplete(); }));
+    EXPECT_EQ(runs, 2);
+}
