@@ -1,0 +1,6 @@
+#include "render/mesh/MeshLoader.h"
+
+namespace Render
+{
+MeshLoader::~MeshLoader() = default;
+}  // namespace Render

@@ -1,0 +1,215 @@
+#include "render/mesh/MeshRenderable.h"
+
+#include "render/gpu/Direct3D.h"
+#include "render/gpu/ShaderConfiguration.h"
+#include "render/gpu/inputLayouts.h"
+#include "render/gpu/throwIfFailed.h"
+#include "render/mesh/ObjMeshLoader.h"
+#include "render/pointcloud/ScopedBinding.h"
+#include "render/scene/Camera.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+namespace Render
+{
+namespace
+{
+constexpr const char* kShader = "shaders/mesh.hlsl";
+constexpr std::size_t kCornersPerTriangle = 3;
+constexpr UINT kStride = sizeof(VertexPosNormalTexCoordColor);
+
+std::array<float, 3> toArray(const Math::Point<float, 3>& point)
+{
+    return {point.x, point.y, point.z};
+}
+}  // namespace
+
+std::shared_ptr<MeshRenderable> MeshRenderable::create(
+    const std::filesystem::path& path, double unitScale, const std::string& name
+)
+{
+    return std::make_shared<MeshRenderable>(Private(), path, unitScale, name);
+}
+
+std::shared_ptr<MeshRenderable> MeshRenderable::create(
+    std::shared_ptr<MeshLoader> loader, double unitScale, const std::string& name
+)
+{
+    return std::make_shared<MeshRenderable>(Private(), std::move(loader), unitScale, name);
+}
+
+MeshRenderable::MeshRenderable(
+    Private, std::shared_ptr<MeshLoader> loader, double unitScale, const std::string& name
+)
+    : Renderable(name), mLoader(std::move(loader)), mUnitScale(unitScale)
+{
+    if (!mLoader)
+    {
+        throw std::invalid_argument("MeshRenderable: loader must not be empty");
+    }
+    if (!(unitScale > 0.0) || !std::isfinite(unitScale))
+    {
+        throw std::invalid_argument("MeshRenderable: unit scale must be above 0 and finite");
+    }
+}
+
+MeshRenderable::MeshRenderable(
+    Private, const std::filesystem::path& path, double unitScale, const std::string& name
+)
+    : MeshRenderable(Private(), std::make_shared<ObjMeshLoader>(path), unitScale, name)
+{
+}
+
+MeshRenderable::~MeshRenderable() = default;
+
+void MeshRenderable::init(
+    unsigned long long /*rendererId*/,
+    std::shared_ptr<Camera> camera,
+    CComPtr<ID3D11Device> device,
+    CComPtr<ID3D11DeviceContext> deviceContext
+)
+{
+    mVertexShader = VertexShader::fromHlslResource(device, kShader, meshInputLayout());
+    mPixelShader = PixelShader::fromHlslResource(device, kShader);
+    mConstants = ConstantBlock<Constants>(device, mConstants.values());
+    mDevice = std::move(device);
+    mContext = std::move(deviceContext);
+    mCamera = std::move(camera);
+    mConstants.edit().unitScale = static_cast<float>(mUnitScale);
+    mConstants.edit().modelMatrix = toShaderMatrix(worldMatrix());
+    onUpdateViewMatrix(mCamera);
+
+    forgetMesh();
+    try
+    {
+        mLoader->load([this](std::span<const VertexPosNormalTexCoordColor> part) { addMeshPart(part); });
+    }
+    catch (...)
+    {
+        forgetMesh();
+        throw;
+    }
+}
+
+void MeshRenderable::forgetMesh() noexcept
+{
+    mParts.clear();
+    mFileBox = {};
+    mTriangleCount = 0;
+}
+
+void MeshRenderable::addMeshPart(std::span<const VertexPosNormalTexCoordColor> vertices)
+{
+    if (vertices.empty())
+    {
+        return;  // Direct3D has no empty buffers
+    }
+    if (vertices.size_bytes() > std::numeric_limits<UINT>::max())
+    {
+        throwIfFailed(E_OUTOFMEMORY);
+    }
+    D3D11_BUFFER_DESC desc{};
+    desc.ByteWidth = static_cast<UINT>(vertices.size_bytes());
+    desc.Usage = D3D11_USAGE_IMMUTABLE;
+    desc.BindFlags = D3D11_BIND_VERTEX_BUFFER;
+    const D3D11_SUBRESOURCE_DATA data{vertices.data(), 0, 0};
+    MeshPart part;
+    part.vertexCount = static_cast<UINT>(vertices.size());
+    throwIfFailed(mDevice->CreateBuffer(&desc, &data, part.vertices.put()));
+    mParts.push_back(std::move(part));
+
+    for (const VertexPosNormalTexCoordColor& vertex : vertices)
+    {
+        mFileBox.extend(vertex.position);
+    }
+    mTriangleCount += vertices.size() / kCornersPerTriangle;
+    setNeedsRedraw(true);
+}
+
+void MeshRenderable::onUpdateProjectionMatrix(const std::shared_ptr<Camera>& camera)
+{
+    mConstants.edit().viewProjectionMatrix = toShaderMatrix(camera->viewProjectionMatrix());
+}
+
+void MeshRenderable::onUpdateViewMatrix(const std::shared_ptr<Camera>& camera)
+{
+    onUpdateProjectionMatrix(camera);
+    mConstants.edit().cameraPosition = toArray(camera->eye());
+}
+
+void MeshRenderable::onUpdateZRange(const std::shared_ptr<Camera>& camera)
+{
+    onUpdateProjectionMatrix(camera);
+}
+
+void MeshRenderable::invalidateWorldMatrix()
+{
+    Renderable::invalidateWorldMatrix();
+    mConstants.edit().modelMatrix = toShaderMatrix(worldMatrix());
+}
+
+void MeshRenderable::setClippingVolume(const Math::ConvexPolytope<float, 3>& volume)
+{
+    if (volume.size() > CLIPPING_PLANES_MAX_COUNT)
+    {
+        throw std::runtime_error(
+            "Error: volume contains too many clipping planes, plane count = " + std::to_string(volume.size())
+        );
+    }
+    if (volume.halfSpaces() == mClippingPlanes)
+    {
+        return;
+    }
+    mClippingPlanes = volume.halfSpaces();
+    auto& rows = mConstants.edit().clipping_planes;
+    rows = {};
+    std::transform(
+        mClippingPlanes.begin(),
+        mClippingPlanes.end(),
+        rows.begin(),
+        [](const Math::HalfSpace<float, 3>& plane) {
+            return std::array<float, 4>{plane.a, plane.b, plane.c, plane.d};
+        }
+    );
+    setNeedsRedraw(true);
+}
+
+void MeshRenderable::render()
+{
+    Renderable::render();
+    if (!mContext)
+    {
+        return;
+    }
+    const ScopedBinding vertexShader(mContext, mVertexShader);
+    const ScopedBinding pixelShader(mContext, mPixelShader);
+    constexpr ShaderConfiguration kStages = ShaderConfiguration::Vertex | ShaderConfiguration::Pixel;
+    const ScopedBinding constants(mContext, mConstants, kStages, 0U);
+    mContext->IASetPrimitiveTopology(D3D11_PRIMITIVE_TOPOLOGY_TRIANGLELIST);
+    const UINT offset = 0;
+    for (const MeshPart& part : mParts)
+    {
+        ID3D11Buffer* const buffer = part.vertices;
+        mContext->IASetVertexBuffers(0, 1, &buffer, &kStride, &offset);
+        mContext->Draw(part.vertexCount, 0);
+    }
+    ID3D11Buffer* const none = nullptr;
+    const UINT zero = 0;
+    mContext->IASetVertexBuffers(0, 1, &none, &zero, &zero);
+}
+
+Math::NBoundingBox<float, 3> MeshRenderable::boundingBox()
+{
+    if (mFileBox.isEmpty())
+    {
+        return {};
+    }
+    const auto scaled = [scale = static_cast<float>(mUnitScale)](const Math::Point<float, 3>& point)
+    { return Math::Point<float, 3>(point.x * scale, point.y * scale, point.z * scale); };
+    return {scaled(mFileBox.min()), scaled(mFileBox.max())};
+}
+}  // namespace Render

@@ -1,0 +1,135 @@
+#pragma once
+
+#include "math/ConvexPolytope.h"
+#include "math/HalfSpace.h"
+#include "render/Export.h"
+#include "render/gpu/ConstantBlock.h"
+#include "render/gpu/PixelShader.h"
+#include "render/gpu/VertexFormats.h"
+#include "render/gpu/VertexShader.h"
+#include "render/pointcloud/PointShaderConstants.h"
+#include "render/scene/Renderable.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace Render
+{
+class MeshLoader;
+
+/// A triangle mesh, lit from the camera, that up to eight planes can cut.
+///
+/// Frame    the loader's positions in the units of their file; model coordinates are those times unitScale().
+/// Threads  the thread that drives the renderer.
+class RENDER_API MeshRenderable : public Renderable, public std::enable_shared_from_this<MeshRenderable>
+{
+    struct Private
+    {
+        explicit Private() = default;
+    };
+
+public:
+    /// Most planes of a clipping volume.
+    static constexpr std::size_t CLIPPING_PLANES_MAX_COUNT = 8;
+
+    /// A mesh that reads an OBJ file when it enters a live scene.
+    /// @param unitScale  model units per unit of the file, above 0 and finite
+    /// @throws std::invalid_argument  for another unit scale
+    static std::shared_ptr<MeshRenderable> create(
+        const std::filesystem::path& path, double unitScale, const std::string& name
+    );
+
+    /// A mesh of any loader.
+    /// @throws std::invalid_argument  also for no loader
+    static std::shared_ptr<MeshRenderable> create(
+        std::shared_ptr<MeshLoader> loader, double unitScale, const std::string& name
+    );
+
+    MeshRenderable(Private, std::shared_ptr<MeshLoader> loader, double unitScale, const std::string& name);
+    MeshRenderable(Private, const std::filesystem::path& path, double unitScale, const std::string& name);
+    MeshRenderable(const MeshRenderable&) = delete;
+    MeshRenderable& operator=(const MeshRenderable&) = delete;
+    ~MeshRenderable() override;
+
+    /// Loads the mesh, on this thread. A mesh that enters a scene again is loaded again.
+    /// @throws ComException        when a shader or buffer cannot be created
+    /// @throws std::runtime_error  when the loader fails; the mesh then has no parts
+    void init(
+        unsigned long long rendererId,
+        std::shared_ptr<Camera> camera,
+        CComPtr<ID3D11Device> device,
+        CComPtr<ID3D11DeviceContext> deviceContext
+    ) override;
+
+    void onUpdateProjectionMatrix(const std::shared_ptr<Camera>& camera) override;
+    void onUpdateViewMatrix(const std::shared_ptr<Camera>& camera) override;
+
+    /// Follows as well: near and far fitted to the scene reach it by this call alone, and its depth must stay
+    /// comparable with that of other objects.
+    void onUpdateZRange(const std::shared_ptr<Camera>& camera) override;
+
+    void invalidateWorldMatrix() override;
+    void render() override;
+
+    /// The box of all vertices in model units, empty before init().
+    Math::NBoundingBox<float, 3> boundingBox() override;
+
+    /// Draws only what lies inside the volume, its borders included.
+    /// @param volume  world coordinates; none for no clipping
+    /// @throws std::runtime_error  "Error: volume contains too many clipping planes, plane count = " and the
+    ///                             count, for more than eight; the old planes stay
+    void setClippingVolume(const Math::ConvexPolytope<float, 3>& volume);
+
+    /// 0 before init().
+    std::uint64_t numTriangles() const noexcept { return mTriangleCount; }
+
+    double unitScale() const noexcept { return mUnitScale; }
+
+private:
+    /// cbPerFrameConstants of shaders/mesh.hlsl.
+    struct Constants
+    {
+        ShaderMatrix modelMatrix = kIdentityShaderMatrix;
+        ShaderMatrix viewProjectionMatrix = kIdentityShaderMatrix;
+        std::array<std::array<float, 4>, CLIPPING_PLANES_MAX_COUNT> clipping_planes{};
+        float unitScale = 1.0F;
+        std::array<float, 3> cameraPosition{};
+        std::array<float, 3> lightPos{};
+        float padding = 0.0F;
+    };
+
+    static_assert(offsetof(Constants, clipping_planes) == 128);
+    static_assert(offsetof(Constants, unitScale) == 256);
+    static_assert(offsetof(Constants, cameraPosition) == 260);
+    static_assert(offsetof(Constants, lightPos) == 272);
+    static_assert(sizeof(Constants) == 288);
+
+    struct MeshPart
+    {
+        CComPtr<ID3D11Buffer> vertices;
+        unsigned int vertexCount = 0;
+    };
+
+    void addMeshPart(std::span<const VertexPosNormalTexCoordColor> vertices);
+    void forgetMesh() noexcept;
+
+    std::shared_ptr<MeshLoader> mLoader;
+    double mUnitScale;
+    std::vector<MeshPart> mParts;
+    Math::NBoundingBox<float, 3> mFileBox;  // in units of the file
+    std::uint64_t mTriangleCount = 0;
+    std::vector<Math::HalfSpace<float, 3>> mClippingPlanes;  // world coordinates
+    CComPtr<ID3D11Device> mDevice;                           // none before init()
+    CComPtr<ID3D11DeviceContext> mContext;
+    std::shared_ptr<Camera> mCamera;
+    VertexShader mVertexShader;
+    PixelShader mPixelShader;
+    ConstantBlock<Constants> mConstants;
+};
+}  // namespace Render

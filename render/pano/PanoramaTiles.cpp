@@ -1,0 +1,164 @@
+#include "render/pano/PanoramaTiles.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace Render
+{
+using Core::JobState;
+using Graphics::PanoramaLoader;
+
+PanoramaTiles::PanoramaTiles(std::shared_ptr<PanoramaLoader> loader, std::function<void()> requestFrame)
+    : mLoader(std::move(loader)), mRequestFrame(std::move(requestFrame))
+{
+}
+
+JobState PanoramaTiles::load(std::stop_token stopToken, const std::function<void()>& onTile)
+{
+    announceLoad();
+    if (!mLoader)
+    {
+        return mState;
+    }
+    try
+    {
+        mState = loadLevels(stopToken, onTile) ? JobState::Complete : JobState::Stopped;
+    }
+    catch (...)
+    {
+        const std::scoped_lock lock(mMutex);
+        mError = std::current_exception();
+        mState = JobState::Failed;
+        throw;
+    }
+    return mState;
+}
+
+void PanoramaTiles::announceLoad()
+{
+    const std::scoped_lock lock(mMutex);
+    mError = nullptr;
+    mState = mLoader ? JobState::Running : JobState::NoSource;
+}
+
+void PanoramaTiles::withdrawLoad()
+{
+    JobState expected = JobState::Running;
+    mState.compare_exchange_strong(expected, JobState::Stopped);
+}
+
+bool PanoramaTiles::loadLevels(const std::stop_token& stopToken, const std::function<void()>& onTile)
+{
+    const auto fetchDepth = [this](const PanoramaLoader::TileIndex& index) {
+        return DepthTile{index, mLoader->depthImageTile(index)};
+    };
+    const auto fetchColor = [this](const PanoramaLoader::TileIndex& index) {
+        return ColorTile{index, mLoader->colorImageTile(index)};
+    };
+
+    const std::uint64_t depthLevelCount = mLoader->numDepthLevels();
+    const std::uint64_t colorLevelCount = mLoader->numColorLevels();
+    for (std::uint64_t level = 0; level < std::max(depthLevelCount, colorLevelCount); ++level)
+    {
+        if (level < depthLevelCount &&
+            !loadLevel(level, &Batch::depthTiles, &Batch::depthLevel, fetchDepth, stopToken, onTile))
+        {
+            return false;
+        }
+        if (level < colorLevelCount &&
+            !loadLevel(level, &Batch::colorTiles, &Batch::colorLevel, fetchColor, stopToken, onTile))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+template <class Tile, class Fetch>
+bool PanoramaTiles::loadLevel(
+    std::uint64_t level,
+    std::vector<Tile> Batch::*tiles,
+    std::uint64_t Batch::*completeLevel,
+    const Fetch& fetch,
+    const std::stop_token& stopToken,
+    const std::function<void()>& onTile
+)
+{
+    for (const PanoramaLoader::TileIndex& index : mLoader->tileIndices(level))
+    {
+        Tile tile = fetch(index);
+        check(level, index, tile.image.width(), tile.image.height());
+        {
+            const std::scoped_lock lock(mMutex);
+            (mPending.*tiles).push_back(std::move(tile));
+            mRequestFrame();
+            if (onTile)
+            {
+                onTile();
+            }
+        }
+        if (stopToken.stop_requested())
+        {
+            return false;
+        }
+    }
+    const std::scoped_lock lock(mMutex);
+    mPending.*completeLevel = level;
+    mRequestFrame();  // the last tile may have been taken before the level counted as complete
+    return true;
+}
+
+void PanoramaTiles::check(
+    std::uint64_t level, const PanoramaLoader::TileIndex& index, std::uint64_t width, std::uint64_t height
+) const
+{
+    const auto fail = [&](const std::string& reason)
+    {
+        throw std::runtime_error(
+            "Error: panorama tile " + std::to_string(index.column) + ", " + std::to_string(index.row) +
+            " of level " + std::to_string(level) + " " + reason
+        );
+    };
+    if (index.level != level)
+    {
+        fail("is said to be of level " + std::to_string(index.level));
+    }
+    const std::uint64_t tileWidth = mLoader->tileWidth(level);
+    const std::uint64_t tileHeight = mLoader->tileHeight(level);
+    if (width != tileWidth || height != tileHeight)
+    {
+        fail(
+            "has " + std::to_string(width) + " x " + std::to_string(height) + " pixels instead of " +
+            std::to_string(tileWidth) + " x " + std::to_string(tileHeight)
+        );
+    }
+    const std::uint64_t levelWidth = mLoader->width(level);
+    const std::uint64_t levelHeight = mLoader->height(level);
+    if (tileWidth > levelWidth || mLoader->tileOffsetX(index) > levelWidth - tileWidth ||
+        tileHeight > levelHeight || mLoader->tileOffsetY(index) > levelHeight - tileHeight)
+    {
+        fail("hangs over the border of its level");
+    }
+}
+
+std::exception_ptr PanoramaTiles::error() const
+{
+    const std::scoped_lock lock(mMutex);
+    return mError;
+}
+
+PanoramaTiles::Batch PanoramaTiles::take()
+{
+    const std::scoped_lock lock(mMutex);
+    return std::exchange(mPending, Batch{{}, {}, mPending.colorLevel, mPending.depthLevel});
+}
+
+void PanoramaTiles::forgetTaken()
+{
+    const std::scoped_lock lock(mMutex);
+    mPending.colorLevel = 0;
+    mPending.depthLevel = 0;
+}
+}  // namespace Render
