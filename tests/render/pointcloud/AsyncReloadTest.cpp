@@ -1,11 +1,11 @@
 #include "render/pointcloud/AsyncReload.h"
+#include "tests/support/ThreadSignals.h"
 #include "tests/support/messageOf.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
-#include <semaphore>
 #include <stdexcept>
 #include <thread>
 
@@ -32,13 +32,6 @@ bool eventually(Condition&& condition)
     return true;
 }
 
-void waitForStop(std::stop_token stopToken)
-{
-    while (!stopToken.stop_requested())
-    {
-        std::this_thread::yield();
-    }
-}
 }  // namespace
 
 TEST(AsyncReload, RunsNothingBeforeItIsAskedTo)
@@ -54,7 +47,7 @@ TEST(AsyncReload, RunsNothingBeforeItIsAskedTo)
 
 TEST(AsyncReload, IsCompleteWhenARunThatBeganAfterTheLastRestartHasEnded)
 {
-    std::binary_semaphore mayEnd(0);
+    Semaphore mayEnd;
     AsyncReload reload([&mayEnd](std::stop_token) { mayEnd.acquire(); });
 
     reload.restart();
@@ -96,7 +89,7 @@ TEST(AsyncReload, ARestartStopsTheRunInProgress)
 TEST(AsyncReload, AFailureIsKeptAndTriedAgainUntilItSucceeds)
 {
     std::atomic<int> runs = 0;
-    std::binary_semaphore mayRetry(0);
+    Semaphore mayRetry;
     AsyncReload reload(
         [&](std::stop_token)
         {
