@@ -78,9 +78,10 @@ printf '\n'
 printf '%s\n' "${summaries[@]}"
 # Lines of CTest read "98% tests passed, 2 tests failed out of 100".
 counts=$(printf '%s\n' "${summaries[@]}" | sed -nE 's/.* ([0-9]+) tests? failed out of ([0-9]+).*/\1 \2/p' |
-    awk '{ failed += $1; total += $2 } END { printf "%d tests passed, %d failed", total - failed, failed }')
+    awk '{ failed += $1; total += $2 } END { printf "%d passed, %d failed", total - failed, failed }')
 if [ ${#failed[@]} -gt 0 ]; then
     echo "Failed steps: ${failed[*]}"
 fi
-echo "$((SECONDS - start)) s; $counts"
+echo "all in $((SECONDS - start)) s"
+echo "$counts"
 [ ${#failed[@]} -eq 0 ]
