@@ -21,10 +21,11 @@ namespace
 constexpr std::size_t kGroundCells = 160;  // per side; each is scanned like a surface of its own
 constexpr double kGroundCell = SampleScene::kSize / kGroundCells;
 constexpr std::size_t kItemsPerTask = 200;
-constexpr int kAttempts = 24;       // to find a place of an item that can be seen
-constexpr double kNoise = 0.006;    // metres, deviation of measured points across the surface
-constexpr double kLeafShare = 0.2;  // of points per area; most of a clump is hidden in its crown
-constexpr double kGrid = 1000;      // steps per metre of measured coordinates
+constexpr int kAttempts = 24;          // to find a place of an item that can be seen
+constexpr double kNoise = 0.006;       // metres, deviation of measured points across the surface
+constexpr double kGroundShare = 1.15;  // of points per area, against walls
+constexpr double kLeafShare = 0.2;     // most of a clump is hidden in its crown
+constexpr double kGrid = 1000;         // steps per metre of measured coordinates
 constexpr double kScannerHeight = 1.8;
 
 constexpr std::uint8_t kGround = 2;
@@ -230,7 +231,7 @@ double SampleScene::groundWeight(std::size_t cell) const
     {
         return 0;
     }
-    return kGroundCell * kGroundCell * scanDensity({x, y, mTerrain.height(x, y)});
+    return kGroundShare * kGroundCell * kGroundCell * scanDensity({x, y, mTerrain.height(x, y)});
 }
 
 double SampleScene::surfaceWeight(const Surface& surface) const

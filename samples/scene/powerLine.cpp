@@ -32,7 +32,7 @@ constexpr std::array<Vector, 7> kHooks{
 
 void addMast(std::vector<Surface>& surfaces, const Frame& frame)
 {
-    const Finish steel{Material::GalvanisedSteel, {0.42, 0.44, 0.45}, 7};
+    const Finish steel{Material::GalvanisedSteel, {0.42, 0.44, 0.45}, 4};
     Assembly mast(surfaces, frame, kTransmissionTower);
     const auto halfWidth = [](double z)
     { return z < 11 ? 1.5 - 0.1 * z : 0.4 * (kMastHeight - z) / (kMastHeight - 11); };
@@ -79,7 +79,7 @@ void addPowerLine(std::vector<Surface>& surfaces, const Terrain& terrain)
         masts[i] = {{kFeet[i].x, kFeet[i].y, terrain.height(kFeet[i].x, kFeet[i].y)}, along};
         addMast(surfaces, masts[i]);
     }
-    const Finish wire{Material::Cable, {0.07, 0.072, 0.075}, 14};
+    const Finish wire{Material::Cable, {0.07, 0.072, 0.075}, 9};
     Assembly wires(surfaces, {}, kWireConductor);
     for (std::size_t i = 0; i + 1 < masts.size(); ++i)
     {
