@@ -20,15 +20,9 @@ double portableCosh(double x)
     return 1 + s / 2 * (1 + s / 12 * (1 + s / 30 * (1 + s / 56)));
 }
 
-/// Where wires hang: metres across the line, and of height.
-constexpr std::array<Vector, 7> kHooks{
-    {{0, -3.6, 11.6},
-     {0, 3.6, 11.6},
-     {0, -2.9, 14.2},
-     {0, 2.9, 14.2},
-     {0, -2.2, 16.8},
-     {0, 2.2, 16.8},
-     {0, 0, kMastHeight}}};
+/// Where wires hang, metres across the line and of height: three conductors, and the earth wire on the top.
+constexpr std::array<Vector, 4> kHooks{
+    {{0, -3.2, 11.4}, {0, 3.2, 11.4}, {0, 2.6, 14.6}, {0, 0, kMastHeight}}};
 
 void addMast(std::vector<Surface>& surfaces, const Frame& frame)
 {
