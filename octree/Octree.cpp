@@ -252,6 +252,13 @@ float Octree::spacing(std::uint64_t level) const noexcept
     return static_cast<float>(std::ldexp(mImplementation->description.spacing * unitScale(), -halvings));
 }
 
+Math::Point<double, 3> Octree::positionStep() const noexcept
+{
+    const Math::Point<double, 3>& step = mImplementation->description.positionStep;
+    const double scale = unitScale();
+    return {step.x * scale, step.y * scale, step.z * scale};
+}
+
 OctreeNodeId Octree::root() const noexcept
 {
     return {};

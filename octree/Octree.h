@@ -93,6 +93,11 @@ public:
     /// Point spacing of a level times the unit scale: the root's halved once per level.
     float spacing(std::uint64_t level = 0) const noexcept;
 
+    /// Distance between neighbouring positions that the data set can store, per axis, times the unit scale;
+    /// 0 where it stores plain floating-point numbers. Points may lie outside their node's cube by up to
+    /// this: writers round.
+    Math::Point<double, 3> positionStep() const noexcept;
+
     OctreeNodeId root() const noexcept;
 
     /// Level of a node, 0 for the root.

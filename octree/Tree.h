@@ -28,6 +28,7 @@ struct TreeDescription
     Math::NBoundingBox<double, 3> boundingBox;   ///< tight
     Math::NBoundingBox<double, 3> boundingCube;  ///< the root's
     double spacing = 0.0;                        ///< point spacing of the root
+    Math::Point<double, 3> positionStep;         ///< of stored integers; 0 for floating-point numbers
     std::vector<AttributeInfo> attributes;
     unsigned attributeMask = kNoAttributes;  ///< AttributeMask bits of what points have
     std::pair<std::uint16_t, std::uint16_t> intensityRange{std::uint16_t{0}, std::uint16_t{65535}};

@@ -75,6 +75,7 @@ Octree::TreeDescription describe(
     description.boundingBox = metadata.tightBoundingBox();
     description.boundingCube = metadata.boundingBox;
     description.spacing = metadata.spacing;
+    description.positionStep = metadata.scale;
     for (const Attribute& attribute : metadata.attributes)
     {
         description.attributes.push_back(

@@ -1,0 +1,273 @@
+#include "render/pointcloud/PointCloudQuery.h"
+
+#include "math/transform.h"
+#include "octree/Octree.h"
+
+#include <algorithm>
+#include <cmath>
+#include <exception>
+#include <limits>
+#include <stdexcept>
+#include <stop_token>
+#include <utility>
+
+namespace Render
+{
+namespace
+{
+using Octree::BoxTestResult;
+
+constexpr std::int64_t kNoDeadline = std::numeric_limits<std::int64_t>::max();
+
+// How far outside its node's cube a point may lie, in steps of the data set: one by the writer's rounding,
+// one to be sure.
+constexpr double kStepsOutside = 2.0;
+
+// Bound on the rounding of a transformed coordinate against the sum of its terms' magnitudes: narrowing,
+// three products and three sums, once for the point and once for the box.
+constexpr float kRounding = 6.0F * std::numeric_limits<float>::epsilon();
+
+std::int64_t steadyNow()
+{
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch()
+    )
+        .count();
+}
+
+std::int64_t deadlineAfter(std::chrono::nanoseconds timeout)
+{
+    const std::int64_t now = steadyNow();
+    return timeout.count() > kNoDeadline - now ? kNoDeadline : now + timeout.count();
+}
+
+/// The world matrix taken apart, so that a loop over points keeps it in registers.
+class PointTransform
+{
+public:
+    explicit PointTransform(const Eigen::Matrix4f& m) noexcept
+        : mX{m(0, 0), m(0, 1), m(0, 2), m(0, 3)},
+          mY{m(1, 0), m(1, 1), m(1, 2), m(1, 3)},
+          mZ{m(2, 0), m(2, 1), m(2, 2), m(2, 3)}
+    {
+    }
+
+    Math::Point<float, 3> operator()(const Math::Point<double, 3>& position) const noexcept
+    {
+        const auto x = static_cast<float>(position.x);
+        const auto y = static_cast<float>(position.y);
+        const auto z = static_cast<float>(position.z);
+        return {apply(mX, x, y, z), apply(mY, x, y, z), apply(mZ, x, y, z)};
+    }
+
+private:
+    struct Row
+    {
+        float x, y, z, w;
+    };
+
+    static float apply(const Row& row, float x, float y, float z) noexcept
+    {
+        return row.x * x + row.y * y + row.z * z + row.w;
+    }
+
+    Row mX, mY, mZ;
+};
+
+template <class T>
+std::shared_ptr<T> required(std::shared_ptr<T> object, const char* message)
+{
+    if (!object)
+    {
+        throw std::invalid_argument(message);
+    }
+    return object;
+}
+}  // namespace
+
+Core::SharedResources<Octree::CacheIdentifier, PointCloudQuery::PointCache> PointCloudQuery::mSharedCaches;
+
+PointCloudQuery::PointCloudQuery(
+    std::shared_ptr<Octree::Octree> octree,
+    std::shared_ptr<PointCache> cache,
+    const Eigen::Matrix4f& worldMatrix,
+    IFilter* filter,
+    std::uint64_t maxLevel,
+    float minimumSpacing,
+    std::chrono::nanoseconds timeout
+)
+    : mCurrentPoints(Octree::kAllAttributes), mFilter(filter, maxLevel, minimumSpacing)
+{
+    if (filter == nullptr)
+    {
+        throw std::invalid_argument("PointCloudQuery: filter must not be empty");
+    }
+    mOctree = required(std::move(octree), "PointCloudQuery: octree must not be empty");
+    mCache = required(std::move(cache), "PointCloudQuery: cache must not be empty");
+    setWorldMatrix(worldMatrix);
+    enqueueIfWanted(mOctree->root(), BoxTestResult::Border);
+    mDeadline = deadlineAfter(timeout);
+}
+
+PointCloudQuery::PointCloudQuery(PointCloudQuery&&) noexcept = default;
+PointCloudQuery& PointCloudQuery::operator=(PointCloudQuery&&) noexcept = default;
+PointCloudQuery::~PointCloudQuery() = default;
+
+std::shared_ptr<PointCloudQuery::PointCache> PointCloudQuery::createOrGetSharedCache(
+    const Octree::Location& location,
+    double unitScale,
+    unsigned long long capacity,
+    unsigned long long expectedEntryCount
+)
+{
+    return mSharedCaches.createOrGet(
+        Octree::CacheIdentifier{location, unitScale},
+        [=] { return std::make_shared<PointCache>(capacity, static_cast<std::size_t>(expectedEntryCount)); }
+    );
+}
+
+void PointCloudQuery::setWorldMatrix(const Eigen::Matrix4f& worldMatrix) noexcept
+{
+    mWorldMatrix = worldMatrix;
+    mWorldMatrix3 = worldMatrix.topLeftCorner<3, 3>();
+    mWorldScale = mWorldMatrix3.col(0).norm();
+}
+
+std::size_t PointCloudQuery::getNextPointChunk(VertexPosColor* points, std::size_t maxCount)
+{
+    std::size_t count = 0;
+    while (mHasCurrentNode || advance())
+    {
+        if (mCurrentNode.boxTestResult == BoxTestResult::Inside)
+        {
+            count += copyPoints(points + count, maxCount - count);
+        }
+        else if (mCurrentNode.boxTestResult == BoxTestResult::Border)
+        {
+            count += copyAcceptedPoints(points + count, maxCount - count);
+        }
+        else
+        {
+            mNextPoint = mCurrentPoints.size();
+        }
+        mHasCurrentNode = mNextPoint < mCurrentPoints.size();
+        if (count == maxCount || steadyNow() > mDeadline)
+        {
+            break;
+        }
+    }
+    return count;
+}
+
+void PointCloudQuery::enqueueIfWanted(const Octree::OctreeNodeId& id, BoxTestResult parentResult)
+{
+    const std::uint64_t level = mOctree->level(id);
+    const float spacing = mOctree->spacing(level) * mWorldScale;
+    const BoxTestResult result =
+        parentResult == BoxTestResult::Inside ? parentResult : mFilter.testBox(worldBoxOfPoints(id));
+    if (result != BoxTestResult::Outside && mFilter.testSpacing(spacing) && mFilter.testLevel(level))
+    {
+        mQueue.push_back({id, result, level, spacing});
+    }
+}
+
+Math::NBoundingBox<float, 3> PointCloudQuery::worldBoxOfPoints(const Octree::OctreeNodeId& id) const
+{
+    const Math::NBoundingBox<float, 3> cube = mOctree->boundingCube(id);
+    const Math::Point<double, 3> step = mOctree->positionStep();
+    Math::Point<float, 3> min = cube.min();
+    Math::Point<float, 3> max = cube.max();
+    Eigen::Vector3f magnitude;
+    for (std::size_t axis = 0; axis < 3; ++axis)
+    {
+        const auto margin = static_cast<float>(kStepsOutside * step[axis]);
+        min[axis] -= margin;
+        max[axis] += margin;
+        magnitude[static_cast<Eigen::Index>(axis)] = std::max(std::abs(min[axis]), std::abs(max[axis]));
+    }
+
+    const Math::NBoundingBox<float, 3> box = Math::transformed({min, max}, mWorldMatrix);
+    const Eigen::Vector3f rounding =
+        kRounding * (mWorldMatrix3.cwiseAbs() * magnitude + mWorldMatrix.topRightCorner<3, 1>().cwiseAbs());
+    return {
+        {box.min().x - rounding.x(), box.min().y - rounding.y(), box.min().z - rounding.z()},
+        {box.max().x + rounding.x(), box.max().y + rounding.y(), box.max().z + rounding.z()}};
+}
+
+bool PointCloudQuery::advance()
+{
+    if (mQueue.empty())
+    {
+        return false;
+    }
+    mCurrentNode = mQueue.front();
+    mQueue.pop_front();
+    mNextPoint = 0;
+    if (mCurrentNode.boxTestResult == BoxTestResult::Inside ||
+        mCurrentNode.boxTestResult == BoxTestResult::Border)
+    {
+        for (const Octree::OctreeNodeId& child : mOctree->children(mCurrentNode.id))
+        {
+            enqueueIfWanted(child, mCurrentNode.boxTestResult);
+        }
+    }
+    fetchCurrentNode();
+    mHasCurrentNode = true;
+    return true;
+}
+
+void PointCloudQuery::fetchCurrentNode()
+{
+    constexpr const char* kFailure = "Querying node data failed";
+    const auto load = [this](Octree::NodePointData& loaded, std::stop_token stopToken)
+    { return mOctree->readNodePointData(mCurrentNode.id, loaded, std::move(stopToken)); };
+    bool isFetched = false;
+    try
+    {
+        isFetched = mCache->getOrLoad(mCurrentNode.id, mCurrentPoints, load, {});
+    }
+    catch (const std::exception&)
+    {
+        std::throw_with_nested(std::runtime_error(kFailure));
+    }
+    if (!isFetched)
+    {
+        throw std::runtime_error(kFailure);
+    }
+}
+
+std::size_t PointCloudQuery::copyPoints(VertexPosColor* points, std::size_t maxCount)
+{
+    const PointTransform toWorld(mWorldMatrix);
+    const std::size_t count = std::min(maxCount, mCurrentPoints.size() - mNextPoint);
+    const Math::Point<double, 3>* const positions = mCurrentPoints.columns().positions.data() + mNextPoint;
+    const Math::Color* const colors = mCurrentPoints.columns().colors.data() + mNextPoint;
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        points[i].position = toWorld(positions[i]);
+        points[i].color = colors[i];
+    }
+    mNextPoint += count;
+    return count;
+}
+
+std::size_t PointCloudQuery::copyAcceptedPoints(VertexPosColor* points, std::size_t maxCount)
+{
+    const PointTransform toWorld(mWorldMatrix);
+    const std::size_t size = mCurrentPoints.size();
+    const Math::Point<double, 3>* const positions = mCurrentPoints.columns().positions.data();
+    const Math::Color* const colors = mCurrentPoints.columns().colors.data();
+    std::size_t count = 0;
+    std::size_t i = mNextPoint;
+    for (; i < size && count < maxCount; ++i)
+    {
+        const Math::Point<float, 3> position = toWorld(positions[i]);
+        if (mFilter.testPosition(position))
+        {
+            points[count++] = {position, colors[i]};
+        }
+    }
+    mNextPoint = i;
+    return count;
+}
+}  // namespace Render

@@ -1,0 +1,148 @@
+#include "render/pointcloud/filters/PrismFilter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <stdexcept>
+#include <utility>
+
+namespace Render
+{
+namespace
+{
+using Octree::BoxTestResult;
+using Corner = Math::Point<float, 2>;
+
+// Rounding of side() against the size of its products; what is nearer to a line than that counts as touching.
+constexpr double kSideRounding = 1e-14;
+
+struct Side
+{
+    double value;      ///< above 0 left of the edge, below 0 right of it, 0 on its line
+    double magnitude;  ///< size of the two products that it is the difference of
+};
+
+Side side(const Corner& a, const Corner& b, double x, double y) noexcept
+{
+    const double first = (double{b.x} - double{a.x}) * (y - double{a.y});
+    const double second = (double{b.y} - double{a.y}) * (x - double{a.x});
+    return {first - second, std::abs(first) + std::abs(second)};
+}
+
+bool isBetween(double value, float a, float b) noexcept
+{
+    return value >= std::min(a, b) && value <= std::max(a, b);
+}
+
+void removeRepeatedCorners(std::vector<Corner>& polygon)
+{
+    polygon.erase(std::unique(polygon.begin(), polygon.end()), polygon.end());
+    while (polygon.size() > 1 && polygon.front() == polygon.back())
+    {
+        polygon.pop_back();
+    }
+}
+
+std::size_t countDifferent(std::vector<Corner> corners)
+{
+    const auto isLess = [](const Corner& a, const Corner& b) { return a.x != b.x ? a.x < b.x : a.y < b.y; };
+    std::sort(corners.begin(), corners.end(), isLess);
+    return static_cast<std::size_t>(std::unique(corners.begin(), corners.end()) - corners.begin());
+}
+}  // namespace
+
+PrismFilter::PrismFilter(std::vector<Corner> polygon, float minZ, float maxZ)
+    : mPolygon(std::move(polygon)), mMinZ(minZ), mMaxZ(maxZ)
+{
+    for (const Corner& corner : mPolygon)
+    {
+        if (!std::isfinite(corner.x) || !std::isfinite(corner.y))
+        {
+            throw std::invalid_argument("PrismFilter: a corner of the polygon is not finite");
+        }
+    }
+    if (std::isnan(minZ) || std::isnan(maxZ))
+    {
+        throw std::invalid_argument("PrismFilter: a height is not a number");
+    }
+    removeRepeatedCorners(mPolygon);
+    if (countDifferent(mPolygon) < 3)
+    {
+        throw std::invalid_argument("PrismFilter: a polygon needs at least three different corners");
+    }
+}
+
+bool PrismFilter::testPosition(const Math::Point<float, 3>& point) const
+{
+    return point.z >= mMinZ && point.z <= mMaxZ && isInPolygon(point.x, point.y);
+}
+
+BoxTestResult PrismFilter::testBox(const Math::NBoundingBox<float, 3>& box) const
+{
+    if (mMinZ > mMaxZ || box.min().z > mMaxZ || box.max().z < mMinZ)
+    {
+        return BoxTestResult::Outside;
+    }
+    if (isEdgeNear(box))
+    {
+        return BoxTestResult::Border;
+    }
+    // no edge comes near the rectangle, so all of it lies where its centre lies
+    const double x = (double{box.min().x} + double{box.max().x}) * 0.5;
+    const double y = (double{box.min().y} + double{box.max().y}) * 0.5;
+    if (!isInPolygon(x, y))
+    {
+        return BoxTestResult::Outside;
+    }
+    return box.min().z >= mMinZ && box.max().z <= mMaxZ ? BoxTestResult::Inside : BoxTestResult::Border;
+}
+
+bool PrismFilter::isInPolygon(double x, double y) const noexcept
+{
+    bool isInside = false;
+    const Corner* a = &mPolygon.back();
+    for (const Corner& b : mPolygon)
+    {
+        const double where = side(*a, b, x, y).value;
+        if (where == 0.0 && isBetween(x, a->x, b.x) && isBetween(y, a->y, b.y))
+        {
+            return true;  // on the border
+        }
+        // A ray towards +x crosses the edge; the lower end belongs to it, the upper one does not.
+        if ((double{a->y} <= y) != (double{b.y} <= y) && (b.y > a->y ? where > 0.0 : where < 0.0))
+        {
+            isInside = !isInside;
+        }
+        a = &b;
+    }
+    return isInside;
+}
+
+bool PrismFilter::isEdgeNear(const Math::NBoundingBox<float, 3>& box) const noexcept
+{
+    const Corner* a = &mPolygon.back();
+    for (const Corner& b : mPolygon)
+    {
+        const bool isApart = std::max(a->x, b.x) < box.min().x || std::min(a->x, b.x) > box.max().x ||
+                             std::max(a->y, b.y) < box.min().y || std::min(a->y, b.y) > box.max().y;
+        if (!isApart)
+        {
+            bool isLeft = true;
+            bool isRight = true;
+            for (std::size_t i = 0; i < 4; ++i)
+            {
+                const Math::Point<float, 3> corner = box.corner(2 * i);  // the four at the lower height
+                const Side where = side(*a, b, corner.x, corner.y);
+                isLeft = isLeft && where.value > kSideRounding * where.magnitude;
+                isRight = isRight && where.value < -kSideRounding * where.magnitude;
+            }
+            if (!isLeft && !isRight)
+            {
+                return true;
+            }
+        }
+        a = &b;
+    }
+    return false;
+}
+}  // namespace Render
