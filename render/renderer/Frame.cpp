@@ -7,6 +7,7 @@
 #include "render/scene/Renderable.h"
 
 #include <array>
+#include <string>
 
 namespace Render
 {
@@ -14,7 +15,7 @@ namespace
 {
 constexpr UINT kStencilReference = 1;
 constexpr UINT kAllSamples = 0xFFFFFFFFU;
-constexpr std::array<const char*, 3> kPostProcessInputs{"color", "worldPosition", "exactWorldPosition"};
+const std::array<std::string, 3> kPostProcessInputs{"color", "worldPosition", "exactWorldPosition"};
 
 D3D11_RENDER_TARGET_BLEND_DESC unblendedTarget()
 {
@@ -129,7 +130,7 @@ public:
     BoundInputs(ID3D11DeviceContext* context, RenderPass& pass) : mContext(context), mPass(pass)
     {
         unsigned int slot = 0;
-        for (const char* const name : kPostProcessInputs)
+        for (const std::string& name : kPostProcessInputs)
         {
             mPass.bindTexture(mContext, name, ShaderConfiguration::Pixel, slot++);
         }
@@ -140,7 +141,7 @@ public:
 
     ~BoundInputs()
     {
-        for (const char* const name : kPostProcessInputs)
+        for (const std::string& name : kPostProcessInputs)
         {
             mPass.unbindTexture(mContext, name);
         }

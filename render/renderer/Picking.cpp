@@ -9,13 +9,14 @@
 
 #include <array>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace Render
 {
 namespace
 {
-const char* const kTarget = "exactWorldPosition";
+const std::string kTarget = "exactWorldPosition";
 
 SearchSquare searchSquareIn(
     const Viewport& viewport, std::uint64_t x, std::uint64_t y, std::uint64_t tolerance
