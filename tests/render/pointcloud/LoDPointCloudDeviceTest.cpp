@@ -649,6 +649,30 @@ TEST_F(LoDPointCloudDeviceTest, LowersTheSharedBudgetToItsOwn)
     EXPECT_EQ(prioritizer->totalMaxPointCount(), 300u);
 }
 
+TEST_F(LoDPointCloudDeviceTest, GivesItsShareOfTheBudgetBackAtItsEnd)
+{
+    constexpr std::uint64_t kKey = 79;
+    const auto prioritizer = Render::sharedNodePrioritizer(kKey, 100);
+    const Render::VertexSource threePoints =
+        [](const Octree::OctreeNodeId&, Render::VertexContainer& vertices, std::stop_token)
+    {
+        vertices.resize(3);
+        return true;
+    };
+    bool resident = false;
+    const auto admit = [&](std::uint64_t cloudId)
+    { prioritizer->addNode({cloudId, {}}, {}, Render::NodePriority::keep(), threePoints, resident, {}); };
+    auto leaving = std::make_unique<LoDPointCloud>(kKey, device(), context(), 1, 100);
+    const LoDPointCloud staying(kKey, device(), context(), 2, 100);
+    admit(1);
+    admit(2);
+    ASSERT_EQ(prioritizer->totalUsedPointCount(), 6u);
+
+    leaving.reset();
+
+    EXPECT_EQ(prioritizer->totalUsedPointCount(), 3u);
+}
+
 TEST_F(LoDPointCloudDeviceTest, RefusesABudgetThatDirect3DCannotAddress)
 {
     const auto create = [this](std::size_t budget)
