@@ -69,6 +69,11 @@ LoDPointCloud::LoDPointCloud(
 {
 }
 
+LoDPointCloud::~LoDPointCloud()
+{
+    mPrioritizer->clear(mCloudId);
+}
+
 void LoDPointCloud::setProjectionMatrix(const Eigen::Matrix4f& projection)
 {
     mProjection = projection;

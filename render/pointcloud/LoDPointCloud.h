@@ -50,6 +50,9 @@ public:
         std::size_t budget
     );
 
+    /// Gives the cloud's share of the budget back to the clouds that go on using it.
+    ~LoDPointCloud();
+
     void setProjectionMatrix(const Eigen::Matrix4f& projection);
     void setViewMatrix(const Eigen::Matrix4f& view);
 

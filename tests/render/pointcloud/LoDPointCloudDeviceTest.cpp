@@ -16,6 +16,7 @@
 #include <cmath>
 #include <limits>
 #include <map>
+#include <memory>
 
 namespace
 {
@@ -660,8 +661,9 @@ TEST_F(LoDPointCloudDeviceTest, GivesItsShareOfTheBudgetBackAtItsEnd)
         return true;
     };
     bool resident = false;
-    const auto admit = [&](std::uint64_t cloudId)
-    { prioritizer->addNode({cloudId, {}}, {}, Render::NodePriority::keep(), threePoints, resident, {}); };
+    const auto admit = [&](std::uint64_t cloudId) {
+        prioritizer->addNode({cloudId, {}}, {}, Render::NodePriority::keep(), threePoints, resident, {});
+    };
     auto leaving = std::make_unique<LoDPointCloud>(kKey, device(), context(), 1, 100);
     const LoDPointCloud staying(kKey, device(), context(), 2, 100);
     admit(1);
