@@ -7,7 +7,7 @@
 
 #include <array>
 #include <atomic>
-#include <chrono>
+#include <latch>
 #include <random>
 #include <stop_token>
 #include <thread>
@@ -24,6 +24,7 @@ constexpr std::size_t kCloudCount = 3;
 constexpr std::size_t kPointsPerNode = 20;
 constexpr std::size_t kNodesPerCloud = 1 + 8 + 64;
 constexpr std::size_t kPasses = 60;
+constexpr std::size_t kBudgetChanges = 300;
 
 /// Three full levels.
 class FullTree final : public SelectionTree
@@ -121,6 +122,7 @@ TEST(NodePrioritizerThreads, LoadersRenderThreadAndUserShareOnePrioritizer)
     NodePrioritizer prioritizer(kLargestBudget);
     std::array<Cloud, kCloudCount> clouds;
     std::atomic<std::size_t> loadersLeft{kCloudCount};
+    std::latch start(kCloudCount + 2);
     std::size_t faults = 0;
     std::size_t taken = 0;
     {
@@ -130,6 +132,7 @@ TEST(NodePrioritizerThreads, LoadersRenderThreadAndUserShareOnePrioritizer)
             threads.emplace_back(
                 [&, cloudId]
                 {
+                    start.arrive_and_wait();
                     load(prioritizer, cloudId, clouds[cloudId]);
                     --loadersLeft;
                 }
@@ -138,8 +141,11 @@ TEST(NodePrioritizerThreads, LoadersRenderThreadAndUserShareOnePrioritizer)
         threads.emplace_back(
             [&]
             {
-                while (loadersLeft > 0)
+                start.arrive_and_wait();
+                bool isLastLook = false;
+                while (!isLastLook)
                 {
+                    isLastLook = loadersLeft == 0;  // what the loaders published last is looked at as well
                     for (Cloud& cloud : clouds)
                     {
                         if (cloud.buffers.update())
@@ -155,15 +161,16 @@ TEST(NodePrioritizerThreads, LoadersRenderThreadAndUserShareOnePrioritizer)
         threads.emplace_back(
             [&]
             {
+                start.arrive_and_wait();
                 std::mt19937 random(99);
-                while (loadersLeft > 0)
+                for (std::size_t change = 0; change < kBudgetChanges; ++change)
                 {
                     prioritizer.setTotalMaxPointCount(random() % kLargestBudget);
                     if (random() % 8 == 0)
                     {
                         prioritizer.clear(random() % kCloudCount);
                     }
-                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                    std::this_thread::yield();
                 }
             }
         );

@@ -462,6 +462,17 @@ TEST_F(SmallCloud, NodesComeFromTheCacheOnceTheyAreThere)
     EXPECT_THAT(nextXs(second), ElementsAre(1, 2, 60, 4, 5, 40, 6, 33));
 }
 
+TEST_F(SmallCloud, AChangeOfTheUnitScaleEndsTheQueryBeforeTheCacheMixesScales)
+{
+    PointCloudQuery query = queryAll();
+    EXPECT_THAT(nextXs(query, 3), ElementsAre(1, 2, 60));
+
+    octree->setUnitScale(2.0);
+
+    EXPECT_EQ(messageOf<std::runtime_error>([&] { nextXs(query); }), "Querying node data failed");
+    EXPECT_EQ(cache->size(), 1U);
+}
+
 TEST_F(SmallCloud, QueriesOfOneDataSetAndScaleShareOneCache)
 {
     const auto shared = [&](double unitScale)
