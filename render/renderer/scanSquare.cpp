@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 
 namespace Render
@@ -40,6 +41,7 @@ std::optional<Math::Point<float, 3>> closestHit(
 )
 {
     std::optional<Math::Point<float, 3>> closest;
+    std::optional<Math::Point<float, 3>> withoutDistance;
     float best = std::numeric_limits<float>::max();
     forEachHit(
         positions,
@@ -52,9 +54,13 @@ std::optional<Math::Point<float, 3>> closestHit(
                 best = distance;
                 closest = hit;
             }
+            else if (std::isnan(distance) && !withoutDistance)
+            {
+                withoutDistance = hit;
+            }
         }
     );
-    return closest;
+    return closest ? closest : withoutDistance;
 }
 
 std::vector<Math::Point<float, 3>> distinctHits(const MappedImage& positions, const SearchSquare& square)

@@ -13,8 +13,9 @@ namespace Render
 // hit. A square is scanned column by column from the left, each column from the top; it must lie inside the
 // picture.
 
-/// The hit nearest to the eye, the first of equally near ones; empty when there is none. Hits whose squared
-/// distance is not below the largest float do not count.
+/// The hit nearest to the eye, the first of equally near ones; empty when there is none. Squared distances
+/// beyond the largest float do not count; of hits whose distance is not a number the first is found when
+/// there is no other.
 std::optional<Math::Point<float, 3>> closestHit(
     const MappedImage& positions, const SearchSquare& square, const Math::Point<float, 3>& eye
 );

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <optional>
+#include <vector>
 
 namespace Render
 {
@@ -70,21 +72,36 @@ TEST_F(ScanSquare, TakesOnlyTexelsWhoseFourthComponentIsAboveZero)
     EXPECT_EQ(closestHit(mPicture.image(), kAll, kOrigin), Point(2.0F, 0.0F, 0.0F));
 }
 
-TEST_F(ScanSquare, PassesOverPositionsThatAreNotNumbers)
+TEST_F(ScanSquare, PassesOverDistancesThatAreNotBelowTheLargestFloat)
 {
-    mPicture.set(0, 0, {kNaN, 0.0F, 0.0F});
-    mPicture.set(1, 0, {kInfinity, 0.0F, 0.0F});
+    mPicture.set(0, 0, {kInfinity, 0.0F, 0.0F});
+    mPicture.set(1, 0, {3e38F, 0.0F, 0.0F});
     EXPECT_FALSE(closestHit(mPicture.image(), kAll, kOrigin));
 
     mPicture.set(2, 0, {7.0F, 0.0F, 0.0F});
     EXPECT_EQ(closestHit(mPicture.image(), kAll, kOrigin), Point(7.0F, 0.0F, 0.0F));
 }
 
-TEST_F(ScanSquare, FindsNothingForAnEyeThatIsNotANumber)
+TEST_F(ScanSquare, AHitWhoseDistanceIsNotANumberIsFoundIfThereIsNoOther)
 {
-    mPicture.set(0, 0, {1.0F, 0.0F, 0.0F});
+    mPicture.set(0, 1, {1.0F, kNaN, 3.0F});
+    mPicture.set(1, 0, {2.0F, kNaN, 4.0F});
 
-    EXPECT_FALSE(closestHit(mPicture.image(), kAll, {kNaN, 0.0F, 0.0F}));
+    const std::optional<Point> found = closestHit(mPicture.image(), kAll, kOrigin);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->x, 1.0F);
+    EXPECT_EQ(found->z, 3.0F);
+
+    mPicture.set(2, 0, {7.0F, 0.0F, 0.0F});
+    EXPECT_EQ(closestHit(mPicture.image(), kAll, kOrigin), Point(7.0F, 0.0F, 0.0F));
+}
+
+TEST_F(ScanSquare, ForAnEyeThatIsNotANumberTheFirstHitIsFound)
+{
+    mPicture.set(1, 0, {2.0F, 0.0F, 0.0F});
+    mPicture.set(0, 2, {1.0F, 0.0F, 0.0F});
+
+    EXPECT_EQ(closestHit(mPicture.image(), kAll, {kNaN, 0.0F, 0.0F}), Point(1.0F, 0.0F, 0.0F));
 }
 
 TEST_F(ScanSquare, GathersHitsByColumnsThenRows)
