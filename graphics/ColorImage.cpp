@@ -1,30 +1,18 @@
 #include "graphics/ColorImage.h"
 
 #include "graphics/PngReader.h"
+#include "graphics/swapRedAndBlue.h"
 #include "graphics/writePngRows.h"
 
-#include <cstring>
+#include <cstddef>
+#include <cstdint>
 #include <span>
-#include <utility>
 
 namespace Graphics
 {
 namespace
 {
 constexpr std::size_t kPixelSize = sizeof(Math::Color);
-
-/// From red, green, blue, alpha to blue, green, red, alpha or back; source and target may be the same.
-void swapRedAndBlue(const std::byte* source, std::byte* target, std::size_t pixelCount) noexcept
-{
-    for (std::size_t i = 0; i < pixelCount; ++i, source += kPixelSize, target += kPixelSize)
-    {
-        const std::byte first = source[0];
-        target[0] = source[2];
-        target[1] = source[1];
-        target[2] = first;
-        target[3] = source[3];
-    }
-}
 }  // namespace
 
 void ColorImage::writePng(const std::filesystem::path& path) const

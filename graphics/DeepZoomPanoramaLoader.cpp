@@ -1,0 +1,380 @@
+#include "graphics/DeepZoomPanoramaLoader.h"
+
+#include "core/toUtf8.h"
+#include "graphics/DeepZoomPyramid.h"
+#include "graphics/JpegReader.h"
+#include "graphics/PanoramaDescription.h"
+#include "graphics/PngReader.h"
+#include "graphics/swapRedAndBlue.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <limits>
+#include <span>
+#include <stdexcept>
+#include <string>
+
+namespace Graphics
+{
+namespace
+{
+/// More would be pixels rather than tiles.
+constexpr std::uint64_t kMostTilesOfALevel = std::uint64_t{1} << 20U;
+
+constexpr std::size_t kCodeCount = 65536;
+
+struct Size
+{
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+
+    friend bool operator==(const Size&, const Size&) = default;
+};
+
+std::string toText(const Size& size)
+{
+    return std::to_string(size.width) + " x " + std::to_string(size.height) + " pixels";
+}
+
+Size levelSize(const DeepZoomPyramid& pyramid, std::uint32_t level)
+{
+    return {pyramid.description().levelWidth(level), pyramid.description().levelHeight(level)};
+}
+
+/// The path below a folder that has been found to stay inside it.
+std::filesystem::path inside(const std::filesystem::path& folder, const std::string& utf8)
+{
+    return folder / std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+}
+
+std::string wrongSize(const Size& actual, const Size& expected)
+{
+    return "it has " + toText(actual) + ", the tile " + toText(expected);
+}
+
+ColorImage readColorPng(const std::filesystem::path& path, const Size& size)
+{
+    PngReader reader(path);
+    if (const Size actual{reader.width(), reader.height()}; actual != size)
+    {
+        reader.fail(wrongSize(actual, size));
+    }
+    ColorImage image(size.width, size.height);
+    const std::span<std::byte> pixels =
+        std::as_writable_bytes(std::span(image.data(), static_cast<std::size_t>(image.sizeInBytes())));
+    reader.decode(pixels, SPNG_FMT_RGBA8);
+    swapRedAndBlue(pixels.data(), pixels.data(), pixels.size() / sizeof(Math::Color));
+    return image;
+}
+
+ColorImage readColorJpeg(const std::filesystem::path& path, const Size& size)
+{
+    const auto acceptSize = [&](std::uint32_t width, std::uint32_t height)
+    {
+        if (const Size actual{width, height}; actual != size)
+        {
+            throw std::runtime_error(
+                "Error: cannot read " + Core::toUtf8(path) + " as JPEG: " + wrongSize(actual, size)
+            );
+        }
+    };
+    return readJpeg(path, acceptSize);
+}
+
+DepthImage readDepthPng(
+    const std::filesystem::path& path, const Size& size, std::span<const float, kCodeCount> metresOfCode
+)
+{
+    PngReader reader(path);
+    if (const Size actual{reader.width(), reader.height()}; actual != size)
+    {
+        reader.fail(wrongSize(actual, size));
+    }
+    if (!reader.isGray16())
+    {
+        reader.fail("16-bit grey pixels without alpha expected");
+    }
+    std::vector<std::uint16_t> codes(std::size_t{size.width} * size.height);
+    reader.decode(std::as_writable_bytes(std::span(codes)), SPNG_FMT_PNG);
+    DepthImage image(size.width, size.height);
+    for (std::uint32_t y = 0; y < size.height; ++y)
+    {
+        for (std::uint32_t x = 0; x < size.width; ++x)
+        {
+            image.setPixel(x, y, metresOfCode[codes[std::size_t{y} * size.width + x]]);
+        }
+    }
+    return image;
+}
+
+/// The coarsest level that has a whole tile, or the finest.
+std::uint32_t firstUsefulLevel(const DeepZoomPyramid& pyramid, std::uint32_t tileSize)
+{
+    std::uint32_t level = 0;
+    while (level < pyramid.description().lastLevel() &&
+           (levelSize(pyramid, level).width < tileSize || levelSize(pyramid, level).height < tileSize))
+    {
+        ++level;
+    }
+    return level;
+}
+}  // namespace
+
+struct DeepZoomPanoramaLoader::Implementation
+{
+    explicit Implementation(const std::filesystem::path& panoramaFolder);
+
+    void checkLevels(const DeepZoomPyramid& pyramid, const char* name) const;
+    void checkSizesMatch() const;
+    std::vector<float> metresOfCodes() const;
+
+    std::uint32_t zoomLevel(std::uint64_t level) const;
+    Size size(std::uint64_t level) const;
+    Size tile(std::uint64_t level) const;
+    Size tileCounts(std::uint64_t level) const;
+    ImageRegion region(const TileIndex& index, std::uint64_t levelCount) const;
+
+    [[noreturn]] void fail(const std::string& reason) const
+    {
+        throw std::runtime_error("Error: cannot open the panorama " + Core::toUtf8(folder) + ": " + reason);
+    }
+
+    std::filesystem::path folder;
+    PanoramaDescription description;
+    DeepZoomPyramid color;
+    DeepZoomPyramid depth;
+    std::vector<float> metresOfCode;
+    std::uint32_t tileSize;
+    std::uint32_t firstLevel;  // Deep Zoom's number of our level 0
+};
+
+DeepZoomPanoramaLoader::Implementation::Implementation(const std::filesystem::path& panoramaFolder)
+    : folder(panoramaFolder),
+      description(readPanoramaDescription(folder)),
+      color(inside(folder, description.color)),
+      depth(inside(folder, description.depth)),
+      metresOfCode(metresOfCodes()),
+      tileSize(std::max(color.description().tileSize, depth.description().tileSize)),
+      firstLevel(std::min(firstUsefulLevel(color, tileSize), depth.description().lastLevel()))
+{
+    if (depth.description().format != "png")
+    {
+        fail("its depth tiles are " + depth.description().format + " files, only png is supported");
+    }
+    checkLevels(color, "colour");
+    checkLevels(depth, "depth");
+    checkSizesMatch();
+}
+
+void DeepZoomPanoramaLoader::Implementation::checkLevels(const DeepZoomPyramid& pyramid, const char* name)
+    const
+{
+    for (std::uint32_t level = firstLevel; level <= pyramid.description().lastLevel(); ++level)
+    {
+        const std::string what = std::string(name) + " level " + std::to_string(level);
+        const Size size = levelSize(pyramid, level);
+        if (size.width > kLargestSide || size.height > kLargestSide)
+        {
+            fail(
+                what + " has " + toText(size) + ", more than " + std::to_string(kLargestSide) + " on a side"
+            );
+        }
+        const auto tilesAcross = [](std::uint64_t length, std::uint64_t tileLength)
+        { return (length + tileLength - 1) / tileLength; };
+        const std::uint64_t ownTileSize = pyramid.description().tileSize;
+        const std::uint64_t tileCount =
+            tilesAcross(size.width, ownTileSize) * tilesAcross(size.height, ownTileSize);
+        if (tileCount > kMostTilesOfALevel)
+        {
+            fail(
+                what + " has " + std::to_string(tileCount) + " tiles, more than " +
+                std::to_string(kMostTilesOfALevel)
+            );
+        }
+        std::error_code ignored;
+        if (!std::filesystem::is_directory(pyramid.levelFolder(level), ignored))
+        {
+            fail(what + " is missing, there is no folder " + Core::toUtf8(pyramid.levelFolder(level)));
+        }
+    }
+}
+
+void DeepZoomPanoramaLoader::Implementation::checkSizesMatch() const
+{
+    const std::uint32_t lastShared =
+        std::min(color.description().lastLevel(), depth.description().lastLevel());
+    for (std::uint32_t level = firstLevel; level <= lastShared; ++level)
+    {
+        const Size colorSize = levelSize(color, level);
+        const Size depthSize = levelSize(depth, level);
+        if (colorSize != depthSize)
+        {
+            fail(
+                "level " + std::to_string(level) + " has " + toText(colorSize) + " of colour but " +
+                toText(depthSize) + " of depth"
+            );
+        }
+    }
+}
+
+std::vector<float> DeepZoomPanoramaLoader::Implementation::metresOfCodes() const
+{
+    std::vector<float> metres(kCodeCount);
+    for (std::size_t code = 0; code < kCodeCount; ++code)
+    {
+        const double exact = static_cast<double>(code) * description.depthScale;
+        metres[code] = static_cast<float>(std::min<double>(exact, std::numeric_limits<float>::max()));
+    }
+    for (const std::uint16_t code : description.noDepth)
+    {
+        metres[code] = std::numeric_limits<float>::max();
+    }
+    return metres;
+}
+
+std::uint32_t DeepZoomPanoramaLoader::Implementation::zoomLevel(std::uint64_t level) const
+{
+    const std::uint32_t last = std::max(color.description().lastLevel(), depth.description().lastLevel());
+    if (level > last - firstLevel)
+    {
+        throw std::out_of_range("Error: the panorama has no level " + std::to_string(level));
+    }
+    return firstLevel + static_cast<std::uint32_t>(level);
+}
+
+Size DeepZoomPanoramaLoader::Implementation::size(std::uint64_t level) const
+{
+    const std::uint32_t zoom = zoomLevel(level);
+    return levelSize(zoom <= color.description().lastLevel() ? color : depth, zoom);
+}
+
+Size DeepZoomPanoramaLoader::Implementation::tile(std::uint64_t level) const
+{
+    const Size whole = size(level);
+    return {std::min(tileSize, whole.width), std::min(tileSize, whole.height)};
+}
+
+Size DeepZoomPanoramaLoader::Implementation::tileCounts(std::uint64_t level) const
+{
+    const Size whole = size(level);
+    const Size one = tile(level);
+    return {(whole.width - 1) / one.width + 1, (whole.height - 1) / one.height + 1};
+}
+
+ImageRegion DeepZoomPanoramaLoader::Implementation::region(const TileIndex& index, std::uint64_t levelCount)
+    const
+{
+    const Size counts = tileCounts(index.level);
+    if (index.level >= levelCount || index.column >= counts.width || index.row >= counts.height)
+    {
+        throw std::out_of_range(
+            "Error: the panorama has no tile " + std::to_string(index.column) + ", " +
+            std::to_string(index.row) + " of level " + std::to_string(index.level)
+        );
+    }
+    const Size whole = size(index.level);
+    const Size one = tile(index.level);
+    const auto column = static_cast<std::uint32_t>(index.column);
+    const auto row = static_cast<std::uint32_t>(index.row);
+    return {
+        std::min(column * one.width, whole.width - one.width),
+        std::min(row * one.height, whole.height - one.height),
+        one.width,
+        one.height};
+}
+
+DeepZoomPanoramaLoader::DeepZoomPanoramaLoader(const std::filesystem::path& folder)
+    : mImplementation(std::make_unique<Implementation>(folder))
+{
+}
+
+DeepZoomPanoramaLoader::~DeepZoomPanoramaLoader() = default;
+
+std::uint64_t DeepZoomPanoramaLoader::numColorLevels() const
+{
+    return std::uint64_t{mImplementation->color.description().lastLevel()} + 1 - mImplementation->firstLevel;
+}
+
+std::uint64_t DeepZoomPanoramaLoader::numDepthLevels() const
+{
+    return std::uint64_t{mImplementation->depth.description().lastLevel()} + 1 - mImplementation->firstLevel;
+}
+
+std::uint64_t DeepZoomPanoramaLoader::width(std::uint64_t level) const
+{
+    return mImplementation->size(level).width;
+}
+
+std::uint64_t DeepZoomPanoramaLoader::height(std::uint64_t level) const
+{
+    return mImplementation->size(level).height;
+}
+
+std::uint64_t DeepZoomPanoramaLoader::tileWidth(std::uint64_t level) const
+{
+    return mImplementation->tile(level).width;
+}
+
+std::uint64_t DeepZoomPanoramaLoader::tileHeight(std::uint64_t level) const
+{
+    return mImplementation->tile(level).height;
+}
+
+std::vector<PanoramaLoader::TileIndex> DeepZoomPanoramaLoader::tileIndices(std::uint64_t level) const
+{
+    const Size counts = mImplementation->tileCounts(level);
+    std::vector<TileIndex> tiles;
+    tiles.reserve(std::size_t{counts.width} * counts.height);
+    for (std::uint32_t row = 0; row < counts.height; ++row)
+    {
+        for (std::uint32_t column = 0; column < counts.width; ++column)
+        {
+            tiles.push_back({level, column, row});
+        }
+    }
+    return tiles;
+}
+
+std::uint64_t DeepZoomPanoramaLoader::tileOffsetX(const TileIndex& tile) const
+{
+    return mImplementation->region(tile, std::numeric_limits<std::uint64_t>::max()).x;
+}
+
+std::uint64_t DeepZoomPanoramaLoader::tileOffsetY(const TileIndex& tile) const
+{
+    return mImplementation->region(tile, std::numeric_limits<std::uint64_t>::max()).y;
+}
+
+ColorImage DeepZoomPanoramaLoader::colorImageTile(const TileIndex& tile)
+{
+    const ImageRegion region = mImplementation->region(tile, numColorLevels());
+    const bool isPng = mImplementation->color.description().format == "png";
+    const auto readTile =
+        [isPng](const std::filesystem::path& path, std::uint32_t width, std::uint32_t height) {
+            return isPng ? readColorPng(path, {width, height}) : readColorJpeg(path, {width, height});
+        };
+    return mImplementation->color.readRegion<ColorImage>(
+        mImplementation->zoomLevel(tile.level), region, readTile
+    );
+}
+
+DepthImage DeepZoomPanoramaLoader::depthImageTile(const TileIndex& tile)
+{
+    const ImageRegion region = mImplementation->region(tile, numDepthLevels());
+    const auto readTile = [this](const std::filesystem::path& path, std::uint32_t width, std::uint32_t height)
+    {
+        return readDepthPng(
+            path, {width, height}, std::span(mImplementation->metresOfCode).first<kCodeCount>()
+        );
+    };
+    return mImplementation->depth.readRegion<DepthImage>(
+        mImplementation->zoomLevel(tile.level), region, readTile
+    );
+}
+
+const Eigen::Matrix4d& DeepZoomPanoramaLoader::pose() const noexcept
+{
+    return mImplementation->description.pose;
+}
+}  // namespace Graphics

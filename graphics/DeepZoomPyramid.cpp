@@ -1,0 +1,33 @@
+#include "graphics/DeepZoomPyramid.h"
+
+namespace Graphics
+{
+std::filesystem::path DeepZoomPyramid::tileFolder(const std::filesystem::path& descriptionPath)
+{
+    std::filesystem::path name = descriptionPath.stem();
+    name += "_files";
+    return descriptionPath.parent_path() / name;
+}
+
+ImageRegion DeepZoomPyramid::tileRegion(std::uint32_t level, std::uint32_t column, std::uint32_t row)
+    const noexcept
+{
+    struct Range
+    {
+        std::uint32_t first;
+        std::uint32_t size;
+    };
+
+    const auto range = [this](std::uint32_t index, std::uint32_t levelSize)
+    {
+        const std::uint64_t core = std::uint64_t{index} * mDescription.tileSize;
+        const std::uint64_t first = core - (index > 0 ? mDescription.overlap : 0U);
+        const std::uint64_t last =
+            std::min<std::uint64_t>(core + mDescription.tileSize + mDescription.overlap, levelSize);
+        return Range{static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(last - first)};
+    };
+    const Range x = range(column, mDescription.levelWidth(level));
+    const Range y = range(row, mDescription.levelHeight(level));
+    return {x.first, y.first, x.size, y.size};
+}
+}  // namespace Graphics

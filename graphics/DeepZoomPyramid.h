@@ -1,0 +1,94 @@
+#pragma once
+
+#include "graphics/DeepZoomDescription.h"
+#include "graphics/Image.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+
+namespace Graphics
+{
+/// A part of a level, in pixels.
+struct ImageRegion
+{
+    std::uint32_t x = 0;
+    std::uint32_t y = 0;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+};
+
+/// The tiles of an image pyramid on disk. The description NAME.dzi stands beside the folder NAME_files, which
+/// has a folder for each level, which has the tiles COLUMN_ROW.FORMAT.
+///
+/// Threads  const operations from any.
+class DeepZoomPyramid
+{
+public:
+    /// @param path  of the description
+    /// @throws std::runtime_error  naming the path and what is wrong with the description
+    explicit DeepZoomPyramid(const std::filesystem::path& path)
+        : mDescription(readDeepZoomDescription(path)), mFolder(tileFolder(path))
+    {
+    }
+
+    const DeepZoomDescription& description() const noexcept { return mDescription; }
+
+    std::filesystem::path levelFolder(std::uint32_t level) const { return mFolder / std::to_string(level); }
+
+    std::filesystem::path tilePath(std::uint32_t level, std::uint32_t column, std::uint32_t row) const
+    {
+        return levelFolder(level) /
+               (std::to_string(column) + "_" + std::to_string(row) + "." + mDescription.format);
+    }
+
+    /// The part of its level that a tile holds, its overlap with the neighbours included.
+    ImageRegion tileRegion(std::uint32_t level, std::uint32_t column, std::uint32_t row) const noexcept;
+
+    /// Puts a part of a level together from the tiles that hold it.
+    /// @param part      inside the level
+    /// @param readTile  Image(path, width, height), reads a tile of this size or throws
+    template <class Image, class ReadTile>
+    Image readRegion(std::uint32_t level, const ImageRegion& part, const ReadTile& readTile) const;
+
+    /// The folder of the tiles that belong to a description.
+    static std::filesystem::path tileFolder(const std::filesystem::path& descriptionPath);
+
+private:
+    DeepZoomDescription mDescription;
+    std::filesystem::path mFolder;
+};
+
+template <class Image, class ReadTile>
+Image DeepZoomPyramid::readRegion(std::uint32_t level, const ImageRegion& part, const ReadTile& readTile)
+    const
+{
+    const std::uint32_t tileSize = mDescription.tileSize;
+    Image result(part.width, part.height);
+    for (std::uint32_t row = part.y / tileSize; row <= (part.y + part.height - 1) / tileSize; ++row)
+    {
+        for (std::uint32_t column = part.x / tileSize; column <= (part.x + part.width - 1) / tileSize;
+             ++column)
+        {
+            const ImageRegion tile = tileRegion(level, column, row);
+            const Image image = readTile(tilePath(level, column, row), tile.width, tile.height);
+            // Where tiles overlap both hold the same.
+            const std::uint32_t left = std::max(tile.x, part.x);
+            const std::uint32_t top = std::max(tile.y, part.y);
+            const std::uint32_t right = std::min(tile.x + tile.width, part.x + part.width);
+            const std::uint32_t bottom = std::min(tile.y + tile.height, part.y + part.height);
+            constexpr std::size_t kPixelSize = sizeof(typename Image::PixelType);
+            for (std::uint32_t y = top; y < bottom; ++y)
+            {
+                std::memcpy(
+                    result.data() + (y - part.y) * result.rowPitch() + (left - part.x) * kPixelSize,
+                    image.data() + (y - tile.y) * image.rowPitch() + (left - tile.x) * kPixelSize,
+                    (right - left) * kPixelSize
+                );
+            }
+        }
+    }
+    return result;
+}
+}  // namespace Graphics

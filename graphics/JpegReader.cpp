@@ -1,0 +1,179 @@
+#include "graphics/JpegReader.h"
+
+#include "core/readLocalFile.h"
+#include "core/toUtf8.h"
+
+#include <jpeglib.h>
+
+#include <array>
+#include <csetjmp>
+#include <cstddef>
+#include <cstdio>
+#include <stdexcept>
+#include <string>
+
+namespace Graphics
+{
+namespace
+{
+static_assert(sizeof(Math::Color) == 4);
+
+/// Larger than any picture of the largest size that compresses at all.
+constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 30U;
+
+/// A progressive file may hold as many passes over the picture as it likes; honest ones have about ten.
+constexpr int kMostScans = 200;
+
+/// The decoder with what its callbacks need. It leaves by longjmp on errors, so no object with a destructor
+/// may live in a function that calls it between setjmp and the call.
+struct Decoder
+{
+    jpeg_decompress_struct info{};  // first: the callbacks find the rest by it
+    jpeg_error_mgr errors{};
+    jpeg_progress_mgr progress{};
+    std::jmp_buf leave{};
+    std::array<char, JMSG_LENGTH_MAX> message{};
+};
+
+Decoder& decoderOf(j_common_ptr info)
+{
+    return *static_cast<Decoder*>(info->client_data);
+}
+
+[[noreturn]] void leaveWithMessage(j_common_ptr info)
+{
+    Decoder& decoder = decoderOf(info);
+    info->err->format_message(info, decoder.message.data());
+    std::longjmp(decoder.leave, 1);
+}
+
+void treatWarningAsError(j_common_ptr info, int level)
+{
+    if (level < 0)
+    {
+        leaveWithMessage(info);
+    }
+}
+
+void limitScans(j_common_ptr info)
+{
+    Decoder& decoder = decoderOf(info);
+    if (decoder.info.input_scan_number > kMostScans)
+    {
+        std::snprintf(decoder.message.data(), decoder.message.size(), "more than %d scans", kMostScans);
+        std::longjmp(decoder.leave, 1);
+    }
+}
+
+/// Owns the decoder's memory.
+class DecoderOwner
+{
+public:
+    DecoderOwner() = default;
+    DecoderOwner(const DecoderOwner&) = delete;
+    DecoderOwner& operator=(const DecoderOwner&) = delete;
+
+    ~DecoderOwner()
+    {
+        if (decoder.info.mem != nullptr)
+        {
+            jpeg_destroy_decompress(&decoder.info);
+        }
+    }
+
+    Decoder decoder;
+};
+
+/// @returns false with a message in the decoder
+bool readHeader(Decoder& decoder, const std::string& file)
+{
+    decoder.info.err = jpeg_std_error(&decoder.errors);
+    decoder.errors.error_exit = leaveWithMessage;
+    decoder.errors.emit_message = treatWarningAsError;
+    decoder.info.client_data = &decoder;
+    if (setjmp(decoder.leave) != 0)
+    {
+        return false;
+    }
+    jpeg_create_decompress(&decoder.info);  // keeps err and client_data
+    decoder.progress.progress_monitor = limitScans;
+    decoder.info.progress = &decoder.progress;
+    jpeg_mem_src(
+        &decoder.info,
+        reinterpret_cast<const unsigned char*>(file.data()),
+        static_cast<unsigned long>(file.size())
+    );
+    jpeg_read_header(&decoder.info, TRUE);
+    return true;
+}
+
+bool decode(Decoder& decoder, unsigned char* pixels, std::size_t rowPitch)
+{
+    if (setjmp(decoder.leave) != 0)
+    {
+        return false;
+    }
+    decoder.info.out_color_space = JCS_EXT_BGRA;
+    jpeg_start_decompress(&decoder.info);
+    while (decoder.info.output_scanline < decoder.info.output_height)
+    {
+        JSAMPROW row = pixels + rowPitch * decoder.info.output_scanline;
+        jpeg_read_scanlines(&decoder.info, &row, 1);
+    }
+    jpeg_finish_decompress(&decoder.info);
+    return true;
+}
+
+[[noreturn]] void fail(const std::filesystem::path& path, const std::string& reason)
+{
+    throw std::runtime_error("Error: cannot read " + Core::toUtf8(path) + " as JPEG: " + reason);
+}
+}  // namespace
+
+ColorImage readJpeg(
+    const std::filesystem::path& path,
+    const std::function<void(std::uint32_t width, std::uint32_t height)>& acceptSize
+)
+{
+    const std::string file = Core::readLocalFile(path, kLargestFile);
+    if (file.empty())
+    {
+        fail(path, "the file is empty");
+    }
+    DecoderOwner owner;
+    Decoder& decoder = owner.decoder;
+    if (!readHeader(decoder, file))
+    {
+        fail(path, decoder.message.data());
+    }
+    const std::uint32_t width = decoder.info.image_width;
+    const std::uint32_t height = decoder.info.image_height;
+    if (width > kLargestJpegSide || height > kLargestJpegSide)
+    {
+        fail(
+            path,
+            std::to_string(width) + " x " + std::to_string(height) + " pixels are more than " +
+                std::to_string(kLargestJpegSide) + " on a side"
+        );
+    }
+    if (decoder.info.jpeg_color_space != JCS_GRAYSCALE && decoder.info.jpeg_color_space != JCS_YCbCr &&
+        decoder.info.jpeg_color_space != JCS_RGB)
+    {
+        fail(path, "only grey, YCbCr and RGB pictures are supported");
+    }
+    if (acceptSize)
+    {
+        acceptSize(width, height);
+    }
+    ColorImage image(width, height);
+    if (!decode(
+            decoder,
+            reinterpret_cast<unsigned char*>(image.data()),
+            static_cast<std::size_t>(image.rowPitch())
+        ))
+    {
+        fail(path, decoder.message.data());
+    }
+    return image;
+}
+}  // namespace Graphics
