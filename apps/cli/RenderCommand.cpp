@@ -40,9 +40,7 @@ void addRenderCommand(CLI::App& app)
     CLI::App* const verb = app.add_subcommand("render", "Draws data sets into a PNG picture");
     const auto options = std::make_shared<RenderOptions>();
     verb->add_option("OUTPUT", options->output, "PNG file to write")->required();
-    verb->add_option("--cloud", options->scene.clouds, "Folder of a point cloud; repeatable")
-        ->allow_extra_args(false)
-        ->required();
+    addItemOptions(*verb);
     verb->add_option(
         "--depth", options->depth, "Also write the depth buffer, 16-bit grey: 65535 is near, 0 is far"
     );
@@ -51,11 +49,18 @@ void addRenderCommand(CLI::App& app)
     verb->footer(
         "Examples:\n"
         "  tarnel render picture.png --cloud out/sample\n"
+        "  tarnel render all.png --cloud out/sample --pano out/pano --mesh shed.obj --transform 0,0,3,45,1\n"
         "  tarnel render height.png --cloud out/sample --mode ColorizeByPlaneDistance --color-map Viridis\n"
         "  tarnel render top.png --cloud out/sample --ortho 200 --eye 637100,5651100,900 --target "
         "637100,5651100,0 "
         "--up 0,1,0"
     );
-    verb->callback([options] { run(*options); });
+    verb->callback(
+        [verb, options]
+        {
+            options->scene.items = sceneItems(*verb);
+            run(*options);
+        }
+    );
 }
 }  // namespace Cli

@@ -1,6 +1,7 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
 #include "apps/cli/parseValue.h"
+#include "samples/SamplePanorama.h"
 #include "samples/writeSampleDataset.h"
 
 #include <cstdint>
@@ -19,6 +20,7 @@ struct SampleOptions
     std::uint64_t points = 1'000'000;
     std::uint64_t seed = 1;
     std::string encoding = "brotli";
+    bool withPanorama = false;
 };
 
 void run(const SampleOptions& options)
@@ -30,6 +32,12 @@ void run(const SampleOptions& options)
         options.encoding == "brotli" ? Samples::OctreeEncoding::Brotli : Samples::OctreeEncoding::Default;
     Samples::writeSampleDataset(toPath(options.folder), sample);
     writeOutput(options.folder + "\n");
+    if (options.withPanorama)
+    {
+        const std::string folder = options.folder + "/panorama";
+        Samples::writeSamplePanorama(toPath(folder), Samples::SampleScene(options.seed));
+        writeOutput(folder + "\n");
+    }
     flushOutput();
 }
 }  // namespace
@@ -46,6 +54,9 @@ void addSampleCommand(CLI::App& app)
             "--encoding", options->encoding, "brotli or default, the uncompressed one (default: brotli)"
     )
         ->check(CLI::IsMember({"brotli", "default"}));
+    verb->add_flag(
+        "--pano", options->withPanorama, "Also take a panorama in the scene, into FOLDER/panorama"
+    );
     verb->footer(
         "Examples:\n  tarnel sample out/sample\n"
         "  tarnel sample out/small --points 50000 --seed 7 --encoding default"

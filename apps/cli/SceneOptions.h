@@ -1,5 +1,7 @@
 #pragma once
 
+#include "apps/cli/SceneItems.h"
+
 #include <CLI/CLI.hpp>
 
 #include <cstdint>
@@ -14,6 +16,7 @@ namespace Cli
 struct SceneOptions
 {
     std::vector<std::string> clouds;
+    std::vector<SceneItem> items;  ///< beside the clouds
 
     std::string eye;
     std::string target;

@@ -4,6 +4,8 @@
 #include "apps/cli/fitCamera.h"
 #include "apps/cli/openDataset.h"
 #include "apps/cli/parseValue.h"
+#include <graphics/DeepZoomPanoramaLoader.h>
+#include <math/ConvexPolytope.h>
 #include <math/HalfSpace.h>
 #include <octree/OctreeNodeId.h>
 
@@ -21,6 +23,10 @@ namespace
 // From the north-east, looking down by about 38 degrees as thumbnails do: shows facades and roofs.
 const Eigen::Vector3f kDefaultDirection(-0.6F, -0.5F, -0.62F);
 
+// In data units, where there is no extent to fit them to.
+constexpr float kNear = 0.1F;
+constexpr float kFar = 2000.0F;
+
 Eigen::Vector3f toVector(const Math::Point<float, 3>& point)
 {
     return {point.x, point.y, point.z};
@@ -32,59 +38,105 @@ SceneSession::SceneSession(const SceneOptions& options)
 {
     const Size size = parseSize("--size", options.size);
     mRenderer.setViewport(size.width, size.height);
-    addClouds(options);
+    addItems(options);
     mRenderer.setScene(mScene);
     applyLook(options);
     applyClipping(options);
     applyCamera(options);
 }
 
-void SceneSession::addClouds(const SceneOptions& options)
+void SceneSession::addItems(const SceneOptions& options)
 {
+    std::vector<SceneItem> items = options.items;
     for (const std::string& path : options.clouds)
     {
-        const auto octree = std::make_shared<Octree::Octree>(datasetLocation(path), 1.0);
-        auto cloud = Render::PointCloudRenderable::create(octree, path, options.budget);
-        const Math::Point<double, 3> reference = octree->position();
-        if (mClouds.empty())
-        {
-            mOrigin = reference;
-        }
-        Eigen::Matrix4f placement = Eigen::Matrix4f::Identity();
-        for (std::size_t axis = 0; axis < 3; ++axis)
-        {
-            placement(static_cast<Eigen::Index>(axis), 3) =
-                static_cast<float>(reference[axis] - mOrigin[axis]);
-        }
-        cloud->setMatrix(placement);
-        if (options.threshold)
-        {
-            cloud->setOctreeNodePriorityThreshold(static_cast<float>(*options.threshold));
-        }
-        if (options.minLevel)
-        {
-            cloud->setMinLevelToKeep(*options.minLevel);
-        }
-        if (options.maxLevel)
-        {
-            cloud->setMaxLevelToKeep(*options.maxLevel);
-        }
-        if (options.pointSize)
-        {
-            cloud->setPointSize(static_cast<float>(*options.pointSize));
-        }
-        if (options.maxPointSize)
-        {
-            cloud->setMaxPointSize(static_cast<float>(*options.maxPointSize));
-        }
-        if (!options.uniformColor.empty())
-        {
-            cloud->setUniformColor(parseColor("--uniform-color", options.uniformColor));
-        }
-        cloud->setShowBoundingBoxes(options.showBoxes);
-        mScene->add(cloud);
-        mClouds.push_back(std::move(cloud));
+        items.push_back({SceneItem::Kind::Cloud, path, 1.0, std::nullopt});
     }
+    for (const SceneItem& item : items)
+    {
+        switch (item.kind)
+        {
+            case SceneItem::Kind::Cloud:
+                addCloud(item, options);
+                break;
+            case SceneItem::Kind::Panorama:
+                addPanorama(item);
+                break;
+            case SceneItem::Kind::Mesh:
+                addMesh(item);
+                break;
+        }
+    }
+}
+
+Eigen::Matrix4f SceneSession::placement(const Eigen::Matrix4d& toAbsolute)
+{
+    if (!mFirstPlace)
+    {
+        mFirstPlace = {toAbsolute(0, 3), toAbsolute(1, 3), toAbsolute(2, 3)};
+        mOrigin = *mFirstPlace;
+    }
+    Eigen::Matrix4d toScene = toAbsolute;
+    toScene.topRightCorner<3, 1>() -= Eigen::Vector3d(mOrigin.x, mOrigin.y, mOrigin.z);
+    return toScene.cast<float>();
+}
+
+void SceneSession::addPanorama(const SceneItem& item)
+{
+    const auto loader = std::make_shared<Graphics::DeepZoomPanoramaLoader>(toPath(item.path));
+    auto panorama = Render::PanoRenderable::create(loader, item.path);
+    panorama->setMatrix(placement(item.transform.value_or(loader->pose())));
+    mScene->add(panorama);
+    mPanoramas.push_back(std::move(panorama));
+}
+
+void SceneSession::addMesh(const SceneItem& item)
+{
+    auto mesh = Render::MeshRenderable::create(toPath(item.path), item.unitScale, item.path);
+    mesh->setMatrix(placement(item.transform.value_or(Eigen::Matrix4d::Identity())));
+    mScene->add(mesh);
+    mMeshes.push_back(std::move(mesh));
+}
+
+void SceneSession::addCloud(const SceneItem& item, const SceneOptions& options)
+{
+    const auto octree = std::make_shared<Octree::Octree>(datasetLocation(item.path), 1.0);
+    auto cloud = Render::PointCloudRenderable::create(octree, item.path, options.budget);
+    const Math::Point<double, 3> reference = octree->position();
+    Eigen::Matrix4d toAbsolute = Eigen::Matrix4d::Identity();
+    toAbsolute.topRightCorner<3, 1>() = Eigen::Vector3d(reference.x, reference.y, reference.z);
+    if (item.transform)
+    {
+        toAbsolute = *item.transform * toAbsolute;
+    }
+    cloud->setMatrix(placement(toAbsolute));
+    if (options.threshold)
+    {
+        cloud->setOctreeNodePriorityThreshold(static_cast<float>(*options.threshold));
+    }
+    if (options.minLevel)
+    {
+        cloud->setMinLevelToKeep(*options.minLevel);
+    }
+    if (options.maxLevel)
+    {
+        cloud->setMaxLevelToKeep(*options.maxLevel);
+    }
+    if (options.pointSize)
+    {
+        cloud->setPointSize(static_cast<float>(*options.pointSize));
+    }
+    if (options.maxPointSize)
+    {
+        cloud->setMaxPointSize(static_cast<float>(*options.maxPointSize));
+    }
+    if (!options.uniformColor.empty())
+    {
+        cloud->setUniformColor(parseColor("--uniform-color", options.uniformColor));
+    }
+    cloud->setShowBoundingBoxes(options.showBoxes);
+    mScene->add(cloud);
+    mClouds.push_back(std::move(cloud));
 }
 
 void SceneSession::applyLook(const SceneOptions& options)
@@ -132,6 +184,10 @@ void SceneSession::applyClipping(const SceneOptions& options)
     {
         cloud->setClippingVolume(planes);
     }
+    for (const auto& mesh : mMeshes)
+    {
+        mesh->setClippingVolume(Math::ConvexPolytope<float, 3>(planes));
+    }
 }
 
 void SceneSession::applyCamera(const SceneOptions& options)
@@ -149,12 +205,24 @@ void SceneSession::applyCamera(const SceneOptions& options)
             );
         }()
     );
+    // Panoramas have no extent: a scene of nothing else is seen from the centre of the first.
+    const bool isInPanorama = box.isEmpty() && !mPanoramas.empty();
+    const Eigen::Matrix4f place =
+        isInPanorama ? mPanoramas.front()->worldMatrix() : Eigen::Matrix4f(Eigen::Matrix4f::Identity());
+    const auto toPoint = [](const Eigen::Vector3f& vector)
+    { return Math::Point<float, 3>(vector.x(), vector.y(), vector.z()); };
+    const Math::Point<float, 3> middle =
+        isInPanorama ? toPoint(place.col(3).head<3>() + place.col(0).head<3>()) : box.center();
     const Math::Point<float, 3> target =
-        options.target.empty() ? box.center() : toScene(parsePoint("--target", options.target));
+        options.target.empty() ? middle : toScene(parsePoint("--target", options.target));
     Eigen::Vector3f direction = kDefaultDirection;
     if (!options.eye.empty())
     {
         direction = toVector(target) - toVector(toScene(parsePoint("--eye", options.eye)));
+    }
+    else if (isInPanorama)
+    {
+        direction = toVector(target) - place.col(3).head<3>();
     }
     if (!(direction.cross(up).squaredNorm() > 0.0F))
     {
@@ -166,6 +234,10 @@ void SceneSession::applyCamera(const SceneOptions& options)
     {
         eye = toScene(parsePoint("--eye", options.eye));
     }
+    else if (isInPanorama)
+    {
+        eye = toPoint(place.col(3).head<3>());
+    }
     else if (!options.target.empty())
     {
         const float distance = (toVector(fitted.eye) - toVector(box.center())).norm();
@@ -173,14 +245,14 @@ void SceneSession::applyCamera(const SceneOptions& options)
         eye = {moved.x(), moved.y(), moved.z()};
     }
 
-    mRenderer.setAutoAdjustZRange(true);
+    mRenderer.setAutoAdjustZRange(!box.isEmpty());
     if (options.orthographicHeight)
     {
         mRenderer.setOrthographic(static_cast<float>(*options.orthographicHeight), 0.0F, 1.0F);
     }
     else
     {
-        mRenderer.setPerspective(static_cast<float>(options.fovDeg), 0.01F, 20000.0F, 0.0F, 0.0F);
+        mRenderer.setPerspective(static_cast<float>(options.fovDeg), kNear, kFar, 0.0F, 0.0F);
     }
     mRenderer.setCameraPose(eye, direction, up);
 }
@@ -197,6 +269,10 @@ void SceneSession::load()
 {
     // Clouds share one budget, so a cloud that loads later may take points from an earlier one: a second
     // round lets the earlier ones publish what they kept.
+    for (const auto& panorama : mPanoramas)
+    {
+        panorama->loadPanoramaTiles();
+    }
     const int rounds = mClouds.size() > 1 ? 2 : 1;
     for (int round = 0; round < rounds; ++round)
     {

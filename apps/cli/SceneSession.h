@@ -3,6 +3,8 @@
 #include "apps/cli/SceneOptions.h"
 #include <math/Point.h>
 #include <octree/Octree.h>
+#include <render/mesh/MeshRenderable.h>
+#include <render/pano/PanoRenderable.h>
 #include <render/pointcloud/PointCloudRenderable.h>
 #include <render/renderer/Renderer.h>
 #include <render/scene/GroupRenderable.h>
@@ -16,8 +18,8 @@ namespace Cli
 {
 /// A renderer with the scene that the options describe, seen as they say.
 ///
-/// Frame    the scene's origin is the first data set's reference position, so coordinates stay small; the
-/// options' coordinates are
+/// Frame    the scene's origin is the place of the first object (of a cloud its reference position), so
+/// coordinates stay small; the options' coordinates are
 ///          absolute and are moved here, in double precision.
 /// Threads  one thread.
 class SceneSession
@@ -37,7 +39,11 @@ public:
     const Math::Point<double, 3>& origin() const noexcept { return mOrigin; }
 
 private:
-    void addClouds(const SceneOptions& options);
+    void addItems(const SceneOptions& options);
+    void addCloud(const SceneItem& item, const SceneOptions& options);
+    void addPanorama(const SceneItem& item);
+    void addMesh(const SceneItem& item);
+    Eigen::Matrix4f placement(const Eigen::Matrix4d& toAbsolute);
     void applyLook(const SceneOptions& options);
     void applyClipping(const SceneOptions& options);
     void applyCamera(const SceneOptions& options);
@@ -46,6 +52,9 @@ private:
     Render::Renderer mRenderer;
     std::shared_ptr<Render::GroupRenderable> mScene;
     std::vector<std::shared_ptr<Render::PointCloudRenderable>> mClouds;
+    std::vector<std::shared_ptr<Render::PanoRenderable>> mPanoramas;
+    std::vector<std::shared_ptr<Render::MeshRenderable>> mMeshes;
+    std::optional<Math::Point<double, 3>> mFirstPlace;  // of any object
     Math::Point<double, 3> mOrigin;
     std::optional<double> mAutoContrast;
 };

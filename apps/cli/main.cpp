@@ -27,6 +27,7 @@ int run()
     );
 
     Cli::addSampleCommand(app);
+    Cli::addPanoTileCommand(app);
     Cli::addInfoCommand(app);
     Cli::addDumpCommand(app);
     Cli::addThumbnailCommand(app);
