@@ -9,7 +9,7 @@ std::shared_ptr<const Tree> openTree(const Location& location)
 {
     if (location.kind() == Kind::Entwine)
     {
-        return Entwine::openEntwineTree(Entwine::FileSystemLocation(location.folder()));
+        return std::make_shared<Entwine::EntwineTree>(Entwine::FileSystemLocation(location.folder()));
     }
     return std::make_shared<PoTree::PoTreeTree>(PoTree::FileSystemLocation(location.folder()));
 }

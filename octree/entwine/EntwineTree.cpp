@@ -1,14 +1,204 @@
 #include "octree/entwine/EntwineTree.h"
 
+#include "core/toUtf8.h"
+#include "octree/ScratchLoan.h"
+#include "octree/entwine/nodeKey.h"
 #include "octree/fileError.h"
+
+#include <algorithm>
+#include <bit>
+#include <stdexcept>
+#include <string>
+#include <utility>
 
 namespace Entwine
 {
-std::shared_ptr<const Octree::Tree> openEntwineTree(const FileSystemLocation& location)
+namespace
 {
-    throw Octree::fileError(
-        location.metadataFile(),
-        "Entwine Point Tiles are not supported by this build, expected a three-file octree (metadata.json)"
-    );
+using Octree::OctreeNodeId;
+
+const char* encodingName(DataType dataType)
+{
+    switch (dataType)
+    {
+        case DataType::Binary:
+            return "binary";
+        case DataType::Zstandard:
+            return "zstandard";
+        case DataType::Laszip:
+            break;
+    }
+    return "laszip";
+}
+
+std::string typeName(const Dimension& dimension)
+{
+    if (dimension.type == NumberType::Float)
+    {
+        return dimension.size == sizeof(float) ? "float" : "double";
+    }
+    const char* const kind = dimension.type == NumberType::Signed ? "int" : "uint";
+    return kind + std::to_string(8 * dimension.size);
+}
+
+double stepOf(const Dimension& dimension)
+{
+    return dimension.type == NumberType::Float ? 0.0 : dimension.scale;
+}
+
+Octree::TreeDescription describe(
+    const Metadata& metadata, const TileLayout& layout, const FileSystemLocation& location
+)
+{
+    Octree::TreeDescription description;
+    description.name = Core::toUtf8(location.folder().filename());
+    description.encoding = encodingName(metadata.dataType);
+    description.position = metadata.referencePosition();
+    description.boundingBox = metadata.boundingBox;
+    description.boundingCube = metadata.boundingCube;
+    description.spacing = metadata.spacing;
+    description.positionStep = {
+        stepOf(layout.position[0]), stepOf(layout.position[1]), stepOf(layout.position[2])};
+    for (const Dimension& dimension : metadata.schema)
+    {
+        Octree::AttributeInfo& info = description.attributes.emplace_back();
+        info.name = dimension.name;
+        info.type = typeName(dimension);
+        info.sizeInBytes = dimension.size;
+        if (dimension.minimum)
+        {
+            info.min = {*dimension.minimum};
+            info.max = {*dimension.maximum};
+        }
+    }
+    description.attributeMask = layout.attributeMask();
+    description.intensityRange = metadata.intensityRange();
+    return description;
+}
+}  // namespace
+
+EntwineTree::EntwineTree(const FileSystemLocation& location)
+    : mMetadata(readMetadata(location.metadataFile())),
+      mLayout(mMetadata),
+      mDescription(describe(mMetadata, mLayout, location)),
+      mHierarchy(location.folder() / "ept-hierarchy"),
+      mTiles(location.folder() / "ept-data", mMetadata)
+{
+}
+
+std::optional<Octree::NodeInfo> EntwineTree::nodeById(const OctreeNodeId& id, std::stop_token stopToken) const
+{
+    const std::optional<Hierarchy::Node> node = mHierarchy.find(id, std::move(stopToken));
+    if (!node)
+    {
+        return std::nullopt;
+    }
+    Octree::NodeInfo info;
+    info.id = id;
+    info.pointCount = node->pointCount;
+    info.childMask = node->childMask;
+    return info;
+}
+
+bool EntwineTree::getNodePointData(
+    const OctreeNodeId& id,
+    unsigned attributes,
+    double unitScale,
+    Octree::NodePointColumns& out,
+    std::stop_token stopToken
+) const
+{
+    const std::optional<Hierarchy::Node> node = mHierarchy.find(id, stopToken);
+    if (stopToken.stop_requested())
+    {
+        return false;
+    }
+    if (!node)
+    {
+        throw Octree::fileError(mHierarchy.fileOf({}).parent_path(), "there is no node " + nodeKey(id));
+    }
+    if (node->pointCount == 0)
+    {
+        out.clear();
+        return true;
+    }
+    TileConversion conversion{mDescription.position, unitScale, false};
+    if (Octree::hasColor(attributes) && mLayout.rgb)
+    {
+        const std::optional<bool> wide = hasWideColors(stopToken);
+        if (!wide)
+        {
+            return false;
+        }
+        conversion.wideColors = *wide;
+    }
+    return readTile(id, node->pointCount, attributes, conversion, out, stopToken);
+}
+
+bool EntwineTree::readTile(
+    const OctreeNodeId& id,
+    std::uint64_t pointCount,
+    unsigned attributes,
+    const TileConversion& conversion,
+    Octree::NodePointColumns& out,
+    const std::stop_token& stopToken
+) const
+{
+    const Octree::ScratchLoan scratch;
+    const auto rows = mTiles.read(id, pointCount, scratch, stopToken);
+    if (!rows || stopToken.stop_requested())
+    {
+        return false;
+    }
+    try
+    {
+        decodeTile(mLayout, conversion, *rows, attributes, out);
+    }
+    catch (const std::runtime_error& error)
+    {
+        out.clear();
+        throw Octree::fileError(mTiles.fileOf(id), error.what());
+    }
+    return true;
+}
+
+std::optional<bool> EntwineTree::hasWideColors(const std::stop_token& stopToken) const
+{
+    const std::scoped_lock lock(mWideColorsMutex);
+    if (!mWideColors)
+    {
+        const auto isDeclared = [](const Dimension& channel) { return channel.maximum.has_value(); };
+        const auto isNarrow = [](const Dimension& channel) { return channel.size == 1; };
+        const auto exceedsByte = [](const Dimension& channel) { return channel.maximum > 255.0; };
+        mWideColors = std::ranges::all_of(*mLayout.rgb, isDeclared)
+                          ? std::optional(std::ranges::any_of(*mLayout.rgb, exceedsByte))
+                      : std::ranges::all_of(*mLayout.rgb, isNarrow) ? std::optional(false)
+                                                                    : sampleWideColors(stopToken);
+    }
+    return mWideColors;
+}
+
+// Looks at the root's points, or at those of the first node with points on the way down from it. The answer
+// must not depend on the node that happens to be read first.
+std::optional<bool> EntwineTree::sampleWideColors(const std::stop_token& stopToken) const
+{
+    OctreeNodeId id;
+    std::optional<Hierarchy::Node> node = mHierarchy.find(id, stopToken);
+    while (node && node->pointCount == 0 && node->childMask != 0)
+    {
+        id = id.child(static_cast<unsigned>(std::countr_zero(node->childMask)));
+        node = mHierarchy.find(id, stopToken);
+    }
+    if (!node)
+    {
+        return std::nullopt;
+    }
+    if (node->pointCount == 0)
+    {
+        return false;
+    }
+    const Octree::ScratchLoan scratch;
+    const auto rows = mTiles.read(id, node->pointCount, scratch, stopToken);
+    return rows ? std::optional(Entwine::hasWideColors(mLayout, *rows)) : std::nullopt;
 }
 }  // namespace Entwine

@@ -1,13 +1,66 @@
 #pragma once
 
+#include "octree/Export.h"
 #include "octree/Tree.h"
 #include "octree/entwine/FileSystemLocation.h"
+#include "octree/entwine/Hierarchy.h"
+#include "octree/entwine/Metadata.h"
+#include "octree/entwine/TileLayout.h"
+#include "octree/entwine/TileReader.h"
+#include "octree/entwine/decodeTile.h"
 
-#include <memory>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <stop_token>
 
 namespace Entwine
 {
-/// Opens an Entwine Point Tile data set.
-/// @throws std::runtime_error  always: this build reads no tiles
-std::shared_ptr<const Octree::Tree> openEntwineTree(const FileSystemLocation& location);
+/// Reads Entwine Point Tiles: ept.json, ept-hierarchy, ept-data.
+///
+/// Hierarchy files are read when a lookup reaches them, tiles when their points are asked for. Of a laszip
+/// data set this build reads description and hierarchy only.
+/// Threads  all operations from any threads at once.
+class OCTREE_API EntwineTree final : public Octree::Tree
+{
+public:
+    /// Opens the data set: reads and checks the description.
+    /// @throws std::runtime_error  naming the file and what is wrong with it
+    explicit EntwineTree(const FileSystemLocation& location);
+
+    const Octree::TreeDescription& description() const noexcept override { return mDescription; }
+
+    std::optional<Octree::NodeInfo> nodeById(const Octree::OctreeNodeId& id, std::stop_token stopToken)
+        const override;
+
+    bool getNodePointData(
+        const Octree::OctreeNodeId& id,
+        unsigned attributes,
+        double unitScale,
+        Octree::NodePointColumns& out,
+        std::stop_token stopToken
+    ) const override;
+
+private:
+    bool readTile(
+        const Octree::OctreeNodeId& id,
+        std::uint64_t pointCount,
+        unsigned attributes,
+        const TileConversion& conversion,
+        Octree::NodePointColumns& out,
+        const std::stop_token& stopToken
+    ) const;
+
+    std::optional<bool> hasWideColors(const std::stop_token& stopToken) const;
+    std::optional<bool> sampleWideColors(const std::stop_token& stopToken) const;
+
+    Metadata mMetadata;
+    TileLayout mLayout;
+    Octree::TreeDescription mDescription;
+    Hierarchy mHierarchy;
+    TileReader mTiles;
+
+    mutable std::mutex mWideColorsMutex;      // guards mWideColors, held while a tile is sampled
+    mutable std::optional<bool> mWideColors;  // unknown until colours are asked for
+};
 }  // namespace Entwine

@@ -1,6 +1,7 @@
 #include "octree/potree/Metadata.h"
 
 #include "core/readLocalFile.h"
+#include "octree/JsonField.h"
 #include "octree/fileError.h"
 
 #include <nlohmann/json.hpp>
@@ -16,15 +17,14 @@ namespace PoTree
 namespace
 {
 using nlohmann::json;
+using Octree::kLargestCoordinate;
+using Field = Octree::JsonField;
 
 constexpr std::uint64_t kMaxFileSize =
-    4U << 20U;                   // a hundred times a rich real file; bounds the parsed form too
-constexpr int kMaxNesting = 16;  // real files nest 3 deep
+    4U << 20U;  // a hundred times a rich real file; bounds the parsed form too
 constexpr std::size_t kMaxAttributes = 1024;
 constexpr std::uint64_t kMaxAttributeSize = 4096;  // bytes a point; the largest real ones have 24
 
-// Coordinates beyond this leave no room for products and differences in 32-bit floats.
-constexpr double kLargestCoordinate = 1e30;
 constexpr double kLargestScale = 1e20;
 constexpr double kLargestInteger = 9007199254740992.0;  // up to here a double holds every whole number
 
@@ -45,144 +45,6 @@ constexpr std::array<TypeSize, 10> kTypes{
      {"uint64", 8},
      {"float", 4},
      {"double", 8}}};
-
-/// A value inside the file together with its place, so that a message can name the field.
-class Field
-{
-public:
-    Field(const std::filesystem::path& file, const json& value, std::string name)
-        : mFile(file), mValue(value), mName(std::move(name))
-    {
-    }
-
-    [[noreturn]] void fail(const std::string& expected) const
-    {
-        throw Octree::fileError(mFile, "bad field \"" + mName + "\", expected " + expected);
-    }
-
-    std::optional<Field> find(const std::string& key) const
-    {
-        if (!mValue.is_object())
-        {
-            fail("an object");
-        }
-        const auto found = mValue.find(key);
-        if (found == mValue.end())
-        {
-            return std::nullopt;
-        }
-        return Field(mFile, *found, mName.empty() ? key : mName + "." + key);
-    }
-
-    Field get(const std::string& key) const
-    {
-        std::optional<Field> field = find(key);
-        if (!field)
-        {
-            throw Octree::fileError(
-                mFile, "field \"" + (mName.empty() ? key : mName + "." + key) + "\" is missing"
-            );
-        }
-        return *std::move(field);
-    }
-
-    std::vector<Field> elements() const
-    {
-        if (!mValue.is_array())
-        {
-            fail("a list");
-        }
-        std::vector<Field> result;
-        result.reserve(mValue.size());
-        for (std::size_t i = 0; i < mValue.size(); ++i)
-        {
-            result.emplace_back(mFile, mValue[i], mName + "[" + std::to_string(i) + "]");
-        }
-        return result;
-    }
-
-    std::string text() const
-    {
-        if (!mValue.is_string())
-        {
-            fail("a text");
-        }
-        return mValue.get<std::string>();
-    }
-
-    double number() const
-    {
-        if (!mValue.is_number() || !std::isfinite(mValue.get<double>()))
-        {
-            fail("a finite number");
-        }
-        return mValue.get<double>();
-    }
-
-    std::uint64_t wholeNumber(std::uint64_t min, std::uint64_t max) const
-    {
-        const double value = mValue.is_number() ? mValue.get<double>() : -1.0;
-        if (!(value >= static_cast<double>(min) && value <= static_cast<double>(max)) ||
-            value != std::floor(value))
-        {
-            fail("a whole number from " + std::to_string(min) + " to " + std::to_string(max));
-        }
-        return static_cast<std::uint64_t>(value);
-    }
-
-    std::vector<double> numbers() const
-    {
-        std::vector<double> result;
-        for (const Field& element : elements())
-        {
-            result.push_back(element.number());
-        }
-        return result;
-    }
-
-    Math::Point<double, 3> point() const
-    {
-        const std::vector<double> values =
-            mValue.is_array() && mValue.size() == 3 ? numbers() : std::vector<double>{};
-        if (values.size() != 3)
-        {
-            fail("a list of 3 numbers");
-        }
-        for (const double value : values)
-        {
-            if (std::abs(value) > kLargestCoordinate)
-            {
-                fail("numbers between -1e30 and 1e30");
-            }
-        }
-        return {values[0], values[1], values[2]};
-    }
-
-private:
-    const std::filesystem::path& mFile;
-    const json& mValue;
-    std::string mName;
-};
-
-json parsedJson(std::string_view text, const std::filesystem::path& file)
-{
-    const auto limitNesting = [](int depth, json::parse_event_t, const json&)
-    {
-        if (depth > kMaxNesting)
-        {
-            throw std::runtime_error("nested deeper than " + std::to_string(kMaxNesting) + " levels");
-        }
-        return true;
-    };
-    try
-    {
-        return json::parse(text.begin(), text.end(), limitNesting);
-    }
-    catch (const std::exception& error)
-    {
-        throw Octree::fileError(file, std::string("not readable as JSON: ") + error.what());
-    }
-}
 
 Encoding encodingOf(const Field& field)
 {
@@ -358,7 +220,7 @@ bool Metadata::hasWideColors() const noexcept
 
 Metadata parseMetadata(std::string_view text, const std::filesystem::path& file)
 {
-    const json document = parsedJson(text, file);
+    const json document = Octree::parsedJson(text, file);
     if (!document.is_object())
     {
         throw Octree::fileError(file, "expected an object at the top");

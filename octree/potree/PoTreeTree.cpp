@@ -2,11 +2,11 @@
 
 #include "core/brotliDecode.h"
 #include "core/toUtf8.h"
+#include "octree/ScratchLoan.h"
 #include "octree/fileError.h"
 #include "octree/potree/decodePoints.h"
 #include "octree/potree/parseHierarchyChunk.h"
 
-#include <array>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -26,43 +26,8 @@ constexpr std::uint64_t kMaxUnpackedSize = std::uint64_t{1} << 30U;
 // Record and data may disagree on the count in a damaged file; the data are believed as far as this.
 constexpr std::uint64_t kUnpackedSlack = 64U << 10U;
 
-// A thread keeps its buffers for the next node up to this size.
-constexpr std::size_t kMaxKeptBuffer = 64U << 20U;
-
 constexpr std::uint8_t kAllVisibleFlag = 1;
 constexpr std::uint8_t kAllHiddenFlag = 2;
-
-/// Memory that a thread reuses from node to node; what an exceptionally large one took is given up at the
-/// end of the loan.
-class ScratchLoan
-{
-public:
-    ScratchLoan() = default;
-
-    ~ScratchLoan()
-    {
-        for (std::vector<std::byte>* buffer : {&stored, &unpacked})
-        {
-            if (buffer->capacity() > kMaxKeptBuffer)
-            {
-                std::vector<std::byte>().swap(*buffer);
-            }
-        }
-    }
-
-    ScratchLoan(const ScratchLoan&) = delete;
-    ScratchLoan& operator=(const ScratchLoan&) = delete;
-
-    std::vector<std::byte>& stored = buffers()[0];
-    std::vector<std::byte>& unpacked = buffers()[1];
-
-private:
-    static std::array<std::vector<std::byte>, 2>& buffers()
-    {
-        thread_local std::array<std::vector<std::byte>, 2> perThread;
-        return perThread;
-    }
-};
 
 Octree::TreeDescription describe(
     const Metadata& metadata, const PointLayout& layout, const FileSystemLocation& location
@@ -303,7 +268,7 @@ bool PoTreeTree::getNodePointData(
         return true;
     }
 
-    const ScratchLoan scratch;
+    const Octree::ScratchLoan scratch;
     const std::uint64_t maxSize =
         largestUnpackedSize(*node);  // the slack covers streams that do not compress
     if (!mLoader.fetchOctreeChunk(*node, maxSize, scratch.stored, stopToken) || stopToken.stop_requested())

@@ -1,0 +1,69 @@
+#include "octree/entwine/Hierarchy.h"
+
+#include "core/readLocalFile.h"
+#include "octree/entwine/nodeKey.h"
+
+#include <utility>
+
+namespace Entwine
+{
+namespace
+{
+using Octree::OctreeNodeId;
+
+constexpr std::size_t kExpectedFiles = 256;
+}  // namespace
+
+Hierarchy::Hierarchy(std::filesystem::path folder)
+    : mFolder(std::move(folder)), mFiles(kCacheCapacity, kExpectedFiles)
+{
+}
+
+std::filesystem::path Hierarchy::fileOf(const OctreeNodeId& first) const
+{
+    return mFolder / (nodeKey(first) + ".json");
+}
+
+Hierarchy::SharedFile Hierarchy::cachedFile(const OctreeNodeId& first, std::stop_token stopToken) const
+{
+    const auto load = [&](SharedFile& out, const std::stop_token& token)
+    {
+        if (token.stop_requested())
+        {
+            return false;
+        }
+        const std::filesystem::path file = fileOf(first);
+        out = std::make_shared<const HierarchyFile>(Core::readLocalFile(file, kMaxFileSize), first, file);
+        return true;
+    };
+    SharedFile file;
+    return mFiles.getOrLoad(first, file, load, std::move(stopToken)) ? file : nullptr;
+}
+
+// Each step goes to a file that begins deeper in the tree, so there are at most 22.
+std::optional<Hierarchy::Node> Hierarchy::find(const OctreeNodeId& id, std::stop_token stopToken) const
+{
+    OctreeNodeId first;
+    for (;;)
+    {
+        const SharedFile file = cachedFile(first, stopToken);
+        if (!file)
+        {
+            return std::nullopt;
+        }
+        OctreeNodeId listed = id;  // the deepest node on the way to the wanted one that this file has
+        std::optional<std::int64_t> count = file->count(listed);
+        while (!count)
+        {
+            listed = listed.parent();
+            count = file->count(listed);
+        }
+        if (*count != HierarchyFile::kElsewhere)
+        {
+            return listed == id ? std::optional(Node{static_cast<std::uint64_t>(*count), file->childMask(id)})
+                                : std::nullopt;
+        }
+        first = listed;
+    }
+}
+}  // namespace Entwine

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "core/LruCache.h"
+#include "octree/Export.h"
+#include "octree/OctreeNodeId.h"
+#include "octree/entwine/HierarchyFile.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stop_token>
+
+namespace Entwine
+{
+/// Which nodes exist and how many points they have: the folder ept-hierarchy.
+///
+/// A file is read when a lookup reaches it and kept in a cache.
+/// Threads  all operations from any threads at once.
+class OCTREE_API Hierarchy
+{
+public:
+    struct Node
+    {
+        std::uint64_t pointCount = 0;
+        unsigned childMask = 0;
+    };
+
+    /// @param folder  the one with the JSON files
+    explicit Hierarchy(std::filesystem::path folder);
+
+    /// The node, or nothing when it does not exist or a stop was requested.
+    /// @throws std::runtime_error  naming the file and what is wrong with it
+    std::optional<Node> find(const Octree::OctreeNodeId& id, std::stop_token stopToken) const;
+
+    /// The file whose subtree begins with that node.
+    std::filesystem::path fileOf(const Octree::OctreeNodeId& first) const;
+
+    /// Largest size of a file in bytes; it bounds the memory for its nodes to one and a half times that.
+    static constexpr std::uint64_t kMaxFileSize = 32U << 20U;
+
+    /// Number of nodes from which on files are dropped from the cache; 64 MB.
+    static constexpr std::uint64_t kCacheCapacity = 4'000'000;
+
+private:
+    using SharedFile = std::shared_ptr<const HierarchyFile>;
+
+    struct NodeCount
+    {
+        std::uint64_t operator()(const SharedFile& file) const noexcept { return file->size(); }
+    };
+
+    SharedFile cachedFile(const Octree::OctreeNodeId& first, std::stop_token stopToken) const;
+
+    std::filesystem::path mFolder;
+    mutable Core::LruCache<Octree::OctreeNodeId, SharedFile, NodeCount> mFiles;
+};
+}  // namespace Entwine

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "octree/Export.h"
+#include "octree/OctreeNodeId.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace Entwine
+{
+/// The nodes that one file of ept-hierarchy lists: a subtree, cut off where other files go on.
+///
+/// Shape    16 bytes a node, sorted by id, so that parents come before children and siblings lie together.
+/// Threads  not changed once it is parsed, then safe to read from any thread.
+class OCTREE_API HierarchyFile
+{
+public:
+    /// Number of points of a node that another file describes.
+    static constexpr std::int64_t kElsewhere = -1;
+
+    /// Reads and checks the text: one object of node keys and numbers of points.
+    /// @param first  the node that the subtree begins with; it must be listed with its own number
+    /// @param file   the name for messages
+    /// @throws std::runtime_error  naming file and key, for text that is no such object, malformed or
+    ///                             repeated keys, numbers that are no count, and nodes whose parent the file
+    ///                             does not list
+    HierarchyFile(
+        std::string_view text, const Octree::OctreeNodeId& first, const std::filesystem::path& file
+    );
+
+    const Octree::OctreeNodeId& first() const noexcept { return mFirst; }
+
+    /// The node's number of points or kElsewhere; nothing when the file does not list it.
+    std::optional<std::int64_t> count(const Octree::OctreeNodeId& id) const noexcept;
+
+    /// Bit i: child i is listed. For nodes whose count is not kElsewhere that says which children exist.
+    unsigned childMask(const Octree::OctreeNodeId& id) const noexcept;
+
+    /// Number of nodes listed.
+    std::size_t size() const noexcept { return mEntries.size(); }
+
+    struct Entry
+    {
+        Octree::OctreeNodeId id;
+        std::int64_t count;
+    };
+
+private:
+    void check(const std::filesystem::path& file) const;
+
+    Octree::OctreeNodeId mFirst;
+    std::vector<Entry> mEntries;
+};
+}  // namespace Entwine

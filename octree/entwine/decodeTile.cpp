@@ -1,0 +1,272 @@
+#include "octree/entwine/decodeTile.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace Entwine
+{
+namespace
+{
+static_assert(std::endian::native == std::endian::little, "values are copied out as they lie in the file");
+
+constexpr double kLargestCoordinate = 1e30;  // leaves room for products in 32-bit floats
+
+/// Reads a number of a type that the machine has.
+template <class T>
+struct Native
+{
+    T operator()(const std::byte* at) const noexcept
+    {
+        T value;
+        std::memcpy(&value, at, sizeof value);
+        return value;
+    }
+};
+
+/// Reads an integer of any number of bytes from 1 to 8.
+struct PackedUnsigned
+{
+    std::size_t size;
+
+    std::uint64_t operator()(const std::byte* at) const noexcept
+    {
+        std::uint64_t value = 0;
+        std::memcpy(&value, at, size);
+        return value;
+    }
+};
+
+struct PackedSigned
+{
+    std::size_t size;
+
+    std::int64_t operator()(const std::byte* at) const noexcept
+    {
+        const unsigned unused = 64U - 8U * static_cast<unsigned>(size);
+        return static_cast<std::int64_t>(PackedUnsigned{size}(at) << unused) >> unused;
+    }
+};
+
+/// Calls `use` with the reader of the dimension's numbers, so that loops are compiled once per type.
+template <class Use>
+void withReader(const Dimension& dimension, const Use& use)
+{
+    const bool isSigned = dimension.type == NumberType::Signed;
+    if (dimension.type == NumberType::Float)
+    {
+        return dimension.size == sizeof(float) ? use(Native<float>{}) : use(Native<double>{});
+    }
+    switch (dimension.size)
+    {
+        case 1:
+            return isSigned ? use(Native<std::int8_t>{}) : use(Native<std::uint8_t>{});
+        case 2:
+            return isSigned ? use(Native<std::int16_t>{}) : use(Native<std::uint16_t>{});
+        case 4:
+            return isSigned ? use(Native<std::int32_t>{}) : use(Native<std::uint32_t>{});
+        case 8:
+            return isSigned ? use(Native<std::int64_t>{}) : use(Native<std::uint64_t>{});
+        default:
+            return isSigned ? use(PackedSigned{dimension.size}) : use(PackedUnsigned{dimension.size});
+    }
+}
+
+/// The nearest number that T has; 0 for what is not a number or, of floating-point ones, too large.
+template <class T, class Value>
+T nearest(Value number) noexcept
+{
+    if constexpr (std::is_floating_point_v<T>)
+    {
+        const auto value = static_cast<double>(number);
+        return std::abs(value) <= std::numeric_limits<T>::max() ? static_cast<T>(value) : T{0};
+    }
+    else if constexpr (std::is_floating_point_v<Value>)
+    {
+        constexpr double kMax = std::numeric_limits<T>::max();
+        const double rounded = static_cast<double>(number) + 0.5;
+        return rounded >= kMax  ? std::numeric_limits<T>::max()
+               : rounded >= 1.0 ? static_cast<T>(rounded)
+                                : T{0};
+    }
+    else if (std::cmp_less(number, 0))
+    {
+        return T{0};
+    }
+    else
+    {
+        return std::cmp_greater(number, std::numeric_limits<T>::max()) ? std::numeric_limits<T>::max()
+                                                                       : static_cast<T>(number);
+    }
+}
+
+/// A tile seen as rows.
+struct Rows
+{
+    std::span<const std::byte> bytes;
+    std::size_t stride;
+
+    std::size_t count() const noexcept { return bytes.size() / stride; }
+};
+
+/// Calls write(i, value) with the dimension's value of each row, converted to T.
+template <class T, class Write>
+void forEachValue(const Rows& rows, const Dimension& dimension, const Write& write)
+{
+    const std::size_t count = rows.count();
+    const std::byte* const first = rows.bytes.data() + dimension.byteOffset;
+    const bool isPlain = dimension.scale == 1.0 && dimension.offset == 0.0;
+    const auto loop = [&](const auto& read)
+    {
+        for (std::size_t i = 0; i < count && isPlain; ++i)
+        {
+            write(i, nearest<T>(read(first + i * rows.stride)));
+        }
+        for (std::size_t i = 0; i < count && !isPlain; ++i)
+        {
+            const auto stored = static_cast<double>(read(first + i * rows.stride));
+            write(i, nearest<T>(stored * dimension.scale + dimension.offset));
+        }
+    };
+    withReader(dimension, loop);
+}
+
+template <class T>
+void decodeColumn(const Rows& rows, const Dimension& dimension, std::vector<T>& out)
+{
+    forEachValue<T>(rows, dimension, [&out](std::size_t i, T value) { out[i] = value; });
+}
+
+void decodePositions(
+    const Rows& rows,
+    const TileLayout& layout,
+    const TileConversion& conversion,
+    std::vector<Math::Point<double, 3>>& out
+)
+{
+    for (std::size_t axis = 0; axis < 3; ++axis)
+    {
+        const Dimension& dimension = layout.position[axis];
+        const std::byte* const first = rows.bytes.data() + dimension.byteOffset;
+        const double shift = dimension.offset - conversion.origin[axis];  // 0 as a rule, and then exact
+        bool good = true;
+        const auto loop = [&](const auto& read)
+        {
+            for (std::size_t i = 0; i < out.size(); ++i)
+            {
+                const double relative =
+                    static_cast<double>(read(first + i * rows.stride)) * dimension.scale + shift;
+                good &= std::abs(relative) <= kLargestCoordinate;
+                out[i][axis] = relative * conversion.unitScale;
+            }
+        };
+        withReader(dimension, loop);
+        if (!good)
+        {
+            throw std::runtime_error("bad " + dimension.name + " of a point, expected numbers within 1e30");
+        }
+    }
+}
+
+void decodeColors(
+    const Rows& rows, const TileLayout::Triple& channels, bool wide, std::vector<Math::Color>& out
+)
+{
+    const auto toByte = [wide](std::uint16_t value)
+    { return static_cast<unsigned char>(wide ? value >> 8U : std::min<unsigned>(value, 255U)); };
+    forEachValue<std::uint16_t>(
+        rows, channels[0], [&](std::size_t i, std::uint16_t red) { out[i].set(toByte(red), 0, 0, 255); }
+    );
+    forEachValue<std::uint16_t>(
+        rows,
+        channels[1],
+        [&](std::size_t i, std::uint16_t green) { out[i].set(out[i].r(), toByte(green), 0, 255); }
+    );
+    forEachValue<std::uint16_t>(
+        rows,
+        channels[2],
+        [&](std::size_t i, std::uint16_t blue) { out[i].set(out[i].r(), out[i].g(), toByte(blue), 255); }
+    );
+}
+}  // namespace
+
+void decodeTile(
+    const TileLayout& layout,
+    const TileConversion& conversion,
+    std::span<const std::byte> bytes,
+    unsigned attributes,
+    Octree::NodePointColumns& out
+)
+{
+    const Rows rows{bytes, layout.bytesPerPoint};
+    const unsigned filled = attributes & layout.attributeMask();
+    const auto resize = [&](unsigned attribute, auto& array)
+    { array.resize((filled & attribute) != 0 ? rows.count() : 0); };
+
+    out.clear();
+    out.pointCount = rows.count();
+    resize(Octree::kPositionAttribute, out.positions);
+    resize(Octree::kColorAttribute, out.colors);
+    resize(Octree::kIntensityAttribute, out.intensities);
+    resize(Octree::kClassificationAttribute, out.classifications);
+    resize(Octree::kScanIndexAttribute, out.scanIndices);
+    resize(Octree::kNormalAttribute, out.normals);
+
+    if (Octree::hasPosition(filled))
+    {
+        decodePositions(rows, layout, conversion, out.positions);
+    }
+    if (Octree::hasColor(filled))
+    {
+        decodeColors(rows, *layout.rgb, conversion.wideColors, out.colors);
+    }
+    if (Octree::hasIntensity(filled))
+    {
+        decodeColumn(rows, *layout.intensity, out.intensities);
+    }
+    if (Octree::hasClassification(filled))
+    {
+        decodeColumn(rows, *layout.classification, out.classifications);
+    }
+    if (Octree::hasScanIndex(filled))
+    {
+        decodeColumn(rows, *layout.scanIndex, out.scanIndices);
+    }
+    if (Octree::hasNormal(filled))
+    {
+        for (std::size_t axis = 0; axis < 3; ++axis)
+        {
+            forEachValue<float>(
+                rows,
+                (*layout.normal)[axis],
+                [&](std::size_t i, float value) { out.normals[i][axis] = value; }
+            );
+        }
+    }
+}
+
+bool hasWideColors(const TileLayout& layout, std::span<const std::byte> bytes)
+{
+    bool wide = false;
+    if (layout.rgb)
+    {
+        for (const Dimension& channel : *layout.rgb)
+        {
+            forEachValue<std::uint16_t>(
+                Rows{bytes, layout.bytesPerPoint},
+                channel,
+                [&wide](std::size_t, std::uint16_t value) { wide |= value > 255U; }
+            );
+        }
+    }
+    return wide;
+}
+}  // namespace Entwine

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "math/Point.h"
+#include "octree/Export.h"
+#include "octree/NodePointData.h"
+#include "octree/entwine/TileLayout.h"
+
+#include <cstddef>
+#include <span>
+
+namespace Entwine
+{
+/// How values become coordinates and colours.
+struct TileConversion
+{
+    Math::Point<double, 3> origin;  ///< absolute, in data units
+    double unitScale = 1.0;         ///< scene units per data unit
+    bool wideColors = false;        ///< colour channels have 16 bits, otherwise 8
+};
+
+/// Turns the rows of a tile into arrays.
+///
+/// Positions are (value - origin) x unit scale. Values of the other attributes are rounded and cut to the
+/// range of their array; what is not a number becomes 0. Arrays not wanted or not in the data set become
+/// empty. Storage of `out` is reused.
+/// @param rows        a whole number of points: the size is a multiple of layout.bytesPerPoint
+/// @param attributes  Octree::AttributeMask bits
+/// @throws std::runtime_error  for coordinates that are not finite or beyond 1e30
+OCTREE_API void decodeTile(
+    const TileLayout& layout,
+    const TileConversion& conversion,
+    std::span<const std::byte> rows,
+    unsigned attributes,
+    Octree::NodePointColumns& out
+);
+
+/// True when a colour channel of a row exceeds 8 bits; false for a layout without colours.
+OCTREE_API bool hasWideColors(const TileLayout& layout, std::span<const std::byte> rows);
+}  // namespace Entwine
