@@ -85,7 +85,7 @@ Samples::SamplePoint pointAt(double x, double y, double z)
     point.x = 5000.0 + x;
     point.y = 7000.0 + y;
     point.z = 100.0 + z;
-    point.r = static_cast<std::uint16_t>(x) << 8U;
+    point.r = static_cast<std::uint16_t>(static_cast<unsigned>(x) << 8U);
     point.g = 0x2000;
     point.b = 0x3000;
     return point;
