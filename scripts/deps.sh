@@ -165,7 +165,7 @@ make_d3dcompiler() { # Wine's own compiler cannot compile our shaders
             install --no-install-recommends npm
     fi
     rm -rf "$folder" && mkdir -p "$folder" && cd "$folder"
-    npm pack --silent gl@8.1.6
+    npm pack --loglevel=error gl@8.1.6
     tar -xzf gl-8.1.6.tgz "$dll"
     echo "e994847e01a6f1e4cbdc5a864616ac262f67ee4f14db194984661a8d927ab7f4  $dll" | sha256sum -c -
     cp "$dll" "$wine/d3dcompiler_47.dll"
