@@ -19,11 +19,22 @@ struct SampleOptions
     std::string folder;
     std::uint64_t points = 1'000'000;
     std::uint64_t seed = 1;
+    std::string format = "octree";
     std::string encoding = "brotli";
     bool withPanorama = false;
 };
 
-void run(const SampleOptions& options)
+void writeTiles(const SampleOptions& options)
+{
+    Samples::SampleEptOptions sample;
+    sample.points = options.points;
+    sample.seed = options.seed;
+    sample.dataType =
+        options.format == "ept-binary" ? Samples::EptDataType::Binary : Samples::EptDataType::Zstandard;
+    Samples::writeSampleEpt(toPath(options.folder), sample);
+}
+
+void writeThreeFiles(const SampleOptions& options)
 {
     Samples::SampleDatasetOptions sample;
     sample.points = options.points;
@@ -31,6 +42,11 @@ void run(const SampleOptions& options)
     sample.encoding =
         options.encoding == "brotli" ? Samples::OctreeEncoding::Brotli : Samples::OctreeEncoding::Default;
     Samples::writeSampleDataset(toPath(options.folder), sample);
+}
+
+void run(const SampleOptions& options)
+{
+    (options.format == "octree" ? writeThreeFiles : writeTiles)(options);
     writeOutput(options.folder + "\n");
     if (options.withPanorama)
     {
@@ -51,7 +67,15 @@ void addSampleCommand(CLI::App& app)
         ->check(CLI::Range(std::uint64_t{1}, kMostPoints));
     verb->add_option("--seed", options->seed, "The same seed gives the same bytes (default: 1)");
     verb->add_option(
-            "--encoding", options->encoding, "brotli or default, the uncompressed one (default: brotli)"
+            "--format",
+            options->format,
+            "octree of three files, or Entwine Point Tiles: ept-binary, ept-zstandard (default: octree)"
+    )
+        ->check(CLI::IsMember({"octree", "ept-binary", "ept-zstandard"}));
+    verb->add_option(
+            "--encoding",
+            options->encoding,
+            "Of an octree: brotli or default, the uncompressed one (default: brotli)"
     )
         ->check(CLI::IsMember({"brotli", "default"}));
     verb->add_flag(
@@ -59,7 +83,8 @@ void addSampleCommand(CLI::App& app)
     );
     verb->footer(
         "Examples:\n  tarnel sample out/sample\n"
-        "  tarnel sample out/small --points 50000 --seed 7 --encoding default"
+        "  tarnel sample out/small --points 50000 --seed 7 --encoding default\n"
+        "  tarnel sample out/tiles --format ept-zstandard"
     );
     verb->callback([options] { run(*options); });
 }
