@@ -36,7 +36,7 @@ cbuffer cbPerFrame : register(b0)
     float width;   // of the viewport, pixels
     float height;
     float aspect;
-    float point_size;      // of a point at level 0, model units
+    float point_size;      // half the width of a splat at level 0, model units
     float root_node_size;  // side of the root's cube, model units
     float max_point_size;  // pixels
     int point_render_mode;

@@ -68,7 +68,7 @@ public:
 
     void setUniformColor(const Math::Color& color);
 
-    /// @param size  of a point at level 0, model units
+    /// @param size  half the width of a splat at level 0, model units
     void setPointSize(float size);
 
     /// @param size  largest side of the root's cube, model units

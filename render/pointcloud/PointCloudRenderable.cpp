@@ -21,6 +21,7 @@ namespace
 {
 constexpr float kPointSizeFactor = 5.1F;  // of the spacing: neighbouring splats overlap, so surfaces close
 constexpr unsigned long long kVertexCacheCapacity = 30'000'000;  // points
+constexpr unsigned long long kQueryCacheCapacity = 2'000'000;    // points
 constexpr unsigned long long kExpectedCacheEntries = 4000;       // nodes
 constexpr std::uint64_t kDeepestHistogramLevel = 4;              // the coarse points represent the rest
 
@@ -96,6 +97,9 @@ PointCloudRenderable::PointCloudRenderable(
       mOctree(std::move(octree)),
       mVertexCache(createOrGetSharedCache(
           mOctree->location(), mOctree->unitScale(), kVertexCacheCapacity, kExpectedCacheEntries
+      )),
+      mQueryCache(PointCloudQuery::createOrGetSharedCache(
+          mOctree->location(), mOctree->unitScale(), kQueryCacheCapacity, kExpectedCacheEntries
       )),
       mMaxPointCount(maxPointCount),
       mPointSize(defaultPointSize()),
@@ -317,11 +321,6 @@ void PointCloudRenderable::setPointSize(float pointSize)
     setNeedsRedraw(true);
 }
 
-float PointCloudRenderable::pointSize() const noexcept
-{
-    return mPointSize;
-}
-
 void PointCloudRenderable::setMaxPointSize(float maxPointSize)
 {
     if (maxPointSize == mMaxPointSize)
@@ -334,11 +333,6 @@ void PointCloudRenderable::setMaxPointSize(float maxPointSize)
         mLoDPointCloud->setMaxPointSize(maxPointSize);
         setNeedsRedraw(true);
     }
-}
-
-float PointCloudRenderable::maxPointSize() const noexcept
-{
-    return mMaxPointSize;
 }
 
 void PointCloudRenderable::setTomographicContrast(float contrast)
@@ -355,11 +349,6 @@ void PointCloudRenderable::setTomographicContrast(float contrast)
     setNeedsRedraw(true);
 }
 
-float PointCloudRenderable::tomographicContrast() const noexcept
-{
-    return mTomographicContrast;
-}
-
 void PointCloudRenderable::setUniformColor(const Math::Color& color)
 {
     mUniformColor = color;
@@ -368,11 +357,6 @@ void PointCloudRenderable::setUniformColor(const Math::Color& color)
         mLoDPointCloud->setUniformColor(color);
     }
     setNeedsRedraw(true);
-}
-
-Math::Color PointCloudRenderable::uniformColor() const noexcept
-{
-    return mUniformColor;
 }
 
 void PointCloudRenderable::setShowBoundingBoxes(bool show)
@@ -387,11 +371,6 @@ void PointCloudRenderable::setShowBoundingBoxes(bool show)
         mLoDPointCloud->setShowBoundingBoxes(show);
     }
     setNeedsRedraw(true);
-}
-
-bool PointCloudRenderable::showBoundingBoxes() const noexcept
-{
-    return mShowBoundingBoxes;
 }
 
 void PointCloudRenderable::setOctreeNodePriorityThreshold(float threshold)
@@ -456,11 +435,6 @@ void PointCloudRenderable::setRestartLoadingAfterCameraChange(bool restart) noex
     mRestartLoadingAfterCameraChange = restart;
 }
 
-bool PointCloudRenderable::restartLoadingAfterCameraChange() const noexcept
-{
-    return mRestartLoadingAfterCameraChange;
-}
-
 void PointCloudRenderable::setUnitScale(double unitScale)
 {
     if (unitScale == mOctree->unitScale())
@@ -475,6 +449,9 @@ void PointCloudRenderable::setUnitScale(double unitScale)
     // Other renderables of the old scale go on using the old cache.
     mVertexCache =
         createOrGetSharedCache(mOctree->location(), unitScale, kVertexCacheCapacity, kExpectedCacheEntries);
+    mQueryCache = PointCloudQuery::createOrGetSharedCache(
+        mOctree->location(), unitScale, kQueryCacheCapacity, kExpectedCacheEntries
+    );
     setPointSize(defaultPointSize());
     if (mLoDPointCloud)
     {
@@ -532,11 +509,6 @@ void PointCloudRenderable::startAsyncReload(void (*onProgress)(), std::size_t ma
 void PointCloudRenderable::stopAsyncReload()
 {
     mAsyncReload.reset();
-}
-
-bool PointCloudRenderable::isAsyncReloadActive() const noexcept
-{
-    return mAsyncReload != nullptr;
 }
 
 bool PointCloudRenderable::isAsyncReloadHealthy(bool rethrow) const
@@ -628,9 +600,11 @@ std::uint64_t PointCloudRenderable::numResidentPoints() const
     return mLoDPointCloud ? mLoDPointCloud->prioritizer().totalUsedPointCount() : 0;
 }
 
-const Math::Frustum<float>& PointCloudRenderable::frustumModelCs() const noexcept
+PointCloudQuery PointCloudRenderable::createPointCloudQuery(
+    IFilter* filter, std::size_t maxLevel, float minimumSpacing, std::chrono::nanoseconds timeout
+)
 {
-    return mFrustumModelCs;
+    return PointCloudQuery(mOctree, mQueryCache, worldMatrix(), filter, maxLevel, minimumSpacing, timeout);
 }
 
 void PointCloudRenderable::updateFrustums()

@@ -15,10 +15,12 @@
 #include "render/gpu/VertexContainer.h"
 #include "render/pointcloud/NodePriority.h"
 #include "render/pointcloud/NodeRankingParameters.h"
+#include "render/pointcloud/PointCloudQuery.h"
 #include "render/pointcloud/selectNodes.h"
 #include "render/scene/Renderable.h"
 
 #include <atomic>
+#include <chrono>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -159,25 +161,31 @@ public:
     /// The point size that suits the data set, model units.
     float defaultPointSize() const;
 
-    /// Size of a point of the root level; on each level below it halves. Model units.
+    /// Half the width of a point's splat where only the root is drawn; it halves with each level that is
+    /// drawn below. Model units.
     void setPointSize(float pointSize);
-    float pointSize() const noexcept;
+
+    float pointSize() const noexcept { return mPointSize; }
 
     /// Upper bound of a point's size on screen, pixels.
     void setMaxPointSize(float maxPointSize);
-    float maxPointSize() const noexcept;
+
+    float maxPointSize() const noexcept { return mMaxPointSize; }
 
     /// How much a single point covers in the tomographic modes, 0 to 1.
     void setTomographicContrast(float contrast);
-    float tomographicContrast() const noexcept;
+
+    float tomographicContrast() const noexcept { return mTomographicContrast; }
 
     /// The colour of RenderMode::UniformColor; at first one that the data set's location decides.
     void setUniformColor(const Math::Color& color);
-    Math::Color uniformColor() const noexcept;
+
+    Math::Color uniformColor() const noexcept { return mUniformColor; }
 
     /// Whether the cubes of the drawn nodes are shown.
     void setShowBoundingBoxes(bool show);
-    bool showBoundingBoxes() const noexcept;
+
+    bool showBoundingBoxes() const noexcept { return mShowBoundingBoxes; }
 
     /// Size on screen, in pixels, below which nodes are not loaded. Setting it drops what is loaded and
     /// loads again, also when the value is the same.
@@ -197,7 +205,8 @@ public:
 
     /// Whether a change of the view matrix starts the loading again; that of the projection always does.
     void setRestartLoadingAfterCameraChange(bool restart) noexcept;
-    bool restartLoadingAfterCameraChange() const noexcept;
+
+    bool restartLoadingAfterCameraChange() const noexcept { return mRestartLoadingAfterCameraChange; }
 
     /// Changes the scale of the model coordinates. Waits for the loader's current node, drops what is
     /// loaded, resets the point size, and loads again.
@@ -233,7 +242,8 @@ public:
 
     /// Stops the loader and waits for it; what has been published stays.
     void stopAsyncReload();
-    bool isAsyncReloadActive() const noexcept;
+
+    bool isAsyncReloadActive() const noexcept { return mAsyncReload != nullptr; }
 
     /// False while the last run of the loader has failed; it is then tried again every 2 seconds.
     /// @param rethrow  throws the failure instead of returning false
@@ -273,8 +283,20 @@ public:
     /// is fetched.
     std::uint64_t numResidentPoints() const;
 
+    /// A query of this cloud's points as they lie in the world now; it may be used on another thread, also
+    /// while the cloud is loading. Useless after setUnitScale().
+    /// @param filter          the region in world coordinates, such as one of render/pointcloud/filters; the
+    ///                        query owns it
+    /// @param maxLevel        deepest level to visit
+    /// @param minimumSpacing  levels with this point spacing or less are left out, world units
+    /// @param timeout         from now; the largest duration means none
+    /// @throws std::invalid_argument  without a filter
+    PointCloudQuery createPointCloudQuery(
+        IFilter* filter, std::size_t maxLevel, float minimumSpacing, std::chrono::nanoseconds timeout
+    );
+
     /// The camera's frustum in model coordinates.
-    const Math::Frustum<float>& frustumModelCs() const noexcept;
+    const Math::Frustum<float>& frustumModelCs() const noexcept { return mFrustumModelCs; }
 
 private:
     class ReloadPause;
@@ -296,6 +318,7 @@ private:
     std::shared_ptr<LoDPointCloud> mLoDPointCloud;  // present while initialised
     std::shared_ptr<Camera> mCamera;
     std::shared_ptr<VertexCache> mVertexCache;
+    std::shared_ptr<PointCloudQuery::PointCache> mQueryCache;
     std::vector<Math::HalfSpace<float, 3>> mClippingVolume;  // world coordinates
     std::size_t mMaxPointCount;
     Math::Frustum<float> mFrustumModelCs;

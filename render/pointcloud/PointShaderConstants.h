@@ -43,7 +43,7 @@ struct PerFrameConstants
     float width = 640.0F;  ///< of the viewport, pixels
     float height = 480.0F;
     float aspect = 4.0F / 3.0F;
-    float point_size = 1.0F;      ///< of a point at level 0, model units
+    float point_size = 1.0F;      ///< half the width of a splat at level 0, model units
     float root_node_size = 0.0F;  ///< side of the root's cube, model units
     float max_point_size = 5.0F;  ///< pixels
     std::int32_t point_render_mode = 0;

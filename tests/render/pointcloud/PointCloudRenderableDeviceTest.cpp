@@ -233,7 +233,7 @@ TEST_F(PointCloudRenderableDeviceTest, AFailedInitLeavesTheCloudUninitialised)
 
 TEST_F(PointCloudRenderableDeviceTest, SettingsMadeBeforeInitReachThePicture)
 {
-    mCloud->setPointSize(0.5f);
+    mCloud->setPointSize(0.25f);
     mCloud->setUniformColor(Math::Color(255, 0, 255, 255));
     mCloud->setMatrix(Eigen::Affine3f(Eigen::Translation3f(0, 2, 0)).matrix());
     mCloud->setClippingVolume({HalfSpace(1, 0, 0, -4)});
@@ -282,10 +282,10 @@ TEST_F(PointCloudRenderableDeviceTest, PointSizesReachThePicture)
 {
     const auto renderer = shown(mCloud);
     load(*mCloud);
-    mCloud->setPointSize(0.5f);  // 4 of 96 pixels
+    mCloud->setPointSize(0.25f);  // half a unit wide: 4 pixels
     EXPECT_NEAR(static_cast<double>(countOf(picture(*renderer), kRed)), 12.0, 4.0);
 
-    mCloud->setPointSize(1.0f);
+    mCloud->setPointSize(0.5f);
     EXPECT_NEAR(static_cast<double>(countOf(picture(*renderer), kRed)), 52.0, 6.0);
 
     mCloud->setMaxPointSize(1.0f);

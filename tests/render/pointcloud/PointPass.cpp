@@ -36,6 +36,20 @@ Render::VertexContainer::Vertex pointAt(float x, float y, float z, const Math::C
     return {Math::Point<float, 3>(x, y, z), color, 0, 0, 0};
 }
 
+Render::NodeRecord record(std::uint64_t index, std::uint64_t level, const Math::Point<float, 3>& boxMin)
+{
+    Render::NodeRecord result;
+    result.index = index;
+    result.level = level;
+    result.boxMin = boxMin;
+    return result;
+}
+
+PassPicture PointPassFixture::picture(Render::LoDPointCloud& cloud) const
+{
+    return drawn([&cloud] { cloud.render(); });
+}
+
 PassPicture PointPassFixture::drawn(const std::function<void()>& draw) const
 {
     Render::RenderPass pass(device(), kSize, kSize);

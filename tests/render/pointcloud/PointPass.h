@@ -28,6 +28,9 @@ std::size_t countOf(const TexelGrid<Math::Color>& grid, const Math::Color& color
 /// A point of the given colour and position; intensity, class and scan index are 0.
 Render::VertexContainer::Vertex pointAt(float x, float y, float z, const Math::Color& color);
 
+/// A node without points.
+Render::NodeRecord record(std::uint64_t index, std::uint64_t level, const Math::Point<float, 3>& boxMin);
+
 /// Base of the tests that draw into the targets of the renderer's scene pass, 64 x 64 texels, all cleared to
 /// zero, the depth to 1, and look at each texel. Draws nearer than what is there pass; no face is culled.
 class PointPassFixture : public DeviceFixture
@@ -37,6 +40,13 @@ protected:
 
     /// Runs `draw` with the targets bound.
     PassPicture drawn(const std::function<void()>& draw) const;
+
+    PassPicture picture(Render::LoDPointCloud& cloud) const;
+
+    /// Clip coordinates of the border before column or row i.
+    static float clipX(float column) { return column * 2.0f / static_cast<float>(kSize) - 1.0f; }
+
+    static float clipY(float row) { return -clipX(row); }
 
     /// A cloud over the whole target with identity matrices, so that model coordinates are those of clip
     /// space: x and y from -1 to 1, z from 0 to 1. One texel is 2 / 64 wide. Splats may be of any size, and
