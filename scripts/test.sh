@@ -27,7 +27,8 @@ tests() {
     shift 2
     step "$name" "$text" ctest --no-tests=error "$@" || failed+=("$name")
     local line
-    line=$(grep -E 'tests? (passed|failed)' "$tarnelLogs/$name.log" | tail -n 1)
+    line=$(grep -E ' tests? failed out of ' "$tarnelLogs/$name.log" | tail -n 1)
+    [ -n "$line" ] || failedChecks=$((failedChecks + 1))
     summaries+=("$name: ${line:-no tests ran}")
 }
 
