@@ -104,6 +104,7 @@ PointCloudQuery::PointCloudQuery(
     }
     mOctree = required(std::move(octree), "PointCloudQuery: octree must not be empty");
     mCache = required(std::move(cache), "PointCloudQuery: cache must not be empty");
+    mUnitScale = mOctree->unitScale();
     setWorldMatrix(worldMatrix);
     enqueueIfWanted(mOctree->root(), BoxTestResult::Border);
     mDeadline = deadlineAfter(timeout);
@@ -220,7 +221,15 @@ void PointCloudQuery::fetchCurrentNode()
 {
     constexpr const char* kFailure = "Querying node data failed";
     const auto load = [this](Octree::NodePointData& loaded, std::stop_token stopToken)
-    { return mOctree->readNodePointData(mCurrentNode.id, loaded, std::move(stopToken)); };
+    {
+        const bool isRead = mOctree->readNodePointData(mCurrentNode.id, loaded, std::move(stopToken));
+        if (mOctree->unitScale() != mUnitScale)
+        {
+            // the cache belongs to the old scale, also for others
+            throw std::runtime_error("the unit scale of the octree was changed during the query");
+        }
+        return isRead;
+    };
     bool isFetched = false;
     try
     {

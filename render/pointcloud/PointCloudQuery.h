@@ -111,6 +111,7 @@ private:
 
     std::shared_ptr<Octree::Octree> mOctree;
     std::shared_ptr<PointCache> mCache;
+    double mUnitScale = 1.0;  // of the cached points
     std::deque<Node> mQueue;
     Node mCurrentNode;
     Octree::NodePointData mCurrentPoints;
