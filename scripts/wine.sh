@@ -29,9 +29,4 @@ export DXVK_LOG_LEVEL=${DXVK_LOG_LEVEL:-none}
 if [ -n "${DISPLAY:-}" ]; then
     exec /usr/lib/wine/wine64 "$@"
 fi
-# Both end with this script, even when it is killed by a test's time limit.
-exec {ready}< <(exec setpriv --pdeathsig KILL Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp 2>/dev/null)
-display=$!
-trap 'kill $display 2>/dev/null' EXIT
-read -r number <&"$ready" || { echo "wine.sh: Xvfb did not start" >&2; exit 1; }
-DISPLAY=:$number setpriv --pdeathsig KILL /usr/lib/wine/wine64 "$@"
+exec "$root/scripts/with-wine-session.sh" /usr/lib/wine/wine64 "$@"

@@ -8,7 +8,7 @@ if [ $# -eq 0 ] || [ ! -f "$idle" ]; then
     exit 2
 fi
 
-# setpriv: neither outlives this script, even when it is killed.
+# setpriv: nothing outlives this script, even when a time limit kills it.
 exec {display}< <(exec setpriv --pdeathsig KILL Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp 2>/dev/null)
 displayPid=$!
 idlePid=
@@ -19,4 +19,4 @@ export DISPLAY=:$number
 exec {wine}< <(exec setpriv --pdeathsig KILL "$root/scripts/wine.sh" "$idle" </dev/null 2>/dev/null)
 idlePid=$!
 read -r ready <&"$wine" || { echo "with-wine-session.sh: Wine did not start" >&2; exit 1; }
-"$@"
+setpriv --pdeathsig KILL "$@"
