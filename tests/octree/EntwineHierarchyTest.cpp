@@ -69,7 +69,7 @@ TEST(EntwineHierarchyFile, CountsAndChildrenAreThoseListedInAnyOrder)
     EXPECT_EQ(file.count({}), 5);
     EXPECT_EQ(file.count(node("r7")), 3);
     EXPECT_EQ(file.count(node("r77")), 4);
-    EXPECT_EQ(file.count(node("r1")), HierarchyFile::kElsewhere);
+    EXPECT_EQ(file.count(node("r1")), std::int64_t{HierarchyFile::kElsewhere});
     EXPECT_EQ(file.count(node("r2")), 0);
     EXPECT_EQ(file.count(node("r0")), std::nullopt);
     EXPECT_EQ(file.childMask({}), 0b10000110U);
