@@ -4,6 +4,11 @@
 
 namespace Cli
 {
+namespace
+{
+constexpr const char* kPoints = "Point clouds";
+}  // namespace
+
 void addCameraOptions(CLI::App& verb, SceneOptions& options)
 {
     const std::string group = "Camera (absolute coordinates; fitted to the scene where not given)";
@@ -57,30 +62,34 @@ void addLookOptions(CLI::App& verb, SceneOptions& options)
         ->group(color);
     verb.add_option("--uniform-color", options.uniformColor, "Colour of mode UniformColor")->group(color);
 
-    const std::string points = "Point clouds";
-    verb.add_option("--budget", options.budget, "Most points of all clouds together (default: 5000000)")
-        ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{200'000'000}))
-        ->group(points);
     verb.add_option("--threshold", options.threshold, "Smallest node to draw, in pixels (default: 15)")
         ->check(CLI::NonNegativeNumber)
-        ->group(points);
-    verb.add_option("--min-level", options.minLevel, "Levels below this one are always kept")->group(points);
-    verb.add_option("--max-level", options.maxLevel, "Deepest level to draw")->group(points);
+        ->group(kPoints);
+    addCloudOptions(verb, options);
+}
+
+void addCloudOptions(CLI::App& verb, SceneOptions& options)
+{
+    verb.add_option("--budget", options.budget, "Most points of all clouds together (default: 5000000)")
+        ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{200'000'000}))
+        ->group(kPoints);
+    verb.add_option("--min-level", options.minLevel, "Levels below this one are always kept")->group(kPoints);
+    verb.add_option("--max-level", options.maxLevel, "Deepest level to draw")->group(kPoints);
     verb.add_option(
             "--point-size",
             options.pointSize,
             "Point size at level 0 in data units (default: from the spacing)"
     )
         ->check(CLI::PositiveNumber)
-        ->group(points);
+        ->group(kPoints);
     verb.add_option("--max-point-size", options.maxPointSize, "Largest point in pixels (default: 5)")
         ->check(CLI::PositiveNumber)
-        ->group(points);
+        ->group(kPoints);
     verb.add_option(
             "--clip", options.clipPlanes, "Keep what satisfies a x + b y + c z + d >= 0: a,b,c,d; repeatable"
     )
         ->allow_extra_args(false)
-        ->group(points);
-    verb.add_flag("--boxes", options.showBoxes, "Draw the boxes of the octree nodes")->group(points);
+        ->group(kPoints);
+    verb.add_flag("--boxes", options.showBoxes, "Draw the boxes of the octree nodes")->group(kPoints);
 }
 }  // namespace Cli

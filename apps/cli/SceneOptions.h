@@ -51,4 +51,8 @@ void addCameraOptions(CLI::App& verb, SceneOptions& options);
 
 /// Adds the options of point clouds and colours to a verb.
 void addLookOptions(CLI::App& verb, SceneOptions& options);
+
+/// Adds those options of point clouds that decide which points are there and how large, part of the look: for
+/// verbs that make no picture and use "--threshold" for something else.
+void addCloudOptions(CLI::App& verb, SceneOptions& options);
 }  // namespace Cli

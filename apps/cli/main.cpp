@@ -32,6 +32,9 @@ int run()
     Cli::addDumpCommand(app);
     Cli::addThumbnailCommand(app);
     Cli::addRenderCommand(app);
+    Cli::addPickCommand(app);
+    Cli::addExportVisibleCommand(app);
+    Cli::addQueryCommand(app);
 
     const std::vector<std::string> arguments = Cli::commandLineArguments();
     try
@@ -46,6 +49,10 @@ int run()
     catch (const CLI::Success& request)  // --help
     {
         return app.exit(request);
+    }
+    catch (const CLI::RuntimeError& result)  // a verb has said what it means
+    {
+        return result.get_exit_code();
     }
     catch (const CLI::ParseError& error)
     {

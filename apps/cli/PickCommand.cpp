@@ -1,0 +1,213 @@
+#include "apps/cli/Commands.h"
+#include "apps/cli/Console.h"
+#include "apps/cli/SceneSession.h"
+#include "apps/cli/formatNumber.h"
+#include "apps/cli/parseValue.h"
+#include <math/NPlane.h>
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Cli
+{
+namespace
+{
+constexpr int kExitNothing = 3;
+constexpr std::uint64_t kPlaneTolerance = 10;  // pixels: a square of some hundred points
+constexpr double kLargestPixel = 1e9;
+
+struct PickOptions
+{
+    std::string pixel;
+    std::optional<std::uint64_t> tolerance;
+    bool wantsPlane = false;
+    std::string threshold;
+    bool isJson = false;
+    SceneOptions scene;
+};
+
+struct Pixel
+{
+    std::uint64_t x;
+    std::uint64_t y;
+};
+
+Pixel parsePixel(const std::string& text)
+{
+    const std::vector<double> numbers = parseNumbers("--pixel", text, 2);
+    for (const double number : numbers)
+    {
+        if (number < 0.0 || number > kLargestPixel || number != std::floor(number))
+        {
+            throw CLI::ValidationError("--pixel", "'" + text + "' is not two whole numbers of 0 or more");
+        }
+    }
+    return {static_cast<std::uint64_t>(numbers[0]), static_cast<std::uint64_t>(numbers[1])};
+}
+
+double parseThreshold(const std::string& text)
+{
+    const double threshold = parseNumbers("--threshold", text, 1)[0];
+    if (threshold < 0.0)
+    {
+        throw CLI::ValidationError("--threshold", "'" + text + "' is below 0");
+    }
+    return threshold;
+}
+
+/// What was picked, in absolute coordinates.
+struct Hit
+{
+    Math::Point<double, 3> point;
+    double distance = 0.0;  ///< from the eye to the point
+    std::optional<Math::NPlane<double, 3>> plane;
+};
+
+Math::NPlane<double, 3> toAbsolute(const Math::NPlane<float, 3>& plane, const Math::Point<double, 3>& origin)
+{
+    const double a = plane.a;
+    const double b = plane.b;
+    const double c = plane.c;
+    return {a, b, c, plane.d - (a * origin.x + b * origin.y + c * origin.z)};
+}
+
+std::optional<Hit> pick(const PickOptions& options)
+{
+    const Pixel pixel = parsePixel(options.pixel);
+    const double threshold = options.wantsPlane ? parseThreshold(options.threshold) : 0.0;
+    SceneSession session(options.scene);
+    session.load();
+    Render::Renderer& renderer = session.renderer();
+    renderer.render();
+
+    Math::Point<float, 3> point;
+    Math::NPlane<float, 3> plane;
+    bool isHit = false;
+    if (options.wantsPlane)
+    {
+        const std::uint64_t tolerance = options.tolerance.value_or(kPlaneTolerance);
+        isHit = renderer.pickPlane(pixel.x, pixel.y, tolerance, plane, point, threshold);
+    }
+    else if (options.tolerance.value_or(0) > 0)
+    {
+        isHit = renderer.pickClosestPointWithTolerance(pixel.x, pixel.y, *options.tolerance, point);
+    }
+    else
+    {
+        isHit = renderer.pickPoint(pixel.x, pixel.y, point);
+    }
+    if (!isHit)
+    {
+        return std::nullopt;
+    }
+
+    const Math::Point<double, 3>& origin = session.origin();
+    const Math::Point<float, 3> eye = renderer.eye();
+    Hit hit;
+    hit.point = {point.x + origin.x, point.y + origin.y, point.z + origin.z};
+    hit.distance = std::hypot(double{point.x} - eye.x, double{point.y} - eye.y, double{point.z} - eye.z);
+    if (options.wantsPlane)
+    {
+        hit.plane = toAbsolute(plane, origin);
+    }
+    return hit;
+}
+
+void printForPeople(const Hit& hit)
+{
+    std::string text = "point    ";
+    for (std::size_t axis = 0; axis < 3; ++axis)
+    {
+        text += " " + formatNumber(hit.point[axis]);
+    }
+    if (hit.plane)
+    {
+        text += "\nplane    ";
+        for (const double coefficient : {hit.plane->a, hit.plane->b, hit.plane->c, hit.plane->d})
+        {
+            text += " " + formatNumber(coefficient);
+        }
+    }
+    writeOutput(text + "\ndistance  " + formatNumber(hit.distance) + "\n");
+}
+
+void printJson(const std::optional<Hit>& hit)
+{
+    nlohmann::ordered_json json;
+    json["hit"] = hit.has_value();
+    if (hit)
+    {
+        json["point"] = {hit->point.x, hit->point.y, hit->point.z};
+        if (hit->plane)
+        {
+            json["plane"] = {hit->plane->a, hit->plane->b, hit->plane->c, hit->plane->d};
+        }
+        json["distance"] = hit->distance;
+    }
+    writeOutput(json.dump(2) + "\n");
+}
+
+void run(const PickOptions& options)
+{
+    const std::optional<Hit> hit = pick(options);
+    if (options.isJson)
+    {
+        printJson(hit);
+    }
+    else if (hit)
+    {
+        printForPeople(*hit);
+    }
+    else
+    {
+        writeOutput("nothing there\n");
+    }
+    flushOutput();
+    if (!hit)
+    {
+        throw CLI::RuntimeError(kExitNothing);
+    }
+}
+}  // namespace
+
+void addPickCommand(CLI::App& app)
+{
+    CLI::App* const verb = app.add_subcommand("pick", "Tells which point or plane a pixel shows");
+    const auto options = std::make_shared<PickOptions>();
+    verb->add_option("DATASET", options->scene.clouds, "Folders of the point clouds")->required();
+    verb->add_option("--pixel", options->pixel, "Column and row from the upper left: x,y")->required();
+    verb->add_option(
+            "--tolerance",
+            options->tolerance,
+            "Search the square of so many pixels to each side and take the point nearest to the eye\n"
+            "(default: 0, the pixel itself; 10 with --plane)"
+    )
+        ->check(CLI::Range(std::uint64_t{0}, std::uint64_t{1'000'000}));
+    CLI::Option* const plane = verb->add_flag(
+        "--plane", options->wantsPlane, "Fit a plane to the square's points and tell where the pixel meets it"
+    );
+    CLI::Option* const threshold = verb->add_option(
+        "--threshold", options->threshold, "Points farther from the plane do not count, in data units"
+    );
+    plane->needs(threshold);
+    threshold->needs(plane);
+    verb->add_flag("--json", options->isJson, "Print JSON");
+    addCameraOptions(*verb, options->scene);
+    addCloudOptions(*verb, options->scene);
+    verb->footer(
+        "Coordinates are absolute; a plane is a, b, c, d with a x + b y + c z + d = 0 and its normal towards "
+        "the eye.\n"
+        "Exit code 3 when nothing is there.\n"
+        "Examples:\n"
+        "  tarnel pick out/sample --pixel 640,360\n"
+        "  tarnel pick out/sample --pixel 640,360 --plane --threshold 0.05 --json"
+    );
+    verb->callback([options] { run(*options); });
+}
+}  // namespace Cli
