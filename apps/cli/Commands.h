@@ -5,8 +5,8 @@
 namespace Cli
 {
 /// Each adds one verb with its options, help and action to the program. The action runs while the command
-/// line is parsed; a bad value ends in CLI::ParseError, a failure of the work in std::exception. A result that
-/// has an exit code of its own has been printed and ends in CLI::RuntimeError with that code.
+/// line is parsed; a bad value ends in CLI::ParseError, a failure of the work in std::exception. A result
+/// that has an exit code of its own has been printed and ends in CLI::RuntimeError with that code.
 void addSampleCommand(CLI::App& app);
 void addPanoTileCommand(CLI::App& app);
 void addInfoCommand(CLI::App& app);
