@@ -5,6 +5,12 @@ set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
+# GCC's caller may count on the registers that the body it saw of an inline function leaves alone. On Windows the linker
+# may keep another object's body of that function, one built with other flags, which leaves others alone: seen to
+# break a program whose tests and libraries were optimized differently.
+set(CMAKE_C_FLAGS_INIT -fno-ipa-ra)
+set(CMAKE_CXX_FLAGS_INIT -fno-ipa-ra)
+
 # Where scripts/deps.sh puts the libraries that are built for Windows.
 if(NOT DEFINED TARNEL_DEPS_PREFIX)
     if(DEFINED ENV{TARNEL_DEPS_PREFIX})

@@ -27,6 +27,8 @@ endif()
 if(MINGW)
     # Tests instantiate more templates than the plain object format has sections for.
     target_compile_options(tarnel_build_options INTERFACE -Wa,-mbig-obj)
+    # See MingwToolchain.cmake; here for builds that do not use it.
+    target_compile_options(tarnel_build_options INTERFACE -fno-ipa-ra)
 endif()
 
 if(TARNEL_SANITIZE)

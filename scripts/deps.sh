@@ -14,6 +14,7 @@ prefix=$deps/windows
 sources=$deps/sources
 wine=$deps/wine
 stamps=$deps/stamps
+toolchain=$tarnelRoot/cmake/MingwToolchain.cmake
 mkdir -p "$prefix/lib" "$prefix/include" "$sources" "$wine" "$stamps"
 
 # --- how parts are made once -----------------------------------------------------------------------------------
@@ -31,7 +32,7 @@ part() {
 }
 
 # A subshell of its own, so that an error in the middle of a recipe ends it.
-runPart() { bash -euo pipefail -c "$(declare -f); $(declare -p tarnelRoot tarnelBuild tarnelJobs deps prefix sources wine); make_$1"; }
+runPart() { bash -euo pipefail -c "$(declare -f); $(declare -p tarnelRoot tarnelBuild tarnelJobs deps prefix sources wine toolchain); make_$1"; }
 
 # --- Debian's archive, with lists and caches of our own --------------------------------------------------------
 
@@ -75,8 +76,9 @@ unpackedSource() {
 crossConfigure() {
     local name=$1 source=$2
     shift 2
+    rm -rf "$sources/$name/build" # its flags would be those of its first configuration
     cmake -G Ninja -S "$source" -B "$sources/$name/build" -DCMAKE_BUILD_TYPE=Release \
-        -DCMAKE_TOOLCHAIN_FILE="$tarnelRoot/cmake/MingwToolchain.cmake" -DTARNEL_DEPS_PREFIX="$prefix" \
+        -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DTARNEL_DEPS_PREFIX="$prefix" \
         -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR=lib -DBUILD_SHARED_LIBS=OFF "$@"
 }
 
@@ -195,12 +197,12 @@ make_wineprefix() {
 
 part headers "linking the libraries that are only headers"
 part lists "reading the lists of Debian's archive"
-part brotli "building brotli for Windows"
+part brotli "building brotli for Windows" "$toolchain"
 part spng "building libspng for Windows"
-part zstd "building zstd for Windows"
-part jpeg "building libjpeg-turbo for Windows"
-part googletest "building GoogleTest for Windows"
-part benchmark "building Google Benchmark for Windows"
+part zstd "building zstd for Windows" "$toolchain"
+part jpeg "building libjpeg-turbo for Windows" "$toolchain"
+part googletest "building GoogleTest for Windows" "$toolchain"
+part benchmark "building Google Benchmark for Windows" "$toolchain"
 part dxvk "fetching DXVK"
 part d3dcompiler "fetching the Direct3D shader compiler"
 part idle "building the program that keeps Wine running" "$tarnelRoot/tests/support/idle.cpp"
