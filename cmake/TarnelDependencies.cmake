@@ -2,7 +2,8 @@
 #
 #   Eigen3::Eigen (also tarnel::eigen)   public in our headers
 #   tarnel::json  tarnel::cli11  tarnel::tinyobj   headers only
-#   tarnel::brotlidec  tarnel::brotlienc  tarnel::spng  tarnel::zlib  tarnel::zstd  tarnel::jpeg
+#   tarnel::brotlidec  tarnel::brotlienc  tarnel::spng  tarnel::zlib  tarnel::zstd  tarnel::laszip
+#   tarnel::jpeg
 #   tarnel::direct3d                     Windows only
 #   GTest::gtest  GTest::gmock  benchmark::benchmark   for tests and benchmark programs
 
@@ -25,6 +26,11 @@ function(tarnel_dependency name)
     target_compile_definitions(tarnel::${name} INTERFACE ${ARG_DEFINITIONS})
 endfunction()
 
+# Where scripts/deps.sh puts what this host has no package of; the cross build has its own prefix.
+if(NOT CMAKE_CROSSCOMPILING AND EXISTS ${PROJECT_SOURCE_DIR}/build/deps/native)
+    list(APPEND CMAKE_PREFIX_PATH ${PROJECT_SOURCE_DIR}/build/deps/native)
+endif()
+
 find_package(Eigen3 3.4 CONFIG REQUIRED)
 add_library(tarnel::eigen ALIAS Eigen3::Eigen)
 find_package(Threads REQUIRED)
@@ -42,6 +48,7 @@ tarnel_dependency(
 tarnel_dependency(zlib HEADER zlib.h LIBRARIES "z|zlib|zlibstatic")
 tarnel_dependency(spng HEADER spng.h LIBRARIES "spng|spng_static" LINKS tarnel::zlib)
 tarnel_dependency(zstd HEADER zstd.h LIBRARIES "zstd|zstd_static")
+tarnel_dependency(laszip HEADER laszip/lasreadpoint.hpp LIBRARIES "laszip")
 tarnel_dependency(jpeg HEADER jpeglib.h LIBRARIES "jpeg|jpeg-static")
 if(WIN32)
     # Windows programs link the static libraries.

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Makes what the Windows build and its test runs need and Debian has no package for, below build/deps:
+# Makes what the builds and the test runs need and Debian has no package for, below build/deps:
 #
 #   windows/   prefix of the third-party libraries, built for Windows from Debian's source packages, and links to
 #              those libraries that are only headers
+#   native/    prefix of the one library that this Debian has no package of for this host either
 #   wine/      DXVK (Direct3D 11 on Vulkan), the Direct3D shader compiler, a program that keeps Wine running
 #
 # and the Wine prefix build/wineprefix. Finished parts are skipped; a part is made again when its recipe changes.
@@ -11,11 +12,12 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 deps=$tarnelBuild/deps
 prefix=$deps/windows
+native=$deps/native
 sources=$deps/sources
 wine=$deps/wine
 stamps=$deps/stamps
 toolchain=$tarnelRoot/cmake/MingwToolchain.cmake
-mkdir -p "$prefix/lib" "$prefix/include" "$sources" "$wine" "$stamps"
+mkdir -p "$prefix/lib" "$prefix/include" "$native" "$sources" "$wine" "$stamps"
 
 # --- how parts are made once -----------------------------------------------------------------------------------
 
@@ -32,7 +34,7 @@ part() {
 }
 
 # A subshell of its own, so that an error in the middle of a recipe ends it.
-runPart() { bash -euo pipefail -c "$(declare -f); $(declare -p tarnelRoot tarnelBuild tarnelJobs deps prefix sources wine toolchain); make_$1"; }
+runPart() { bash -euo pipefail -c "$(declare -f); $(declare -p tarnelRoot tarnelBuild tarnelJobs deps prefix native sources wine toolchain); make_$1"; }
 
 # --- Debian's archive, with lists and caches of our own --------------------------------------------------------
 
@@ -53,6 +55,7 @@ archive() {
 
 make_lists() {
     apt-get $(archive "$(suite)" deb-src) update
+    apt-get $(archive trixie deb-src) update
     apt-get $(archive trixie deb) update
 }
 
@@ -65,6 +68,19 @@ unpackedSource() {
         rm -rf "$folder" && mkdir -p "$folder/package"
         (cd "$folder/package" && apt-get $(archive "$(suite)" deb-src) -q source --download-only "$1") >&2
         dpkg-source --no-check -x "$folder"/package/*.dsc "$folder/tree" >&2
+        touch "$folder/.complete"
+    fi
+    echo "$folder/tree"
+}
+
+# unpackedRelease <source package> <suite>: the same for what its authors released, without Debian's changes, which the
+# archive's servers do not always have for other suites than this host's.
+unpackedRelease() {
+    local folder=$sources/$1
+    if [ ! -e "$folder/.complete" ]; then
+        rm -rf "$folder" && mkdir -p "$folder/package" "$folder/tree"
+        (cd "$folder/package" && apt-get $(archive "$2" deb-src) -q source --download-only --tar-only "$1") >&2
+        tar -xf "$folder"/package/*.orig.tar.* -C "$folder/tree" --strip-components=1
         touch "$folder/.complete"
     fi
     echo "$folder/tree"
@@ -129,6 +145,18 @@ make_jpeg() {
     ninja -C "$sources/libjpeg-turbo/build" jpeg-static
     cp "$sources/libjpeg-turbo/build/libjpeg.a" "$prefix/lib/"
     cp "$tree"/{jpeglib,jmorecfg,jerror}.h "$sources/libjpeg-turbo/build/jconfig.h" "$prefix/include/"
+}
+
+# For Windows and, since Debian 12 has no package of it, for this host.
+make_laszip() {
+    local tree
+    tree=$(unpackedRelease laszip trixie)
+    crossConfigure laszip "$tarnelRoot/cmake/laszip" -DLASZIP_SOURCE="$tree"
+    ninja -C "$sources/laszip/build" install
+    rm -rf "$sources/laszip/build-native"
+    cmake -G Ninja -S "$tarnelRoot/cmake/laszip" -B "$sources/laszip/build-native" -DLASZIP_SOURCE="$tree" \
+        -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$native"
+    ninja -C "$sources/laszip/build-native" install
 }
 
 make_googletest() {
@@ -201,6 +229,7 @@ part brotli "building brotli for Windows" "$toolchain"
 part spng "building libspng for Windows"
 part zstd "building zstd for Windows" "$toolchain"
 part jpeg "building libjpeg-turbo for Windows" "$toolchain"
+part laszip "building LASzip for Windows and for this host" "$toolchain" "$tarnelRoot/cmake/laszip/CMakeLists.txt"
 part googletest "building GoogleTest for Windows" "$toolchain"
 part benchmark "building Google Benchmark for Windows" "$toolchain"
 part dxvk "fetching DXVK"
