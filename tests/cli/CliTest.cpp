@@ -205,8 +205,9 @@ TEST(Cli, SampleWritesTheSameBytesForTheSameSeedAndOthersForAnother)
     const TemporaryFolder folder;
     const auto write = [&](const std::string& name, const std::string& seed)
     {
-        const TarnelRun run =
-            runTarnel({"sample", text(folder.path() / name), "--points", "5000", "--seed", seed});
+        const TarnelRun run = runTarnel(
+            {"sample", text(folder.path() / name), "--points", "5000", "--seed", seed, "--cloud-only"}
+        );
         EXPECT_EQ(run.exitCode, 0) << run.errors;
         return TemporaryFolder::read(folder.path() / name / "octree.bin");
     };
@@ -224,7 +225,10 @@ TEST(Cli, SampleInEitherEncodingHoldsAboutAsManyPointsAsAskedFor)
     {
         const std::string path = text(folder.path() / encoding);
 
-        ASSERT_EQ(runTarnel({"sample", path, "--points", "20000", "--encoding", encoding}).exitCode, 0);
+        ASSERT_EQ(
+            runTarnel({"sample", path, "--points", "20000", "--encoding", encoding, "--cloud-only"}).exitCode,
+            0
+        );
 
         const json info = json::parse(runTarnel({"info", path, "--json"}).output);
         EXPECT_EQ(info.at("encoding"), encoding == "brotli" ? "BROTLI" : "DEFAULT");
@@ -392,7 +396,7 @@ TEST(Cli, PathsMayHoldAnyLetters)
     const TemporaryFolder folder;
     const std::filesystem::path named = folder.path() / u8"Größe 測量";
 
-    const TarnelRun run = runTarnel({"sample", text(named), "--points", "1000"});
+    const TarnelRun run = runTarnel({"sample", text(named), "--points", "1000", "--cloud-only"});
 
     ASSERT_EQ(run.exitCode, 0) << run.errors;
     EXPECT_TRUE(std::filesystem::exists(named / "metadata.json"));

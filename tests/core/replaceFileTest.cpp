@@ -9,6 +9,10 @@
 #include <stdexcept>
 #include <string>
 
+#if !defined(_WIN32)
+#include "tests/support/FileSizeLimit.h"
+#endif
+
 namespace
 {
 using testing::AllOf;
@@ -91,6 +95,27 @@ TEST(ReplaceFile, DoesNotReplaceADevice)
         messageOf<std::runtime_error>([] { replace("/dev/null", "abc"); }), HasSubstr("it is not a file")
     );
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+}
+
+TEST(ReplaceFile, AFullDiskIsAnErrorThatLeavesTheOlderFileAndNothingElse)
+{
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder.write("file.txt", "old");
+    for (const std::size_t size :
+         {std::size_t{1'000'000}, std::size_t{1500}})  // fails at once, and when closed
+    {
+        const std::string message = messageOf<std::runtime_error>(
+            [&]
+            {
+                const FileSizeLimit limit(1000);
+                replace(path, std::string(size, 'x'));
+            }
+        );
+
+        EXPECT_THAT(message, AllOf(HasSubstr("cannot write "), HasSubstr("file.txt: ")));
+        EXPECT_EQ(TemporaryFolder::read(path), "old");
+        EXPECT_EQ(folder.entryCount(), 1U);
+    }
 }
 #endif
 }  // namespace
