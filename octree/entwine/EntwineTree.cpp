@@ -145,14 +145,14 @@ bool EntwineTree::readTile(
 ) const
 {
     const Octree::ScratchLoan scratch;
-    const auto rows = mTiles.read(id, pointCount, scratch, stopToken);
-    if (!rows || stopToken.stop_requested())
+    const std::optional<Tile> tile = mTiles.read(id, pointCount, scratch, stopToken);
+    if (!tile || stopToken.stop_requested())
     {
         return false;
     }
     try
     {
-        decodeTile(mLayout, conversion, *rows, attributes, out);
+        decodeTile(tile->layout, conversion, tile->rows, attributes, out);
     }
     catch (const std::runtime_error& error)
     {
@@ -168,7 +168,9 @@ std::optional<bool> EntwineTree::hasWideColors(const std::stop_token& stopToken)
     if (!mWideColors)
     {
         const auto isDeclared = [](const Dimension& channel) { return channel.maximum.has_value(); };
-        const auto isNarrow = [](const Dimension& channel) { return channel.size == 1; };
+        // Channels of laszip tiles have 16 bits whatever the schema says.
+        const auto isNarrow = [&](const Dimension& channel)
+        { return channel.size == 1 && mMetadata.dataType != DataType::Laszip; };
         const auto exceedsByte = [](const Dimension& channel) { return channel.maximum > 255.0; };
         mWideColors = std::ranges::all_of(*mLayout.rgb, isDeclared)
                           ? std::optional(std::ranges::any_of(*mLayout.rgb, exceedsByte))
@@ -198,7 +200,7 @@ std::optional<bool> EntwineTree::sampleWideColors(const std::stop_token& stopTok
         return false;
     }
     const Octree::ScratchLoan scratch;
-    const auto rows = mTiles.read(id, node->pointCount, scratch, stopToken);
-    return rows ? std::optional(Entwine::hasWideColors(mLayout, *rows)) : std::nullopt;
+    const std::optional<Tile> tile = mTiles.read(id, node->pointCount, scratch, stopToken);
+    return tile ? std::optional(Entwine::hasWideColors(tile->layout, tile->rows)) : std::nullopt;
 }
 }  // namespace Entwine

@@ -18,8 +18,7 @@ namespace Entwine
 {
 /// Reads Entwine Point Tiles: ept.json, ept-hierarchy, ept-data.
 ///
-/// Hierarchy files are read when a lookup reaches them, tiles when their points are asked for. Of a laszip
-/// data set this build reads description and hierarchy only.
+/// Hierarchy files are read when a lookup reaches them, tiles when their points are asked for.
 /// Threads  all operations from any threads at once.
 class OCTREE_API EntwineTree final : public Octree::Tree
 {

@@ -34,7 +34,11 @@ TileLayout::TileLayout(const Metadata& metadata)
       scanIndex(find(metadata, "PointSourceId")),
       normal(findTriple(metadata, "NormalX", "NormalY", "NormalZ"))
 {
-    if (!scanIndex)
+    if (metadata.dataType == DataType::Laszip)
+    {
+        normal.reset();
+    }
+    else if (!scanIndex)
     {
         scanIndex = find(metadata, "OriginId");
     }

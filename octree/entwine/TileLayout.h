@@ -11,7 +11,8 @@ namespace Entwine
 {
 /// Which dimensions of a row the attributes of points are read from.
 ///
-/// Colours and normals need all three of theirs. The scan index is PointSourceId, else OriginId.
+/// Colours and normals need all three of theirs. The scan index is PointSourceId, else OriginId. Of laszip
+/// tiles only what every LAS point has counts: no normals and no OriginId.
 struct TileLayout
 {
     using Triple = std::array<Dimension, 3>;

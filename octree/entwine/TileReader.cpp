@@ -1,13 +1,17 @@
 #include "octree/entwine/TileReader.h"
 
 #include "core/PositionalFile.h"
+#include "octree/entwine/lazDecode.h"
+#include "octree/entwine/lazHeader.h"
 #include "octree/entwine/nodeKey.h"
 #include "octree/entwine/zstdDecode.h"
 #include "octree/fileError.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace Entwine
 {
@@ -35,10 +39,118 @@ std::uint64_t largestFrame(std::uint64_t size)
 {
     return size + size / 128 + 1024;
 }
+
+/// More than a compressed LAS file of that many points takes with records of the longest allowed and chunks
+/// of one point.
+std::uint64_t largestLaz(std::uint64_t pointCount)
+{
+    constexpr std::uint64_t kHeaders = 16U << 20U;  // records on coordinate systems and the like
+    constexpr std::uint64_t kPoint = 2048;
+    return std::min(kMaxTileSize, kHeaders + pointCount * kPoint);
+}
+
+std::string expectation(std::uint64_t pointCount, std::uint64_t bytesPerPoint)
+{
+    return std::to_string(pointCount) + " points of " + std::to_string(bytesPerPoint) +
+           " bytes as the hierarchy says";
+}
+
+void checkRows(std::uint64_t pointCount, std::uint64_t bytesPerPoint)
+{
+    if (pointCount * bytesPerPoint > kMaxTileSize)  // 32 bits times at most 8192
+    {
+        throw std::runtime_error(
+            expectation(pointCount, bytesPerPoint) + " are too many, expected at most " +
+            std::to_string(kMaxTileSize) + " bytes"
+        );
+    }
+}
+
+/// Looks at nothing but the number of bytes of the file.
+void checkStored(
+    std::uint64_t stored, DataType dataType, std::uint64_t pointCount, std::uint64_t bytesPerPoint
+)
+{
+    if (dataType == DataType::Laszip)
+    {
+        const std::uint64_t limit = largestLaz(pointCount);
+        if (stored > limit)
+        {
+            throw std::runtime_error(
+                std::to_string(stored) + " bytes, expected at most " + std::to_string(limit) + " for " +
+                std::to_string(pointCount) + " points as the hierarchy says"
+            );
+        }
+        return;
+    }
+    checkRows(pointCount, bytesPerPoint);
+    const std::uint64_t size = pointCount * bytesPerPoint;
+    if (dataType == DataType::Zstandard ? stored > largestFrame(size) : stored != size)
+    {
+        throw std::runtime_error(
+            std::to_string(stored) + " bytes, expected " + expectation(pointCount, bytesPerPoint)
+        );
+    }
+}
+
+std::optional<Tile> unpackedZstd(
+    const TileLayout& layout,
+    std::uint64_t pointCount,
+    const Octree::ScratchLoan& scratch,
+    const std::stop_token& stopToken
+)
+{
+    const auto size = static_cast<std::size_t>(pointCount * layout.bytesPerPoint);
+    try
+    {
+        if (!zstdDecode(scratch.stored, size, scratch.unpacked, stopToken))
+        {
+            return std::nullopt;
+        }
+    }
+    catch (const std::runtime_error& error)
+    {
+        throw std::runtime_error(
+            std::string(error.what()) + ", that is " + expectation(pointCount, layout.bytesPerPoint)
+        );
+    }
+    return Tile{layout, scratch.unpacked};
+}
+
+std::optional<Tile> unpackedLaz(
+    const TileLayout& declared,
+    std::uint64_t pointCount,
+    const Octree::ScratchLoan& scratch,
+    const std::stop_token& stopToken
+)
+{
+    const LazHeader header = parseLazHeader(scratch.stored, pointCount);
+    TileLayout layout = lazLayout(header, declared);
+    checkRows(pointCount, layout.bytesPerPoint);
+    if (!lazDecode(scratch.stored, header, scratch.unpacked, stopToken))
+    {
+        return std::nullopt;
+    }
+    return Tile{std::move(layout), scratch.unpacked};
+}
+
+/// Puts the file's name before what goes wrong in `step`.
+template <class Step>
+auto naming(const std::filesystem::path& path, const Step& step)
+{
+    try
+    {
+        return step();
+    }
+    catch (const std::runtime_error& error)
+    {
+        throw Octree::fileError(path, error.what());
+    }
+}
 }  // namespace
 
 TileReader::TileReader(std::filesystem::path folder, const Metadata& metadata)
-    : mFolder(std::move(folder)), mDataType(metadata.dataType), mBytesPerPoint(metadata.bytesPerPoint)
+    : mFolder(std::move(folder)), mDataType(metadata.dataType), mLayout(metadata)
 {
 }
 
@@ -47,58 +159,28 @@ std::filesystem::path TileReader::fileOf(const Octree::OctreeNodeId& id) const
     return mFolder / (nodeKey(id) + extension(mDataType));
 }
 
-std::optional<std::span<const std::byte>> TileReader::read(
+std::optional<Tile> TileReader::read(
     const Octree::OctreeNodeId& id,
     std::uint64_t pointCount,
     const Octree::ScratchLoan& scratch,
     const std::stop_token& stopToken
 ) const
 {
-    const std::filesystem::path path = fileOf(id);
-    if (mDataType == DataType::Laszip)
-    {
-        throw Octree::fileError(
-            path,
-            "laszip tiles cannot be read by this build, expected a data set of binary or zstandard tiles"
-        );
-    }
     if (stopToken.stop_requested())
     {
         return std::nullopt;
     }
-    const std::string points = std::to_string(pointCount) + " points of " + std::to_string(mBytesPerPoint) +
-                               " bytes as the hierarchy says";
-    const std::uint64_t size = pointCount * mBytesPerPoint;  // 32 bits times at most 8192
-    if (size > kMaxTileSize)
-    {
-        throw Octree::fileError(
-            path, points + " are too many, expected at most " + std::to_string(kMaxTileSize) + " bytes"
-        );
-    }
+    const std::filesystem::path path = fileOf(id);
     const Core::PositionalFile file(path);
     const std::uint64_t stored = file.size();
-    const bool isPacked = mDataType == DataType::Zstandard;
-    if (isPacked ? stored > largestFrame(size) : stored != size)
-    {
-        throw Octree::fileError(path, std::to_string(stored) + " bytes, expected " + points);
-    }
+    naming(path, [&] { checkStored(stored, mDataType, pointCount, mLayout.bytesPerPoint); });
     scratch.stored.resize(static_cast<std::size_t>(stored));
     file.readAt(0, scratch.stored);
-    if (!isPacked)
+    if (mDataType == DataType::Binary)
     {
-        return scratch.stored;
+        return Tile{mLayout, scratch.stored};
     }
-    try
-    {
-        if (!zstdDecode(scratch.stored, static_cast<std::size_t>(size), scratch.unpacked, stopToken))
-        {
-            return std::nullopt;
-        }
-    }
-    catch (const std::runtime_error& error)
-    {
-        throw Octree::fileError(path, std::string(error.what()) + ", that is " + points);
-    }
-    return scratch.unpacked;
+    const auto unpacked = mDataType == DataType::Zstandard ? unpackedZstd : unpackedLaz;
+    return naming(path, [&] { return unpacked(mLayout, pointCount, scratch, stopToken); });
 }
 }  // namespace Entwine

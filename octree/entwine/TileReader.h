@@ -4,6 +4,7 @@
 #include "octree/OctreeNodeId.h"
 #include "octree/ScratchLoan.h"
 #include "octree/entwine/Metadata.h"
+#include "octree/entwine/TileLayout.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -14,6 +15,13 @@
 
 namespace Entwine
 {
+/// The points of a tile as rows.
+struct Tile
+{
+    TileLayout layout;                ///< of this tile: that of a laszip tile is its own
+    std::span<const std::byte> rows;  ///< in memory of the scratch
+};
+
 /// Reads the tiles of ept-data as rows.
 ///
 /// Hierarchy and tile must agree on the number of points; memory is taken only for bytes that are there.
@@ -26,11 +34,11 @@ public:
 
     /// @param pointCount  what the hierarchy says, above 0
     /// @param scratch     keeps the rows
-    /// @return the rows, or nothing when a stop was requested
+    /// @return the tile, or nothing when a stop was requested
     /// @throws std::runtime_error  naming the file, for one that is missing, broken, larger than 1 GiB or of
-    ///                             another number of points, and always for laszip tiles: this build has no
-    ///                             decoder for them
-    std::optional<std::span<const std::byte>> read(
+    ///                             another number of points, and for a laszip tile without the colours that
+    ///                             the schema declares
+    std::optional<Tile> read(
         const Octree::OctreeNodeId& id,
         std::uint64_t pointCount,
         const Octree::ScratchLoan& scratch,
@@ -42,6 +50,6 @@ public:
 private:
     std::filesystem::path mFolder;
     DataType mDataType;
-    std::uint64_t mBytesPerPoint;
+    TileLayout mLayout;  // of rows as the schema declares them
 };
 }  // namespace Entwine

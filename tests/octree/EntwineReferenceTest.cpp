@@ -47,11 +47,6 @@ protected:
     Octree::Octree octree{Octree::Location::fromPath(dataSet(GetParam())), 1.0};
 };
 
-/// The data sets whose tiles can be read.
-class EntwinePoints : public EntwineDataSet
-{
-};
-
 TEST_P(EntwineDataSet, NodesAndTheirCountsAreThoseOfTheHierarchy)
 {
     std::map<std::string, std::uint64_t> nodes;
@@ -106,7 +101,7 @@ TEST_P(EntwineDataSet, CubesAndSpacingsOfNodesAreHalvedLevelByLevel)
     }
 }
 
-TEST_P(EntwinePoints, FirstAndLastPointOfSampledNodesAreExact)
+TEST_P(EntwineDataSet, FirstAndLastPointOfSampledNodesAreExact)
 {
     const Math::Point<double, 3> origin = octree.position();
     NodePointData data;
@@ -136,7 +131,7 @@ TEST_P(EntwinePoints, FirstAndLastPointOfSampledNodesAreExact)
     }
 }
 
-TEST_P(EntwinePoints, SumsAndTheHashOverAllPointsAgree)
+TEST_P(EntwineDataSet, SumsAndTheHashOverAllPointsAgree)
 {
     const bool colored = reference.contains("rgb_sum");
     std::vector<std::array<std::int64_t, 6>> rows;
@@ -176,10 +171,8 @@ TEST_P(EntwinePoints, SumsAndTheHashOverAllPointsAgree)
 INSTANTIATE_TEST_SUITE_P(
     DataSets,
     EntwineDataSet,
-    testing::Values("ept_lonestar_thin_binary", "ept_ellipsoid_zstandard", "ept_color12_laszip")
-);
-
-INSTANTIATE_TEST_SUITE_P(
-    DataSets, EntwinePoints, testing::Values("ept_lonestar_thin_binary", "ept_ellipsoid_zstandard")
+    testing::Values(
+        "ept_lonestar_thin_binary", "ept_ellipsoid_zstandard", "ept_color12_laszip"
+    )
 );
 }  // namespace

@@ -227,14 +227,6 @@ TEST(EntwineTree, CoordinatesThatAreNotFiniteNameTheTile)
     EXPECT_THAT(failureOf(set), HasSubstr("0-0-0-0.bin: bad Z of a point"));
 }
 
-TEST(EntwineTree, LaszipTilesAreRefusedAndTheirHierarchyIsRead)
-{
-    const EptTestSet set("laszip");
-
-    EXPECT_EQ(EntwineTree(set.write()).nodeById({}, {})->pointCount, 1U);
-    EXPECT_THAT(failureOf(set), HasSubstr("0-0-0-0.laz: laszip tiles cannot be read by this build"));
-}
-
 TEST(EntwineTree, AStopRequestLeavesTheOutputAsItIs)
 {
     const EptTestSet set;

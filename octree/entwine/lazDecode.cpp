@@ -1,0 +1,327 @@
+#include "octree/entwine/lazDecode.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <laszip/lasreadpoint.hpp>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Entwine
+{
+namespace
+{
+// A row: X, Y and Z of 4 bytes, then these, then three colour channels of 2 bytes where points have them.
+constexpr std::size_t kIntensity = 12;
+constexpr std::size_t kPointSource = 14;
+constexpr std::size_t kClassification = 16;
+constexpr std::size_t kColors = 17;
+constexpr std::size_t kLargestRow = kColors + 6;
+
+constexpr std::size_t kFirstStep = 65536;       // points before a first growth
+constexpr std::uint32_t kStopStep = 1U << 12U;  // points between two looks at the stop token
+
+/// The fields of layered points that rows are made of. The others are stepped over.
+constexpr unsigned kWantedLayers = LASZIP_DECOMPRESS_SELECTIVE_Z |
+                                   LASZIP_DECOMPRESS_SELECTIVE_CLASSIFICATION |
+                                   LASZIP_DECOMPRESS_SELECTIVE_INTENSITY |
+                                   LASZIP_DECOMPRESS_SELECTIVE_POINT_SOURCE | LASZIP_DECOMPRESS_SELECTIVE_RGB;
+
+std::size_t rowLength(const LazHeader& header)
+{
+    return header.hasColors ? kLargestRow : kColors;
+}
+
+/// Lends the library the bytes from the points' beginning to the chunk table and nothing else: it sees no
+/// table, which it would trust, and needs none to read chunks one after the other.
+///
+/// Reading past the end is what the library knows as the exception EOF, an integer.
+class ChunkStream final : public ByteStreamIn
+{
+public:
+    explicit ChunkStream(std::span<const std::byte> bytes) : mBytes(bytes) {}
+
+    /// To be called before the first point of each chunk. Of layered chunks the sizes that follow its first
+    /// point are checked before the library adds them up in 32 bits and takes memory for them.
+    void beginChunk(std::uint32_t pointCount) noexcept
+    {
+        mChunkPoints = pointCount;
+        mWordsRead = 0;
+        mPromised = 0;
+    }
+
+    std::size_t left() const noexcept { return mBytes.size() - mPosition; }
+
+    U32 getByte() override
+    {
+        if (mPosition == mBytes.size())
+        {
+            throw EOF;
+        }
+        return std::to_integer<U32>(mBytes[mPosition++]);
+    }
+
+    void getBytes(U8* bytes, const U32 count) override
+    {
+        if (count > left())
+        {
+            throw EOF;
+        }
+        if (count > 0)
+        {
+            std::memcpy(bytes, mBytes.data() + mPosition, count);
+            mPosition += count;
+        }
+    }
+
+    /// Only the number of points of a layered chunk and the sizes of its layers are read this way.
+    void get32bitsLE(U8* bytes) override
+    {
+        getBytes(bytes, sizeof(U32));
+        U32 word;
+        std::memcpy(&word, bytes, sizeof word);
+        if (mWordsRead++ == 0)
+        {
+            if (word != mChunkPoints)
+            {
+                throw std::runtime_error(
+                    "a chunk of " + std::to_string(word) + " points, expected " + std::to_string(mChunkPoints)
+                );
+            }
+            return;
+        }
+        mPromised += word;
+        if (mPromised > left())
+        {
+            throw EOF;
+        }
+    }
+
+    void get64bitsLE(U8* bytes) override { getBytes(bytes, sizeof(U64)); }
+
+    void get16bitsLE(U8* bytes) override { getBytes(bytes, sizeof(U16)); }
+
+    // The library reads no other byte order on a little-endian machine.
+    void get16bitsBE(U8*) override { throw EOF; }
+
+    void get32bitsBE(U8*) override { throw EOF; }
+
+    void get64bitsBE(U8*) override { throw EOF; }
+
+    BOOL isSeekable() const override { return FALSE; }
+
+    I64 tell() const override { return static_cast<I64>(mPosition); }
+
+    BOOL seek(const I64 position) override
+    {
+        if (position < 0 || static_cast<U64>(position) > mBytes.size())
+        {
+            throw EOF;
+        }
+        mPosition = static_cast<std::size_t>(position);
+        return TRUE;
+    }
+
+    BOOL seekEnd(const I64) override { throw EOF; }
+
+private:
+    std::span<const std::byte> mBytes;
+    std::size_t mPosition = 0;
+    std::uint32_t mChunkPoints = 0;
+    std::size_t mWordsRead = 0;
+    std::uint64_t mPromised = 0;  // bytes of layers
+};
+
+/// Where the library puts the items of a point. Layered points become larger in memory than they are in the
+/// file.
+class PointBuffer
+{
+public:
+    explicit PointBuffer(const LazHeader& header)
+        : mExtra(header.items.back().size), mIsLayered(header.isLayered), mHasColors(header.hasColors)
+    {
+        for (std::size_t i = 0; i < header.items.size(); ++i)
+        {
+            mItems[i] = bufferOf(header.items[i].type);
+        }
+    }
+
+    PointBuffer(const PointBuffer&) = delete;
+    PointBuffer& operator=(const PointBuffer&) = delete;
+
+    U8* const* items() const noexcept { return mItems.data(); }
+
+    void writeRow(std::byte* row) const noexcept
+    {
+        std::memcpy(row, mPoint.data(), kPointSource);  // X, Y, Z, intensity
+        std::memcpy(row + kPointSource, mPoint.data() + 18, 2);
+        // Older formats keep flags in the upper three bits.
+        row[kClassification] = std::byte{mIsLayered ? mPoint[23] : static_cast<U8>(mPoint[15] & 0x1fU)};
+        if (mHasColors)
+        {
+            std::memcpy(row + kColors, mColors.data(), kLargestRow - kColors);
+        }
+    }
+
+private:
+    U8* bufferOf(std::uint16_t type) noexcept
+    {
+        switch (type)
+        {
+            case LASitem::POINT10:
+            case LASitem::POINT14:
+                return mPoint.data();
+            case LASitem::GPSTIME11:
+                return mTime.data();
+            case LASitem::RGB12:
+            case LASitem::RGB14:
+            case LASitem::RGBNIR14:
+                return mColors.data();
+            default:
+                return mExtra.data();
+        }
+    }
+
+    alignas(8) std::array<U8, 128> mPoint{};
+    alignas(8) std::array<U8, 8> mTime{};
+    alignas(8) std::array<U8, 8> mColors{};
+    std::vector<U8> mExtra;
+    std::array<U8*, 4> mItems{};
+    bool mIsLayered;
+    bool mHasColors;
+};
+
+void setUp(LASreadPoint& reader, LASzip& compression, const LazHeader& header)
+{
+    const auto count = static_cast<unsigned short>(header.items.size());
+    compression.compressor =
+        header.isLayered ? LASZIP_COMPRESSOR_LAYERED_CHUNKED : LASZIP_COMPRESSOR_POINTWISE_CHUNKED;
+    compression.coder = LASZIP_CODER_ARITHMETIC;
+    compression.chunk_size = header.chunkSize;
+    compression.num_items = count;
+    compression.items = new LASitem[count];  // which it deletes
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const LazItem& item = header.items[i];
+        compression.items[i] = {static_cast<LASitem::Type>(item.type), item.size, item.version};
+    }
+    if (!reader.setup(count, compression.items, &compression))
+    {
+        throw std::runtime_error("the LASzip library cannot read these points");
+    }
+}
+
+[[noreturn]] void failBroken(const LASreadPoint& reader, std::uint32_t point)
+{
+    const char* const reason = reader.error();
+    throw std::runtime_error(
+        "broken compressed points: point " + std::to_string(point) + " cannot be read (" +
+        (reason != nullptr ? reason : "no reason known") + ')'
+    );
+}
+}  // namespace
+
+bool lazDecode(
+    std::span<const std::byte> file,
+    const LazHeader& header,
+    std::vector<std::byte>& out,
+    const std::stop_token& stopToken
+)
+{
+    ChunkStream stream(file.subspan(header.pointsBegin, header.chunkTableBegin - header.pointsBegin));
+    LASzip compression;
+    LASreadPoint reader(kWantedLayers);
+    setUp(reader, compression, header);
+    reader.init(&stream);
+
+    PointBuffer point(header);
+    const std::size_t length = rowLength(header);
+    const std::uint32_t count = header.pointCount;
+    out.resize(std::min<std::size_t>(count, std::max(out.capacity() / length, kFirstStep)) * length);
+    std::byte* row = out.data();
+    std::uint32_t leftInChunk = 0;
+    for (std::uint32_t i = 0; i < count; ++i)
+    {
+        if (i % kStopStep == 0 && stopToken.stop_requested())
+        {
+            return false;
+        }
+        if (leftInChunk == 0)
+        {
+            leftInChunk = std::min(header.chunkSize, count - i);
+            stream.beginChunk(leftInChunk);
+        }
+        --leftInChunk;
+        if (!reader.read(point.items()))
+        {
+            failBroken(reader, i);
+        }
+        if (i * length == out.size())
+        {
+            out.resize(std::min<std::size_t>(count, std::size_t{i} * 2) * length);
+            row = out.data() + i * length;
+        }
+        point.writeRow(row);
+        row += length;
+    }
+    if (stream.left() != 0)
+    {
+        throw std::runtime_error(
+            "compressed points end " + std::to_string(stream.left()) +
+            " bytes before the chunk table, expected its beginning"
+        );
+    }
+    return true;
+}
+
+TileLayout lazLayout(const LazHeader& header, const TileLayout& declared)
+{
+    const auto field = [](const char* name, NumberType type, std::size_t size, std::size_t position)
+    {
+        Dimension dimension;
+        dimension.name = name;
+        dimension.type = type;
+        dimension.size = size;
+        dimension.byteOffset = position;
+        return dimension;
+    };
+    TileLayout layout = declared;
+    layout.bytesPerPoint = rowLength(header);
+    for (std::size_t axis = 0; axis < 3; ++axis)
+    {
+        layout.position[axis] = field(declared.position[axis].name.c_str(), NumberType::Signed, 4, 4 * axis);
+        layout.position[axis].scale = header.scale[axis];
+        layout.position[axis].offset = header.offset[axis];
+    }
+    if (declared.rgb)
+    {
+        if (!header.hasColors)
+        {
+            throw std::runtime_error(
+                "point format " + std::to_string(header.pointFormat) +
+                " has no colours, expected 2, 3, 7 or 8 as the schema declares Red, Green and Blue"
+            );
+        }
+        for (std::size_t i = 0; i < 3; ++i)
+        {
+            (*layout.rgb)[i] =
+                field((*declared.rgb)[i].name.c_str(), NumberType::Unsigned, 2, kColors + 2 * i);
+        }
+    }
+    if (declared.intensity)
+    {
+        layout.intensity = field("Intensity", NumberType::Unsigned, 2, kIntensity);
+    }
+    if (declared.classification)
+    {
+        layout.classification = field("Classification", NumberType::Unsigned, 1, kClassification);
+    }
+    if (declared.scanIndex)
+    {
+        layout.scanIndex = field("PointSourceId", NumberType::Unsigned, 2, kPointSource);
+    }
+    return layout;
+}
+}  // namespace Entwine
