@@ -61,6 +61,9 @@ public:
     /// Where the scanners stood, 1.8 m above the ground: free places with a view, in the scene's frame.
     std::span<const Vector> scanners() const noexcept { return mScanners; }
 
+    /// Everything but the ground.
+    std::span<const Surface> surfaces() const noexcept { return mSurfaces; }
+
     const Terrain& terrain() const noexcept { return mTerrain; }
 
     const SitePlan& plan() const noexcept { return mPlan; }

@@ -37,14 +37,31 @@ struct PSOutput
     float depth : SV_DEPTH;
 };
 
+// Model position of a clip position.
+float3 unprojected(float4 clipPos)
+{
+    const float4 position = mul(inverseModelViewProjection, clipPos);
+    return position.xyz / position.w;
+}
+
+// Where the camera looks, in the model.
+float3 viewDirection()
+{
+    return normalize(mul((float3x3)inverseModelView, float3(0.0, 0.0, -1.0)));
+}
+
 VSOutput vs_main(uint id : SV_VertexID)
 {
     const float2 uv = float2((id >> 1) & 1, id & 1);
 
     VSOutput output;
     output.position = float4(-1.0 + 2.0 * uv.x, -1.0 + 2.0 * uv.y, 1.0, 1.0);
-    const float4 objPos = mul(inverseModelViewProjection, output.position);
-    output.objPos = objPos.xyz / objPos.w;
+
+    // Depth 1 is the far plane or, with reversed depth, the near one. The direction is that of the point on the
+    // far plane in both: millimetres between eye and centre would turn that of a near plane at the eye.
+    const float3 one = unprojected(output.position);
+    const float3 zero = unprojected(float4(output.position.xy, 0.0, 1.0));
+    output.objPos = dot(one - zero, viewDirection()) > 0.0 ? one : zero;
     return output;
 }
 
@@ -58,8 +75,7 @@ PSOutput ps_main(VSOutput input)
 
     // The distance along the view direction is what near and far limit; the margin keeps the panorama in front of
     // the far plane.
-    const float3 viewDir = normalize(mul((float3x3)inverseModelView, float3(0.0, 0.0, -1.0)));
-    const float proj = dot(d, viewDir);
+    const float proj = dot(d, viewDirection());
     float r = panoDepth.Sample(panoSampler, uv).r;
     r = clamp(r * proj, zNear / scale, zFar / scale - 1.0) / proj;
 

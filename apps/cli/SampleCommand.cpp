@@ -1,6 +1,8 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
+#include "apps/cli/formatNumber.h"
 #include "apps/cli/parseValue.h"
+#include "samples/SampleMesh.h"
 #include "samples/SamplePanorama.h"
 #include "samples/writeSampleDataset.h"
 
@@ -21,7 +23,8 @@ struct SampleOptions
     std::uint64_t seed = 1;
     std::string format = "octree";
     std::string encoding = "brotli";
-    bool withPanorama = false;
+    bool cloudOnly = false;
+    std::uint32_t panoramaWidth = Samples::SamplePanoramaOptions().width;
 };
 
 void writeTiles(const SampleOptions& options)
@@ -44,23 +47,55 @@ void writeThreeFiles(const SampleOptions& options)
     Samples::writeSampleDataset(toPath(options.folder), sample);
 }
 
+/// What goes with the cloud, taken of the same scene. Each line ends in the options that `render` needs with
+/// it.
+void writeCompanions(const SampleOptions& options)
+{
+    const Samples::SampleScene scene(options.seed);
+
+    const std::string panorama = options.folder + "/panorama";
+    Samples::SamplePanoramaOptions sample;
+    sample.width = options.panoramaWidth;
+    Samples::writeSamplePanorama(toPath(panorama), scene, sample);
+    const Math::Point<double, 3> origin = Samples::SampleScene::kOrigin;
+    const Samples::Vector center = Samples::panoramaCenter(scene, sample);
+    writeOutput(
+        panorama + " --eye " + formatNumber(origin.x + center.x) + "," + formatNumber(origin.y + center.y) +
+        "," + formatNumber(origin.z + center.z) + "\n"
+    );
+
+    const std::string mesh = options.folder + "/windmill.obj";
+    Samples::writeObj(toPath(mesh), Samples::makeSampleMesh(scene));
+    writeOutput(
+        mesh + " --transform " + formatNumber(origin.x) + "," + formatNumber(origin.y) + "," +
+        formatNumber(origin.z) + ",0,1\n"
+    );
+}
+
 void run(const SampleOptions& options)
 {
     (options.format == "octree" ? writeThreeFiles : writeTiles)(options);
     writeOutput(options.folder + "\n");
-    if (options.withPanorama)
+    if (!options.cloudOnly)
     {
-        const std::string folder = options.folder + "/panorama";
-        Samples::writeSamplePanorama(toPath(folder), Samples::SampleScene(options.seed));
-        writeOutput(folder + "\n");
+        writeCompanions(options);
     }
     flushOutput();
+}
+
+void checkPanoramaWidth(std::uint32_t width)
+{
+    if (width % 2 != 0)
+    {
+        throw CLI::ValidationError("--pano-width", std::to_string(width) + " is odd");
+    }
 }
 }  // namespace
 
 void addSampleCommand(CLI::App& app)
 {
-    CLI::App* const verb = app.add_subcommand("sample", "Writes a made-up scanned scene as a data set");
+    CLI::App* const verb =
+        app.add_subcommand("sample", "Writes a made-up scanned scene: a cloud, a panorama, a mesh");
     const auto options = std::make_shared<SampleOptions>();
     verb->add_option("FOLDER", options->folder, "Folder to write; made when it is not there")->required();
     verb->add_option("--points", options->points, "About how many points (default: 1000000)")
@@ -79,13 +114,23 @@ void addSampleCommand(CLI::App& app)
     )
         ->check(CLI::IsMember({"brotli", "default"}));
     verb->add_flag(
-        "--pano", options->withPanorama, "Also take a panorama in the scene, into FOLDER/panorama"
+        "--cloud-only", options->cloudOnly, "Without the panorama and the mesh that go with the cloud"
     );
+    verb->add_option(
+            "--pano-width", options->panoramaWidth, "Width of the panorama in pixels, even (default: 4096)"
+    )
+        ->check(CLI::Range(64, 16384));
     verb->footer(
         "Examples:\n  tarnel sample out/sample\n"
         "  tarnel sample out/small --points 50000 --seed 7 --encoding default\n"
-        "  tarnel sample out/tiles --format ept-zstandard"
+        "  tarnel sample out/tiles --format ept-zstandard --cloud-only"
     );
-    verb->callback([options] { run(*options); });
+    verb->callback(
+        [options]
+        {
+            checkPanoramaWidth(options->panoramaWidth);
+            run(*options);
+        }
+    );
 }
 }  // namespace Cli

@@ -33,7 +33,8 @@ TEST(SamplePanorama, ShowsTheSceneAtItsDistances)
     writeSamplePanorama(folder.path(), scene, smallPanorama());
 
     Graphics::DeepZoomPanoramaLoader loader(folder.path());
-    const Samples::Vector center = scene.scanners()[0];
+    const Samples::Vector center = panoramaCenter(scene);
+    EXPECT_NEAR(center.z, scene.terrain().height(center.x, center.y) + 9.0, 0.0005);
     EXPECT_EQ(loader.pose()(0, 3), SampleScene::kOrigin.x + center.x);
     EXPECT_EQ(loader.pose()(2, 3), SampleScene::kOrigin.z + center.z);
     ASSERT_EQ(loader.width(0), kWidth);
@@ -66,12 +67,24 @@ TEST(SamplePanorama, ShowsTheSceneAtItsDistances)
     EXPECT_LT(hitCount, 64);  // above is the sky
 }
 
+TEST(SamplePanorama, SkyIsBlueAboveAndHasNoDistance)
+{
+    const TemporaryFolder folder;
+    writeSamplePanorama(folder.path(), SampleScene(), smallPanorama());
+
+    Graphics::DeepZoomPanoramaLoader loader(folder.path());
+    const auto tile = loader.tileIndices(0).front();
+    const Math::Color zenith = loader.colorImageTile(tile).pixel(3, 0);
+    EXPECT_GT(zenith.b(), zenith.r());
+    EXPECT_EQ(loader.depthImageTile(tile).pixel(3, 0), std::numeric_limits<float>::max());
+}
+
 TEST(SamplePanorama, RefusesWhatCannotBe)
 {
     const SampleScene scene;
     const TemporaryFolder folder;
     SamplePanoramaOptions options = smallPanorama();
-    options.scanner = scene.scanners().size();
+    options.stand = {161.0, 20.0, 2.0};
     EXPECT_THROW(writeSamplePanorama(folder.path(), scene, options), std::invalid_argument);
     options = smallPanorama();
     options.width = 63;

@@ -271,6 +271,40 @@ TEST_F(PanoRenderableDevice, SeamAndPolesShowNoLine)
     }
 }
 
+TEST_F(PanoRenderableDevice, AnEyeBesideTheCentreSeesTheSameTexelsInBothDepthConventions)
+{
+    for (const bool reversedZ : {true, false})
+    {
+        SCOPED_TRACE(reversedZ);
+        makeRenderer(reversedZ);
+        mRenderer->setPerspective(90.0F, 0.01F, kFar, 0.0F, 0.0F);
+        makePano(1, 1);
+        loader->tileColumns = 64;
+        loader->tileRows = 32;
+        loader->colorAt = [](auto, std::uint64_t x, std::uint64_t y)
+        { return Color(static_cast<unsigned char>(x), static_cast<unsigned char>(y), 0, 255); };
+        pano->loadPanoramaTiles();
+        // farther from the centre than the near plane from the eye, and far less than a texel as seen from
+        // afar
+        mRenderer->setCameraPose(
+            Point3(0.02F, -0.02F, 0.02F), Vector3f(1.0F, 0.1F, 0.2F), Vector3f(Vector3f::UnitZ())
+        );
+        showPano();
+
+        for (const auto& [x, y] :
+             {std::pair(2U, 3U), std::pair(18U, 14U), std::pair(29U, 7U), std::pair(5U, 31U)})
+        {
+            const Vector3f d = direction(x, y);
+            const float u = 64.0F * (0.5F - std::atan2(d.y(), d.x()) / (2.0F * std::numbers::pi_v<float>));
+            const float v = 32.0F * (0.5F - std::asin(d.z()) / std::numbers::pi_v<float>);
+            ASSERT_GT(std::abs(u - std::round(u)), 0.01F) << x << ", " << y;
+            ASSERT_GT(std::abs(v - std::round(v)), 0.01F) << x << ", " << y;
+            EXPECT_EQ(shownAt(x, y).r(), static_cast<unsigned char>(u)) << x << ", " << y;
+            EXPECT_EQ(shownAt(x, y).g(), static_cast<unsigned char>(v)) << x << ", " << y;
+        }
+    }
+}
+
 TEST_F(PanoRenderableDevice, HidesAndIsHiddenInBothDepthConventions)
 {
     for (const bool reversedZ : {true, false})
