@@ -57,9 +57,9 @@ class BenchFilter final : public Render::IFilter
 public:
     BenchFilter(BoxTestResult result, const Box& box) : mResult(result), mBox(box) {}
 
-    bool testPosition(const Math::Point<float, 3>& point) const override { return mBox.testPosition(point); }
+    bool testPosition(const Math::Point<float, 3>& point) override { return mBox.testPosition(point); }
 
-    BoxTestResult testBox(const Box&) const override { return mResult; }
+    BoxTestResult testBox(const Box&) override { return mResult; }
 
 private:
     BoxTestResult mResult;

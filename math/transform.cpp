@@ -1,5 +1,7 @@
 #include "math/transform.h"
 
+#include <Eigen/LU>
+
 #include <utility>
 #include <vector>
 
@@ -35,6 +37,21 @@ NBoundingBox<float, 3> transformed(const NBoundingBox<float, 3>& box, const Eige
         result.extend(transformed(box.corner(i), matrix));
     }
     return result;
+}
+
+HalfSpace<float, 3> transformed(const HalfSpace<float, 3>& halfSpace, const Eigen::Matrix4f& matrix) noexcept
+{
+    return transformedByInverse(halfSpace, matrix.inverse());
+}
+
+NPlane<float, 3> transformed(const NPlane<float, 3>& plane, const Eigen::Matrix4f& matrix) noexcept
+{
+    return transformedByInverse(plane, matrix.inverse());
+}
+
+ConvexPolytope<float, 3> transformed(const ConvexPolytope<float, 3>& polytope, const Eigen::Matrix4f& matrix)
+{
+    return transformedByInverse(polytope, matrix.inverse());
 }
 
 HalfSpace<float, 3> transformedByInverse(

@@ -19,6 +19,20 @@ MATH_API NBoundingBox<float, 3> transformed(
     const NBoundingBox<float, 3>& box, const Eigen::Matrix4f& matrix
 ) noexcept;
 
+/// The half-space that holds matrix x p exactly when the given one holds p. A matrix without inverse gives
+/// infinities or NaN.
+MATH_API HalfSpace<float, 3> transformed(
+    const HalfSpace<float, 3>& halfSpace, const Eigen::Matrix4f& matrix
+) noexcept;
+
+/// The plane through the transformed points of the given one; not normalised again.
+MATH_API NPlane<float, 3> transformed(const NPlane<float, 3>& plane, const Eigen::Matrix4f& matrix) noexcept;
+
+/// Every half-space of the polytope transformed.
+MATH_API ConvexPolytope<float, 3> transformed(
+    const ConvexPolytope<float, 3>& polytope, const Eigen::Matrix4f& matrix
+);
+
 /// The half-space that holds matrix x p exactly when the given one holds p: (a, b, c, d) times the inverse
 /// matrix. Takes the inverse so that a caller with many half-spaces inverts once.
 /// @param inverseMatrix  the inverse of the transform to apply

@@ -108,7 +108,7 @@ float4 pointColor(float4 col, int2 texel)
 // middle of two texels that rounding errors decide between them; the one under the pixel is meant.
 int2 texelAt(float2 uv, float2 pixel)
 {
-    const float kNearlyHalf = 0.55;
+    const float kNearlyHalf = 0.505;
     const float2 place = lerp(float2(0.0, height - 1.0), float2(width - 1.0, 0.0), uv);
     const float2 own = floor(pixel);
     return int2(abs(place - own) < kNearlyHalf ? own : round(place));

@@ -1,5 +1,6 @@
 #include "render/gpu/BlendState.h"
 
+#include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
 namespace Render
@@ -7,6 +8,7 @@ namespace Render
 BlendState::BlendState(ID3D11Device* device, const D3D11_BLEND_DESC& desc)
 {
     throwIfFailed(device->CreateBlendState(&desc, mState.put()));
+    setDebugName(mState, "BlendState");
 }
 
 void BlendState::set(ID3D11DeviceContext* context, const float* blendFactor, unsigned int sampleMask) const

@@ -71,6 +71,9 @@ public:
         return &p;
     }
 
+    /// The same, as the argument of a creating call.
+    T** operator&() noexcept { return put(); }
+
     T* get() const noexcept { return p; }
 
     operator T*() const noexcept  // a COM pointer is passed to plain interfaces everywhere

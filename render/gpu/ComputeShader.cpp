@@ -1,6 +1,7 @@
 #include "render/gpu/ComputeShader.h"
 
 #include "core/readLocalFile.h"
+#include "render/gpu/setDebugName.h"
 #include "render/gpu/shaderBytecode.h"
 #include "render/gpu/shaderRegistry.h"
 #include "render/gpu/throwIfFailed.h"
@@ -11,7 +12,9 @@ ComputeShader::ComputeShader(ID3D11ComputeShader* shader) : mShader(shader) {}
 
 ComputeShader ComputeShader::fromHlslResource(const CComPtr<ID3D11Device>& device, const std::string& name)
 {
-    return fromCsoString(device, compileHlslResource(name, kComputeProfile));
+    ComputeShader shader = fromCsoString(device, compileHlslResource(name, kComputeProfile));
+    setDebugName(shader.mShader, name);
+    return shader;
 }
 
 ComputeShader ComputeShader::fromHlslFile(
@@ -23,14 +26,16 @@ ComputeShader ComputeShader::fromHlslFile(
 
 ComputeShader ComputeShader::fromCsoResource(const CComPtr<ID3D11Device>& device, const std::string& name)
 {
-    return fromCsoString(device, std::string(ShaderRegistry::open(name)));
+    ComputeShader shader = fromCsoString(device, std::string(ShaderRegistry::open(name)));
+    setDebugName(shader.mShader, name);
+    return shader;
 }
 
 ComputeShader ComputeShader::fromCsoFile(
     const CComPtr<ID3D11Device>& device, const std::filesystem::path& path
 )
 {
-    return fromCsoString(device, Core::readLocalFile(path));
+    return fromCsoString(device, Core::readLocalFile(path, kLargestShaderFile));
 }
 
 ComputeShader ComputeShader::fromCsoString(const CComPtr<ID3D11Device>& device, const std::string& bytes)

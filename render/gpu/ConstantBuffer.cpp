@@ -1,6 +1,7 @@
 #include "render/gpu/ConstantBuffer.h"
 
 #include "render/gpu/bindToStages.h"
+#include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
 #include <cassert>
@@ -19,6 +20,7 @@ ConstantBuffer::ConstantBuffer(ID3D11Device* device, unsigned int sizeInBytes) :
         .StructureByteStride = 0,
     };
     throwIfFailed(device->CreateBuffer(&desc, nullptr, mBuffer.put()));
+    setDebugName(mBuffer, "ConstantBuffer");
 }
 
 void ConstantBuffer::update(ID3D11DeviceContext* context, std::span<const std::byte> bytes)

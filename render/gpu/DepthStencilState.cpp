@@ -1,5 +1,6 @@
 #include "render/gpu/DepthStencilState.h"
 
+#include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
 namespace Render
@@ -45,6 +46,7 @@ D3D11_DEPTH_STENCIL_DESC description(bool reversed, bool depthEnable, bool depth
 DepthStencilState::DepthStencilState(ID3D11Device* device, const D3D11_DEPTH_STENCIL_DESC& desc)
 {
     throwIfFailed(device->CreateDepthStencilState(&desc, mState.put()));
+    setDebugName(mState, "DepthStencilState");
 }
 
 DepthStencilState::DepthStencilState(ID3D11Device* device, bool reversed, bool depthEnable, bool depthWrite)

@@ -1,5 +1,6 @@
 #include "render/gpu/DepthStencilView.h"
 
+#include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
 namespace Render
@@ -23,6 +24,7 @@ DepthStencilView::DepthStencilView(
     desc.Flags = 0;
     desc.Texture2D.MipSlice = 0;
     throwIfFailed(device->CreateDepthStencilView(resource, &desc, mView.put()));
+    setDebugName(mView, "DepthStencilView");
 }
 
 void DepthStencilView::setClearValues(unsigned int clearFlags, float depth, unsigned char stencil) noexcept

@@ -1,6 +1,7 @@
 #include "render/gpu/GeometryShader.h"
 
 #include "core/readLocalFile.h"
+#include "render/gpu/setDebugName.h"
 #include "render/gpu/shaderBytecode.h"
 #include "render/gpu/shaderRegistry.h"
 #include "render/gpu/throwIfFailed.h"
@@ -11,7 +12,9 @@ GeometryShader::GeometryShader(ID3D11GeometryShader* shader) : mShader(shader) {
 
 GeometryShader GeometryShader::fromHlslResource(const CComPtr<ID3D11Device>& device, const std::string& name)
 {
-    return fromCsoString(device, compileHlslResource(name, kGeometryProfile));
+    GeometryShader shader = fromCsoString(device, compileHlslResource(name, kGeometryProfile));
+    setDebugName(shader.mShader, name);
+    return shader;
 }
 
 GeometryShader GeometryShader::fromHlslFile(
@@ -23,14 +26,16 @@ GeometryShader GeometryShader::fromHlslFile(
 
 GeometryShader GeometryShader::fromCsoResource(const CComPtr<ID3D11Device>& device, const std::string& name)
 {
-    return fromCsoString(device, std::string(ShaderRegistry::open(name)));
+    GeometryShader shader = fromCsoString(device, std::string(ShaderRegistry::open(name)));
+    setDebugName(shader.mShader, name);
+    return shader;
 }
 
 GeometryShader GeometryShader::fromCsoFile(
     const CComPtr<ID3D11Device>& device, const std::filesystem::path& path
 )
 {
-    return fromCsoString(device, Core::readLocalFile(path));
+    return fromCsoString(device, Core::readLocalFile(path, kLargestShaderFile));
 }
 
 GeometryShader GeometryShader::fromCsoString(const CComPtr<ID3D11Device>& device, const std::string& bytes)

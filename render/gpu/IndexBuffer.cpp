@@ -1,5 +1,6 @@
 #include "render/gpu/IndexBuffer.h"
 
+#include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
 #include <limits>
@@ -25,6 +26,7 @@ IndexBuffer::IndexBuffer(ID3D11Device* device, const unsigned int* indices, std:
     };
     const D3D11_SUBRESOURCE_DATA initialData{indices, 0, 0};
     throwIfFailed(device->CreateBuffer(&desc, &initialData, mBuffer.put()));
+    setDebugName(mBuffer, "IndexBuffer");
 }
 
 IndexBuffer::IndexBuffer(ID3D11Device* device, const std::vector<unsigned int>& indices)

@@ -1,6 +1,7 @@
 #include "render/gpu/PixelShader.h"
 
 #include "core/readLocalFile.h"
+#include "render/gpu/setDebugName.h"
 #include "render/gpu/shaderBytecode.h"
 #include "render/gpu/shaderRegistry.h"
 #include "render/gpu/throwIfFailed.h"
@@ -11,7 +12,9 @@ PixelShader::PixelShader(ID3D11PixelShader* shader) : mShader(shader) {}
 
 PixelShader PixelShader::fromHlslResource(const CComPtr<ID3D11Device>& device, const std::string& name)
 {
-    return fromCsoString(device, compileHlslResource(name, kPixelProfile));
+    PixelShader shader = fromCsoString(device, compileHlslResource(name, kPixelProfile));
+    setDebugName(shader.mShader, name);
+    return shader;
 }
 
 PixelShader PixelShader::fromHlslFile(const CComPtr<ID3D11Device>& device, const std::filesystem::path& path)
@@ -21,12 +24,14 @@ PixelShader PixelShader::fromHlslFile(const CComPtr<ID3D11Device>& device, const
 
 PixelShader PixelShader::fromCsoResource(const CComPtr<ID3D11Device>& device, const std::string& name)
 {
-    return fromCsoString(device, std::string(ShaderRegistry::open(name)));
+    PixelShader shader = fromCsoString(device, std::string(ShaderRegistry::open(name)));
+    setDebugName(shader.mShader, name);
+    return shader;
 }
 
 PixelShader PixelShader::fromCsoFile(const CComPtr<ID3D11Device>& device, const std::filesystem::path& path)
 {
-    return fromCsoString(device, Core::readLocalFile(path));
+    return fromCsoString(device, Core::readLocalFile(path, kLargestShaderFile));
 }
 
 PixelShader PixelShader::fromCsoString(const CComPtr<ID3D11Device>& device, const std::string& bytes)

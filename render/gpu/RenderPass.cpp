@@ -1,5 +1,7 @@
 #include "render/gpu/RenderPass.h"
 
+#include "render/gpu/setDebugName.h"
+
 #include <stdexcept>
 #include <utility>
 
@@ -37,6 +39,18 @@ ShaderResourceView makeDepthShaderResourceView(ID3D11Device* device, const Textu
     desc.Texture2D.MostDetailedMip = 0;
     desc.Texture2D.MipLevels = 1;
     return ShaderResourceView(device, texture.get(), &desc);
+}
+
+/// Names what a render target or the depth buffer consists of.
+template <class View>
+void setDebugNames(
+    const Texture2d& texture, const ShaderResourceView& shaderView, const View& view, std::string name
+)
+{
+    name.insert(0, "RenderPass ");
+    setDebugName(texture.get(), name);
+    setDebugName(shaderView.get(), name);
+    setDebugName(view.get(), name);
 }
 
 /// The part of a pass that is asked for, if the pass has it.
@@ -77,6 +91,7 @@ std::uint64_t RenderPass::addRenderTarget(const std::string& name, D3D11_TEXTURE
     target.texture = Texture2d(mDevice, desc);
     target.shaderResourceView = ShaderResourceView(mDevice, target.texture.get(), nullptr);
     target.renderTargetView = RenderTargetView(mDevice, target.texture.get(), kInitialClearValue);
+    setDebugNames(target.texture, target.shaderResourceView, target.renderTargetView, name);
     target.index = mRenderTargetViews.size();
 
     const std::uint64_t index = target.index;
@@ -105,6 +120,7 @@ void RenderPass::addDepthBuffer(
     auto depthView = std::make_unique<DepthStencilView>(
         mDevice, texture->get(), clearFlags, depthClearValue, stencilClearValue
     );
+    setDebugNames(*texture, *shaderView, *depthView, "depth");
     mDepthTexture = std::move(texture);
     mDepthShaderResourceView = std::move(shaderView);
     mDepthStencilView = std::move(depthView);
@@ -120,6 +136,7 @@ void RenderPass::setViewport(unsigned int width, unsigned int height)
         target.shaderResourceView = ShaderResourceView(mDevice, target.texture.get(), nullptr);
         const std::array<float, 4> clearValue = target.renderTargetView.clearValue();
         target.renderTargetView = RenderTargetView(mDevice, target.texture.get(), clearValue);
+        setDebugNames(target.texture, target.shaderResourceView, target.renderTargetView, name);
         mRenderTargetViews[target.index] = target.renderTargetView.get();
     }
     if (mDepthTexture)
@@ -133,6 +150,7 @@ void RenderPass::setViewport(unsigned int width, unsigned int height)
             mDepthStencilView->depthClearValue(),
             mDepthStencilView->stencilClearValue()
         );
+        setDebugNames(*mDepthTexture, *mDepthShaderResourceView, *mDepthStencilView, "depth");
     }
 }
 
@@ -209,9 +227,19 @@ void RenderPass::unbindDepthTexture(ID3D11DeviceContext* context)
     required(mDepthShaderResourceView).end(context);
 }
 
+Texture2d& RenderPass::texture(const std::string& name)
+{
+    return renderTarget(name).texture;
+}
+
 const Texture2d& RenderPass::texture(const std::string& name) const
 {
     return renderTarget(name).texture;
+}
+
+Texture2d& RenderPass::depthTexture()
+{
+    return required(mDepthTexture);
 }
 
 const Texture2d& RenderPass::depthTexture() const

@@ -109,7 +109,9 @@ public:
     /// @throws std::logic_error  "Error: begin call is missing" when it is not bound
     void unbindDepthTexture(ID3D11DeviceContext* context);
 
+    Texture2d& texture(const std::string& name);
     const Texture2d& texture(const std::string& name) const;
+    Texture2d& depthTexture();
     const Texture2d& depthTexture() const;
 
 private:

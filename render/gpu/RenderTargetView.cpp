@@ -1,6 +1,7 @@
 #include "render/gpu/RenderTargetView.h"
 
 #include "math/Color.h"
+#include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
 namespace Render
@@ -14,6 +15,7 @@ RenderTargetView::RenderTargetView(
         throwIfFailed(E_INVALIDARG);
     }
     throwIfFailed(device->CreateRenderTargetView(resource, nullptr, mView.put()));
+    setDebugName(mView, "RenderTargetView");
     mClearValue = clearValue;
 }
 

@@ -1,6 +1,7 @@
 #include "render/gpu/SamplerState.h"
 
 #include "render/gpu/bindToStages.h"
+#include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
 namespace Render
@@ -8,6 +9,7 @@ namespace Render
 SamplerState::SamplerState(ID3D11Device* device, const D3D11_SAMPLER_DESC& desc)
 {
     throwIfFailed(device->CreateSamplerState(&desc, mSampler.put()));
+    setDebugName(mSampler, "SamplerState");
 }
 
 void SamplerState::begin(ID3D11DeviceContext* context, ShaderConfiguration configuration, unsigned int slot)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "render/Export.h"
 #include "render/gpu/Direct3D.h"
 
 namespace Render
@@ -8,7 +9,7 @@ namespace Render
 /// including source lies.
 ///
 /// Threads  any; stateless.
-class ShaderInclude final : public ID3DInclude
+class RENDER_API ShaderInclude final : public ID3DInclude
 {
 public:
     /// Gives out a copy of the file, which Close frees; no data for an empty file.

@@ -1,6 +1,7 @@
 #include "render/gpu/ShaderResourceView.h"
 
 #include "render/gpu/bindToStages.h"
+#include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
 namespace Render
@@ -14,6 +15,7 @@ ShaderResourceView::ShaderResourceView(
         throwIfFailed(E_INVALIDARG);
     }
     throwIfFailed(device->CreateShaderResourceView(resource, desc, mView.put()));
+    setDebugName(mView, "ShaderResourceView");
 }
 
 void ShaderResourceView::begin(

@@ -1,5 +1,6 @@
 #include "render/gpu/Texture1d.h"
 
+#include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
 namespace Render
@@ -7,6 +8,7 @@ namespace Render
 Texture1d::Texture1d(ID3D11Device* device, const D3D11_TEXTURE1D_DESC& desc)
 {
     throwIfFailed(device->CreateTexture1D(&desc, nullptr, mTexture.put()));
+    setDebugName(mTexture, "Texture1d");
 }
 
 void Texture1d::copy(ID3D11DeviceContext* context, const Texture1d& source)

@@ -2,6 +2,7 @@
 
 #include "graphics/ColorImage.h"
 #include "graphics/DepthImage.h"
+#include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
 #include <algorithm>
@@ -62,6 +63,56 @@ private:
     D3D11_MAPPED_SUBRESOURCE mMapped;
 };
 
+/// Whether a texel takes as many bytes as those of images do.
+bool hasTexelsOfImages(DXGI_FORMAT format)
+{
+    switch (format)
+    {
+        case DXGI_FORMAT_R10G10B10A2_TYPELESS:
+        case DXGI_FORMAT_R10G10B10A2_UNORM:
+        case DXGI_FORMAT_R10G10B10A2_UINT:
+        case DXGI_FORMAT_R11G11B10_FLOAT:
+        case DXGI_FORMAT_R8G8B8A8_TYPELESS:
+        case DXGI_FORMAT_R8G8B8A8_UNORM:
+        case DXGI_FORMAT_R8G8B8A8_UNORM_SRGB:
+        case DXGI_FORMAT_R8G8B8A8_UINT:
+        case DXGI_FORMAT_R8G8B8A8_SNORM:
+        case DXGI_FORMAT_R8G8B8A8_SINT:
+        case DXGI_FORMAT_R16G16_TYPELESS:
+        case DXGI_FORMAT_R16G16_FLOAT:
+        case DXGI_FORMAT_R16G16_UNORM:
+        case DXGI_FORMAT_R16G16_UINT:
+        case DXGI_FORMAT_R16G16_SNORM:
+        case DXGI_FORMAT_R16G16_SINT:
+        case DXGI_FORMAT_R32_TYPELESS:
+        case DXGI_FORMAT_D32_FLOAT:
+        case DXGI_FORMAT_R32_FLOAT:
+        case DXGI_FORMAT_R32_UINT:
+        case DXGI_FORMAT_R32_SINT:
+        case DXGI_FORMAT_R24G8_TYPELESS:
+        case DXGI_FORMAT_D24_UNORM_S8_UINT:
+        case DXGI_FORMAT_R9G9B9E5_SHAREDEXP:
+        case DXGI_FORMAT_B8G8R8A8_TYPELESS:
+        case DXGI_FORMAT_B8G8R8A8_UNORM:
+        case DXGI_FORMAT_B8G8R8A8_UNORM_SRGB:
+        case DXGI_FORMAT_B8G8R8X8_TYPELESS:
+        case DXGI_FORMAT_B8G8R8X8_UNORM:
+        case DXGI_FORMAT_B8G8R8X8_UNORM_SRGB:
+            return true;
+        default:
+            return false;
+    }
+}
+
+/// Direct3D would read wider texels past the end of an image.
+void requireTexelsOfImages(DXGI_FORMAT format)
+{
+    if (!hasTexelsOfImages(format))
+    {
+        throwIfFailed(E_INVALIDARG);
+    }
+}
+
 template <class Image>
 void draw(
     Texture2d& texture,
@@ -77,6 +128,10 @@ void draw(
     if (x > width || image.width() > width - x || y > height || image.height() > height - y)
     {
         throw std::invalid_argument("Error: image does not lie inside the texture");
+    }
+    if (!hasTexelsOfImages(texture.desc().Format))
+    {
+        throw std::invalid_argument("Error: texels of the texture are not those of an image");
     }
 
     const MappedTexture mapped(texture, context, type);
@@ -120,6 +175,7 @@ Texture2d::Texture2d(
 {
     if (width != 0 && height != 0)
     {
+        requireTexelsOfImages(desc.Format);
         Graphics::ColorImage image(width, height);
         image.fill(value);
         const D3D11_SUBRESOURCE_DATA initialData{image.data(), saturated(image.rowPitch()), 0};
@@ -146,6 +202,7 @@ void Texture2d::create(ID3D11Device* device, const D3D11_SUBRESOURCE_DATA* initi
         throwIfFailed(E_INVALIDARG);
     }
     throwIfFailed(device->CreateTexture2D(&mDesc, initialData, mTexture.put()));
+    setDebugName(mTexture, "Texture2d");
 }
 
 void Texture2d::resize(ID3D11Device* device, unsigned int width, unsigned int height)
@@ -167,6 +224,7 @@ void Texture2d::load(
 
 void Texture2d::load(ID3D11Device* device, const Graphics::ColorImage& image)
 {
+    requireTexelsOfImages(mDesc.Format);
     load(
         device, saturated(image.width()), saturated(image.height()), saturated(image.rowPitch()), image.data()
     );
@@ -174,6 +232,7 @@ void Texture2d::load(ID3D11Device* device, const Graphics::ColorImage& image)
 
 void Texture2d::load(ID3D11Device* device, const Graphics::DepthImage& image)
 {
+    requireTexelsOfImages(mDesc.Format);
     load(
         device, saturated(image.width()), saturated(image.height()), saturated(image.rowPitch()), image.data()
     );

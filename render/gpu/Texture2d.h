@@ -37,7 +37,7 @@ public:
         ID3D11Device* device, const D3D11_TEXTURE2D_DESC& desc, unsigned int width, unsigned int height
     );
 
-    /// The same, each texel of four bytes starting as the colour.
+    /// The same, each texel of four bytes starting as the colour. Other texels are an E_INVALIDARG.
     Texture2d(
         ID3D11Device* device,
         const D3D11_TEXTURE2D_DESC& desc,
@@ -69,6 +69,7 @@ public:
     void resize(ID3D11Device* device, unsigned int width, unsigned int height);
 
     /// Makes the texture anew with initial data; fails as resize does.
+    /// An image needs a format of four bytes a texel; others are an E_INVALIDARG that changes nothing.
     /// @param rowPitch  bytes from one row of data to the next
     /// @param data      height rows of at least width texels each
     void load(
@@ -89,7 +90,9 @@ public:
     /// Writes the image's rows into mip level 0, at the upper left corner.
     /// @param type  a type of writing that the usage allows; D3D11_MAP_WRITE_DISCARD leaves the other texels
     /// undefined
-    /// @throws std::invalid_argument  when the image does not lie inside the texture; nothing is written then
+    /// @throws std::invalid_argument  when the image does not lie inside the texture, or a texel does not
+    /// take
+    ///                                four bytes; nothing is written then
     /// @throws ComException           when the texture cannot be mapped
     void drawImageTile(ID3D11DeviceContext* context, const Graphics::ColorImage& image, D3D11_MAP type);
     void drawImageTile(ID3D11DeviceContext* context, const Graphics::DepthImage& image, D3D11_MAP type);

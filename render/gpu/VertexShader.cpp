@@ -1,6 +1,7 @@
 #include "render/gpu/VertexShader.h"
 
 #include "core/readLocalFile.h"
+#include "render/gpu/setDebugName.h"
 #include "render/gpu/shaderBytecode.h"
 #include "render/gpu/shaderRegistry.h"
 #include "render/gpu/throwIfFailed.h"
@@ -16,7 +17,9 @@ VertexShader VertexShader::fromHlslResource(
     const CComPtr<ID3D11Device>& device, const std::string& name, const Layout& layout
 )
 {
-    return fromCsoString(device, compileHlslResource(name, kVertexProfile), layout);
+    VertexShader shader = fromCsoString(device, compileHlslResource(name, kVertexProfile), layout);
+    setDebugName(shader.mShader, name);
+    return shader;
 }
 
 VertexShader VertexShader::fromHlslFile(
@@ -30,14 +33,16 @@ VertexShader VertexShader::fromCsoResource(
     const CComPtr<ID3D11Device>& device, const std::string& name, const Layout& layout
 )
 {
-    return fromCsoString(device, std::string(ShaderRegistry::open(name)), layout);
+    VertexShader shader = fromCsoString(device, std::string(ShaderRegistry::open(name)), layout);
+    setDebugName(shader.mShader, name);
+    return shader;
 }
 
 VertexShader VertexShader::fromCsoFile(
     const CComPtr<ID3D11Device>& device, const std::filesystem::path& path, const Layout& layout
 )
 {
-    return fromCsoString(device, Core::readLocalFile(path), layout);
+    return fromCsoString(device, Core::readLocalFile(path, kLargestShaderFile), layout);
 }
 
 VertexShader VertexShader::fromCsoString(

@@ -68,7 +68,7 @@ std::string compileHlslResource(const std::string& name, const ShaderProfile& pr
 
 std::string compileHlslFile(const std::filesystem::path& path, const ShaderProfile& profile)
 {
-    const std::string source = Core::readLocalFile(path);
+    const std::string source = Core::readLocalFile(path, kLargestShaderFile);
     return compileHlsl(source, path.string(), D3D_COMPILE_STANDARD_FILE_INCLUDE, profile);
 }
 }  // namespace Render

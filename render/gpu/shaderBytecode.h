@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -19,6 +20,9 @@ inline constexpr ShaderProfile kVertexProfile{"vs_main", "vs_5_0"};
 inline constexpr ShaderProfile kPixelProfile{"ps_main", "ps_5_0"};
 inline constexpr ShaderProfile kGeometryProfile{"gs_main", "gs_5_0"};
 inline constexpr ShaderProfile kComputeProfile{"cs_main", "cs_5_0"};
+
+/// In bytes, of a source or of bytecode; no shader comes near it.
+inline constexpr std::uint64_t kLargestShaderFile = 64ULL << 20U;
 
 /// Compiles HLSL; warnings are errors. Runs on any thread.
 /// @param sourceName  how messages call the source

@@ -1,5 +1,6 @@
 #include "render/pointcloud/DynamicVertexBuffer.h"
 
+#include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
 #include <algorithm>
@@ -51,6 +52,7 @@ void DynamicVertexBuffer::create(ID3D11Device* device, const void* initialData)
     desc.CPUAccessFlags = D3D11_CPU_ACCESS_WRITE;
     const D3D11_SUBRESOURCE_DATA data{initialData, 0, 0};
     throwIfFailed(device->CreateBuffer(&desc, initialData != nullptr ? &data : nullptr, mBuffer.put()));
+    setDebugName(mBuffer, "DynamicVertexBuffer");
 }
 
 void DynamicVertexBuffer::update(ID3D11DeviceContext* context, std::span<const std::byte> bytes)

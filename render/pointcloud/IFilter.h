@@ -17,10 +17,10 @@ class IFilter
 {
 public:
     /// Whether the region holds the point.
-    virtual bool testPosition(const Math::Point<float, 3>& point) const = 0;
+    virtual bool testPosition(const Math::Point<float, 3>& point) = 0;
 
     /// How the box lies to the region.
-    virtual Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) const = 0;
+    virtual Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) = 0;
 
     virtual ~IFilter() = default;
 

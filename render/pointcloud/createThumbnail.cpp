@@ -41,6 +41,11 @@ void removeIfPresent(const std::filesystem::path& path)
     }
     if (present)
     {
+        if (std::filesystem::is_directory(path, error))  // an empty folder would be removed like a file
+        {
+            error = std::make_error_code(std::errc::is_a_directory);
+            throw std::filesystem::filesystem_error("remove", path, error);
+        }
         std::filesystem::remove(path, error);
         if (error)
         {

@@ -10,6 +10,10 @@ namespace
 template <class Write>
 std::size_t scan(const FrameImages& images, ScanPosition& next, std::size_t maxCount, const Write& write)
 {
+    if (next.column >= images.width)  // the picture has become narrower since the last chunk
+    {
+        next = {0, next.row + 1};
+    }
     std::size_t count = 0;
     while (count < maxCount && next.row < images.height)
     {

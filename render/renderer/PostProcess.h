@@ -10,6 +10,7 @@
 #include "render/renderer/ColorMap.h"
 #include "render/renderer/PostProcessConstants.h"
 #include "render/renderer/RenderMode.h"
+#include "render/scene/Viewport.h"
 
 namespace Render
 {

@@ -2,6 +2,8 @@
 
 #include "core/InstanceId.h"
 #include "core/NonCopyable.h"
+#include "graphics/ColorImage.h"
+#include "graphics/DepthImage.h"
 #include "math/Color.h"
 #include "math/NBoundingBox.h"
 #include "math/NPlane.h"
@@ -12,6 +14,8 @@
 #include "render/gpu/VertexFormats.h"
 #include "render/renderer/ColorMap.h"
 #include "render/renderer/RenderMode.h"
+#include "render/scene/Camera.h"
+#include "render/scene/Renderable.h"
 
 #include <Eigen/Core>
 
@@ -21,12 +25,6 @@
 #include <memory>
 #include <span>
 #include <vector>
-
-namespace Graphics
-{
-class ColorImage;
-class DepthImage;
-}  // namespace Graphics
 
 namespace Render
 {

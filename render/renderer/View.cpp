@@ -35,7 +35,16 @@ void View::setScene(
     }
     catch (...)
     {
-        mScene.reset();  // half of it may lack its device objects
+        // Half of it may lack its device objects; what the other half took is given back.
+        const std::shared_ptr<Renderable> failed = std::exchange(mScene, nullptr);
+        try
+        {
+            failed->deinit();
+        }
+        catch (...)
+        {
+            // the first error is the one to report
+        }
         throw;
     }
 }

@@ -178,14 +178,15 @@ void Camera::setProjection(const Eigen::Matrix4f& projection, float minDepth, fl
     mZBufferReversed = reversed;
     mViewport.setDepthRange(minDepth, maxDepth);
 
+    // From the member: the argument may be a matrix of this camera, which has been derived anew by now.
     if (isPerspective())
     {
-        mFovY = fovYRadOf(projection);
+        mFovY = fovYRadOf(mProjectionMatrix);
     }
     else
     {
-        mHorizontalExtent = 2.0F / projection(0, 0);
-        mVerticalExtent = 2.0F / projection(1, 1);
+        mHorizontalExtent = 2.0F / mProjectionMatrix(0, 0);
+        mVerticalExtent = 2.0F / mProjectionMatrix(1, 1);
     }
 
     const Eigen::Matrix4f& inverse = mInvViewProjectionMatrix;
@@ -219,12 +220,12 @@ void Camera::setZNearAndFarViaBoundingBox(const Math::NBoundingBox<float, 3>& bo
 
 void Camera::setNeedsRedraw(bool needsRedraw) noexcept
 {
-    mNeedsRedraw.exchange(needsRedraw);
+    mNeedsRedraw.set(needsRedraw);
 }
 
 bool Camera::needsRedraw() const noexcept
 {
-    return mNeedsRedraw.load();
+    return mNeedsRedraw.get();
 }
 
 float Camera::fovYDeg() const noexcept

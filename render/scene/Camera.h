@@ -22,9 +22,7 @@ namespace Render
 /// Frame    right-handed, the camera looks along its local -z axis. With the reversed depth buffer near maps
 /// to depth 1
 ///          and far to 0, else near to 0 and far to 1.
-/// Threads  one thread, but for needsRedraw() and setNeedsRedraw(), which any thread may call. Not copyable
-/// because of
-///          that flag.
+/// Threads  one thread, but for needsRedraw() and setNeedsRedraw(), which any thread may call.
 class RENDER_API Camera
 {
 public:
@@ -157,6 +155,28 @@ private:
     void updateDerivedMatrices();
     Math::Frustum<float> frustumOf(const Eigen::Matrix4f& matrix) const;
 
+    /// An atomic flag that is copied by value.
+    class RedrawFlag
+    {
+    public:
+        RedrawFlag() noexcept = default;
+
+        RedrawFlag(const RedrawFlag& other) noexcept : mValue(other.get()) {}
+
+        RedrawFlag& operator=(const RedrawFlag& other) noexcept
+        {
+            set(other.get());
+            return *this;
+        }
+
+        bool get() const noexcept { return mValue.load(); }
+
+        void set(bool value) noexcept { mValue.store(value); }
+
+    private:
+        std::atomic<bool> mValue{true};
+    };
+
     float mFovY = 1.0471976F;  // radians
     float mHorizontalExtent = 4.0F;
     float mVerticalExtent = 3.0F;
@@ -170,6 +190,6 @@ private:
     Eigen::Matrix4f mViewProjectionMatrix = Eigen::Matrix4f::Zero();
     Eigen::Matrix4f mInvViewProjectionMatrix = Eigen::Matrix4f::Zero();
     bool mZBufferReversed;
-    std::atomic<bool> mNeedsRedraw{true};
+    RedrawFlag mNeedsRedraw;
 };
 }  // namespace Render

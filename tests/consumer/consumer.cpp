@@ -1,5 +1,6 @@
 // Draws a data set with the installed headers and libraries alone: consumer DATASET PICTURE.png. Ends with 0
 // when the picture shows points.
+#include "libraryBorders.h"
 #include <core/readLocalFile.h>
 #include <graphics/ColorImage.h>
 #include <math/Color.h>
@@ -57,6 +58,7 @@ void expectErrorFromLibrary(const std::filesystem::path& missing)
 void run(const std::filesystem::path& dataset, const std::filesystem::path& picture)
 {
     expectErrorFromLibrary(dataset / "missing");
+    checkLibraryBorders(dataset);
 
     const Math::Color background(10, 20, 30, 255);
     Render::Renderer renderer;

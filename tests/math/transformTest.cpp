@@ -149,6 +149,19 @@ TEST(Transform, TransformsEveryHalfSpaceOfAPolytope)
     EXPECT_FALSE(moved.contains(Point(6.1F, 0.0F, 0.0F)));
 }
 
+TEST(Transform, WithTheMatrixItselfItIsTheSameAsWithTheInverse)
+{
+    const HalfSpace rightOfOne(1.0F, 0.0F, 0.0F, -1.0F);
+    const Eigen::Matrix4f byFive = translation(5.0F, 0.0F, 0.0F);
+
+    const Polytope moved = Math::transformed(Polytope({rightOfOne}), byFive);
+
+    EXPECT_EQ(Math::transformed(rightOfOne, byFive), HalfSpace(1.0F, 0.0F, 0.0F, -6.0F));
+    EXPECT_EQ(Math::transformed(Plane(1.0F, 0.0F, 0.0F, -1.0F), byFive), Plane(1.0F, 0.0F, 0.0F, -6.0F));
+    EXPECT_TRUE(moved.contains(Point(6.0F, 0.0F, 0.0F)));
+    EXPECT_FALSE(moved.contains(Point(5.9F, 0.0F, 0.0F)));
+}
+
 TEST(Transform, LeavesTheWholeSpaceWhole)
 {
     EXPECT_TRUE(Math::transformedByInverse(Polytope(), turnScaleMove()).empty());

@@ -18,14 +18,14 @@ BoxFilter::BoxFilter(const Math::NBoundingBox<float, 3>& box) : mBox(box)
     }
 }
 
-bool BoxFilter::testPosition(const Math::Point<float, 3>& point) const
+bool BoxFilter::testPosition(const Math::Point<float, 3>& point)
 {
     // every comparison is made, whatever the others say: no branch to mispredict
     return (point.x >= mBox.min().x) & (point.x <= mBox.max().x) & (point.y >= mBox.min().y) &
            (point.y <= mBox.max().y) & (point.z >= mBox.min().z) & (point.z <= mBox.max().z);
 }
 
-BoxTestResult BoxFilter::testBox(const Math::NBoundingBox<float, 3>& box) const
+BoxTestResult BoxFilter::testBox(const Math::NBoundingBox<float, 3>& box)
 {
     if (mBox.isEmpty())
     {

@@ -14,8 +14,8 @@ public:
     /// @throws std::invalid_argument  for a NaN
     explicit BoxFilter(const Math::NBoundingBox<float, 3>& box);
 
-    bool testPosition(const Math::Point<float, 3>& point) const override;
-    Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) const override;
+    bool testPosition(const Math::Point<float, 3>& point) override;
+    Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) override;
 
 private:
     Math::NBoundingBox<float, 3> mBox;

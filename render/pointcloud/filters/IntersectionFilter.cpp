@@ -19,14 +19,14 @@ IntersectionFilter::IntersectionFilter(std::vector<std::unique_ptr<IFilter>> fil
 
 IntersectionFilter::~IntersectionFilter() = default;
 
-bool IntersectionFilter::testPosition(const Math::Point<float, 3>& point) const
+bool IntersectionFilter::testPosition(const Math::Point<float, 3>& point)
 {
     return std::all_of(
         mFilters.begin(), mFilters.end(), [&](const auto& filter) { return filter->testPosition(point); }
     );
 }
 
-BoxTestResult IntersectionFilter::testBox(const Math::NBoundingBox<float, 3>& box) const
+BoxTestResult IntersectionFilter::testBox(const Math::NBoundingBox<float, 3>& box)
 {
     BoxTestResult result = BoxTestResult::Inside;
     for (const std::unique_ptr<IFilter>& filter : mFilters)

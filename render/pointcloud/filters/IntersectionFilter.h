@@ -18,8 +18,8 @@ public:
     IntersectionFilter& operator=(const IntersectionFilter&) = delete;
     ~IntersectionFilter() override;
 
-    bool testPosition(const Math::Point<float, 3>& point) const override;
-    Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) const override;
+    bool testPosition(const Math::Point<float, 3>& point) override;
+    Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) override;
 
 private:
     std::vector<std::unique_ptr<IFilter>> mFilters;

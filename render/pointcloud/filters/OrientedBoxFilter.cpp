@@ -42,7 +42,7 @@ OrientedBoxFilter::OrientedBoxFilter(
     }
 }
 
-bool OrientedBoxFilter::testPosition(const Math::Point<float, 3>& point) const
+bool OrientedBoxFilter::testPosition(const Math::Point<float, 3>& point)
 {
     const double x = double{point.x} - mCenter.x;
     const double y = double{point.y} - mCenter.y;
@@ -57,7 +57,7 @@ bool OrientedBoxFilter::testPosition(const Math::Point<float, 3>& point) const
     return true;
 }
 
-BoxTestResult OrientedBoxFilter::testBox(const Math::NBoundingBox<float, 3>& box) const
+BoxTestResult OrientedBoxFilter::testBox(const Math::NBoundingBox<float, 3>& box)
 {
     bool isInside = true;
     for (std::size_t i = 0; i < 3; ++i)

@@ -21,10 +21,10 @@ public:
         const Math::Point<float, 3>& center, const Eigen::Matrix3d& axes, const Eigen::Vector3d& halfSizes
     );
 
-    bool testPosition(const Math::Point<float, 3>& point) const override;
+    bool testPosition(const Math::Point<float, 3>& point) override;
 
     /// Outside only where one of the box's own axes separates the two.
-    Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) const override;
+    Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) override;
 
 private:
     Math::Point<double, 3> mCenter;

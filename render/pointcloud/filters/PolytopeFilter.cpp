@@ -24,12 +24,12 @@ PolytopeFilter::PolytopeFilter(Math::ConvexPolytope<double, 3> polytope) : mPoly
     }
 }
 
-bool PolytopeFilter::testPosition(const Math::Point<float, 3>& point) const
+bool PolytopeFilter::testPosition(const Math::Point<float, 3>& point)
 {
     return mPolytope.contains({point.x, point.y, point.z});
 }
 
-BoxTestResult PolytopeFilter::testBox(const Math::NBoundingBox<float, 3>& box) const
+BoxTestResult PolytopeFilter::testBox(const Math::NBoundingBox<float, 3>& box)
 {
     // Evaluated like points, whose values lie between those of the two corners since rounding is monotone.
     bool isInside = true;

@@ -16,10 +16,10 @@ public:
     /// @throws std::invalid_argument  for a normal of length 0 and for numbers that are not finite
     explicit PolytopeFilter(Math::ConvexPolytope<double, 3> polytope);
 
-    bool testPosition(const Math::Point<float, 3>& point) const override;
+    bool testPosition(const Math::Point<float, 3>& point) override;
 
     /// Outside only where one of the planes alone says so.
-    Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) const override;
+    Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) override;
 
 private:
     Math::ConvexPolytope<double, 3> mPolytope;

@@ -72,12 +72,12 @@ PrismFilter::PrismFilter(std::vector<Corner> polygon, float minZ, float maxZ)
     }
 }
 
-bool PrismFilter::testPosition(const Math::Point<float, 3>& point) const
+bool PrismFilter::testPosition(const Math::Point<float, 3>& point)
 {
     return point.z >= mMinZ && point.z <= mMaxZ && isInPolygon(point.x, point.y);
 }
 
-BoxTestResult PrismFilter::testBox(const Math::NBoundingBox<float, 3>& box) const
+BoxTestResult PrismFilter::testBox(const Math::NBoundingBox<float, 3>& box)
 {
     if (mMinZ > mMaxZ || box.min().z > mMaxZ || box.max().z < mMinZ)
     {

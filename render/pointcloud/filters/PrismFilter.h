@@ -22,8 +22,8 @@ public:
     ///                                heights that are NaN
     PrismFilter(std::vector<Math::Point<float, 2>> polygon, float minZ, float maxZ);
 
-    bool testPosition(const Math::Point<float, 3>& point) const override;
-    Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) const override;
+    bool testPosition(const Math::Point<float, 3>& point) override;
+    Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) override;
 
 private:
     bool isInPolygon(double x, double y) const noexcept;

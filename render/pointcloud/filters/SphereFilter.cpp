@@ -31,12 +31,12 @@ SphereFilter::SphereFilter(const Math::Point<float, 3>& center, double radius)
     }
 }
 
-bool SphereFilter::testPosition(const Math::Point<float, 3>& point) const
+bool SphereFilter::testPosition(const Math::Point<float, 3>& point)
 {
     return squaredLength(point.x - mCenter.x, point.y - mCenter.y, point.z - mCenter.z) <= mSquaredRadius;
 }
 
-BoxTestResult SphereFilter::testBox(const Math::NBoundingBox<float, 3>& box) const
+BoxTestResult SphereFilter::testBox(const Math::NBoundingBox<float, 3>& box)
 {
     Math::Point<double, 3> nearest;
     Math::Point<double, 3> farthest;

@@ -15,8 +15,8 @@ public:
     /// @throws std::invalid_argument  for a centre that is not finite, a negative radius or a NaN
     SphereFilter(const Math::Point<float, 3>& center, double radius);
 
-    bool testPosition(const Math::Point<float, 3>& point) const override;
-    Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) const override;
+    bool testPosition(const Math::Point<float, 3>& point) override;
+    Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) override;
 
 private:
     Math::Point<double, 3> mCenter;

@@ -556,6 +556,37 @@ TEST(Camera, EqualityIgnoresTheRedrawFlagAndTheDepthRange)
     EXPECT_FALSE(camera != other);
 }
 
+TEST(Camera, ACopyIsEqualAndHasAFlagOfItsOwn)
+{
+    Camera camera;
+    camera.setViewMatrix(translation(1.0F, 2.0F, 3.0F));
+    camera.setNeedsRedraw(false);
+
+    Camera copy = camera;
+    EXPECT_FALSE(copy.needsRedraw());
+    copy.setNeedsRedraw(true);
+
+    EXPECT_TRUE(copy == camera);
+    EXPECT_FALSE(camera.needsRedraw());
+}
+
+TEST(Camera, ItsOwnMatrixMayBeGivenAsProjection)
+{
+    Camera camera;
+    camera.setOrthographic(4.0F, 2.0F, 1.0F, 10.0F);
+    camera.setPose({1.0F, 2.0F, 3.0F}, Eigen::Vector3f(-1.0F, -2.0F, -2.0F), Eigen::Vector3f::UnitZ());
+    Camera other = camera;
+    const Eigen::Matrix4f matrix = camera.viewProjectionMatrix();
+
+    camera.setProjection(camera.viewProjectionMatrix(), 0.0F, 1.0F, false);
+    other.setProjection(matrix, 0.0F, 1.0F, false);
+
+    EXPECT_TRUE(camera == other);
+    EXPECT_EQ(camera.verticalExtent(), other.verticalExtent());
+    EXPECT_EQ(camera.horizontalExtent(), other.horizontalExtent());
+    EXPECT_EQ(camera.verticalExtent(), 2.0F / matrix(1, 1));
+}
+
 TEST(Camera, EqualityComparesViewProjectionViewportAndDepthConvention)
 {
     const Camera camera;

@@ -79,7 +79,7 @@ std::unique_ptr<IFilter> boxFilter(float min, float max)
 }
 
 /// Boxes and points of them never contradict each other.
-void expectConsistent(const IFilter& filter, float reach)
+void expectConsistent(IFilter& filter, float reach)
 {
     std::mt19937 generator(7);
     std::uniform_real_distribution<float> anywhere(-reach, reach);
@@ -111,7 +111,7 @@ void expectConsistent(const IFilter& filter, float reach)
 
 TEST(BoxFilter, BordersBelongToTheBox)
 {
-    const BoxFilter filter(Box({1, 2, 3}, {4, 5, 6}));
+    BoxFilter filter(Box({1, 2, 3}, {4, 5, 6}));
 
     EXPECT_TRUE(filter.testPosition({2, 3, 4}));
     EXPECT_TRUE(filter.testPosition({1, 2, 3}));
@@ -126,7 +126,7 @@ TEST(BoxFilter, BordersBelongToTheBox)
 
 TEST(BoxFilter, BoxesAreInsideUpToTheBorderAndOutsideBeyondIt)
 {
-    const BoxFilter filter(cube(0, 8));
+    BoxFilter filter(cube(0, 8));
 
     EXPECT_EQ(filter.testBox(cube(0, 8)), BoxTestResult::Inside);
     EXPECT_EQ(filter.testBox(cube(2, 3)), BoxTestResult::Inside);
@@ -139,7 +139,7 @@ TEST(BoxFilter, BoxesAreInsideUpToTheBorderAndOutsideBeyondIt)
 
 TEST(BoxFilter, AnInvertedBoxHoldsNothing)
 {
-    const BoxFilter filter(Box({0, 0, 5}, {8, 8, 4}));
+    BoxFilter filter(Box({0, 0, 5}, {8, 8, 4}));
 
     EXPECT_FALSE(filter.testPosition({1, 1, 4.5F}));
     EXPECT_EQ(filter.testBox(cube(-10, 10)), BoxTestResult::Outside);
@@ -147,7 +147,7 @@ TEST(BoxFilter, AnInvertedBoxHoldsNothing)
 
 TEST(BoxFilter, ABoxWithoutVolumeHoldsItsPoint)
 {
-    const BoxFilter filter(cube(3, 3));
+    BoxFilter filter(cube(3, 3));
 
     EXPECT_TRUE(filter.testPosition({3, 3, 3}));
     EXPECT_FALSE(filter.testPosition({3, 3, above(3.0F)}));
@@ -156,7 +156,7 @@ TEST(BoxFilter, ABoxWithoutVolumeHoldsItsPoint)
 
 TEST(BoxFilter, InfiniteSidesHoldEverythingThere)
 {
-    const BoxFilter filter(Box({-kInfinity, -kInfinity, 0}, {kInfinity, kInfinity, kInfinity}));
+    BoxFilter filter(Box({-kInfinity, -kInfinity, 0}, {kInfinity, kInfinity, kInfinity}));
 
     EXPECT_TRUE(filter.testPosition({1e30F, -1e30F, 0}));
     EXPECT_EQ(filter.testBox(cube(0, 1e30F)), BoxTestResult::Inside);
@@ -171,7 +171,7 @@ TEST(BoxFilter, NanIsRefusedAsACornerAndHeldByNoBox)
 
 TEST(OrientedBoxFilter, BordersBelongToTheTurnedBox)
 {
-    const OrientedBoxFilter filter = turnedBox();  // x 8 to 12, y 16 to 24, z 29 to 31
+    OrientedBoxFilter filter = turnedBox();  // x 8 to 12, y 16 to 24, z 29 to 31
 
     EXPECT_TRUE(filter.testPosition({10, 20, 30}));
     EXPECT_TRUE(filter.testPosition({8, 16, 29}));
@@ -186,7 +186,7 @@ TEST(OrientedBoxFilter, ADiamondHoldsItsMiddleAndNotTheCornersOfItsBounds)
     const double s = std::sqrt(0.5);
     Eigen::Matrix3d axes;
     axes << s, -s, 0, s, s, 0, 0, 0, 1;
-    const OrientedBoxFilter filter({0, 0, 0}, axes, {1, 1, 1});  // |x| + |y| <= sqrt 2
+    OrientedBoxFilter filter({0, 0, 0}, axes, {1, 1, 1});  // |x| + |y| <= sqrt 2
 
     EXPECT_TRUE(filter.testPosition({1.414F, 0, 0}));
     EXPECT_FALSE(filter.testPosition({1.415F, 0, 0}));
@@ -199,7 +199,7 @@ TEST(OrientedBoxFilter, ADiamondHoldsItsMiddleAndNotTheCornersOfItsBounds)
 
 TEST(OrientedBoxFilter, BoxesAreInsideUpToTheBorderAndOutsideBeyondIt)
 {
-    const OrientedBoxFilter filter = turnedBox();
+    OrientedBoxFilter filter = turnedBox();
 
     EXPECT_EQ(filter.testBox(Box({8, 16, 29}, {12, 24, 31})), BoxTestResult::Inside);
     EXPECT_EQ(filter.testBox(Box({8, 16, 29}, {12, above(24.0F), 31})), BoxTestResult::Border);
@@ -209,7 +209,7 @@ TEST(OrientedBoxFilter, BoxesAreInsideUpToTheBorderAndOutsideBeyondIt)
 
 TEST(OrientedBoxFilter, ANegativeSizeHoldsNothing)
 {
-    const OrientedBoxFilter filter({0, 0, 0}, Eigen::Matrix3d::Identity(), {1, -1, 1});
+    OrientedBoxFilter filter({0, 0, 0}, Eigen::Matrix3d::Identity(), {1, -1, 1});
 
     EXPECT_FALSE(filter.testPosition({0, 0, 0}));
     EXPECT_EQ(filter.testBox(cube(-9, 9)), BoxTestResult::Outside);
@@ -233,7 +233,7 @@ TEST(OrientedBoxFilter, SkewLongOrNanAxesAreRefused)
 
 TEST(SphereFilter, TheSurfaceBelongsToTheBall)
 {
-    const SphereFilter filter({1, 2, 3}, 7.0);  // 2, 3, 6: 4 + 9 + 36 = 49
+    SphereFilter filter({1, 2, 3}, 7.0);  // 2, 3, 6: 4 + 9 + 36 = 49
 
     EXPECT_TRUE(filter.testPosition({3, 5, 9}));
     EXPECT_TRUE(filter.testPosition({-6, 2, 3}));
@@ -244,7 +244,7 @@ TEST(SphereFilter, TheSurfaceBelongsToTheBall)
 
 TEST(SphereFilter, BoxesAreJudgedByTheirNearestAndFarthestPoint)
 {
-    const SphereFilter filter({0, 0, 0}, 7.0);
+    SphereFilter filter({0, 0, 0}, 7.0);
 
     EXPECT_EQ(filter.testBox(Box({-2, -3, -6}, {2, 3, 6})), BoxTestResult::Inside);
     EXPECT_EQ(filter.testBox(Box({-2, -3, -6}, {2, 3, above(6.0F)})), BoxTestResult::Border);
@@ -256,7 +256,7 @@ TEST(SphereFilter, BoxesAreJudgedByTheirNearestAndFarthestPoint)
 
 TEST(SphereFilter, ARadiusOfZeroLeavesTheCentre)
 {
-    const SphereFilter filter({1, 2, 3}, 0.0);
+    SphereFilter filter({1, 2, 3}, 0.0);
 
     EXPECT_TRUE(filter.testPosition({1, 2, 3}));
     EXPECT_FALSE(filter.testPosition({1, 2, above(3.0F)}));
@@ -271,7 +271,7 @@ TEST(SphereFilter, NegativeRadiusAndNanAreRefused)
 
 TEST(PolytopeFilter, PlanesBelongToTheRegion)
 {
-    const PolytopeFilter filter = tetrahedron();
+    PolytopeFilter filter = tetrahedron();
 
     EXPECT_TRUE(filter.testPosition({0.5F, 0.5F, 0.5F}));
     EXPECT_TRUE(filter.testPosition({0, 0, 0}));
@@ -283,7 +283,7 @@ TEST(PolytopeFilter, PlanesBelongToTheRegion)
 
 TEST(PolytopeFilter, BoxesAreJudgedByTheirInnermostAndOutermostCorner)
 {
-    const PolytopeFilter filter = tetrahedron();
+    PolytopeFilter filter = tetrahedron();
 
     EXPECT_EQ(filter.testBox(cube(0, 1)), BoxTestResult::Inside);
     EXPECT_EQ(filter.testBox(cube(0, above(1.0F))), BoxTestResult::Border);
@@ -294,7 +294,7 @@ TEST(PolytopeFilter, BoxesAreJudgedByTheirInnermostAndOutermostCorner)
 
 TEST(PolytopeFilter, WithoutPlanesItIsTheWholeSpace)
 {
-    const PolytopeFilter filter{Polytope()};
+    PolytopeFilter filter{Polytope()};
 
     EXPECT_TRUE(filter.testPosition({1e30F, 0, 0}));
     EXPECT_EQ(filter.testBox(cube(-1e30F, 1e30F)), BoxTestResult::Inside);
@@ -302,7 +302,7 @@ TEST(PolytopeFilter, WithoutPlanesItIsTheWholeSpace)
 
 TEST(PolytopeFilter, ContradictingPlanesHoldNothing)
 {
-    const PolytopeFilter filter(Polytope({{1, 0, 0, -1}, {-1, 0, 0, 0}}));  // x >= 1 and x <= 0
+    PolytopeFilter filter(Polytope({{1, 0, 0, -1}, {-1, 0, 0, 0}}));  // x >= 1 and x <= 0
 
     EXPECT_FALSE(filter.testPosition({0.5F, 0, 0}));
     EXPECT_FALSE(filter.testPosition({1, 0, 0}));
@@ -312,7 +312,7 @@ TEST(PolytopeFilter, ContradictingPlanesHoldNothing)
 TEST(PolytopeFilter, APlaneFarFromTheOriginKeepsItsPlace)
 {
     // x >= 0.125 seen from six million units away: single precision could not hold the coefficient
-    const PolytopeFilter filter(Polytope({{6.0e6, 0, 0, -6.0e6 * 0.125}}));
+    PolytopeFilter filter(Polytope({{6.0e6, 0, 0, -6.0e6 * 0.125}}));
 
     EXPECT_TRUE(filter.testPosition({0.125F, 0, 0}));
     EXPECT_FALSE(filter.testPosition({below(0.125F), 0, 0}));
@@ -326,7 +326,7 @@ TEST(PolytopeFilter, NormalsWithoutLengthAndNanAreRefused)
 
 TEST(PrismFilter, EdgesCornersAndCapsBelongToTheRegion)
 {
-    const PrismFilter filter = standingL();
+    PrismFilter filter = standingL();
 
     EXPECT_TRUE(filter.testPosition({1, 1, 3}));
     EXPECT_TRUE(filter.testPosition({3, 1, 3}));
@@ -345,7 +345,7 @@ TEST(PrismFilter, EdgesCornersAndCapsBelongToTheRegion)
 
 TEST(PrismFilter, JustBeyondEdgesAndCapsIsOutside)
 {
-    const PrismFilter filter = standingL();
+    PrismFilter filter = standingL();
 
     EXPECT_FALSE(filter.testPosition({3, above(2.0F), 3}));
     EXPECT_FALSE(filter.testPosition({above(2.0F), 3, 3}));
@@ -362,7 +362,7 @@ TEST(PrismFilter, JustBeyondEdgesAndCapsIsOutside)
 
 TEST(PrismFilter, TheOrderOfCornersAndARepeatedLastOneDoNotMatter)
 {
-    const PrismFilter clockwise({{0, 0}, {0, 4}, {4, 4}, {4, 0}, {0, 0}}, 0, 1);
+    PrismFilter clockwise({{0, 0}, {0, 4}, {4, 4}, {4, 0}, {0, 0}}, 0, 1);
 
     EXPECT_TRUE(clockwise.testPosition({2, 2, 0}));
     EXPECT_TRUE(clockwise.testPosition({4, 4, 1}));
@@ -371,7 +371,7 @@ TEST(PrismFilter, TheOrderOfCornersAndARepeatedLastOneDoNotMatter)
 
 TEST(PrismFilter, APointOnASlantedEdgeIsOnTheBorder)
 {
-    const PrismFilter filter({{0, 0}, {8, 4}, {0, 4}}, 0, 1);
+    PrismFilter filter({{0, 0}, {8, 4}, {0, 4}}, 0, 1);
 
     EXPECT_TRUE(filter.testPosition({2, 1, 0}));
     EXPECT_FALSE(filter.testPosition({above(2.0F), 1, 0}));
@@ -381,14 +381,14 @@ TEST(PrismFilter, APointOnASlantedEdgeIsOnTheBorder)
 TEST(PrismFilter, WhatIsEnclosedTwiceIsOutside)
 {
     // a square gone round twice
-    const PrismFilter filter({{0, 0}, {4, 0}, {4, 4}, {0, 4}, {0, 0}, {4, 0}, {4, 4}, {0, 4}}, 0, 1);
+    PrismFilter filter({{0, 0}, {4, 0}, {4, 4}, {0, 4}, {0, 0}, {4, 0}, {4, 4}, {0, 4}}, 0, 1);
 
     EXPECT_FALSE(filter.testPosition({2, 2, 0}));
 }
 
 TEST(PrismFilter, BoxesAreJudgedByEdgesAndHeights)
 {
-    const PrismFilter filter = standingL();
+    PrismFilter filter = standingL();
 
     EXPECT_EQ(filter.testBox(Box({0.5F, 0.5F, 1}, {1.5F, 3.5F, 5})), BoxTestResult::Inside);
     EXPECT_EQ(filter.testBox(Box({0.5F, 0.5F, 1}, {1.5F, 3.5F, above(5.0F)})), BoxTestResult::Border);
@@ -402,7 +402,7 @@ TEST(PrismFilter, BoxesAreJudgedByEdgesAndHeights)
 
 TEST(PrismFilter, InvertedHeightsHoldNothing)
 {
-    const PrismFilter filter({{0, 0}, {4, 0}, {0, 4}}, 5, 1);
+    PrismFilter filter({{0, 0}, {4, 0}, {0, 4}}, 5, 1);
 
     EXPECT_FALSE(filter.testPosition({1, 1, 3}));
     EXPECT_EQ(filter.testBox(cube(-9, 9)), BoxTestResult::Outside);
@@ -435,7 +435,7 @@ TEST(PrismFilter, CornersAndHeightsThatAreNotNumbersAreRefused)
 
 TEST(PrismFilter, ACollapsedPolygonHoldsItsLine)
 {
-    const PrismFilter filter({{0, 0}, {2, 2}, {4, 4}}, 0, 1);
+    PrismFilter filter({{0, 0}, {2, 2}, {4, 4}}, 0, 1);
 
     EXPECT_TRUE(filter.testPosition({3, 3, 0}));
     EXPECT_FALSE(filter.testPosition({3, above(3.0F), 0}));
@@ -444,7 +444,7 @@ TEST(PrismFilter, ACollapsedPolygonHoldsItsLine)
 
 TEST(IntersectionFilter, HoldsWhatAllItsFiltersHold)
 {
-    const IntersectionFilter filter(filters(boxFilter(0, 4), boxFilter(2, 6)));
+    IntersectionFilter filter(filters(boxFilter(0, 4), boxFilter(2, 6)));
 
     EXPECT_TRUE(filter.testPosition({3, 3, 3}));
     EXPECT_TRUE(filter.testPosition({2, 4, 2}));
@@ -454,7 +454,7 @@ TEST(IntersectionFilter, HoldsWhatAllItsFiltersHold)
 
 TEST(IntersectionFilter, OneThatIsOutsideDecidesAndAllMustBeInside)
 {
-    const IntersectionFilter filter(filters(boxFilter(0, 4), boxFilter(2, 6)));
+    IntersectionFilter filter(filters(boxFilter(0, 4), boxFilter(2, 6)));
 
     EXPECT_EQ(filter.testBox(cube(2, 4)), BoxTestResult::Inside);
     EXPECT_EQ(filter.testBox(cube(1, 3)), BoxTestResult::Border);
@@ -466,7 +466,7 @@ TEST(IntersectionFilter, OneThatIsOutsideDecidesAndAllMustBeInside)
 TEST(IntersectionFilter, OfNothingIsTheWholeSpaceAndAnEmptyPointerIsRefused)
 {
     std::vector<std::unique_ptr<IFilter>> none;
-    const IntersectionFilter all(std::move(none));
+    IntersectionFilter all(std::move(none));
 
     EXPECT_TRUE(all.testPosition({1e30F, 0, 0}));
     EXPECT_EQ(all.testBox(cube(-1, 1)), BoxTestResult::Inside);

@@ -62,13 +62,13 @@ public:
     RecordingFilter& operator=(const RecordingFilter&) = delete;
 
     /// Accepts even x only.
-    bool testPosition(const Point& point) const override
+    bool testPosition(const Point& point) override
     {
         mAsked.xs.push_back(point.x);
         return static_cast<int>(point.x) % 2 == 0;
     }
 
-    BoxTestResult testBox(const Box& box) const override
+    BoxTestResult testBox(const Box& box) override
     {
         mAsked.boxes.push_back(box);
         return mBoxTest(box);

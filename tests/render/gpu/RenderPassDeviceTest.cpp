@@ -1,5 +1,6 @@
 #include "math/Color.h"
 #include "render/gpu/RenderPass.h"
+#include "render/gpu/setDebugName.h"
 #include "tests/render/gpu/resultOf.h"
 #include "tests/support/CheckedContext.h"
 #include "tests/support/DeviceFixture.h"
@@ -31,6 +32,15 @@ D3D11_TEXTURE2D_DESC descOf(const Render::Texture2d& texture)
     D3D11_TEXTURE2D_DESC desc{};
     texture.get()->GetDesc(&desc);
     return desc;
+}
+
+std::string debugNameOf(ID3D11DeviceChild* object)
+{
+    std::string name(100, '\0');
+    auto size = static_cast<UINT>(name.size());
+    const bool hasName = SUCCEEDED(object->GetPrivateData(Render::kDebugObjectName, &size, name.data()));
+    name.resize(hasName ? size : 0);
+    return name;
 }
 
 class RenderPassDevice : public DeviceFixture
@@ -465,6 +475,21 @@ TEST_F(RenderPassDevice, AMovedPassKeepsItsTargets)
     target.end(&watch);
     target.setViewport(4, 4);
     EXPECT_EQ(descOf(target.texture("color")).Width, 4U);
+}
+
+TEST_F(RenderPassDevice, InDebugBuildsItsTexturesCarryTheirNamesAlsoInAnotherSize)
+{
+    RenderPass pass = fullPass();
+
+    pass.setViewport(9, 9);
+
+#if defined(NDEBUG)
+    EXPECT_EQ(debugNameOf(pass.texture("color").get()), "");
+    EXPECT_EQ(debugNameOf(pass.depthTexture().get()), "");
+#else
+    EXPECT_EQ(debugNameOf(pass.texture("color").get()), "RenderPass color");
+    EXPECT_EQ(debugNameOf(pass.depthTexture().get()), "RenderPass depth");
+#endif
 }
 
 TEST_F(RenderPassDevice, OnePassWritesWhatTheNextOneReads)

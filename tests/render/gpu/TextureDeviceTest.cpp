@@ -444,6 +444,37 @@ TEST_F(Texture2dDevice, AnImageThatLeavesTheTextureIsRefused)
     EXPECT_THAT(readBack<Color>(texture).texels, testing::Each(Color()));
 }
 
+TEST_F(Texture2dDevice, AnImageTileNeedsTexelsOfFourBytes)
+{
+    Texture2d narrow(device(), stagingTextureDesc(400, 2, DXGI_FORMAT_R8_UNORM));
+    Texture2d wide(device(), stagingTextureDesc(4, 2, DXGI_FORMAT_R32G32B32A32_FLOAT));
+
+    for (Texture2d* const texture : {&narrow, &wide})
+    {
+        EXPECT_EQ(
+            messageOf<std::invalid_argument>(
+                [&] { texture->drawImageTile(context(), 1, 1, placeImage(2, 1), D3D11_MAP_WRITE); }
+            ),
+            "Error: texels of the texture are not those of an image"
+        );
+    }
+}
+
+TEST_F(Texture2dDevice, ImagesAndColorsNeedTexelsOfFourBytes)
+{
+    const D3D11_TEXTURE2D_DESC desc =
+        textureDesc(4, 2, DXGI_FORMAT_R32G32B32A32_FLOAT, D3D11_BIND_SHADER_RESOURCE);
+    Texture2d texture(device(), desc);
+    ID3D11Texture2D* const before = texture.get();
+
+    EXPECT_EQ(resultOf([&] { texture.load(device(), placeImage(3, 3)); }), E_INVALIDARG);
+    EXPECT_EQ(resultOf([&] { texture.load(device(), placeDepthImage(3, 3)); }), E_INVALIDARG);
+    EXPECT_EQ(resultOf([&] { Texture2d(device(), desc, 3, 3, Color::white()); }), E_INVALIDARG);
+
+    EXPECT_EQ(texture.get(), before);
+    EXPECT_EQ(texture.desc().Width, 4U);
+}
+
 TEST_F(Texture2dDevice, AnEmptyImageWritesNothing)
 {
     CheckedContext checked(context());

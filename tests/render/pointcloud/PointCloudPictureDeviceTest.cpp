@@ -351,6 +351,20 @@ TEST_F(PointCloudPictureTest, AnOldThumbnailThatCannotBeRemovedIsNamed)
     EXPECT_NE(message.find("thumbnail.png"), std::string::npos) << message;
 }
 
+TEST_F(PointCloudPictureTest, AnEmptyFolderIsNotReplacedByAThumbnail)
+{
+    const TemporaryFolder folder;
+    writeMeadow(folder.path());
+    std::filesystem::create_directory(folder.path() / "thumbnail.png");
+
+    const std::string message = messageOf<std::filesystem::filesystem_error>(
+        [&] { Render::createThumbnail(folder.path(), 64, 48, Math::Color::white(255), 0); }
+    );
+
+    EXPECT_NE(message.find("remove"), std::string::npos) << message;
+    EXPECT_TRUE(std::filesystem::is_directory(folder.path() / "thumbnail.png"));
+}
+
 TEST_F(PointCloudPictureTest, AnOutputPathThatCannotBeWrittenIsNamed)
 {
     const TemporaryFolder folder;

@@ -77,6 +77,15 @@ TEST_F(PointScan, GoesRowByRowFromTheTop)
     EXPECT_EQ(mNext, (ScanPosition{0, 2}));
 }
 
+TEST_F(PointScan, InANarrowerPictureItContinuesWithTheNextRow)
+{
+    coverAll();
+    mNext = {100, 0};
+
+    EXPECT_EQ(scanned(mNext, 1), (Points{{0.0F, 1.0F, 0.5F}}));
+    EXPECT_EQ(mNext, (ScanPosition{1, 1}));
+}
+
 TEST_F(PointScan, ContinuesWhereTheLastChunkEnded)
 {
     coverAll();

@@ -2,8 +2,10 @@
 #include "render/gpu/RenderPass.h"
 #include "render/renderer/PostProcess.h"
 #include "render/scene/Viewport.h"
+#include "tests/render/gpu/resultOf.h"
 #include "tests/support/CheckedContext.h"
 #include "tests/support/DeviceFixture.h"
+#include "tests/support/ForwardingContext.h"
 #include "tests/support/messageOf.h"
 
 #include <gtest/gtest.h>
@@ -240,6 +242,34 @@ TEST(PostProcess, StartsWithTheConstantsOfAWhitePictureOf640By480)
     EXPECT_EQ(constants.bg_color, (std::array<float, 4>{1.0F, 1.0F, 1.0F, 1.0F}));
     EXPECT_EQ(constants.colorization_start, (std::array<float, 4>{}));
     EXPECT_EQ(constants.colorization_end, (std::array<float, 4>{}));
+}
+
+namespace
+{
+/// A context whose buffers cannot be mapped.
+class UnmappableContext : public ForwardingContext
+{
+public:
+    using ForwardingContext::ForwardingContext;
+
+    HRESULT STDMETHODCALLTYPE Map(ID3D11Resource*, UINT, D3D11_MAP, UINT, D3D11_MAPPED_SUBRESOURCE*) override
+    {
+        return E_OUTOFMEMORY;
+    }
+};
+}  // namespace
+
+TEST_F(PostProcessDevice, AFailedUploadLeavesItsConstantsBoundAndIsNotTriedAgain)
+{
+    UnmappableContext unmappable(context());
+
+    EXPECT_EQ(resultOf([&] { mPostProcess.draw(&unmappable); }), E_OUTOFMEMORY);
+
+    EXPECT_FALSE(mPostProcess.isDirty());
+    EXPECT_EQ(
+        messageOf<std::logic_error>([&] { mPostProcess.draw(context()); }), "Error: end call is missing"
+    );
+    context()->ClearState();
 }
 
 TEST_F(PostProcessDevice, EverySetterMarksTheConstantsForUpload)

@@ -1,5 +1,9 @@
+#include "render/renderer/Frame.h"
+#include "render/renderer/Picking.h"
+#include "render/renderer/ReadBack.h"
 #include "tests/render/renderer/RecordingRenderable.h"
 #include "tests/render/renderer/RendererFixture.h"
+#include "tests/support/CheckedContext.h"
 
 #include <gtest/gtest.h>
 
@@ -95,6 +99,23 @@ TEST_F(RendererPicking, APixelOutsideThePictureGivesNothing)
 
     EXPECT_EQ(point, Point(7.0F, 7.0F, 7.0F));
     EXPECT_TRUE(mRenderer->pickPoint(7, 5, point));
+}
+
+TEST_F(RendererPicking, APixelOutsideThePictureCostsNoReadBack)
+{
+    Camera camera;
+    camera.setViewport(8, 6);
+    const Frame frame(device(), camera);
+    ReadBack readBack(device(), camera.viewport());
+    CheckedContext checked(context());
+    const Picking picking(&checked, camera, frame, readBack);
+    Point point;
+
+    EXPECT_FALSE(picking.pickPoint(8, 0, point));
+    EXPECT_TRUE(checked.calls().empty());
+
+    picking.pickPoint(7, 5, point);
+    EXPECT_FALSE(checked.calls().empty());
 }
 
 TEST_F(RendererPicking, TheClosestPointNeedsATolerance)

@@ -1,4 +1,5 @@
 #include "render/renderer/View.h"
+#include "render/scene/GroupRenderable.h"
 #include "tests/render/renderer/RecordingRenderable.h"
 
 #include <gtest/gtest.h>
@@ -420,9 +421,15 @@ TEST_F(ViewOfScene, ASceneThatCannotBeInitialisedIsNotKept)
         }
     };
 
-    EXPECT_THROW(mView.setScene(std::make_shared<Failing>(), 7, nullptr, nullptr), std::runtime_error);
+    const auto group = std::make_shared<GroupRenderable>("group");
+    const auto sound = std::make_shared<RecordingRenderable>();
+    group->add(sound);
+    group->add(std::make_shared<Failing>());
+
+    EXPECT_THROW(mView.setScene(group, 7, nullptr, nullptr), std::runtime_error);
 
     EXPECT_FALSE(mView.scene());
+    EXPECT_EQ(sound->takeCalls(), (Calls{"init", "deinit"})) << "ready for another try";
 }
 
 TEST_F(ViewOfScene, ARedrawIsDueWhenTheCameraOrTheSceneSaysSo)
