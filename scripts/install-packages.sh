@@ -15,6 +15,8 @@ packages=(
     libbrotli-dev libspng-dev zlib1g-dev libzstd-dev libjpeg62-turbo-dev
     libgtest-dev libgmock-dev googletest libbenchmark-dev
     libz-mingw-w64-dev
+    # writes image pyramids for a test
+    libvips-tools
 )
 
 if [ "${1:-}" = "--list" ]; then
