@@ -51,7 +51,7 @@ public:
         {
             const auto node = tree.findNode(id, {});
             streams.emplace_back();
-            loader.fetchOctreeChunk(*node, node->byteSize, streams.back(), {});
+            loader.readOctreeChunk(*node, node->byteSize, streams.back(), {});
             pointCount += node->pointCount;
             largest = std::max(largest, std::size_t{node->pointCount} * kBytesPerPoint);
         }

@@ -2,6 +2,7 @@
 
 #include "octree/fileError.h"
 
+#include <exception>
 #include <string>
 
 namespace PoTree
@@ -39,6 +40,19 @@ void checkRange(
         );
     }
 }
+
+template <class Read>
+bool succeeds(const Read& read) noexcept
+{
+    try
+    {
+        return read();
+    }
+    catch (const std::exception&)
+    {
+        return false;
+    }
+}
 }  // namespace
 
 FileLoader::FileLoader(const FileSystemLocation& location)
@@ -47,6 +61,20 @@ FileLoader::FileLoader(const FileSystemLocation& location)
 }
 
 bool FileLoader::fetchHierarchyChunk(
+    std::uint64_t offset, std::uint64_t size, std::vector<std::byte>& out, std::stop_token stopToken
+) const noexcept
+{
+    return succeeds([&] { return readHierarchyChunk(offset, size, out, stopToken); });
+}
+
+bool FileLoader::fetchOctreeChunk(
+    const Node& node, std::uint64_t maxSize, std::vector<std::byte>& out, std::stop_token stopToken
+) const noexcept
+{
+    return succeeds([&] { return readOctreeChunk(node, maxSize, out, stopToken); });
+}
+
+bool FileLoader::readHierarchyChunk(
     std::uint64_t offset, std::uint64_t size, std::vector<std::byte>& out, std::stop_token stopToken
 ) const
 {
@@ -60,7 +88,7 @@ bool FileLoader::fetchHierarchyChunk(
     return true;
 }
 
-bool FileLoader::fetchOctreeChunk(
+bool FileLoader::readOctreeChunk(
     const Node& node, std::uint64_t maxSize, std::vector<std::byte>& out, std::stop_token stopToken
 ) const
 {

@@ -17,30 +17,46 @@ namespace PoTree
 /// The files stay open, so one that is deleted meanwhile can still be read where the system allows that;
 /// one that shrinks is noticed.
 /// Threads  all operations from any threads at once.
-class OCTREE_API FileLoader
+class FileLoader
 {
 public:
     /// Opens both files.
     /// @throws std::runtime_error  naming the file that cannot be opened
-    explicit FileLoader(const FileSystemLocation& location);
+    OCTREE_API explicit FileLoader(const FileSystemLocation& location);
 
     /// Reads a hierarchy chunk.
+    /// @param size  bytes, at most kMaxHierarchyChunkSize
+    /// @param out   replaced by the bytes; unspecified after a failure
+    /// @return false when a stop was requested or the bytes cannot be read; readHierarchyChunk() tells why
+    OCTREE_API bool fetchHierarchyChunk(
+        std::uint64_t offset, std::uint64_t size, std::vector<std::byte>& out, std::stop_token stopToken
+    ) const noexcept;
+
+    /// Reads a node's points as they are stored.
+    /// @param maxSize  most bytes that the node's points can take
+    /// @param out      replaced by the bytes; unspecified after a failure
+    /// @return false when a stop was requested or the bytes cannot be read; readOctreeChunk() tells why
+    OCTREE_API bool fetchOctreeChunk(
+        const Node& node, std::uint64_t maxSize, std::vector<std::byte>& out, std::stop_token stopToken
+    ) const noexcept;
+
+    /// The same as fetchHierarchyChunk(), but a failure is thrown.
     /// @param size  bytes, at most kMaxHierarchyChunkSize
     /// @param out   replaced by the bytes
     /// @return false when a stop was requested
     /// @throws std::runtime_error  naming the file when the range is not within it or the size is above the
     ///                             limit; nothing is allocated before that is known
-    bool fetchHierarchyChunk(
+    OCTREE_API bool readHierarchyChunk(
         std::uint64_t offset, std::uint64_t size, std::vector<std::byte>& out, std::stop_token stopToken
     ) const;
 
-    /// Reads a node's points as they are stored.
+    /// The same as fetchOctreeChunk(), but a failure is thrown.
     /// @param maxSize  most bytes that the node's points can take
     /// @param out      replaced by the bytes
     /// @return false when a stop was requested
     /// @throws std::runtime_error  naming file and node when the range is not within the file or longer
     ///                             than maxSize
-    bool fetchOctreeChunk(
+    OCTREE_API bool readOctreeChunk(
         const Node& node, std::uint64_t maxSize, std::vector<std::byte>& out, std::stop_token stopToken
     ) const;
 

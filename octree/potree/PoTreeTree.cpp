@@ -143,7 +143,7 @@ std::shared_ptr<Node> PoTreeTree::loadChunk(
         );
     }
     std::vector<std::byte> bytes;
-    if (!mLoader.fetchHierarchyChunk(offset, size, bytes, std::move(stopToken)))
+    if (!mLoader.readHierarchyChunk(offset, size, bytes, std::move(stopToken)))
     {
         return nullptr;
     }
@@ -271,7 +271,7 @@ bool PoTreeTree::getNodePointData(
     const Octree::ScratchLoan scratch;
     const std::uint64_t maxSize =
         largestUnpackedSize(*node);  // the slack covers streams that do not compress
-    if (!mLoader.fetchOctreeChunk(*node, maxSize, scratch.stored, stopToken) || stopToken.stop_requested())
+    if (!mLoader.readOctreeChunk(*node, maxSize, scratch.stored, stopToken) || stopToken.stop_requested())
     {
         return false;
     }

@@ -365,3 +365,26 @@ TEST(FileLoader, FetchesExactlyTheAnnouncedBytes)
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()), "hij");
 }
 }  // namespace
+TEST(FileLoader, FetchesReturnFalseWhereReadsThrow)
+{
+    TestDataSet set;
+    set.setRoot(1, plainPosition(1, 2, 3));
+    const PoTree::FileLoader loader(PoTree::FileSystemLocation(set.write().folder()));
+    PoTree::Node node({}, {});
+    node.byteOffset = 4;
+    node.byteSize = 12;  // 4 more than there are
+    std::vector<std::byte> bytes;
+
+    EXPECT_FALSE(loader.fetchHierarchyChunk(1, 22, bytes, {}));
+    EXPECT_FALSE(loader.fetchHierarchyChunk(0, PoTree::FileLoader::kMaxHierarchyChunkSize + 1, bytes, {}));
+    EXPECT_FALSE(loader.fetchOctreeChunk(node, 12, bytes, {}));
+    EXPECT_THAT(
+        messageOf<std::runtime_error>([&] { loader.readHierarchyChunk(1, 22, bytes, {}); }),
+        AllOf(HasSubstr("hierarchy.bin: a hierarchy chunk takes"), HasSubstr("within the file's 22 bytes"))
+    );
+    EXPECT_THAT(
+        messageOf<std::runtime_error>([&] { loader.readOctreeChunk(node, 12, bytes, {}); }),
+        AllOf(HasSubstr("octree.bin: node r takes"), HasSubstr("within the file's 12 bytes"))
+    );
+}
+
