@@ -12,6 +12,13 @@
 
 namespace Graphics
 {
+/// Bounds of DeepZoomPanoramaLoader, apart from it so that a program that uses the DLL can refer to them.
+struct DeepZoomLimits
+{
+    /// Longest side of a level, that of a Direct3D 11 texture.
+    static constexpr std::uint32_t kLargestSide = 16384;
+};
+
 /// A panorama in a folder: panorama.json and two Deep Zoom pyramids, colour as PNG or JPEG tiles, depth as
 /// PNG tiles of 16-bit grey.
 ///
@@ -21,12 +28,9 @@ namespace Graphics
 /// size.
 ///
 /// Threads  as its base says.
-class GRAPHICS_API DeepZoomPanoramaLoader : public PanoramaLoader
+class GRAPHICS_API DeepZoomPanoramaLoader : public PanoramaLoader, public DeepZoomLimits
 {
 public:
-    /// Longest side of a level, that of a Direct3D 11 texture.
-    static constexpr std::uint32_t kLargestSide = 16384;
-
     /// Reads the descriptions, no tile.
     /// @throws std::runtime_error  naming the file and what is wrong: descriptions that are broken, levels of
     ///                             the two pyramids that differ in size, are too large, or have no folder

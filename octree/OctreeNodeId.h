@@ -21,7 +21,7 @@ namespace Octree
 /// Source   location codes of linear octrees: I. Gargantini, "An Effective Way to Represent Quadtrees"
 ///          (1982), with the sentinel bit of M. S. Warren, J. K. Salmon, "A Parallel Hashed Oct-Tree N-Body
 ///          Algorithm" (1993).
-class OCTREE_API OctreeNodeId
+class OctreeNodeId
 {
 public:
     /// The deepest level that fits; 21 x 3 bits and the sentinel take all 64.
@@ -33,7 +33,7 @@ public:
     constexpr bool isRoot() const noexcept { return mCode == 1; }
 
     /// Number of steps from the root, 0 to 21.
-    std::uint64_t level() const noexcept;
+    OCTREE_API std::uint64_t level() const noexcept;
 
     /// The node one level up; the root is its own parent.
     constexpr OctreeNodeId parent() const noexcept { return isRoot() ? *this : OctreeNodeId(mCode >> 3U); }
@@ -46,14 +46,14 @@ public:
 
     /// @param index  0 to 7
     /// @throws std::out_of_range  for an index above 7 or a node at the deepest level
-    OctreeNodeId child(unsigned index) const;
+    OCTREE_API OctreeNodeId child(unsigned index) const;
 
     /// "r" and one digit a level.
-    std::string name() const;
+    OCTREE_API std::string name() const;
 
     /// The inverse of name().
     /// @throws std::invalid_argument  for any other text, or more than 21 digits
-    static OctreeNodeId fromName(std::string_view name);
+    OCTREE_API static OctreeNodeId fromName(std::string_view name);
 
     /// The 64 bits as they are.
     constexpr std::uint64_t code() const noexcept { return mCode; }

@@ -17,7 +17,7 @@ namespace Entwine
 ///
 /// A file is read when a lookup reaches it and kept in a cache.
 /// Threads  all operations from any threads at once.
-class OCTREE_API Hierarchy
+class Hierarchy
 {
 public:
     struct Node
@@ -27,14 +27,14 @@ public:
     };
 
     /// @param folder  the one with the JSON files
-    explicit Hierarchy(std::filesystem::path folder);
+    OCTREE_API explicit Hierarchy(std::filesystem::path folder);
 
     /// The node, or nothing when it does not exist or a stop was requested.
     /// @throws std::runtime_error  naming the file and what is wrong with it
-    std::optional<Node> find(const Octree::OctreeNodeId& id, std::stop_token stopToken) const;
+    OCTREE_API std::optional<Node> find(const Octree::OctreeNodeId& id, std::stop_token stopToken) const;
 
     /// The file whose subtree begins with that node.
-    std::filesystem::path fileOf(const Octree::OctreeNodeId& first) const;
+    OCTREE_API std::filesystem::path fileOf(const Octree::OctreeNodeId& first) const;
 
     /// Largest size of a file in bytes; it bounds the memory for its nodes to one and a half times that.
     static constexpr std::uint64_t kMaxFileSize = 32U << 20U;

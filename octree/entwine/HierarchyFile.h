@@ -16,7 +16,7 @@ namespace Entwine
 ///
 /// Shape    16 bytes a node, sorted by id, so that parents come before children and siblings lie together.
 /// Threads  not changed once it is parsed, then safe to read from any thread.
-class OCTREE_API HierarchyFile
+class HierarchyFile
 {
 public:
     /// Number of points of a node that another file describes.
@@ -28,17 +28,17 @@ public:
     /// @throws std::runtime_error  naming file and key, for text that is no such object, malformed or
     ///                             repeated keys, numbers that are no count, and nodes whose parent the file
     ///                             does not list
-    HierarchyFile(
+    OCTREE_API HierarchyFile(
         std::string_view text, const Octree::OctreeNodeId& first, const std::filesystem::path& file
     );
 
     const Octree::OctreeNodeId& first() const noexcept { return mFirst; }
 
     /// The node's number of points or kElsewhere; nothing when the file does not list it.
-    std::optional<std::int64_t> count(const Octree::OctreeNodeId& id) const noexcept;
+    OCTREE_API std::optional<std::int64_t> count(const Octree::OctreeNodeId& id) const noexcept;
 
     /// Bit i: child i is listed. For nodes whose count is not kElsewhere that says which children exist.
-    unsigned childMask(const Octree::OctreeNodeId& id) const noexcept;
+    OCTREE_API unsigned childMask(const Octree::OctreeNodeId& id) const noexcept;
 
     /// Number of nodes listed.
     std::size_t size() const noexcept { return mEntries.size(); }

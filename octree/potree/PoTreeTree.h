@@ -18,13 +18,20 @@
 
 namespace PoTree
 {
+/// Bounds of PoTreeTree, apart from it so that a program that uses the DLL can refer to them.
+struct PoTreeLimits
+{
+    /// Largest number of nodes that the hierarchy cache holds.
+    static constexpr std::uint64_t kHierarchyCacheCapacity = 200000;
+};
+
 /// Reads an octree of three files: metadata.json, hierarchy.bin, octree.bin.
 ///
 /// Hierarchy chunks are read when a lookup reaches them. Each byte range of hierarchy.bin belongs to the
 /// first node that claims it, so proxies that share a chunk or lead back to one are an error, and a walk
 /// over the whole tree ends.
 /// Threads  all operations from any threads at once.
-class OCTREE_API PoTreeTree final : public Octree::Tree
+class OCTREE_API PoTreeTree final : public Octree::Tree, public PoTreeLimits
 {
 public:
     /// Opens the data set: reads and checks the metadata.
@@ -48,9 +55,6 @@ public:
     /// proxy.
     /// @throws std::runtime_error  naming the file and what is wrong with it
     std::shared_ptr<const Node> findNode(const Octree::OctreeNodeId& id, std::stop_token stopToken) const;
-
-    /// Largest number of nodes that the hierarchy cache holds.
-    static constexpr std::uint64_t kHierarchyCacheCapacity = 200000;
 
 private:
     struct ChunkClaim

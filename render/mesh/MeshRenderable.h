@@ -23,11 +23,20 @@ namespace Render
 {
 class MeshLoader;
 
+/// Bounds of MeshRenderable, apart from it so that a program that uses the DLL can refer to them.
+struct MeshLimits
+{
+    /// Most planes of a clipping volume.
+    static constexpr std::size_t CLIPPING_PLANES_MAX_COUNT = 8;
+};
+
 /// A triangle mesh, lit from the camera, that up to eight planes can cut.
 ///
 /// Frame    the loader's positions in the units of their file; model coordinates are those times unitScale().
 /// Threads  the thread that drives the renderer.
-class RENDER_API MeshRenderable : public Renderable, public std::enable_shared_from_this<MeshRenderable>
+class RENDER_API MeshRenderable : public Renderable,
+                                  public MeshLimits,
+                                  public std::enable_shared_from_this<MeshRenderable>
 {
     struct Private
     {
@@ -35,9 +44,6 @@ class RENDER_API MeshRenderable : public Renderable, public std::enable_shared_f
     };
 
 public:
-    /// Most planes of a clipping volume.
-    static constexpr std::size_t CLIPPING_PLANES_MAX_COUNT = 8;
-
     /// A mesh that reads an OBJ file when it enters a live scene.
     /// @param unitScale  model units per unit of the file, above 0 and finite
     /// @throws std::invalid_argument  for another unit scale

@@ -21,7 +21,7 @@ class Camera;
 ///
 /// Frame    model coordinates, which are the octree's.
 /// Threads  a plain value.
-struct RENDER_API NodeRankingParameters
+struct NodeRankingParameters
 {
     /// By how much the loading frustum is wider and higher than the camera's: nodes just outside the view
     /// are loaded too.
@@ -43,10 +43,10 @@ struct RENDER_API NodeRankingParameters
 
     /// Fills in what comes from the camera.
     /// @param model  from model to world coordinates
-    void setCamera(const Camera& camera, const Eigen::Matrix4f& model);
+    RENDER_API void setCamera(const Camera& camera, const Eigen::Matrix4f& model);
 
     /// Levels below the minimum are kept, levels above the maximum discarded, the maximum first; the rest
     /// is ranked by its size on screen.
-    NodePriority rank(std::size_t level, const Math::NBoundingBox<float, 3>& box) const;
+    RENDER_API NodePriority rank(std::size_t level, const Math::NBoundingBox<float, 3>& box) const;
 };
 }  // namespace Render
