@@ -6,6 +6,7 @@
 #include "octree/entwine/nodeKey.h"
 #include "octree/entwine/zstdDecode.h"
 #include "octree/fileError.h"
+#include "octree/kMaxPointsPerNode.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -171,6 +172,14 @@ std::optional<Tile> TileReader::read(
         return std::nullopt;
     }
     const std::filesystem::path path = fileOf(id);
+    if (pointCount > Octree::kMaxPointsPerNode)
+    {
+        throw Octree::fileError(
+            path,
+            "the hierarchy announces " + std::to_string(pointCount) + " points, expected at most " +
+                std::to_string(Octree::kMaxPointsPerNode)
+        );
+    }
     const Core::PositionalFile file(path);
     const std::uint64_t stored = file.size();
     naming(path, [&] { checkStored(stored, mDataType, pointCount, mLayout.bytesPerPoint); });

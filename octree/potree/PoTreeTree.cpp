@@ -4,6 +4,7 @@
 #include "core/toUtf8.h"
 #include "octree/ScratchLoan.h"
 #include "octree/fileError.h"
+#include "octree/kMaxPointsPerNode.h"
 #include "octree/potree/decodePoints.h"
 #include "octree/potree/parseHierarchyChunk.h"
 
@@ -194,6 +195,14 @@ void PoTreeTree::claimChunk(const OctreeNodeId& owner, std::uint64_t offset, std
 
 std::uint64_t PoTreeTree::largestUnpackedSize(const Node& node) const
 {
+    if (node.pointCount > Octree::kMaxPointsPerNode)
+    {
+        throw Octree::fileError(
+            mLoader.hierarchyFile(),
+            "node " + node.id.name() + " has " + std::to_string(node.pointCount) +
+                " points, expected at most " + std::to_string(Octree::kMaxPointsPerNode)
+        );
+    }
     const std::uint64_t size = node.pointCount * mLayout.bytesPerPoint;  // 32 bits times at most 4 million
     if (size > kMaxUnpackedSize)
     {

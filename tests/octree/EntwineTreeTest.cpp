@@ -209,10 +209,25 @@ TEST(EntwineTree, APackedTileOfMoreBytesThanItCanUnpackToIsNotRead)
 
 TEST(EntwineTree, AHugeCountTakesNoMemory)
 {
-    const EptTestSet set;
-    set.setHierarchy("0-0-0-0", R"({"0-0-0-0": 4294967295})");
+    EptTestSet set;
     set.setTile("0-0-0-0.bin", plainPosition(0, 0, 0));
+    for (const char* const count : {"1000001", "4294967295"})
+    {
+        set.setHierarchy("0-0-0-0", std::string(R"({"0-0-0-0": )") + count + "}");
+        EXPECT_THAT(
+            failureOf(set),
+            HasSubstr(
+                std::string("0-0-0-0.bin: the hierarchy announces ") + count +
+                " points, expected at most 1000000"
+            )
+        );
+    }
 
+    set.setHierarchy("0-0-0-0", R"({"0-0-0-0": 1000000})");
+    for (int i = 0; i < 200; ++i)
+    {
+        set.ept["schema"].push_back(dimensionEntry("extra" + std::to_string(i), "unsigned", 8));
+    }
     EXPECT_THAT(failureOf(set), HasSubstr("are too many, expected at most 1073741824 bytes"));
 }
 

@@ -121,17 +121,48 @@ TEST(HostileNodeData, SizeFarBeyondWhatThePointsCanTakeIsNotAllocated)
     );
 }
 
+TEST(HostileNodeData, MorePointsThanACacheShouldHold)
+{
+    for (const std::uint32_t count : {1'000'001U, 4294967295U})
+    {
+        TestDataSet set;
+        set.addPoints(plainPosition(0, 0, 0));
+        set.hierarchy = hierarchyRecord(1, 0, count, 0, 12);
+        const Octree::Octree octree(set.write(), 1.0);
+
+        EXPECT_THAT(
+            readError(octree),
+            AllOf(
+                HasSubstr("hierarchy.bin: node r has " + std::to_string(count) + " points"),
+                HasSubstr("expected at most 1000000")
+            )
+        );
+    }
+}
+
+TEST(HostileNodeData, AsManyPointsAsANodeMayHaveAreRead)
+{
+    TestDataSet set("BROTLI");
+    const auto octree = openedBrotli(set, 1'000'000, brotliEncoded(std::string(16'000'000, '\0')));
+    NodePointData data;
+
+    EXPECT_TRUE(octree->readNodePointData(octree->root(), data));
+
+    EXPECT_EQ(data.size(), 1'000'000U);
+}
+
 TEST(HostileNodeData, MorePointsThanMemoryShouldHold)
 {
     TestDataSet set;
+    set.metadata["attributes"].push_back(attributeEntry("huge", "uint8", 4084));  // 4096 bytes a point
     set.addPoints(plainPosition(0, 0, 0));
-    set.hierarchy = hierarchyRecord(1, 0, 4294967295U, 0, 12);
+    set.hierarchy = hierarchyRecord(1, 0, 1'000'000, 0, 12);
     const Octree::Octree octree(set.write(), 1.0);
 
     EXPECT_THAT(
         readError(octree),
         AllOf(
-            HasSubstr("hierarchy.bin: node r has 4294967295 points"),
+            HasSubstr("hierarchy.bin: node r has 1000000 points of 4096 bytes"),
             HasSubstr("expected at most 1073741824 bytes")
         )
     );
@@ -141,7 +172,7 @@ TEST(HostileNodeData, ManyAnnouncedPointsWithFewBytesGiveTheFewPoints)
 {
     TestDataSet set("BROTLI");
     const auto octree =
-        openedBrotli(set, 60000000, brotliEncoded(std::string(16, '\0')));  // 960 MB announced
+        openedBrotli(set, 1'000'000, brotliEncoded(std::string(16, '\0')));  // 16 MB announced
     NodePointData data;
 
     EXPECT_TRUE(octree->readNodePointData(octree->root(), data));
@@ -348,23 +379,6 @@ TEST(FileLoader, StoppedFetchesReturnFalse)
     EXPECT_FALSE(loader.fetchOctreeChunk(node, 12, bytes, stop.get_token()));
 }
 
-TEST(FileLoader, FetchesExactlyTheAnnouncedBytes)
-{
-    TestDataSet set;
-    set.hierarchy = "0123456789";
-    set.points = "abcdefghij";
-    const PoTree::FileLoader loader(PoTree::FileSystemLocation(set.write().folder()));
-    PoTree::Node node({}, {});
-    node.byteOffset = 7;
-    node.byteSize = 3;
-    std::vector<std::byte> bytes(100);
-
-    ASSERT_TRUE(loader.fetchHierarchyChunk(2, 4, bytes, {}));
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()), "2345");
-    ASSERT_TRUE(loader.fetchOctreeChunk(node, 3, bytes, {}));
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()), "hij");
-}
-}  // namespace
 TEST(FileLoader, FetchesReturnFalseWhereReadsThrow)
 {
     TestDataSet set;
@@ -388,3 +402,20 @@ TEST(FileLoader, FetchesReturnFalseWhereReadsThrow)
     );
 }
 
+TEST(FileLoader, FetchesExactlyTheAnnouncedBytes)
+{
+    TestDataSet set;
+    set.hierarchy = "0123456789";
+    set.points = "abcdefghij";
+    const PoTree::FileLoader loader(PoTree::FileSystemLocation(set.write().folder()));
+    PoTree::Node node({}, {});
+    node.byteOffset = 7;
+    node.byteSize = 3;
+    std::vector<std::byte> bytes(100);
+
+    ASSERT_TRUE(loader.fetchHierarchyChunk(2, 4, bytes, {}));
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()), "2345");
+    ASSERT_TRUE(loader.fetchOctreeChunk(node, 3, bytes, {}));
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()), "hij");
+}
+}  // namespace
