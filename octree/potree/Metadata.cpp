@@ -26,6 +26,7 @@ constexpr std::size_t kMaxAttributes = 1024;
 constexpr std::uint64_t kMaxAttributeSize = 4096;  // bytes a point; the largest real ones have 24
 
 constexpr double kLargestScale = 1e20;
+constexpr double kOffsetSlack = 1e-6;  // of the cube's edge: writers round offset and cube apart
 constexpr double kLargestInteger = 9007199254740992.0;  // up to here a double holds every whole number
 
 struct TypeSize
@@ -187,6 +188,20 @@ const Attribute* Metadata::attribute(std::string_view attributeName) const noexc
         [&](const Attribute& candidate) { return candidate.name == attributeName; }
     );
     return found != attributes.end() ? &*found : nullptr;
+}
+
+Math::Point<double, 3> Metadata::referencePosition() const noexcept
+{
+    Math::Point<double, 3> position = offset;
+    const double slack = kOffsetSlack * boundingBox.largestSize();
+    for (std::size_t axis = 0; axis < 3; ++axis)
+    {
+        if (offset[axis] < boundingBox.min()[axis] - slack || offset[axis] > boundingBox.max()[axis] + slack)
+        {
+            position[axis] = boundingBox.min()[axis];
+        }
+    }
+    return position;
 }
 
 Math::NBoundingBox<double, 3> Metadata::tightBoundingBox() const

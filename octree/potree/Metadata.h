@@ -49,6 +49,10 @@ struct Metadata
     /// The attribute of that name, null when there is none.
     OCTREE_API const Attribute* attribute(std::string_view attributeName) const noexcept;
 
+    /// The origin that loses least when coordinates are made relative to it: per axis the offset, from which
+    /// stored integers count, or the cube's minimum where the offset lies outside the cube.
+    OCTREE_API Math::Point<double, 3> referencePosition() const noexcept;
+
     /// The range of the attribute "position"; the root's box when the file does not say.
     OCTREE_API Math::NBoundingBox<double, 3> tightBoundingBox() const;
 

@@ -37,7 +37,7 @@ Octree::TreeDescription describe(
     Octree::TreeDescription description;
     description.name = !metadata.name.empty() ? metadata.name : Core::toUtf8(location.folder().filename());
     description.encoding = metadata.encoding == Encoding::Brotli ? "BROTLI" : "DEFAULT";
-    description.position = metadata.offset;
+    description.position = metadata.referencePosition();
     description.boundingBox = metadata.tightBoundingBox();
     description.boundingCube = metadata.boundingBox;
     description.spacing = metadata.spacing;
@@ -284,7 +284,11 @@ bool PoTreeTree::getNodePointData(
     {
         return false;
     }
-    const PointConversion conversion{mMetadata.scale, unitScale, mMetadata.hasWideColors()};
+    // Nothing is added where stored integers count from the octree's position, so nothing is rounded then.
+    const Math::Point<double, 3>& origin = mDescription.position;
+    const Math::Point<double, 3> shift{
+        mMetadata.offset.x - origin.x, mMetadata.offset.y - origin.y, mMetadata.offset.z - origin.z};
+    const PointConversion conversion{mMetadata.scale, shift, unitScale, mMetadata.hasWideColors()};
     decodePoints(mLayout, conversion, unpacked(*node, scratch.stored, scratch.unpacked), attributes, out);
     return true;
 }

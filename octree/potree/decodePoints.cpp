@@ -63,9 +63,9 @@ private:
 Position toPosition(double x, double y, double z, const PointConversion& conversion) noexcept
 {
     return {
-        x * conversion.scale.x * conversion.unitScale,
-        y * conversion.scale.y * conversion.unitScale,
-        z * conversion.scale.z * conversion.unitScale};
+        (x * conversion.scale.x + conversion.shift.x) * conversion.unitScale,
+        (y * conversion.scale.y + conversion.shift.y) * conversion.unitScale,
+        (z * conversion.scale.z + conversion.shift.z) * conversion.unitScale};
 }
 
 void decodePositionCodes(const Column& codes, const PointConversion& conversion, std::vector<Position>& out)

@@ -14,15 +14,15 @@ namespace PoTree
 struct PointConversion
 {
     Math::Point<double, 3> scale;  ///< data units per stored unit
+    Math::Point<double, 3> shift;  ///< what is added then, in data units
     double unitScale = 1.0;        ///< scene units per data unit
     bool wideColors = false;       ///< colour channels have 16 bits, otherwise 8
 };
 
 /// Turns the unpacked bytes of a node into arrays.
 ///
-/// Positions are stored integer x scale x unit scale, so relative to the data set's offset. Each wanted
-/// array is filled in one pass; arrays not wanted or not in the data set become empty. Storage of `out` is
-/// reused.
+/// Positions are (stored integer x scale + shift) x unit scale. Each wanted array is filled in one pass;
+/// arrays not wanted or not in the data set become empty. Storage of `out` is reused.
 /// @param bytes       a whole number of points: the size is a multiple of layout.bytesPerPoint
 /// @param attributes  Octree::AttributeMask bits
 OCTREE_API void decodePoints(

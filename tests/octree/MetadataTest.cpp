@@ -253,6 +253,20 @@ TEST(Metadata, RefusesAFileFarLargerThanRealOnes)
     EXPECT_THAT(error, AllOf(HasSubstr("metadata.json"), HasSubstr("4194304")));
 }
 
+TEST(Metadata, TheReferencePositionIsTheOffsetWithinTheCubeElseTheCubesMinimum)
+{
+    json document = smallMetadata("BROTLI");  // the cube from (100, 200, 300) to (116, 216, 316)
+    EXPECT_EQ(parsed(document).referencePosition(), (Math::Point<double, 3>(100.0, 200.0, 300.0)));
+
+    document["offset"] = {0.0, 208.5, 317.0};
+    EXPECT_EQ(parsed(document).referencePosition(), (Math::Point<double, 3>(100.0, 208.5, 300.0)));
+
+    document["offset"] = {99.99999999, 216.00000001, 315.0};  // rounded apart
+    EXPECT_EQ(
+        parsed(document).referencePosition(), (Math::Point<double, 3>(99.99999999, 216.00000001, 315.0))
+    );
+}
+
 TEST(Metadata, TightBoundsAreThoseOfThePositions)
 {
     json document = smallMetadata("BROTLI");

@@ -96,6 +96,28 @@ TEST(Octree, ProjectedCoordinatesLoseNothingInSinglePrecision)
 }
 
 TEST(Octree, RefusesUnitScalesThatAreNone)
+TEST(Octree, AFarCubeOverAnOffsetOfZeroLosesNothingInSinglePrecision)
+{
+    TestDataSet set;
+    set.metadata["offset"] = {0.0, 0.0, 0.0};
+    set.metadata["scale"] = {0.001, 0.001, 0.001};
+    set.metadata["boundingBox"] = {
+        {"min", {637000.0, 1651000.0, 300.0}}, {"max", {637016.0, 1651016.0, 316.0}}};
+    set.setRoot(
+        2, plainPosition(637000001, 1651000001, 300001) + plainPosition(637000002, 1651000002, 300002)
+    );
+    const Octree::Octree octree(set.write(), 2.0);
+    NodePointData data;
+
+    ASSERT_TRUE(octree.readNodePointData(octree.root(), data));
+
+    EXPECT_EQ(octree.position(), (Math::Point<double, 3>(637000.0, 1651000.0, 300.0)));
+    EXPECT_NEAR(data.position(0).x, 0.002, 1e-9);
+    EXPECT_NEAR(static_cast<float>(data.position(1).y) - static_cast<float>(data.position(0).y), 0.002, 1e-8);
+    EXPECT_NEAR(data.position(1).z, 0.004, 1e-9);
+    EXPECT_EQ(octree.boundingCube(), (Math::NBoundingBox<float, 3>({0, 0, 0}, {32, 32, 32})));
+}
+
 {
     TestDataSet set;
     set.setRoot(1, plainPosition(0, 0, 0));
