@@ -5,15 +5,17 @@
 #include <cstddef>
 #include <functional>
 #include <utility>
+#include <vector>
 
 namespace Octree
 {
-/// What decides whether two users of node data can share a cache: the data set and the unit scale of its
-/// coordinates.
+/// What decides whether two users of node data can share a cache: the data set, the unit scale of its
+/// coordinates, and the data sets that attributes are taken from besides.
 struct CacheIdentifier
 {
     Location location;
     double unitScale = 1.0;
+    std::vector<Location> externalLocations{};  ///< in the order in which they are asked
 
     friend bool operator==(const CacheIdentifier&, const CacheIdentifier&) = default;
 };
@@ -24,7 +26,14 @@ struct std::hash<Octree::CacheIdentifier>
 {
     std::size_t operator()(const Octree::CacheIdentifier& identifier) const noexcept
     {
-        const std::size_t seed = identifier.location.hash();
-        return seed ^ (std::hash<double>{}(identifier.unitScale) + 0x9e3779b9U + (seed << 6U) + (seed >> 2U));
+        std::size_t seed = identifier.location.hash();
+        const auto add = [&seed](std::size_t next)
+        { seed ^= next + 0x9e3779b9U + (seed << 6U) + (seed >> 2U); };
+        add(std::hash<double>{}(identifier.unitScale));
+        for (const Octree::Location& location : identifier.externalLocations)
+        {
+            add(location.hash());
+        }
+        return seed;
     }
 };

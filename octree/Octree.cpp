@@ -135,6 +135,7 @@ struct Octree::Implementation
     std::shared_ptr<const Trees> externals;
 };
 
+    std::vector<Location> externalLocations;
 // Fills, from the first external data set that has it, each attribute that `out` lacks.
 bool Octree::Implementation::readExternalAttributes(
     const OctreeNodeId& id,
@@ -423,3 +424,10 @@ void Octree::addExternalAttributeLocation(const Location& location)
     mImplementation->externals = std::move(extended);
 }
 }  // namespace Octree
+    mImplementation->externalLocations.push_back(location);
+
+CacheIdentifier Octree::cacheIdentifier() const
+{
+    const std::scoped_lock lock(mImplementation->externalsMutex);
+    return {mImplementation->location, unitScale(), mImplementation->externalLocations};
+}

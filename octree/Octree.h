@@ -2,6 +2,7 @@
 
 #include "math/NBoundingBox.h"
 #include "math/Point.h"
+#include "octree/CacheIdentifier.h"
 #include "octree/Export.h"
 #include "octree/Location.h"
 #include "octree/NodePointData.h"
@@ -141,6 +142,10 @@ public:
     /// where the main data set has none.
     /// @throws std::runtime_error  when it cannot be opened, or its cube is not that of this octree
     void addExternalAttributeLocation(const Location& location);
+
+    /// What caches of this octree's node data are found by: it changes with the unit scale and the external
+    /// data sets.
+    CacheIdentifier cacheIdentifier() const;
 
 private:
     struct Implementation;

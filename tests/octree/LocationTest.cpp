@@ -139,6 +139,20 @@ TEST(CacheIdentifier, DiffersByLocationAndUnitScale)
     EXPECT_EQ((CacheIdentifier{a, 2.0}), (CacheIdentifier{a, 2.0}));
 }
 
+TEST(CacheIdentifier, DiffersByTheExternalLocationsAndTheirOrder)
+{
+    const Location a = PoTree::FileSystemLocation("a");
+    const Location b = PoTree::FileSystemLocation("b");
+    const Location c = PoTree::FileSystemLocation("c");
+    const std::unordered_set<CacheIdentifier> identifiers{
+        {a, 1.0}, {a, 1.0, {b}}, {a, 1.0, {c}}, {a, 1.0, {b, c}}, {a, 1.0, {c, b}}, {a, 1.0, {b}}};
+    const std::hash<CacheIdentifier> hash;
+
+    EXPECT_EQ(identifiers.size(), 5U);
+    EXPECT_NE(hash({a, 1.0}), hash({a, 1.0, {b}}));
+    EXPECT_NE(hash({a, 1.0, {b, c}}), hash({a, 1.0, {c, b}}));
+}
+
 TEST(EntwineLocation, OpeningAFolderWithoutEptJsonNamesTheFile)
 {
     const TemporaryFolder folder;

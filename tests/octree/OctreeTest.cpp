@@ -430,6 +430,69 @@ TEST_F(ExternalVisibility, AnotherNumberOfPointsIsAnError)
 }
 
 TEST_F(ExternalVisibility, AnotherCubeIsRefused)
+TEST_F(ExternalVisibility, CachesAreToldApartByScaleAndExternalDataSets)
+{
+    EXPECT_EQ(octree.cacheIdentifier(), (Octree::CacheIdentifier{mainLocation, 1.0}));
+
+    octree.setUnitScale(2.0);
+    octree.addExternalAttributeLocation(externalLocation);
+
+    EXPECT_EQ(octree.cacheIdentifier(), (Octree::CacheIdentifier{mainLocation, 2.0, {externalLocation}}));
+}
+
+TEST_F(ExternalVisibility, AStopAtAnyMomentLeavesThePointsAsTheyAre)
+{
+    // enough points that reading takes a while, in both data sets
+    constexpr std::size_t kPointCount = 20000;
+    constexpr int kSteps = 200;
+    std::vector<SampleNode> nodes{{"r", std::vector<SamplePoint>(kPointCount, smallTree()[0].points[0])}};
+    const TemporaryFolder mainFolder;
+    const TemporaryFolder externalFolder;
+    Octree::Octree large(written(mainFolder, nodes, optionsWith({Attribute::Position})), 1.0);
+    large.addExternalAttributeLocation(
+        written(externalFolder, nodes, optionsWith({Attribute::Visibility, Attribute::Intensity}))
+    );
+    using Clock = std::chrono::steady_clock;
+    NodePointData data;
+    ASSERT_TRUE(large.readNodePointData(large.root(), data));
+    const auto start = Clock::now();
+    ASSERT_TRUE(large.readNodePointData(large.root(), data));
+    const Clock::duration duration = Clock::now() - start;
+
+    const std::vector<std::uint16_t> before(3, 12345);
+    int stopped = 0;
+    for (int step = 0; step < kSteps; ++step)
+    {
+        data.columns().clear();
+        data.columns().pointCount = before.size();
+        data.columns().intensities = before;
+        std::stop_source stop;
+        std::thread stopper(
+            [&, stopTime = Clock::now() + duration * step / kSteps]
+            {
+                while (Clock::now() < stopTime)
+                {
+                }
+                stop.request_stop();
+            }
+        );
+        const bool isRead = large.readNodePointData(large.root(), data, stop.get_token());
+        stopper.join();
+        if (!isRead)
+        {
+            ++stopped;
+            ASSERT_EQ(data.size(), before.size());
+            ASSERT_EQ(data.columns().intensities, before);
+            ASSERT_TRUE(data.columns().positions.empty());
+        }
+        else
+        {
+            ASSERT_EQ(data.columns().visibilities.size(), kPointCount);
+        }
+    }
+    EXPECT_GT(stopped, 0);
+}
+
 {
     Samples::OctreeWriterOptions options = optionsWith({Attribute::Visibility});
     options.cube = Samples::Cube{{1000.0, 2000.0, 30.0}, 16.0};
