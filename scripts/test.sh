@@ -25,7 +25,11 @@ check() {
 tests() {
     local name=$1 text=$2
     shift 2
-    step "$name" "$text" ctest --no-tests=error "$@" || failed+=("$name")
+    if ! step "$name" "$text" ctest --no-tests=error "$@"; then
+        failed+=("$name")
+        echo "   what failed:"
+        grep -vE ' Passed | Start +[0-9]+: ' "$tarnelLogs/$name.log" | tail -n 200 | cut -c1-300 | sed 's/^/   | /'
+    fi
     local line
     line=$(grep -E ' tests? failed out of ' "$tarnelLogs/$name.log" | tail -n 1)
     [ -n "$line" ] || failedChecks=$((failedChecks + 1))
