@@ -117,6 +117,7 @@ struct Octree::Implementation
     }
 
     bool readExternalAttributes(
+        const Trees& trees,
         const OctreeNodeId& id,
         unsigned attributes,
         double scale,
@@ -131,13 +132,15 @@ struct Octree::Implementation
     const Math::NBoundingBox<double, 3> relativeBox;  // to the position, not scaled
     const Math::NBoundingBox<double, 3> relativeCube;
 
-    mutable std::mutex externalsMutex;  // guards externals; the list itself never changes, it is replaced
+    // Guards externals and their locations; the list of trees itself never changes, it is replaced.
+    mutable std::mutex externalsMutex;
     std::shared_ptr<const Trees> externals;
+    std::vector<Location> externalLocations;
 };
 
-    std::vector<Location> externalLocations;
 // Fills, from the first external data set that has it, each attribute that `out` lacks.
 bool Octree::Implementation::readExternalAttributes(
+    const Trees& trees,
     const OctreeNodeId& id,
     unsigned attributes,
     double scale,
@@ -146,8 +149,7 @@ bool Octree::Implementation::readExternalAttributes(
 ) const
 {
     unsigned missing = attributes & ~description.attributeMask;
-    const std::shared_ptr<const Trees> trees = externalTrees();
-    for (const std::shared_ptr<const Tree>& external : *trees)
+    for (const std::shared_ptr<const Tree>& external : trees)
     {
         const unsigned offered = missing & external->description().attributeMask;
         if (offered == 0 || out.pointCount == 0)
@@ -340,16 +342,16 @@ bool Octree::readNodePointData(const OctreeNodeId& id, NodePointData& out, std::
     const bool grey = hasColor(wanted) && !hasColor(present) && hasIntensity(present);
     const unsigned needed = wanted | (grey ? unsigned{kIntensityAttribute} : 0U);
     const double scale = unitScale();
+    const std::shared_ptr<const Trees> externals = mImplementation->externalTrees();
     NodePointColumns& columns = out.columns();
+    NodePointColumns apart;  // of several data sets: a stop between them leaves `out` as it is
+    apart.pointCount = columns.pointCount;
+    NodePointColumns& target = externals->empty() ? columns : apart;
     try
     {
-        if (!mImplementation->tree->getNodePointData(id, needed, scale, columns, stopToken))
+        if (!mImplementation->tree->getNodePointData(id, needed, scale, target, stopToken) ||
+            !mImplementation->readExternalAttributes(*externals, id, needed, scale, target, stopToken))
         {
-            return false;
-        }
-        if (!mImplementation->readExternalAttributes(id, needed, scale, columns, stopToken))
-        {
-            columns.clear();
             return false;
         }
     }
@@ -357,6 +359,10 @@ bool Octree::readNodePointData(const OctreeNodeId& id, NodePointData& out, std::
     {
         columns.clear();
         throw;
+    }
+    if (&target == &apart)
+    {
+        std::swap(columns, apart);
     }
 
     if (hasColor(wanted) && columns.colors.size() != columns.pointCount)
@@ -421,13 +427,13 @@ void Octree::addExternalAttributeLocation(const Location& location)
     const std::scoped_lock lock(mImplementation->externalsMutex);
     auto extended = std::make_shared<Trees>(*mImplementation->externals);
     extended->push_back(std::move(external));
+    mImplementation->externalLocations.push_back(location);
     mImplementation->externals = std::move(extended);
 }
-}  // namespace Octree
-    mImplementation->externalLocations.push_back(location);
 
 CacheIdentifier Octree::cacheIdentifier() const
 {
     const std::scoped_lock lock(mImplementation->externalsMutex);
     return {mImplementation->location, unitScale(), mImplementation->externalLocations};
 }
+}  // namespace Octree

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -95,7 +96,6 @@ TEST(Octree, ProjectedCoordinatesLoseNothingInSinglePrecision)
     EXPECT_NEAR(octree.boundingCube().max().y, 16.0F, 1e-6F);
 }
 
-TEST(Octree, RefusesUnitScalesThatAreNone)
 TEST(Octree, AFarCubeOverAnOffsetOfZeroLosesNothingInSinglePrecision)
 {
     TestDataSet set;
@@ -118,6 +118,7 @@ TEST(Octree, AFarCubeOverAnOffsetOfZeroLosesNothingInSinglePrecision)
     EXPECT_EQ(octree.boundingCube(), (Math::NBoundingBox<float, 3>({0, 0, 0}, {32, 32, 32})));
 }
 
+TEST(Octree, RefusesUnitScalesThatAreNone)
 {
     TestDataSet set;
     set.setRoot(1, plainPosition(0, 0, 0));
@@ -429,7 +430,6 @@ TEST_F(ExternalVisibility, AnotherNumberOfPointsIsAnError)
     EXPECT_TRUE(octree.readNodePointData(octree.root(), data));
 }
 
-TEST_F(ExternalVisibility, AnotherCubeIsRefused)
 TEST_F(ExternalVisibility, CachesAreToldApartByScaleAndExternalDataSets)
 {
     EXPECT_EQ(octree.cacheIdentifier(), (Octree::CacheIdentifier{mainLocation, 1.0}));
@@ -493,6 +493,7 @@ TEST_F(ExternalVisibility, AStopAtAnyMomentLeavesThePointsAsTheyAre)
     EXPECT_GT(stopped, 0);
 }
 
+TEST_F(ExternalVisibility, AnotherCubeIsRefused)
 {
     Samples::OctreeWriterOptions options = optionsWith({Attribute::Visibility});
     options.cube = Samples::Cube{{1000.0, 2000.0, 30.0}, 16.0};
