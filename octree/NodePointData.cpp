@@ -1,5 +1,7 @@
 #include "octree/NodePointData.h"
 
+#include <algorithm>
+
 namespace Octree
 {
 void NodePointColumns::clear() noexcept
@@ -12,5 +14,22 @@ void NodePointColumns::clear() noexcept
     scanIndices.clear();
     visibilities.clear();
     normals.clear();
+}
+
+void NodePointColumns::releaseAbove(std::size_t keptPointCount) noexcept
+{
+    const std::size_t room = std::max(
+        {positions.capacity(),
+         colors.capacity(),
+         intensities.capacity(),
+         classifications.capacity(),
+         scanIndices.capacity(),
+         visibilities.capacity(),
+         normals.capacity()}
+    );
+    if (room > keptPointCount)
+    {
+        *this = NodePointColumns();
+    }
 }
 }  // namespace Octree

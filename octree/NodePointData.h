@@ -77,6 +77,9 @@ struct OCTREE_API NodePointColumns
 
     /// Empties all arrays without giving up their storage.
     void clear() noexcept;
+
+    /// Gives up the storage when it has room for more than that many points; empties all arrays then.
+    void releaseAbove(std::size_t keptPointCount) noexcept;
 };
 
 /// The decoded points of one node with the attributes that its user wants.

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <span>
@@ -436,6 +437,22 @@ TEST(NodeDecoding, NodeWithoutPointsEmptiesEveryArray)
     EXPECT_EQ(data.size(), 0U);
     EXPECT_TRUE(data.columns().positions.empty());
     EXPECT_TRUE(data.columns().colors.empty());
+}
+
+TEST(NodePointColumns, StorageIsKeptUpToTheLimitAndGivenUpAboveIt)
+{
+    NodePointColumns columns;
+    columns.positions.resize(100);
+    columns.visibilities.resize(100);
+    const std::size_t room = std::max(columns.positions.capacity(), columns.visibilities.capacity());
+
+    columns.releaseAbove(room);
+    EXPECT_EQ(columns.positions.size(), 100U);
+
+    columns.visibilities.reserve(room + 1);  // any array counts, in use or not
+    columns.releaseAbove(room);
+    EXPECT_EQ(columns.positions.capacity(), 0U);
+    EXPECT_EQ(columns.visibilities.capacity(), 0U);
 }
 
 TEST(NodeDecoding, PointsWithoutBytesAreNone)
