@@ -2,6 +2,7 @@
 
 #include "math/NBoundingBox.h"
 #include "math/Point.h"
+#include "octree/Export.h"
 #include "octree/Location.h"
 #include "octree/NodePointData.h"
 #include "octree/Octree.h"
@@ -68,5 +69,5 @@ public:
 
 /// Opens the data set with the reader of its kind.
 /// @throws std::runtime_error  naming the file and what is wrong with it
-std::shared_ptr<const Tree> openTree(const Location& location);
+OCTREE_API std::shared_ptr<const Tree> openTree(const Location& location);
 }  // namespace Octree
