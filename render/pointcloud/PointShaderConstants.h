@@ -38,9 +38,9 @@ struct PerFrameConstants
     std::array<std::array<float, 4>, kPlaneCount>
         clipping_planes{};  ///< inward (a, b, c, d), model coordinates
     std::array<float, 4> uniformColor{};
-    float near = 0.1F;     // not read by the shader
-    float far = 20000.0F;  // not read by the shader
-    float width = 640.0F;  ///< of the viewport, pixels
+    float zNear = 0.1F;     // near and far, which the shader does not read; those names are macros of
+    float zFar = 20000.0F;  // <windows.h>
+    float width = 640.0F;   ///< of the viewport, pixels
     float height = 480.0F;
     float aspect = 4.0F / 3.0F;
     float point_size = 1.0F;      ///< half the width of a splat at level 0, model units
@@ -63,8 +63,8 @@ static_assert(offsetof(PerFrameConstants, inv_model_view_proj) == 320);
 static_assert(offsetof(PerFrameConstants, inv_view_proj) == 384);
 static_assert(offsetof(PerFrameConstants, clipping_planes) == 448);
 static_assert(offsetof(PerFrameConstants, uniformColor) == 576);
-static_assert(offsetof(PerFrameConstants, near) == 592);
-static_assert(offsetof(PerFrameConstants, far) == 596);
+static_assert(offsetof(PerFrameConstants, zNear) == 592);
+static_assert(offsetof(PerFrameConstants, zFar) == 596);
 static_assert(offsetof(PerFrameConstants, width) == 600);
 static_assert(offsetof(PerFrameConstants, height) == 604);
 static_assert(offsetof(PerFrameConstants, aspect) == 608);

@@ -51,8 +51,8 @@ TEST(PointShaderConstants, StartAsTheyAreDefined)
         EXPECT_EQ(plane, (std::array<float, 4>{0, 0, 0, 0}));
     }
     EXPECT_EQ(constants.uniformColor, (std::array<float, 4>{0, 0, 0, 0}));
-    EXPECT_EQ(constants.near, 0.1f);
-    EXPECT_EQ(constants.far, 20000.0f);
+    EXPECT_EQ(constants.zNear, 0.1f);
+    EXPECT_EQ(constants.zFar, 20000.0f);
     EXPECT_EQ(constants.width, 640.0f);
     EXPECT_EQ(constants.height, 480.0f);
     EXPECT_EQ(constants.aspect, 4.0f / 3.0f);
