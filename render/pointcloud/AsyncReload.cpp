@@ -21,13 +21,13 @@ void AsyncReload::restart()
 {
     {
         const std::scoped_lock lock(mMutex);
-        ++mRequestedRuns;
+        ++mRequestedRuns;  // first: the run that begins now takes the number
     }
-    mRetry.notify_all();
     if (mThread)
     {
         mThread->restart();
     }
+    wakeRetry();
 }
 
 void AsyncReload::pause()
@@ -69,7 +69,7 @@ void AsyncReload::endThread()
         const std::scoped_lock lock(mMutex);
         mIsEnding = true;
     }
-    mRetry.notify_all();
+    wakeRetry();
     mThread.reset();
     mIsEnding = false;  // nobody else is left to read it
 }
@@ -93,14 +93,23 @@ void AsyncReload::run(std::stop_token stopToken)
         {
             setError(std::current_exception());
         }
-        waitForRetry(thisRun);
+        waitForRetry(stopToken);
     }
 }
 
-void AsyncReload::waitForRetry(std::uint64_t failedRun)
+void AsyncReload::waitForRetry(const std::stop_token& stopToken)
 {
     std::unique_lock lock(mMutex);
-    mRetry.wait_for(lock, mRetryDelay, [&] { return mIsEnding || mRequestedRuns != failedRun; });
+    mRetry.wait_for(lock, mRetryDelay, [&] { return mIsEnding || stopToken.stop_requested(); });
+}
+
+/// To be called once what the wait looks at has changed.
+void AsyncReload::wakeRetry()
+{
+    {
+        const std::scoped_lock lock(mMutex);  // a wait has either begun or sees the change
+    }
+    mRetry.notify_all();
 }
 
 void AsyncReload::setError(std::exception_ptr error)

@@ -60,7 +60,8 @@ private:
     void endThread();
     void run(std::stop_token stopToken);
     void setError(std::exception_ptr error);
-    void waitForRetry(std::uint64_t failedRun);
+    void waitForRetry(const std::stop_token& stopToken);
+    void wakeRetry();
 
     const std::function<void(std::stop_token)> mReload;
     const std::chrono::milliseconds mRetryDelay;
@@ -71,7 +72,7 @@ private:
     std::exception_ptr mError;
     bool mIsEnding = false;  // the thread is being ended
 
-    // Wakes the wait for the next try when mRequestedRuns or mIsEnding changes. Not a
+    // Wakes the wait for the next try when a stop has been requested or mIsEnding changes. Not a
     // std::condition_variable_any with the stop token: its stop callback can wait for ever when GCC 12's
     // runtime for Windows ends it while it runs.
     std::condition_variable mRetry;

@@ -136,6 +136,41 @@ TEST(AsyncReload, ARestartEndsTheWaitForTheNextTry)
     EXPECT_TRUE(reload.isHealthy(false));
 }
 
+TEST(AsyncReload, ARunThatFailsBecauseItIsStoppedIsFollowedByTheNextAtOnce)
+{
+    constexpr int kRounds = 3000;
+    std::atomic<bool> mayEnd = false;
+    AsyncReload reload(
+        [&mayEnd](std::stop_token stopToken)
+        {
+            while (!mayEnd)
+            {
+                if (stopToken.stop_requested())
+                {
+                    throw std::runtime_error("stopped");
+                }
+            }
+        },
+        std::chrono::hours(1)
+    );
+
+    // Bursts, so that runs begin while the next restart is on its way.
+    for (int round = 0; round < kRounds; ++round)
+    {
+        mayEnd = false;
+        for (int i = 0; i < 3; ++i)
+        {
+            reload.restart();
+        }
+        const auto pauseEnd = std::chrono::steady_clock::now() + 30us;
+        while (std::chrono::steady_clock::now() < pauseEnd)
+        {
+        }
+        mayEnd = true;
+        ASSERT_TRUE(eventually([&reload] { return reload.isComplete(); })) << "round " << round;
+    }
+}
+
 TEST(AsyncReload, DestructionEndsTheWaitForTheNextTry)
 {
     const auto start = std::chrono::steady_clock::now();
