@@ -55,6 +55,12 @@ bool isVisible(
            std::none_of(frustum.planes.begin(), frustum.planes.end(), misses);
 }
 
+/// keep() stays greater even where the eye is in the centre of the sphere.
+float belowKeep(float priority)
+{
+    return std::min(priority, std::nextafter(std::numeric_limits<float>::max(), 0.0F));
+}
+
 Eigen::Vector2f projectedToPixels(
     const Eigen::Matrix4f& projection, const Math::Point<float, 3>& point, const Viewport& viewport
 )
@@ -95,7 +101,8 @@ NodePriority NodePriority::perspective(
     const BoundingSphere sphere(box);
     const float distance = sphere.distanceTo(eye);
     const float halfHeight = static_cast<float>(viewport.height()) / 2.0F;
-    const float priority = halfHeight / (std::tan(fovYRad / 2.0F) * distance) * sphere.radius * scale;
+    const float priority =
+        belowKeep(halfHeight / (std::tan(fovYRad / 2.0F) * distance) * sphere.radius * scale);
     return priority < threshold ? discard() : NodePriority{priority, distance};
 }
 
@@ -118,9 +125,9 @@ NodePriority NodePriority::orthographic(
     const BoundingSphere sphere(box);
     const Math::Point<float, 3> rim{
         sphere.center.x + sphere.radius * scale, sphere.center.y, sphere.center.z};
-    const float priority = (projectedToPixels(projection, rim, viewport) -
-                            projectedToPixels(projection, sphere.center, viewport))
-                               .norm();
+    const float priority = belowKeep((projectedToPixels(projection, rim, viewport) -
+                                      projectedToPixels(projection, sphere.center, viewport))
+                                         .norm());
     return priority < threshold ? discard() : NodePriority{priority, sphere.distanceTo(eye)};
 }
 

@@ -165,7 +165,7 @@ TEST(NodePriority, PerspectiveKeepsAPriorityEqualToTheThreshold)
     EXPECT_TRUE(isDiscarded(rankWithThreshold(std::nextafter(priority, 1000.0F))));
 }
 
-TEST(NodePriority, EyeInTheCentreRanksAboveEverythingComputed)
+TEST(NodePriority, EyeInTheCentreRanksBelowKeepAlone)
 {
     const NodePriority priority = NodePriority::perspective(
         kBox,
@@ -178,8 +178,29 @@ TEST(NodePriority, EyeInTheCentreRanksAboveEverythingComputed)
         1.0F
     );
 
-    EXPECT_TRUE(std::isinf(priority.priority()));
+    EXPECT_TRUE(std::isfinite(priority.priority()));
     EXPECT_TRUE(priority > rankOf(1.0e15F));
+    EXPECT_TRUE(NodePriority::keep() > priority);
+    EXPECT_FALSE(priority > NodePriority::keep());
+}
+
+TEST(NodePriority, AParallelProjectionWithoutExtentRanksBelowKeep)
+{
+    Eigen::Matrix4f projection = Eigen::Matrix4f::Identity();
+    projection(0, 0) = std::numeric_limits<float>::max();
+
+    const NodePriority priority = NodePriority::orthographic(
+        kBox,
+        Math::Frustum<float>(),
+        Polytope(),
+        {0.0F, 0.0F, 0.0F},
+        1.0F,
+        projection,
+        Viewport(200, 100),
+        1.0F
+    );
+
+    EXPECT_TRUE(NodePriority::keep() > priority);
 }
 
 TEST(NodePriority, OrthographicIsTheRadiusInPixelsAtAnyDistance)
