@@ -1,5 +1,6 @@
 #include "render/pointcloud/convertToVertices.h"
 
+#include "core/NonCopyable.h"
 #include "octree/Octree.h"
 #include "render/gpu/VertexContainer.h"
 
@@ -14,6 +15,28 @@ namespace
 {
 constexpr unsigned kDrawnAttributes =
     Octree::kAllAttributes & ~static_cast<unsigned>(Octree::kNormalAttribute);
+
+// Of the scratch memory of each thread: some 9 MB, more than the points of an ordinary node take.
+constexpr std::size_t kMaxKeptPoints = std::size_t{1} << 18U;
+
+/// The calling thread's points, reused from node to node; what an exceptionally large node took is given up
+/// at the end of the loan.
+class PointLoan : private Core::NonCopyable
+{
+public:
+    PointLoan() = default;
+
+    ~PointLoan() { points.columns().releaseAbove(kMaxKeptPoints); }
+
+    Octree::NodePointData& points = perThread();
+
+private:
+    static Octree::NodePointData& perThread()
+    {
+        thread_local Octree::NodePointData scratch(kDrawnAttributes);
+        return scratch;
+    }
+};
 
 /// A column of one attribute, or the same value for every point where the points lack it.
 template <class T>
@@ -81,12 +104,12 @@ bool convertToVertices(
     std::stop_token stopToken
 )
 {
-    thread_local Octree::NodePointData scratch(kDrawnAttributes);
-    if (!octree.readNodePointData(id, scratch, std::move(stopToken)))
+    const PointLoan scratch;
+    if (!octree.readNodePointData(id, scratch.points, std::move(stopToken)))
     {
         return false;
     }
-    convertToVertices(scratch, vertices);
+    convertToVertices(scratch.points, vertices);
     return true;
 }
 }  // namespace Render

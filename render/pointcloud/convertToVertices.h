@@ -25,7 +25,7 @@ RENDER_API void convertToVertices(const Octree::NodePointData& points, VertexCon
 /// Reads a node and makes vertices of its points.
 ///
 /// Threads  any; the decoded points go to scratch memory of the calling thread, which is kept for the next
-/// node.
+/// node unless this one is exceptionally large.
 /// @param vertices  replaced
 /// @return false when a stop was requested; `vertices` is then unspecified
 /// @throws std::runtime_error  naming the file and what was wrong
