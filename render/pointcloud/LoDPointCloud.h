@@ -4,6 +4,7 @@
 #include "core/TripleBuffer.h"
 #include "math/Color.h"
 #include "math/ConvexPolytope.h"
+#include "render/Export.h"
 #include "render/gpu/ConstantBlock.h"
 #include "render/gpu/ConstantBuffer.h"
 #include "render/gpu/PixelShader.h"
@@ -34,7 +35,7 @@ class Viewport;
 /// Frame    points, boxes and clipping planes in model coordinates.
 /// Threads  the render thread, but for the back slot of buffers(), which the loader fills and publishes,
 ///          the prioritizer, and the two counts, which any thread may read.
-class LoDPointCloud : private Core::NonCopyable
+class RENDER_API LoDPointCloud : private Core::NonCopyable
 {
 public:
     /// @param groupKey  clouds of one key share a prioritizer, whose budget is lowered to this cloud's
