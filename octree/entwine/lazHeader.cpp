@@ -179,7 +179,7 @@ void readCompression(Bytes record, const PointFormat& format, std::size_t record
     const std::uint16_t version = !items.empty() && items[0].version == 4 ? 4 : 3;
     header.items = itemsOf(format, recordLength, version);
     require(
-        items == header.items,
+        items == header.items && items.size() == itemCount,
         "LASzip items that are not those of point format " + std::to_string(format.number),
         std::to_string(header.items.size()) + " items of " + std::to_string(recordLength) +
             " bytes together, in version " + std::to_string(header.items[0].version)
