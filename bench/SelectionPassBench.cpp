@@ -115,7 +115,7 @@ void runPasses(benchmark::State& state, const Render::SelectionTree& tree, std::
         .vertexSource = source,
         .buffers = buffers,
         .maxLevel = OctreeNodeId::MAX_REPRESENTABLE_LEVEL,
-        .updateInterval = std::chrono::milliseconds(500),
+        .updateInterval = [] { return Render::UpdateInterval(std::chrono::milliseconds(500)); },
         .requestRedraw = [] {},
         .onProgress = {},
     };

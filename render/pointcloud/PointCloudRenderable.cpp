@@ -543,7 +543,7 @@ void PointCloudRenderable::reloadPoints(
         .vertexSource = vertexSource,
         .buffers = mLoDPointCloud->buffers(),
         .maxLevel = maxLevel,
-        .updateInterval = updateInterval(),
+        .updateInterval = [this] { return updateInterval(); },
         .requestRedraw = [this] { setNeedsRedraw(true); },
         .onProgress = std::move(onProgress),
     };

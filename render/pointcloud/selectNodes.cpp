@@ -29,7 +29,7 @@ public:
             return;
         }
         const std::chrono::steady_clock::time_point now = mPass.now();
-        if (now - mLastFlush > mPass.updateInterval)
+        if (now - mLastFlush > mPass.updateInterval())
         {
             flush();
             mLastFlush = now;

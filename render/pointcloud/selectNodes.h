@@ -28,7 +28,8 @@ struct SelectionPass
     const VertexSource& vertexSource;
     Core::TripleBuffer<Buffer>& buffers;  ///< written and published
     std::size_t maxLevel;                 ///< deepest level that is offered
-    UpdateInterval updateInterval;        ///< shortest time between two publications during the pass
+    std::function<UpdateInterval()>
+        updateInterval;                   ///< shortest time between two publications, asked anew each time
     std::function<void()> requestRedraw;  ///< called after each publication
     std::function<void()> onProgress;     ///< called after that; may be empty
     std::function<std::chrono::steady_clock::time_point()> now = &std::chrono::steady_clock::now;

@@ -88,7 +88,7 @@ void load(NodePrioritizer& prioritizer, std::size_t cloudId, Cloud& cloud)
             .vertexSource = source,
             .buffers = cloud.buffers,
             .maxLevel = 21,
-            .updateInterval = UpdateInterval(1),
+            .updateInterval = [] { return UpdateInterval(1); },
             .requestRedraw = [&cloud] { ++cloud.publications; },
             .onProgress = {},
         };

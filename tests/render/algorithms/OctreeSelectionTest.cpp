@@ -111,7 +111,7 @@ void selectEverything(
         .vertexSource = source,
         .buffers = buffers,
         .maxLevel = OctreeNodeId::MAX_REPRESENTABLE_LEVEL,
-        .updateInterval = std::chrono::milliseconds(500),
+        .updateInterval = [] { return Render::UpdateInterval(std::chrono::milliseconds(500)); },
         .requestRedraw = [] {},
         .onProgress = {},
     };

@@ -291,7 +291,7 @@ TEST(QueryThreads, QueriesAndASelectionPassUseOneDataSetAtOnce)
             .vertexSource = source,
             .buffers = buffers,
             .maxLevel = kAllLevels,
-            .updateInterval = std::chrono::milliseconds(1),
+            .updateInterval = [] { return Render::UpdateInterval(std::chrono::milliseconds(1)); },
             .requestRedraw = [] {},
             .onProgress = [&resident] { ++resident; },
         };

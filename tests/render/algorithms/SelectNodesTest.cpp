@@ -104,7 +104,7 @@ protected:
             .vertexSource = source,
             .buffers = buffers,
             .maxLevel = maxLevel,
-            .updateInterval = updateInterval,
+            .updateInterval = [&] { return updateInterval; },
             .requestRedraw = [this] { events.push_back("redraw"); },
             .onProgress = [this] { events.push_back("progress"); },
             .now = [this] { return now; },
@@ -320,6 +320,21 @@ TEST_F(SelectNodes, IntervalThatIsJustReachedDoesNotPublish)
     EXPECT_EQ(numFlushes(), 1U);  // 10 ms at the third node, 15 ms at the end
 }
 
+TEST_F(SelectNodes, AnIntervalThatChangesDuringThePassCountsAtOnce)
+{
+    const FakeTree tree({"r", "r0", "r1", "r2"});
+    updateInterval = std::chrono::hours(1);
+    onFetch = [this]
+    {
+        now += std::chrono::milliseconds(4);
+        updateInterval = std::chrono::milliseconds(3);
+    };
+
+    run(tree);
+
+    EXPECT_EQ(numFlushes(), 4U);  // after each node
+}
+
 TEST_F(SelectNodes, PublicationInBetweenHoldsWhatIsResidentByThen)
 {
     const FakeTree tree({"r", "r0", "r1"});
@@ -359,7 +374,7 @@ TEST_F(SelectNodes, NothingNewIsNotPublishedAgain)
         .vertexSource = source,
         .buffers = buffers,
         .maxLevel = kDeepestLevel,
-        .updateInterval = updateInterval,
+        .updateInterval = [&] { return updateInterval; },
         .requestRedraw = [this] { events.push_back("redraw"); },
         .onProgress = [this] { events.push_back("progress"); },
         .now = [this] { return now += std::chrono::seconds(1); },
@@ -387,7 +402,7 @@ TEST_F(SelectNodes, ProgressCallbackMayBeMissing)
         .vertexSource = source,
         .buffers = buffers,
         .maxLevel = kDeepestLevel,
-        .updateInterval = updateInterval,
+        .updateInterval = [&] { return updateInterval; },
         .requestRedraw = [this] { events.push_back("redraw"); },
         .onProgress = {},
     };
@@ -457,7 +472,7 @@ TEST_F(SelectNodes, StopDuringTheRankingEndsThePass)
         .vertexSource = source,
         .buffers = buffers,
         .maxLevel = kDeepestLevel,
-        .updateInterval = updateInterval,
+        .updateInterval = [&] { return updateInterval; },
         .requestRedraw = [this] { events.push_back("redraw"); },
         .onProgress = {},
     };
