@@ -23,7 +23,7 @@ namespace
 // From the north-east, looking down by about 38 degrees as thumbnails do: shows facades and roofs.
 const Eigen::Vector3f kDefaultDirection(-0.6F, -0.5F, -0.62F);
 
-// In data units, where there is no extent to fit them to.
+// In data units, where there is no extent to fit them to; the far plane moves out for what is farther away.
 constexpr float kNear = 0.1F;
 constexpr float kFar = 2000.0F;
 
@@ -245,14 +245,21 @@ void SceneSession::applyCamera(const SceneOptions& options)
         eye = {moved.x(), moved.y(), moved.z()};
     }
 
-    mRenderer.setAutoAdjustZRange(!box.isEmpty());
+    // A range fitted to the other objects would cut panoramas: they reach from the eye to the sky.
+    mRenderer.setAutoAdjustZRange(!box.isEmpty() && mPanoramas.empty());
     if (options.orthographicHeight)
     {
         mRenderer.setOrthographic(static_cast<float>(*options.orthographicHeight), 0.0F, 1.0F);
     }
     else
     {
-        mRenderer.setPerspective(static_cast<float>(options.fovDeg), kNear, kFar, 0.0F, 0.0F);
+        const float reach =
+            box.isEmpty() ? 0.0F
+                          : (toVector(box.center()) - toVector(eye)).norm() +
+                                (toVector(box.max()) - toVector(box.min())).norm() / 2.0F;
+        mRenderer.setPerspective(
+            static_cast<float>(options.fovDeg), kNear, std::max(kFar, 2.0F * reach), 0.0F, 0.0F
+        );
     }
     mRenderer.setCameraPose(eye, direction, up);
 }
