@@ -150,6 +150,8 @@ void PointCloudRenderable::init(
     cloud->setModelMatrix(worldMatrix());
     cloud->setShowBoundingBoxes(mShowBoundingBoxes);
     cloud->setViewport(camera->viewport());
+    // A loader that was started before has failed so far; it goes on at once with what is set here.
+    const ReloadPause pause(*this);
     cloud->setClippingVolume(inModelCoordinates(mClippingVolume));
 
     mLoDPointCloud = std::move(cloud);
@@ -495,6 +497,8 @@ void PointCloudRenderable::startAsyncReload(std::function<void()> onProgress, st
         return;
     }
     mAsyncReload = std::make_unique<AsyncReload>([this, onProgress = std::move(onProgress), maxLevel](
+    // Nodes that are read from here on have other attributes.
+    const ReloadPause pause(*this);
                                                      std::stop_token stopToken
                                                  ) { reloadPoints(onProgress, maxLevel, stopToken); });
     mAsyncReload->restart();
