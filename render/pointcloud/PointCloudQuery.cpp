@@ -104,7 +104,7 @@ PointCloudQuery::PointCloudQuery(
     }
     mOctree = required(std::move(octree), "PointCloudQuery: octree must not be empty");
     mCache = required(std::move(cache), "PointCloudQuery: cache must not be empty");
-    mUnitScale = mOctree->unitScale();
+    mCached = mOctree->cacheIdentifier();
     setWorldMatrix(worldMatrix);
     enqueueIfWanted(mOctree->root(), BoxTestResult::Border);
     mDeadline = deadlineAfter(timeout);
@@ -121,8 +121,17 @@ std::shared_ptr<PointCloudQuery::PointCache> PointCloudQuery::createOrGetSharedC
     unsigned long long expectedEntryCount
 )
 {
+    return createOrGetSharedCache(Octree::CacheIdentifier{location, unitScale}, capacity, expectedEntryCount);
+}
+
+std::shared_ptr<PointCloudQuery::PointCache> PointCloudQuery::createOrGetSharedCache(
+    const Octree::CacheIdentifier& identifier,
+    unsigned long long capacity,
+    unsigned long long expectedEntryCount
+)
+{
     return mSharedCaches.createOrGet(
-        Octree::CacheIdentifier{location, unitScale},
+        identifier,
         [=] { return std::make_shared<PointCache>(capacity, static_cast<std::size_t>(expectedEntryCount)); }
     );
 }
@@ -220,20 +229,27 @@ bool PointCloudQuery::advance()
 void PointCloudQuery::fetchCurrentNode()
 {
     constexpr const char* kFailure = "Querying node data failed";
-    const auto load = [this](Octree::NodePointData& loaded, std::stop_token stopToken)
+    bool isFetched = false;
+    const auto load = [&](Octree::NodePointData& loaded, std::stop_token stopToken)
     {
         const bool isRead = mOctree->readNodePointData(mCurrentNode.id, loaded, std::move(stopToken));
-        if (mOctree->unitScale() != mUnitScale)
+        const Octree::CacheIdentifier identifier = mOctree->cacheIdentifier();
+        if (identifier.unitScale != mCached->unitScale)
         {
             // the cache belongs to the old scale, also for others
             throw std::runtime_error("the unit scale of the octree was changed during the query");
         }
+        if (isRead && identifier != mCached)
+        {
+            mCurrentPoints = std::move(loaded);  // and the cache to octrees without the new external data set
+            isFetched = true;
+            return false;
+        }
         return isRead;
     };
-    bool isFetched = false;
     try
     {
-        isFetched = mCache->getOrLoad(mCurrentNode.id, mCurrentPoints, load, {});
+        isFetched = mCache->getOrLoad(mCurrentNode.id, mCurrentPoints, load, {}) || isFetched;
     }
     catch (const std::exception&)
     {

@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 
 namespace Octree
 {
@@ -68,12 +69,19 @@ public:
     PointCloudQuery& operator=(PointCloudQuery&&) noexcept;
     ~PointCloudQuery();
 
-    /// The cache of a data set: a live one if there is, else a new one.
+    /// The cache of a data set without external attributes: a live one if there is, else a new one.
     /// @param capacity            most points in it
     /// @param expectedEntryCount  number of nodes to reserve room for
     static std::shared_ptr<PointCache> createOrGetSharedCache(
         const Octree::Location& location,
         double unitScale,
+        unsigned long long capacity,
+        unsigned long long expectedEntryCount
+    );
+
+    /// The same for what Octree::cacheIdentifier() tells of an octree with external attributes, too.
+    static std::shared_ptr<PointCache> createOrGetSharedCache(
+        const Octree::CacheIdentifier& identifier,
         unsigned long long capacity,
         unsigned long long expectedEntryCount
     );
@@ -111,7 +119,7 @@ private:
 
     std::shared_ptr<Octree::Octree> mOctree;
     std::shared_ptr<PointCache> mCache;
-    double mUnitScale = 1.0;  // of the cached points
+    std::optional<Octree::CacheIdentifier> mCached;  // of the cached points; absent only while constructed
     std::deque<Node> mQueue;
     Node mCurrentNode;
     Octree::NodePointData mCurrentPoints;

@@ -95,17 +95,13 @@ PointCloudRenderable::PointCloudRenderable(
 )
     : Renderable(name),
       mOctree(std::move(octree)),
-      mVertexCache(createOrGetSharedCache(
-          mOctree->location(), mOctree->unitScale(), kVertexCacheCapacity, kExpectedCacheEntries
-      )),
-      mQueryCache(PointCloudQuery::createOrGetSharedCache(
-          mOctree->location(), mOctree->unitScale(), kQueryCacheCapacity, kExpectedCacheEntries
-      )),
+      mCached(mOctree->cacheIdentifier()),
       mMaxPointCount(maxPointCount),
       mPointSize(defaultPointSize()),
       mUniformColor(defaultUniformColor(mOctree->location().hash())),
       mRanking(std::make_shared<const NodeRankingParameters>())
 {
+    getCaches();
 }
 
 PointCloudRenderable::~PointCloudRenderable()
@@ -120,10 +116,27 @@ std::shared_ptr<PointCloudRenderable::VertexCache> PointCloudRenderable::createO
     unsigned long long expectedEntryCount
 )
 {
+    return sharedCache(Octree::CacheIdentifier{location, unitScale}, capacity, expectedEntryCount);
+}
+
+std::shared_ptr<PointCloudRenderable::VertexCache> PointCloudRenderable::sharedCache(
+    const Octree::CacheIdentifier& identifier,
+    unsigned long long capacity,
+    unsigned long long expectedEntryCount
+)
+{
     return mSharedCaches.createOrGet(
-        Octree::CacheIdentifier{location, unitScale},
+        identifier,
         [=] { return std::make_shared<VertexCache>(capacity, static_cast<std::size_t>(expectedEntryCount)); }
     );
+}
+
+void PointCloudRenderable::getCaches()
+{
+    mCached = mOctree->cacheIdentifier();
+    mVertexCache = sharedCache(mCached, kVertexCacheCapacity, kExpectedCacheEntries);
+    mQueryCache =
+        PointCloudQuery::createOrGetSharedCache(mCached, kQueryCacheCapacity, kExpectedCacheEntries);
 }
 
 void PointCloudRenderable::init(
@@ -137,6 +150,8 @@ void PointCloudRenderable::init(
     {
         throw std::runtime_error("Error init was called on an already initialized PointCloudRenderable");
     }
+    // A loader that was started before has failed so far; it goes on at once with what is set here.
+    const ReloadPause pause(*this);
     auto cloud = std::make_shared<LoDPointCloud>(
         groupKey, std::move(device), std::move(deviceContext), id(), mMaxPointCount
     );
@@ -150,8 +165,6 @@ void PointCloudRenderable::init(
     cloud->setModelMatrix(worldMatrix());
     cloud->setShowBoundingBoxes(mShowBoundingBoxes);
     cloud->setViewport(camera->viewport());
-    // A loader that was started before has failed so far; it goes on at once with what is set here.
-    const ReloadPause pause(*this);
     cloud->setClippingVolume(inModelCoordinates(mClippingVolume));
 
     mLoDPointCloud = std::move(cloud);
@@ -439,7 +452,8 @@ void PointCloudRenderable::setRestartLoadingAfterCameraChange(bool restart) noex
 
 void PointCloudRenderable::setUnitScale(double unitScale)
 {
-    if (unitScale == mOctree->unitScale())
+    // A cloud that shares the octree may have changed the scale before.
+    if (unitScale == mOctree->unitScale() && unitScale == mCached.unitScale)
     {
         return;
     }
@@ -449,11 +463,7 @@ void PointCloudRenderable::setUnitScale(double unitScale)
     mVertexCache->clear();
     mOctree->setUnitScale(unitScale);
     // Other renderables of the old scale go on using the old cache.
-    mVertexCache =
-        createOrGetSharedCache(mOctree->location(), unitScale, kVertexCacheCapacity, kExpectedCacheEntries);
-    mQueryCache = PointCloudQuery::createOrGetSharedCache(
-        mOctree->location(), unitScale, kQueryCacheCapacity, kExpectedCacheEntries
-    );
+    getCaches();
     setPointSize(defaultPointSize());
     if (mLoDPointCloud)
     {
@@ -487,7 +497,12 @@ void PointCloudRenderable::setClippingVolume(const std::vector<Math::HalfSpace<f
 
 void PointCloudRenderable::addExternalAttributeLocation(const Octree::Location& location)
 {
+    // Nodes that are read from here on have other attributes.
+    const ReloadPause pause(*this);
     mOctree->addExternalAttributeLocation(location);
+    getCaches();
+    clearVisibleOctreeNodes();
+    setNeedsRedraw(true);
 }
 
 void PointCloudRenderable::startAsyncReload(std::function<void()> onProgress, std::size_t maxLevel)
@@ -497,8 +512,6 @@ void PointCloudRenderable::startAsyncReload(std::function<void()> onProgress, st
         return;
     }
     mAsyncReload = std::make_unique<AsyncReload>([this, onProgress = std::move(onProgress), maxLevel](
-    // Nodes that are read from here on have other attributes.
-    const ReloadPause pause(*this);
                                                      std::stop_token stopToken
                                                  ) { reloadPoints(onProgress, maxLevel, stopToken); });
     mAsyncReload->restart();
@@ -608,7 +621,18 @@ PointCloudQuery PointCloudRenderable::createPointCloudQuery(
     IFilter* filter, std::size_t maxLevel, float minimumSpacing, std::chrono::nanoseconds timeout
 )
 {
-    return PointCloudQuery(mOctree, mQueryCache, worldMatrix(), filter, maxLevel, minimumSpacing, timeout);
+    const Octree::CacheIdentifier identifier = mOctree->cacheIdentifier();
+    return PointCloudQuery(
+        mOctree,
+        identifier == mCached
+            ? mQueryCache
+            : PointCloudQuery::createOrGetSharedCache(identifier, kQueryCacheCapacity, kExpectedCacheEntries),
+        worldMatrix(),
+        filter,
+        maxLevel,
+        minimumSpacing,
+        timeout
+    );
 }
 
 void PointCloudRenderable::updateFrustums()
@@ -656,13 +680,24 @@ bool PointCloudRenderable::getVertexData(
     const Octree::OctreeNodeId& id, VertexContainer& vertices, std::stop_token stopToken
 )
 {
-    return mVertexCache->getOrLoad(
-        id,
-        vertices,
-        [this, &id](VertexContainer& loaded, std::stop_token stop)
-        { return convertToVertices(*mOctree, id, loaded, stop); },
-        stopToken
-    );
+    // A cloud that shares the octree may have changed what is read: that is not for this cache.
+    bool isRead = false;
+    const auto load = [&](VertexContainer& loaded, const std::stop_token& stop)
+    {
+        const bool isWhole = convertToVertices(*mOctree, id, loaded, stop);
+        if (!isWhole || mOctree->cacheIdentifier() == mCached)
+        {
+            return isWhole;
+        }
+        vertices = std::move(loaded);
+        isRead = true;
+        return false;
+    };
+    if (mOctree->cacheIdentifier() != mCached)
+    {
+        return convertToVertices(*mOctree, id, vertices, std::move(stopToken));
+    }
+    return mVertexCache->getOrLoad(id, vertices, load, std::move(stopToken)) || isRead;
 }
 
 void PointCloudRenderable::triggerReload()

@@ -95,7 +95,7 @@ public:
     /// Stops the loader before anything else is released.
     ~PointCloudRenderable() override;
 
-    /// The vertex cache of a data set: a live one if there is, else a new one.
+    /// The vertex cache of a data set without external attributes: a live one if there is, else a new one.
     /// @param capacity            most points in it
     /// @param expectedEntryCount  number of nodes to reserve room for
     static std::shared_ptr<VertexCache> createOrGetSharedCache(
@@ -208,7 +208,8 @@ public:
 
     bool restartLoadingAfterCameraChange() const noexcept { return mRestartLoadingAfterCameraChange; }
 
-    /// Changes the scale of the model coordinates. Waits for the loader's current node, drops what is
+    /// Changes the scale of the model coordinates. Clouds that share the octree are to be told, too, so that
+    /// they load again. Waits for the loader's current node, drops what is
     /// loaded, resets the point size, and loads again.
     /// @throws std::invalid_argument  for a value that is not above 0 and finite
     void setUnitScale(double unitScale);
@@ -220,8 +221,9 @@ public:
     ///                             the count, when initialised and for more than 8; the old ones stay
     void setClippingVolume(const std::vector<Math::HalfSpace<float, 3>>& halfSpaces);
 
-    /// Opens a second data set over the same octree whose attributes are used where the first has none.
-    /// @throws std::runtime_error  when it cannot be opened or its cube is another
+    /// Opens a second data set over the same octree whose attributes are used where the first has none. Waits
+    /// for the loader's current node, drops what is loaded, and loads again.
+    /// @throws std::runtime_error  when it cannot be opened or its cube is another; nothing changes then
     void addExternalAttributeLocation(const Octree::Location& location);
 
     /// Starts loading in the background; does nothing, and drops the callback, when it has been started
@@ -310,6 +312,12 @@ private:
     );
     bool getVertexData(const Octree::OctreeNodeId& id, VertexContainer& vertices, std::stop_token stopToken);
     void triggerReload();
+    static std::shared_ptr<VertexCache> sharedCache(
+        const Octree::CacheIdentifier& identifier,
+        unsigned long long capacity,
+        unsigned long long expectedEntryCount
+    );
+    void getCaches();
 
     std::unique_ptr<AsyncReload> mAsyncReload;                    // absent until startAsyncReload
     std::atomic<UpdateInterval::rep> mUpdateInterval{5'000'000};  // 0.5 s; read by the loader
@@ -317,6 +325,7 @@ private:
     std::shared_ptr<Octree::Octree> mOctree;
     std::shared_ptr<LoDPointCloud> mLoDPointCloud;  // present while initialised
     std::shared_ptr<Camera> mCamera;
+    Octree::CacheIdentifier mCached;  // what the caches hold; others may change the octree meanwhile
     std::shared_ptr<VertexCache> mVertexCache;
     std::shared_ptr<PointCloudQuery::PointCache> mQueryCache;
     std::vector<Math::HalfSpace<float, 3>> mClippingVolume;  // world coordinates

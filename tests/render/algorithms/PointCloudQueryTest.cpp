@@ -473,6 +473,38 @@ TEST_F(SmallCloud, AChangeOfTheUnitScaleEndsTheQueryBeforeTheCacheMixesScales)
     EXPECT_EQ(cache->size(), 1U);
 }
 
+TEST_F(SmallCloud, AnExternalDataSetThatIsAddedDuringTheQueryStaysOutOfItsCache)
+{
+    const TemporaryFolder externalFolder;
+    Samples::OctreeWriterOptions options;
+    options.attributes = {Samples::Attribute::Intensity};
+    options.cube = Samples::Cube{{5000, 7000, 100}, 64.0};
+    Samples::writeOctreeNodes(externalFolder.path(), nodes(), options);
+    PointCloudQuery query = queryAll();
+    EXPECT_THAT(nextXs(query, 3), ElementsAre(1, 2, 60));
+
+    octree->addExternalAttributeLocation(Octree::Location::fromPath(externalFolder.path()));
+
+    EXPECT_THAT(nextXs(query), ElementsAre(4, 5, 40, 6, 33));
+    EXPECT_EQ(cache->size(), 1U);
+}
+
+TEST_F(SmallCloud, QueriesWithOtherExternalDataSetsHaveACacheOfTheirOwn)
+{
+    const auto shared = [&](const std::vector<Octree::Location>& externals)
+    {
+        return PointCloudQuery::createOrGetSharedCache(
+            Octree::CacheIdentifier{octree->location(), 1.0, externals}, 500, 10
+        );
+    };
+    const auto plain = PointCloudQuery::createOrGetSharedCache(octree->location(), 1.0, 500, 10);
+    const auto extended = shared({octree->location()});
+
+    EXPECT_EQ(shared({}), plain);
+    EXPECT_NE(extended, plain);
+    EXPECT_EQ(shared({octree->location()}), extended);
+}
+
 TEST_F(SmallCloud, QueriesOfOneDataSetAndScaleShareOneCache)
 {
     const auto shared = [&](double unitScale)
