@@ -79,7 +79,7 @@ std::unique_ptr<IFilter> boxFilter(float min, float max)
 }
 
 /// Boxes and points of them never contradict each other.
-void expectConsistent(IFilter& filter, float reach)
+void expectConsistent(IFilter&& filter, float reach)
 {
     std::mt19937 generator(7);
     std::uniform_real_distribution<float> anywhere(-reach, reach);

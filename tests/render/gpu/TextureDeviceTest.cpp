@@ -469,7 +469,7 @@ TEST_F(Texture2dDevice, ImagesAndColorsNeedTexelsOfFourBytes)
 
     EXPECT_EQ(resultOf([&] { texture.load(device(), placeImage(3, 3)); }), E_INVALIDARG);
     EXPECT_EQ(resultOf([&] { texture.load(device(), placeDepthImage(3, 3)); }), E_INVALIDARG);
-    EXPECT_EQ(resultOf([&] { Texture2d(device(), desc, 3, 3, Color::white()); }), E_INVALIDARG);
+    EXPECT_EQ(resultOf([&] { Texture2d(device(), desc, 3, 3, Color::white(255)); }), E_INVALIDARG);
 
     EXPECT_EQ(texture.get(), before);
     EXPECT_EQ(texture.desc().Width, 4U);

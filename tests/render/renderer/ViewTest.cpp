@@ -421,7 +421,7 @@ TEST_F(ViewOfScene, ASceneThatCannotBeInitialisedIsNotKept)
         }
     };
 
-    const auto group = std::make_shared<GroupRenderable>("group");
+    const auto group = GroupRenderable::create("group");
     const auto sound = std::make_shared<RecordingRenderable>();
     group->add(sound);
     group->add(std::make_shared<Failing>());
