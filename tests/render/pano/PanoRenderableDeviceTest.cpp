@@ -202,6 +202,39 @@ TEST_F(PanoRenderableDevice, PixelsLieAtTheirMeasuredDistanceInBothDepthConventi
     }
 }
 
+TEST_F(PanoRenderableDevice, BothWorldPositionsOfEachPixelAreWhereItsRayMeetsTheSphere)
+{
+    for (const bool reversedZ : {true, false})
+    {
+        SCOPED_TRACE(reversedZ);
+        makeRenderer(reversedZ);
+        makePano(1, 1);
+        loader->depthAt = [](auto, auto, auto) { return 7.0F; };
+        pano->loadPanoramaTiles();
+        lookAlong(Vector3f(1.0F, 0.3F, -0.2F));
+        showPano();
+
+        std::vector<VertexPosColor> points;
+        mRenderer->getPoints(points);  // of the target worldPosition, row by row
+
+        ASSERT_EQ(points.size(), kSize * kSize);
+        for (std::uint64_t y = 0; y < kSize; ++y)
+        {
+            for (std::uint64_t x = 0; x < kSize; ++x)
+            {
+                const Vector3f expected = 7.0F * direction(x, y);
+                const Point3& world = points[y * kSize + x].position;
+                ASSERT_NEAR((Vector3f(world.x, world.y, world.z) - expected).norm(), 0.0F, 1e-3F);
+                if ((x + y) % 8 == 0)
+                {
+                    const Vector3f exact = positionAt(x, y);  // of the target exactWorldPosition
+                    ASSERT_NEAR((exact - expected).norm(), 0.0F, 1e-3F);
+                }
+            }
+        }
+    }
+}
+
 TEST_F(PanoRenderableDevice, EachPixelShowsTheTexelOfItsDirection)
 {
     makePano(1, 1);
