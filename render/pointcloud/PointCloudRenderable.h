@@ -227,7 +227,8 @@ public:
     void addExternalAttributeLocation(const Octree::Location& location);
 
     /// Starts loading in the background; does nothing, and drops the callback, when it has been started
-    /// already.
+    /// already. Before init() the loader fails, see isAsyncReloadHealthy(), and goes on as soon as init() is
+    /// done.
     /// @param onProgress  called on the loader thread after each publication; may be empty
     /// @param maxLevel    deepest level that is loaded
     void startAsyncReload(std::function<void()> onProgress, std::size_t maxLevel);
