@@ -19,6 +19,8 @@ namespace
 static_assert(sizeof(Math::Color) == 4);
 
 /// Larger than any picture of the largest size that compresses at all.
+// A block of 64 pixels takes at least a bit of the file, so 512 pixels a byte; the rest is for rounded sizes.
+constexpr std::uint64_t kMostPixelsPerByte = 1024;
 constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 30U;
 
 /// A progressive file may hold as many passes over the picture as it likes; honest ones have about ten.
@@ -160,6 +162,18 @@ ColorImage readJpeg(
         decoder.info.jpeg_color_space != JCS_RGB)
     {
         fail(path, "only grey, YCbCr and RGB pictures are supported");
+    }
+    if (decoder.info.arith_code)
+    {
+        fail(path, "arithmetic coding is not supported");
+    }
+    if (std::uint64_t{width} * height / kMostPixelsPerByte > file.size())
+    {
+        fail(
+            path,
+            "its " + std::to_string(file.size()) + " bytes cannot hold the announced " +
+                std::to_string(width) + " x " + std::to_string(height) + " pixels"
+        );
     }
     if (acceptSize)
     {

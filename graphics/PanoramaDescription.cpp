@@ -3,6 +3,7 @@
 #include "core/readLocalFile.h"
 #include "core/toUtf8.h"
 
+#include <Eigen/LU>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -21,6 +22,9 @@ constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 20U;  // bytes
 constexpr int kVersion = 1;
 constexpr const char* kProjection = "equirectangular";
 constexpr Eigen::Index kMatrixSide = 4;
+constexpr int kMaxNesting = 16;         // of objects and lists
+constexpr double kLargestPose = 1e30;   // elements beyond it have no use as single precision
+constexpr std::size_t kShownText = 40;  // bytes of a value in messages
 
 [[noreturn]] void fail(const std::string& reason)
 {
@@ -35,6 +39,17 @@ const Json& member(const Json& json, const char* name)
         fail(std::string("\"") + name + "\" is missing");
     }
     return *found;
+}
+
+/// A value for messages.
+std::string shown(const Json& json)
+{
+    if (json.is_structured())
+    {
+        return std::string("of type ") + json.type_name();
+    }
+    const std::string text = json.dump(-1, ' ', true, Json::error_handler_t::replace);  // all ASCII
+    return text.size() <= kShownText ? text : text.substr(0, kShownText) + "...";
 }
 
 /// Paths go down from the folder, step by step, and mean the same on every system.
@@ -70,7 +85,7 @@ std::string pathOf(const Json& json, const char* name)
     if (!staysInside(path) || !path.ends_with(".dzi"))
     {
         fail(
-            std::string("\"") + name + "\" is " + value.dump() +
+            std::string("\"") + name + "\" is " + shown(value) +
             ", not the relative path of a .dzi file inside the folder"
         );
     }
@@ -122,14 +137,29 @@ Eigen::Matrix4d poseMatrix(const Json& value)
             matrix(row, column) = value[static_cast<std::size_t>(kMatrixSide * row + column)].get<double>();
         }
     }
+    const bool isAffine = matrix.row(kMatrixSide - 1) == Eigen::RowVector4d(0.0, 0.0, 0.0, 1.0);
+    const bool isInRange = matrix.cwiseAbs().maxCoeff() <= kLargestPose;
+    if (!isAffine || !isInRange || !(std::abs(matrix.topLeftCorner<3, 3>().determinant()) > 0.0))
+    {
+        fail("\"pose\" is not an affine matrix that can be inverted, row by row, with elements up to 1e30");
+    }
     return matrix;
 }
 
 Json parseJson(std::string_view text)
 {
+    // What is built of a deeply nested text could overflow the stack later.
+    const auto limitNesting = [](int depth, Json::parse_event_t, const Json&)
+    {
+        if (depth > kMaxNesting)
+        {
+            fail("it is nested more than " + std::to_string(kMaxNesting) + " deep");
+        }
+        return true;
+    };
     try
     {
-        return Json::parse(text);
+        return Json::parse(text, limitNesting);
     }
     catch (const Json::exception& error)
     {
@@ -147,12 +177,12 @@ PanoramaDescription parsePanoramaDescription(std::string_view text)
     }
     if (const Json& version = member(json, "version"); version != kVersion)
     {
-        fail("\"version\" is " + version.dump() + ", only " + std::to_string(kVersion) + " is supported");
+        fail("\"version\" is " + shown(version) + ", only " + std::to_string(kVersion) + " is supported");
     }
     if (const Json& projection = member(json, "projection"); projection != kProjection)
     {
         fail(
-            "\"projection\" is " + projection.dump() + ", only \"" + std::string(kProjection) +
+            "\"projection\" is " + shown(projection) + ", only \"" + std::string(kProjection) +
             "\" is supported"
         );
     }

@@ -205,14 +205,6 @@ void checkPicture(const char* name, std::uint64_t width, std::uint64_t height)
             std::to_string(kLargestSide) + " on a side are possible"
         );
     }
-    const std::uint64_t twiceTheHeight = 2 * height;
-    if (width > twiceTheHeight + 1 || width + 1 < twiceTheHeight)
-    {
-        throw std::invalid_argument(
-            std::string("Error: the ") + name + " picture has " + size +
-            ", but a whole panorama is twice as wide as high"
-        );
-    }
 }
 
 /// Writes the description and gives what it describes.
@@ -252,6 +244,7 @@ void writePanorama(
     const auto width = static_cast<std::uint32_t>(color.width());
     const auto height = static_cast<std::uint32_t>(color.height());
 
+    std::filesystem::remove(folder / PanoramaDescription::kFileName);  // until all tiles are those of now
     const DeepZoomPyramid colors = begin(folder, description.color, width, height, tileSize);
     ColorImage colorLevel;
     for (std::uint32_t level = colors.description().lastLevel() + 1; level-- > 0;)

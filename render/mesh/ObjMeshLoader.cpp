@@ -31,35 +31,72 @@ namespace
 constexpr std::size_t kCornersPerFace = 3;
 constexpr const char* kMessagePrefix = "TinyObjReader: ";
 
-/// The bytes of an OBJ file in which every tag line has become a comment. Tags have no meaning for triangles,
-/// and the library takes as much memory for one as its line asks for.
-class UntaggedLines : public std::streambuf
+// Cutting a face into triangles takes the library at least the square of its corners.
+constexpr std::size_t kMostCornersPerFace = 1000;
+
+/// The bytes of an OBJ file without what would cost the library too much: every tag line has become a
+/// comment, since tags have no meaning for triangles and the library takes as much memory for one as its line
+/// asks for; and the file ends before a face of too many corners.
+class TamedLines : public std::streambuf
 {
 public:
-    explicit UntaggedLines(std::istream& file) : mFile(file) {}
+    explicit TamedLines(std::istream& file) : mFile(file) {}
+
+    /// The line, from 1, with the face of too many corners; 0 when there was none.
+    std::size_t lineOfTooManyCorners() const noexcept { return mLineOfTooManyCorners; }
 
 protected:
     int_type underflow() override
     {
+        if (mLineOfTooManyCorners != 0)
+        {
+            return traits_type::eof();
+        }
         mFile.read(mBuffer.data(), static_cast<std::streamsize>(mBuffer.size()));
         const auto size = static_cast<std::size_t>(mFile.gcount());
-        for (std::size_t i = 0; i < size; ++i)
+        for (std::size_t i = 0; i < size && mLineOfTooManyCorners == 0; ++i)
         {
-            char& c = mBuffer[i];
-            if (mAtLineStart && c == 't')
-            {
-                c = '#';
-            }
-            mAtLineStart = c == '\n' || c == '\r' || (mAtLineStart && (c == ' ' || c == '\t'));
+            tame(mBuffer[i]);
+        }
+        if (mLineOfTooManyCorners != 0)
+        {
+            return traits_type::eof();
         }
         setg(mBuffer.data(), mBuffer.data(), mBuffer.data() + size);
         return size == 0 ? traits_type::eof() : traits_type::to_int_type(mBuffer.front());
     }
 
 private:
+    void tame(char& c)
+    {
+        const bool isBlank = c == ' ' || c == '\t';
+        if (mAtLineStart && c == 't')
+        {
+            c = '#';
+        }
+        if (mAtLineStart && !isBlank)
+        {
+            mIsFace = c == 'f';
+            mCornerCount = 0;
+        }
+        else if (mIsFace && mAfterBlank && !isBlank && c != '\n' && c != '\r')
+        {
+            ++mCornerCount;
+            mLineOfTooManyCorners = mCornerCount > kMostCornersPerFace ? mLine : 0;
+        }
+        mLine += c == '\n' ? 1 : 0;
+        mAtLineStart = c == '\n' || c == '\r' || (mAtLineStart && isBlank);
+        mAfterBlank = isBlank;
+    }
+
     std::istream& mFile;
     std::array<char, 65536> mBuffer{};
+    std::size_t mLine = 1;
+    std::size_t mCornerCount = 0;  // of the face so far
+    std::size_t mLineOfTooManyCorners = 0;
     bool mAtLineStart = true;
+    bool mIsFace = false;
+    bool mAfterBlank = false;
 };
 
 /// Finds material files in one folder, and nowhere else, whatever the OBJ file calls them.
@@ -122,7 +159,7 @@ ParsedObj parse(const std::filesystem::path& path)
     {
         throw std::runtime_error(kMessagePrefix + ("Cannot open file [" + Core::toUtf8(path) + "]\n"));
     }
-    UntaggedLines lines(file);
+    TamedLines lines(file);
     std::istream stream(&lines);
     MaterialsOfFolder materialReader(path.parent_path());
     ParsedObj result;
@@ -142,6 +179,14 @@ ParsedObj parse(const std::filesystem::path& path)
         kTriangulate,
         kWhiteWithoutColor
     );
+    if (lines.lineOfTooManyCorners() != 0)
+    {
+        throw std::runtime_error(
+            kMessagePrefix + ("[" + Core::toUtf8(path) + "] has a face of more than ") +
+            std::to_string(kMostCornersPerFace) + " corners in line " +
+            std::to_string(lines.lineOfTooManyCorners()) + "\n"
+        );
+    }
     if (!isParsed && !error.empty())
     {
         throw std::runtime_error(kMessagePrefix + error);

@@ -55,8 +55,9 @@ public:
     /// @param onTile  called after each tile, while the tiles are locked; may be empty
     /// @returns       NoSource without a loader, Stopped after a stop request, which is looked at after each
     ///                tile, otherwise Complete
-    /// @throws        what the loader throws, and std::runtime_error for a tile that is not whole, of another
-    ///                level, or hangs over its level's border; the state then is Failed and the error kept
+    /// @throws        what the loader throws, and std::runtime_error for a tile of another level or larger
+    /// than
+    ///                the tiles of its level; the state then is Failed and the error kept
     Core::JobState load(std::stop_token stopToken, const std::function<void()>& onTile);
 
     /// Before a load() on another thread: from here on the state is Running, and the last error forgotten.
@@ -99,7 +100,7 @@ private:
 
     const std::shared_ptr<Graphics::PanoramaLoader> mLoader;
     const std::function<void()> mRequestFrame;
-    std::atomic<Core::JobState> mState{Core::JobState::NotStarted};
+    std::atomic<Core::JobState> mState{mLoader ? Core::JobState::NotStarted : Core::JobState::NoSource};
 
     mutable std::recursive_mutex mMutex;  // guards what follows; recursive, since onTile may take()
     Batch mPending;

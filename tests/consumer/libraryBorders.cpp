@@ -67,6 +67,8 @@ public:
         Renderable::render();
     }
 
+    Math::NBoundingBox<float, 3> boundingBox() override { return {}; }
+
     bool hasDevice = false;
     int frames = 0;
 };

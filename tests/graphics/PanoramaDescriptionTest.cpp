@@ -132,6 +132,17 @@ TEST(PanoramaDescription, WrongMembersAreErrors)
         errorOf(json(R"(, "pose": [1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,"1"])")),
         "\"pose\" is not a list of 16 numbers"
     );
+    for (const char* const pose :
+         {"0,0,0,0, 0,0,0,0, 0,0,0,0, 0,0,0,0",       // nothing is left
+          "1,0,0,0, 0,1,0,0, 1,1,0,0, 0,0,0,1",       // flat
+          "1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,1,1",       // with a perspective
+          "1,0,0,1e300, 0,1,0,0, 0,0,1,0, 0,0,0,1"})  // infinite as a float
+    {
+        EXPECT_THAT(
+            errorOf(json(", \"pose\": [" + std::string(pose) + "]")),
+            HasSubstr("\"pose\" is not an affine matrix that can be inverted")
+        ) << pose;
+    }
 }
 
 TEST(PanoramaDescription, BrokenJsonIsAnError)
@@ -143,6 +154,15 @@ TEST(PanoramaDescription, BrokenJsonIsAnError)
     }
     EXPECT_EQ(errorOf("[]"), "an object is expected");
     EXPECT_NE(errorOf(std::string(100000, '[')), "(nothing was thrown)");
+    EXPECT_EQ(
+        errorOf("{\"version\": " + std::string(100000, '[') + std::string(100000, ']') + "}"),
+        "it is nested more than 16 deep"
+    );
+    EXPECT_EQ(
+        errorOf(R"({"version": [1], "projection": "equirectangular", "color": "c.dzi", "depth": "d.dzi"})"),
+        "\"version\" is of type array, only 1 is supported"
+    );
+    EXPECT_LT(errorOf("{\"version\": \"" + std::string(100000, 'x') + "\"}").size(), 100U);
     EXPECT_NE(errorOf(json(", \"depthScale\": 1e999")), "(nothing was thrown)");
 }
 

@@ -36,6 +36,23 @@ TEST(ReadColorImage, ReadsJpegUnderBothOfItsNames)
     }
 }
 
+TEST(ReadColorImage, AJpegThatAnnouncesMoreThanItCanHoldIsRefusedBeforeItTakesMemory)
+{
+    const TemporaryFolder folder;
+    std::string bytes = TemporaryFolder::read(
+        std::filesystem::path(TARNEL_TEST_DATA) / "deepzoom" / "photo_files" / "7" / "0_0.jpeg"
+    );
+    const std::size_t frame =
+        bytes.find("\xFF\xC0");  // then two bytes of length, one of precision, height, width
+    ASSERT_NE(frame, std::string::npos);
+    bytes.replace(frame + 5, 4, "\x3E\x80\x3E\x80");  // 16000 twice
+
+    EXPECT_THAT(
+        messageOf<std::runtime_error>([&] { readColorImage(folder.write("a.jpg", bytes)); }),
+        HasSubstr("bytes cannot hold the announced 16000 x 16000 pixels")
+    );
+}
+
 TEST(ReadColorImage, ErrorsNameTheFile)
 {
     const TemporaryFolder folder;

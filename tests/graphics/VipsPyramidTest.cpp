@@ -39,7 +39,7 @@ public:
     {
         if (std::system("vips --version > /dev/null 2>&1") != 0)
         {
-            GTEST_SKIP() << "the program vips is not installed";
+            FAIL() << "the program vips is not installed; scripts/install-packages.sh installs it";
         }
         Graphics::ColorImage color(kWidth, kHeight);
         std::vector<std::uint16_t> codes;

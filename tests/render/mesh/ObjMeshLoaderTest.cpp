@@ -153,6 +153,26 @@ TEST_F(ObjMeshLoading, FacesOfMoreCornersAreCutIntoTriangles)
     EXPECT_FLOAT_EQ(area, 2.0F + 2.5F);
 }
 
+TEST_F(ObjMeshLoading, AFaceMayHaveAThousandCornersButNotMore)
+{
+    const auto faceOf = [](int corners)
+    {
+        std::string text = " f";
+        for (int i = 0; i < corners; ++i)
+        {
+            text += " \t" + std::to_string(i % 3 + 1);
+        }
+        return text + "\r\n";
+    };
+    const std::string small(kTriangle);
+
+    EXPECT_NO_THROW(load(small + faceOf(1000) + faceOf(3)));
+    EXPECT_THAT(
+        messageOf<std::runtime_error>([&] { load(small + faceOf(3) + faceOf(1001)); }),
+        testing::HasSubstr("has a face of more than 1000 corners in line 5")
+    );
+}
+
 TEST_F(ObjMeshLoading, NegativeIndicesCountFromTheEnd)
 {
     const Part part = load(std::string(kTriangle) + "f -3 -2 -1\n").at(0);

@@ -160,9 +160,10 @@ TEST_F(PanoRenderableDevice, WithoutALoaderNothingIsDrawn)
     showPano();
 
     EXPECT_EQ(shownAt(kMiddle, kMiddle), kBlack);
-    EXPECT_EQ(pano->loadPanoramaTiles(), JobState::NoSource);
     EXPECT_EQ(pano->loadingState(), JobState::NoSource);
     EXPECT_THROW(pano->waitForLoadingComplete(), std::logic_error);
+    EXPECT_EQ(pano->loadPanoramaTiles(), JobState::NoSource);
+    EXPECT_EQ(pano->loadingState(), JobState::NoSource);
     EXPECT_FALSE(pano->needsRedraw());
 }
 
