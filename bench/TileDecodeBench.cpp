@@ -1,19 +1,28 @@
 // How close the decoding of Entwine Point Tiles comes to the bare work on the same bytes, on one thread.
 //
-// One cloud is written as binary and as zstandard tiles. "alone" reads the files into memory that is ready
-// and, of zstandard tiles, has the Zstandard library unpack each frame in one call; "decoded" reads all nodes
-// to arrays through the octree. Compare points per second.
+// One cloud is written as binary, zstandard and laszip tiles, the last of point format 7. "alone" reads the
+// files into memory that is ready and has the Zstandard library unpack each frame in one call, or the LASzip
+// library each point with all its fields; "decoded" reads all nodes to arrays through the octree. Compare
+// points per second.
 #include "octree/Octree.h"
+#include "octree/entwine/nodeKey.h"
 #include "samples/EptWriter.h"
 #include "samples/writeSampleDataset.h"
+#include "tests/support/lazEncoded.h"
 
 #include <benchmark/benchmark.h>
+#include <nlohmann/json.hpp>
 #include <zstd.h>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <laszip/bytestreamin_array.hpp>
+#include <laszip/lasreadpoint.hpp>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -26,21 +35,77 @@ using Samples::EptDataType;
 
 constexpr std::size_t kPoints = 500'000;
 
+enum class Kind
+{
+    Binary,
+    Zstandard,
+    Laszip,
+};
+
+const LazOptions kLazOptions{.pointFormat = 7, .scale = {0.001, 0.001, 0.001}, .offset = {0, 0, 0}};
+
+/// Turns a data set of binary tiles into one of laszip tiles.
+void compressTiles(const std::filesystem::path& folder)
+{
+    std::ifstream stream(folder / "ept.json");
+    nlohmann::json ept = nlohmann::json::parse(stream);
+    stream.close();
+    const Octree::Octree octree(Octree::Location::fromPath(folder), 1.0);
+    LazOptions options = kLazOptions;
+    for (std::size_t axis = 0; axis < 3; ++axis)
+    {
+        options.offset[axis] = octree.position()[axis];
+    }
+    std::vector<OctreeNodeId> nodes{octree.root()};
+    Octree::NodePointData data;
+    for (std::size_t n = 0; n < nodes.size(); ++n)
+    {
+        const auto children = octree.children(nodes[n]);
+        nodes.insert(nodes.end(), children.begin(), children.end());
+        octree.readNodePointData(nodes[n], data);
+        std::vector<LazPoint> points(data.size());
+        for (std::size_t i = 0; i < points.size(); ++i)
+        {
+            for (std::size_t axis = 0; axis < 3; ++axis)
+            {
+                points[i].position[axis] =
+                    static_cast<std::int32_t>(std::lround(data.position(i)[axis] * 1000));
+            }
+            const Math::Color color = data.columns().colors[i];
+            points[i].color = {color.r(), color.g(), color.b()};
+            points[i].intensity = data.columns().intensities[i];
+            points[i].classification = data.columns().classifications[i];
+            points[i].time = 0.001 * static_cast<double>(i);
+        }
+        const std::string bytes = lazEncoded(points, options);
+        std::ofstream tile(folder / "ept-data" / (Entwine::nodeKey(nodes[n]) + ".laz"), std::ios::binary);
+        tile.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    }
+    ept["dataType"] = "laszip";
+    std::ofstream(folder / "ept.json") << ept.dump();
+}
+
 /// Tiles in a folder that goes away with the object.
 class Tiles
 {
 public:
-    explicit Tiles(EptDataType dataType)
-        : mFolder(std::filesystem::temp_directory_path() / ("tarnel-bench-tiles-" + suffix(dataType)))
+    explicit Tiles(Kind kind)
+        : mFolder(std::filesystem::temp_directory_path() / ("tarnel-bench-tiles-" + suffix(kind)))
     {
+        const EptDataType written = kind == Kind::Zstandard ? EptDataType::Zstandard : EptDataType::Binary;
         const Samples::EptSummary summary =
-            Samples::writeSampleEpt(mFolder, {.points = kPoints, .dataType = dataType});
+            Samples::writeSampleEpt(mFolder, {.points = kPoints, .dataType = written});
+        if (kind == Kind::Laszip)
+        {
+            compressTiles(mFolder);
+        }
         for (const Samples::WrittenTile& tile : summary.tiles)
         {
             if (tile.pointCount > 0)
             {
                 nodes.push_back(tile.id);
-                files.push_back(mFolder / "ept-data" / (tile.key + '.' + suffix(dataType)));
+                files.push_back(mFolder / "ept-data" / (tile.key + '.' + suffix(kind)));
+                counts.push_back(tile.pointCount);
                 pointCount += tile.pointCount;
             }
         }
@@ -59,12 +124,13 @@ public:
 
     std::vector<OctreeNodeId> nodes;
     std::vector<std::filesystem::path> files;
+    std::vector<std::uint64_t> counts;
     std::uint64_t pointCount = 0;
 
 private:
-    static std::string suffix(EptDataType dataType)
+    static std::string suffix(Kind kind)
     {
-        return dataType == EptDataType::Binary ? "bin" : "zst";
+        return kind == Kind::Binary ? "bin" : kind == Kind::Zstandard ? "zst" : "laz";
     }
 
     std::filesystem::path mFolder;
@@ -85,21 +151,57 @@ void readWhole(const std::filesystem::path& file, std::vector<char>& out)
     }
 }
 
-void alone(benchmark::State& state, EptDataType dataType)
+void unpackFrame(const std::vector<char>& stored, std::vector<char>& out)
 {
-    const Tiles tiles(dataType);
+    if (ZSTD_isError(ZSTD_decompress(out.data(), out.size(), stored.data(), stored.size())) != 0)
+    {
+        throw std::runtime_error("a tile of the benchmark cannot be unpacked");
+    }
+}
+
+void readLazPoints(const std::vector<char>& stored, std::uint64_t count)
+{
+    LASzip compression;
+    compression.compressor = LASZIP_COMPRESSOR_LAYERED_CHUNKED;
+    compression.chunk_size = kLazOptions.chunkSize;
+    compression.num_items = 2;
+    compression.items =
+        new LASitem[2]{{LASitem::POINT14, 30, 3}, {LASitem::RGB14, 6, 3}};  // which it deletes
+    LASreadPoint reader;
+    ByteStreamInArrayLE stream(reinterpret_cast<const U8*>(stored.data()), static_cast<I64>(stored.size()));
+    stream.seek(static_cast<I64>(pointsPosition(kLazOptions)));
+    reader.setup(compression.num_items, compression.items, &compression);
+    reader.init(&stream);
+    alignas(8) std::array<U8, 128> point{};
+    alignas(8) std::array<U8, 8> color{};
+    const std::array<U8*, 2> items{point.data(), color.data()};
+    for (std::uint64_t i = 0; i < count; ++i)
+    {
+        if (!reader.read(items.data()))
+        {
+            throw std::runtime_error("a tile of the benchmark cannot be unpacked");
+        }
+        benchmark::DoNotOptimize(point.data());
+    }
+}
+
+void alone(benchmark::State& state, Kind kind)
+{
+    const Tiles tiles(kind);
     std::vector<char> stored;
     std::vector<char> unpacked(std::size_t{64} << 20U);
     for ([[maybe_unused]] auto round : state)
     {
-        for (const std::filesystem::path& file : tiles.files)
+        for (std::size_t i = 0; i < tiles.files.size(); ++i)
         {
-            readWhole(file, stored);
-            if (dataType == EptDataType::Zstandard &&
-                ZSTD_isError(ZSTD_decompress(unpacked.data(), unpacked.size(), stored.data(), stored.size())
-                ) != 0)
+            readWhole(tiles.files[i], stored);
+            if (kind == Kind::Zstandard)
             {
-                throw std::runtime_error("a tile of the benchmark cannot be unpacked");
+                unpackFrame(stored, unpacked);
+            }
+            else if (kind == Kind::Laszip)
+            {
+                readLazPoints(stored, tiles.counts[i]);
             }
             benchmark::DoNotOptimize(unpacked.data());
         }
@@ -107,9 +209,9 @@ void alone(benchmark::State& state, EptDataType dataType)
     countPoints(state, tiles);
 }
 
-void decoded(benchmark::State& state, EptDataType dataType)
+void decoded(benchmark::State& state, Kind kind)
 {
-    const Tiles tiles(dataType);
+    const Tiles tiles(kind);
     const Octree::Octree octree = tiles.open();
     Octree::NodePointData points;
     for ([[maybe_unused]] auto round : state)
@@ -123,8 +225,10 @@ void decoded(benchmark::State& state, EptDataType dataType)
     countPoints(state, tiles);
 }
 
-BENCHMARK_CAPTURE(alone, binary, EptDataType::Binary)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(decoded, binary, EptDataType::Binary)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(alone, zstandard, EptDataType::Zstandard)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(decoded, zstandard, EptDataType::Zstandard)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(alone, binary, Kind::Binary)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(decoded, binary, Kind::Binary)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(alone, zstandard, Kind::Zstandard)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(decoded, zstandard, Kind::Zstandard)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(alone, laszip, Kind::Laszip)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(decoded, laszip, Kind::Laszip)->Unit(benchmark::kMillisecond);
 }  // namespace
