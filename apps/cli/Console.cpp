@@ -1,5 +1,7 @@
 #include "apps/cli/Console.h"
 
+#include "apps/cli/oneLine.h"
+
 #include <cstdio>
 #include <stdexcept>
 
@@ -95,7 +97,7 @@ bool isErrorStreamTerminal()
 
 void printError(std::string_view text)
 {
-    std::fprintf(stderr, "tarnel: error: %.*s\n", static_cast<int>(text.size()), text.data());
+    std::fprintf(stderr, "tarnel: error: %s\n", oneLine(text).c_str());
     std::fflush(stderr);
 }
 

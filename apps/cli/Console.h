@@ -15,7 +15,7 @@ void prepareConsole();
 /// True when standard error shows on a terminal.
 bool isErrorStreamTerminal();
 
-/// Writes "tarnel: error: " and the text as one line to standard error.
+/// Writes "tarnel: error: " and the text to standard error, as one line whatever characters it has.
 void printError(std::string_view text);
 
 /// Writes to standard output.

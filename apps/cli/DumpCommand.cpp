@@ -2,11 +2,13 @@
 #include "apps/cli/Console.h"
 #include "apps/cli/HierarchyStatistics.h"
 #include "apps/cli/formatNumber.h"
+#include "apps/cli/numberChecks.h"
 #include "apps/cli/openDataset.h"
 #include <math/Color.h>
 #include <octree/Octree.h>
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -21,7 +23,7 @@ struct DumpOptions
     std::string dataset;
     std::string node = "r";
     bool all = false;
-    std::uint64_t limit = UINT64_MAX;
+    std::uint64_t limit = std::numeric_limits<std::uint64_t>::max();
 };
 
 /// Writes points as text lines until the limit is reached.
@@ -103,10 +105,11 @@ void run(const DumpOptions& options)
             octree,
             [&](const Octree::NodeInfo& info)
             {
-                if (info.pointCount > 0 && !printer.isDone())
+                if (info.pointCount > 0)
                 {
                     printer.print(info.id);
                 }
+                return !printer.isDone();
             }
         );
     }
@@ -130,7 +133,8 @@ void addDumpCommand(CLI::App& app)
         "--node", options->node, "Node to print: \"r\" and one digit a level (default: the root)"
     );
     verb->add_flag("--all", options->all, "Print every node, coarse levels first")->excludes(node);
-    verb->add_option("--limit", options->limit, "Print at most so many points");
+    verb->add_option("--limit", options->limit, "Print at most so many points")
+        ->transform(wholeNumber(0, std::numeric_limits<std::uint64_t>::max()));
     verb->footer(
         "Coordinates are absolute, with as many digits as the numbers have; intensity has 16 bits.\n"
         "Attributes that the data set lacks print as 0, a missing colour as the grey of the intensity.\n"

@@ -42,6 +42,7 @@ void run(const ExportVisibleOptions& options)
         Render::writePointText(toPath(options.output), points);
     }
     writeOutput(options.output + "\n");
+    session.writeDepth();
     flushOutput();
 }
 }  // namespace
@@ -52,22 +53,24 @@ void addExportVisibleCommand(CLI::App& app)
         app.add_subcommand("export-visible", "Writes the points that a picture shows, one per pixel");
     const auto options = std::make_shared<ExportVisibleOptions>();
     verb->add_option("OUTPUT", options->output, "Text file to write")->required();
-    verb->add_option("--cloud", options->scene.clouds, "Folder of a point cloud; repeatable")
-        ->allow_extra_args(false)
-        ->required();
     verb->add_flag(
         "--absolute",
         options->isAbsolute,
-        "Absolute coordinates with all digits instead of seven digits from the first cloud's reference "
+        "Absolute coordinates with all digits instead of seven digits from the first object's place "
         "position"
     );
-    addCameraOptions(*verb, options->scene);
-    addLookOptions(*verb, options->scene);
+    addSceneOptions(*verb, options->scene);
     verb->footer(
         "Points come row by row from the top, with their colours in the picture.\n"
         "Examples:\n"
         "  tarnel export-visible points.txt --cloud out/sample --size 640x480"
     );
-    verb->callback([options] { run(*options); });
+    verb->callback(
+        [verb, options]
+        {
+            finishSceneOptions(*verb, options->scene);
+            run(*options);
+        }
+    );
 }
 }  // namespace Cli

@@ -6,14 +6,17 @@
 
 namespace Cli
 {
-void visitNodes(const Octree::Octree& octree, const std::function<void(const Octree::NodeInfo&)>& visitor)
+void visitNodes(const Octree::Octree& octree, const std::function<bool(const Octree::NodeInfo&)>& visitor)
 {
     std::deque<Octree::OctreeNodeId> queue{octree.root()};
     while (!queue.empty())
     {
         const Octree::NodeInfo node = octree.nodeInfo(queue.front());
         queue.pop_front();
-        visitor(node);
+        if (!visitor(node))
+        {
+            return;
+        }
         for (const Octree::OctreeNodeId& child : Octree::OctreeChildNodeIdRange(node.id, node.childMask))
         {
             queue.push_back(child);
@@ -39,6 +42,7 @@ HierarchyStatistics countHierarchy(const Octree::Octree& octree)
             ++statistics.levels[level].nodes;
             statistics.levels[level].points += node.pointCount;
             progress.update(statistics.nodes);
+            return true;
         }
     );
     return statistics;

@@ -22,9 +22,10 @@ struct HierarchyStatistics
     std::vector<Level> levels;  ///< index = level
 };
 
-/// Calls the visitor with every node, coarse levels first, empty nodes included.
+/// Calls the visitor with every node, coarse levels first, empty nodes included, until it returns false; what
+/// it does not get to see is not read.
 /// @throws std::runtime_error  when the hierarchy is broken
-void visitNodes(const Octree::Octree& octree, const std::function<void(const Octree::NodeInfo&)>& visitor);
+void visitNodes(const Octree::Octree& octree, const std::function<bool(const Octree::NodeInfo&)>& visitor);
 
 /// Walks the whole hierarchy and counts, with progress.
 /// @throws std::runtime_error  when the hierarchy is broken

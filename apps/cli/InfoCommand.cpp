@@ -2,6 +2,7 @@
 #include "apps/cli/Console.h"
 #include "apps/cli/HierarchyStatistics.h"
 #include "apps/cli/formatNumber.h"
+#include "apps/cli/oneLine.h"
 #include "apps/cli/openDataset.h"
 #include <octree/Octree.h>
 
@@ -45,6 +46,16 @@ nlohmann::ordered_json toJson(const std::vector<double>& values)
     return values.size() == 1 ? nlohmann::ordered_json(values.front()) : nlohmann::ordered_json(values);
 }
 
+/// The number that JSON writes with the digits that identify a float, as the text shows it: all digits of its
+/// double would be noise.
+double sameDigits(float value)
+{
+    const std::string digits = formatNumber(value);
+    double result = 0.0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), result);
+    return result;
+}
+
 nlohmann::ordered_json describe(const Octree::Octree& octree, const HierarchyStatistics& statistics)
 {
     nlohmann::ordered_json json;
@@ -53,7 +64,7 @@ nlohmann::ordered_json describe(const Octree::Octree& octree, const HierarchySta
     json["encoding"] = octree.encoding();
     json["points"] = statistics.points;
     json["nodes"] = statistics.nodes;
-    json["spacing"] = octree.spacing(0);
+    json["spacing"] = sameDigits(octree.spacing(0));
     json["referencePosition"] = toJson(octree.position());
     json["cube"] = toJson(octree.absoluteBoundingCube());
     json["bounds"] = toJson(octree.absoluteBoundingBox());
@@ -64,7 +75,7 @@ nlohmann::ordered_json describe(const Octree::Octree& octree, const HierarchySta
         row["level"] = level;
         row["nodes"] = statistics.levels[level].nodes;
         row["points"] = statistics.levels[level].points;
-        row["spacing"] = octree.spacing(level);
+        row["spacing"] = sameDigits(octree.spacing(level));
         json["levels"].push_back(row);
     }
     json["attributes"] = nlohmann::ordered_json::array();
@@ -112,7 +123,7 @@ void printText(const Octree::Octree& octree, const HierarchyStatistics& statisti
     const Math::NBoundingBox<double, 3> bounds = octree.absoluteBoundingBox();
     const Math::NBoundingBox<double, 3> cube = octree.absoluteBoundingCube();
     std::string out;
-    out += "name       " + octree.name() + "\n";
+    out += "name       " + oneLine(octree.name()) + "\n";
     out += "kind       " + kindName(octree.kind()) + ", " + octree.encoding() + "\n";
     out += "points     " + std::to_string(statistics.points) + "\n";
     out += "nodes      " + std::to_string(statistics.nodes) + "\n";
@@ -131,7 +142,7 @@ void printText(const Octree::Octree& octree, const HierarchyStatistics& statisti
     out += "\nattribute               type    bytes  range\n";
     for (const Octree::AttributeInfo& attribute : octree.attributes())
     {
-        out += padded(attribute.name, 24) + padded(attribute.type, 8) +
+        out += padded(oneLine(attribute.name), 24) + padded(attribute.type, 8) +
                leftPadded(std::to_string(attribute.sizeInBytes), 5) + "  ";
         out += attribute.min.empty() ? "not stated" : list(attribute.min) + " to " + list(attribute.max);
         out += "\n";

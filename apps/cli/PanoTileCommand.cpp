@@ -1,5 +1,6 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
+#include "apps/cli/numberChecks.h"
 #include "apps/cli/parseValue.h"
 #include <graphics/readColorImage.h>
 #include <graphics/writePanorama.h>
@@ -13,6 +14,9 @@ namespace Cli
 {
 namespace
 {
+constexpr double kSmallestDepthScale = 1e-9;  // metres
+constexpr double kLargestDepthScale = 1000.0;
+
 struct PanoTileOptions
 {
     std::string color;
@@ -65,20 +69,21 @@ void addPanoTileCommand(CLI::App& app)
     CLI::App* const verb =
         app.add_subcommand("pano-tile", "Cuts a panorama and its depth into a folder of tiles");
     const auto options = std::make_shared<PanoTileOptions>();
-    verb->add_option("COLOR", options->color, "Whole panorama, twice as wide as high: PNG or JPEG")
+    verb->add_option("COLOR", options->color, "Whole panorama, PNG or JPEG")
         ->required();
     verb->add_option("DEPTH", options->depth, "Distances along the rays: PNG of 16-bit grey")->required();
     verb->add_option("FOLDER", options->folder, "Folder to write; made when it is not there")->required();
     verb->add_option("--tile", options->tileSize, "Tile size in pixels (default: 512)")
-        ->check(CLI::Range(16, 16384));
+        ->transform(wholeNumber(1, 16384));
     verb->add_option("--depth-scale", options->depthScale, "Metres for each step of depth (default: 1/512)")
-        ->check(CLI::PositiveNumber);
+        ->check(numberFrom(kSmallestDepthScale, kLargestDepthScale));
     verb->add_option("--no-depth", options->noDepth, "Codes of pixels without depth (default: 0 and 65535)")
-        ->delimiter(',');
+        ->delimiter(',')
+        ->transform(wholeNumber(0, 65535));
     verb->add_option(
         "--pose", options->pose, "Where the panorama stands: a matrix of 16 numbers, row by row"
     );
-    verb->footer("Example:\n  tarnel pano-tile photo.jpg depth.png out/pano --tile 256 --depth-scale 0.001");
+    verb->footer("Examples:\n  tarnel pano-tile photo.jpg depth.png out/pano --tile 256 --depth-scale 0.001");
     verb->callback([options] { run(*options); });
 }
 }  // namespace Cli

@@ -2,6 +2,7 @@
 #include "apps/cli/Console.h"
 #include "apps/cli/SceneSession.h"
 #include "apps/cli/formatNumber.h"
+#include "apps/cli/numberChecks.h"
 #include "apps/cli/parseValue.h"
 #include <math/NPlane.h>
 
@@ -20,14 +21,15 @@ namespace
 {
 constexpr int kExitNothing = 3;
 constexpr std::uint64_t kPlaneTolerance = 10;  // pixels: a square of some hundred points
-constexpr double kLargestPixel = 1e9;
+constexpr std::uint64_t kLargestPixel = 1'000'000'000;
+constexpr double kLargestThreshold = 1e9;  // data units
 
 struct PickOptions
 {
     std::string pixel;
     std::optional<std::uint64_t> tolerance;
     bool wantsPlane = false;
-    std::string threshold;
+    double threshold = 0.0;
     bool isJson = false;
     SceneOptions scene;
 };
@@ -40,25 +42,8 @@ struct Pixel
 
 Pixel parsePixel(const std::string& text)
 {
-    const std::vector<double> numbers = parseNumbers("--pixel", text, 2);
-    for (const double number : numbers)
-    {
-        if (number < 0.0 || number > kLargestPixel || number != std::floor(number))
-        {
-            throw CLI::ValidationError("--pixel", "'" + text + "' is not two whole numbers of 0 or more");
-        }
-    }
-    return {static_cast<std::uint64_t>(numbers[0]), static_cast<std::uint64_t>(numbers[1])};
-}
-
-double parseThreshold(const std::string& text)
-{
-    const double threshold = parseNumbers("--threshold", text, 1)[0];
-    if (threshold < 0.0)
-    {
-        throw CLI::ValidationError("--threshold", "'" + text + "' is below 0");
-    }
-    return threshold;
+    const std::vector<std::uint64_t> numbers = parseWholeNumbers("--pixel", text, 2, kLargestPixel);
+    return {numbers[0], numbers[1]};
 }
 
 /// What was picked, in absolute coordinates.
@@ -80,7 +65,6 @@ Math::NPlane<double, 3> toAbsolute(const Math::NPlane<float, 3>& plane, const Ma
 std::optional<Hit> pick(const PickOptions& options)
 {
     const Pixel pixel = parsePixel(options.pixel);
-    const double threshold = options.wantsPlane ? parseThreshold(options.threshold) : 0.0;
     SceneSession session(options.scene);
     session.load();
     Render::Renderer& renderer = session.renderer();
@@ -92,7 +76,7 @@ std::optional<Hit> pick(const PickOptions& options)
     if (options.wantsPlane)
     {
         const std::uint64_t tolerance = options.tolerance.value_or(kPlaneTolerance);
-        isHit = renderer.pickPlane(pixel.x, pixel.y, tolerance, plane, point, threshold);
+        isHit = renderer.pickPlane(pixel.x, pixel.y, tolerance, plane, point, options.threshold);
     }
     else if (options.tolerance.value_or(0) > 0)
     {
@@ -188,13 +172,15 @@ void addPickCommand(CLI::App& app)
             "Search the square of so many pixels to each side and take the point nearest to the eye\n"
             "(default: 0, the pixel itself; 10 with --plane)"
     )
-        ->check(CLI::Range(std::uint64_t{0}, std::uint64_t{1'000'000}));
+        ->transform(wholeNumber(0, 1'000'000));
     CLI::Option* const plane = verb->add_flag(
         "--plane", options->wantsPlane, "Fit a plane to the square's points and tell where the pixel meets it"
     );
-    CLI::Option* const threshold = verb->add_option(
-        "--threshold", options->threshold, "Points farther from the plane do not count, in data units"
-    );
+    CLI::Option* const threshold =
+        verb->add_option(
+                "--threshold", options->threshold, "Points farther from the plane do not count, in data units"
+        )
+            ->check(numberFrom(0.0, kLargestThreshold));
     plane->needs(threshold);
     threshold->needs(plane);
     verb->add_flag("--json", options->isJson, "Print JSON");

@@ -1,6 +1,7 @@
 #include "apps/cli/Progress.h"
 
 #include "apps/cli/Console.h"
+#include "apps/cli/oneLine.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -16,7 +17,7 @@ constexpr std::uint64_t kBarWidth = 30;
 }  // namespace
 
 Progress::Progress(std::string label, std::uint64_t total, std::string unit)
-    : mLabel(std::move(label)),
+    : mLabel(oneLine(label)),
       mTotal(total),
       mUnit(std::move(unit)),
       mIsTerminal(isErrorStreamTerminal()),

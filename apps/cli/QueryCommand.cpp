@@ -4,6 +4,8 @@
 #include "apps/cli/PointWriter.h"
 #include "apps/cli/Progress.h"
 #include "apps/cli/RegionOptions.h"
+#include "apps/cli/fileExtension.h"
+#include "apps/cli/numberChecks.h"
 #include "apps/cli/openDataset.h"
 #include "apps/cli/parseValue.h"
 #include <octree/Octree.h>
@@ -26,6 +28,7 @@ constexpr int kExitTimeout = 4;
 constexpr std::size_t kChunkSize = std::size_t{1} << 16U;       // points
 constexpr unsigned long long kCacheCapacity = 2'000'000;        // points
 constexpr unsigned long long kExpectedCacheEntries = 4000;      // nodes
+constexpr double kLargestSpacing = 1e9;                         // data units
 constexpr std::uint64_t kLongestTimeoutMs = 1'000'000'000'000;  // fits into nanoseconds
 
 struct QueryOptions
@@ -47,11 +50,7 @@ enum class Format
 
 Format formatOf(const std::string& path)
 {
-    std::string extension = toText(toPath(path).extension());
-    for (char& c : extension)
-    {
-        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    }
+    const std::string extension = fileExtension(path);
     if (extension != ".txt" && extension != ".ply" && !path.empty())
     {
         throw CLI::ValidationError("--output", "'" + path + "' does not end in .txt or .ply");
@@ -82,10 +81,6 @@ std::uint64_t copyPoints(Render::PointCloudQuery& query, PointWriter& writer)
 void run(const QueryOptions& options)
 {
     const Format format = formatOf(options.output);
-    if (!(options.minSpacing >= 0.0F))
-    {
-        throw CLI::ValidationError("--min-spacing", "it must be 0 or more");
-    }
     const auto octree = std::make_shared<Octree::Octree>(datasetLocation(options.dataset), 1.0);
     std::unique_ptr<Render::IFilter> region = makeRegion(options.region, octree->position());
 
@@ -152,14 +147,16 @@ void addQueryCommand(CLI::App& app)
     const auto options = std::make_shared<QueryOptions>();
     verb->add_option("DATASET", options->dataset, "Folder of the data set")->required();
     addRegionOptions(*verb, options->region);
-    verb->add_option("--max-level", options->maxLevel, "Deepest level to take points from (default: all)");
+    verb->add_option("--max-level", options->maxLevel, "Deepest level to take points from (default: all)")
+        ->transform(wholeNumber(0, kLargestLevel));
     verb->add_option(
-        "--min-spacing",
-        options->minSpacing,
-        "Leave out levels with this point spacing or less, in data units (default: 0)"
-    );
+            "--min-spacing",
+            options->minSpacing,
+            "Leave out levels with this point spacing or less, in data units (default: 0)"
+    )
+        ->check(numberFrom(0.0, kLargestSpacing));
     verb->add_option("--timeout", options->timeoutMs, "Stop after so many milliseconds, with exit code 4")
-        ->check(CLI::Range(std::uint64_t{0}, kLongestTimeoutMs));
+        ->transform(wholeNumber(0, kLongestTimeoutMs));
     verb->add_option(
         "--output", options->output, "File to write, .txt or .ply (default: text to standard output)"
     );
@@ -169,6 +166,7 @@ void addQueryCommand(CLI::App& app)
         "Examples:\n"
         "  tarnel query out/sample --sphere 637100,5651100,210,15 --output ball.ply\n"
         "  tarnel query out/sample --box 637090,5651090,0,637110,5651110,900 --max-level 3\n"
+        "  tarnel query out/sample --oriented-box 637100,5651100,210,20,8,12,30 --output house.ply\n"
         "  tarnel query out/sample --polygon parcel.txt --z 200,260 --output parcel.txt"
     );
     verb->callback([options] { run(*options); });

@@ -1,16 +1,18 @@
 #include "apps/cli/RegionOptions.h"
 
+#include "apps/cli/parsePlanes.h"
 #include "apps/cli/parseValue.h"
+#include "apps/cli/readPolygon.h"
 #include <render/pointcloud/filters/BoxFilter.h>
 #include <render/pointcloud/filters/IntersectionFilter.h>
+#include <render/pointcloud/filters/OrientedBoxFilter.h>
 #include <render/pointcloud/filters/PolytopeFilter.h>
 #include <render/pointcloud/filters/PrismFilter.h>
 #include <render/pointcloud/filters/SphereFilter.h>
 
-#include <algorithm>
-#include <charconv>
-#include <cmath>
-#include <fstream>
+#include <Eigen/Geometry>
+
+#include <numbers>
 #include <stdexcept>
 #include <utility>
 
@@ -20,9 +22,6 @@ namespace
 {
 using Filter = std::unique_ptr<Render::IFilter>;
 using Origin = Math::Point<double, 3>;
-using Polygon = std::vector<Math::Point<float, 2>>;
-
-constexpr std::size_t kLongestLine = 1000;  // of a polygon's file; longer ones are no text
 
 float relative(double absolute, double origin)
 {
@@ -55,86 +54,24 @@ Filter makeSphere(const std::string& text, const Origin& origin)
     return std::make_unique<Render::SphereFilter>(relative(numbers, 0, origin), numbers[3]);
 }
 
-/// Each text holds one plane or several, four numbers each.
-Filter makePolytope(const std::vector<std::string>& texts, const Origin& origin)
+/// A box turned about z.
+Filter makeOrientedBox(const std::string& text, const Origin& origin)
 {
-    std::vector<Math::HalfSpace<double, 3>> halfSpaces;
-    for (const std::string& text : texts)
+    const std::vector<double> numbers = parseNumbers("--oriented-box", text, 7);
+    const Eigen::Vector3d sizes(numbers[3], numbers[4], numbers[5]);
+    if (sizes.minCoeff() < 0.0)
     {
-        const auto commas = static_cast<std::size_t>(std::count(text.begin(), text.end(), ','));
-        const std::vector<double> numbers = parseNumbers("--planes", text, (commas / 4 + 1) * 4);
-        for (std::size_t i = 0; i < numbers.size(); i += 4)
-        {
-            const double a = numbers[i];
-            const double b = numbers[i + 1];
-            const double c = numbers[i + 2];
-            if (a == 0.0 && b == 0.0 && c == 0.0)
-            {
-                throw CLI::ValidationError("--planes", "'" + text + "' has a normal of length 0");
-            }
-            // the same half-space seen from the origin
-            halfSpaces.emplace_back(a, b, c, numbers[i + 3] + a * origin.x + b * origin.y + c * origin.z);
-        }
+        throw CLI::ValidationError("--oriented-box", "a size of '" + text + "' is below 0");
     }
-    return std::make_unique<Render::PolytopeFilter>(Math::ConvexPolytope<double, 3>(std::move(halfSpaces)));
-}
-
-/// Reads a number and the blanks and commas around it.
-bool takeNumber(std::string_view& text, double& value)
-{
-    constexpr std::string_view kSeparators = " \t\r,;";
-    text.remove_prefix(std::min(text.find_first_not_of(kSeparators), text.size()));
-    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc{} || !std::isfinite(value))
-    {
-        return false;
-    }
-    text.remove_prefix(static_cast<std::size_t>(stop - text.data()));
-    const std::size_t rest = std::min(text.find_first_not_of(kSeparators), text.size());
-    const bool isSeparated = text.empty() || rest > 0;
-    text.remove_prefix(rest);
-    return isSeparated;
-}
-
-Polygon readPolygon(const std::string& path, const Origin& origin)
-{
-    std::ifstream file(toPath(path), std::ios::binary);
-    if (!file)
-    {
-        throw std::runtime_error(path + ": the file of the polygon cannot be opened");
-    }
-    Polygon polygon;
-    std::string line;
-    for (std::size_t number = 1; std::getline(file, line); ++number)
-    {
-        std::string_view text = line;
-        const std::size_t begin = text.find_first_not_of(" \t\r");
-        if (begin == std::string_view::npos || text[begin] == '#')
-        {
-            continue;
-        }
-        double x = 0.0;
-        double y = 0.0;
-        if (line.size() > kLongestLine || !takeNumber(text, x) || !takeNumber(text, y) || !text.empty())
-        {
-            throw std::runtime_error(
-                path + ": line " + std::to_string(number) + " is '" + line.substr(0, 40) +
-                "', expected two finite numbers, x and y of a corner"
-            );
-        }
-        polygon.emplace_back(relative(x, origin.x), relative(y, origin.y));
-    }
-    if (file.bad())
-    {
-        throw std::runtime_error(path + ": the file of the polygon cannot be read");
-    }
-    return polygon;
+    const double turn = numbers[6] * std::numbers::pi / 180.0;
+    const Eigen::Matrix3d axes = Eigen::AngleAxisd(turn, Eigen::Vector3d::UnitZ()).toRotationMatrix();
+    return std::make_unique<Render::OrientedBoxFilter>(relative(numbers, 0, origin), axes, sizes / 2.0);
 }
 
 Filter makePrism(const RegionOptions& options, const Origin& origin)
 {
     const std::vector<double> heights = parseNumbers("--z", options.heights, 2);
-    Polygon polygon = readPolygon(options.polygonFile, origin);
+    std::vector<Math::Point<float, 2>> polygon = readPolygon(options.polygonFile, origin);
     const std::size_t corners = polygon.size();
     try
     {
@@ -156,6 +93,12 @@ void addRegionOptions(CLI::App& verb, RegionOptions& options)
 {
     const std::string group = "Region (absolute coordinates, borders included; several mean what is in all)";
     verb.add_option("--box", options.box, "xmin,ymin,zmin,xmax,ymax,zmax")->group(group);
+    verb.add_option(
+            "--oriented-box",
+            options.orientedBox,
+            "Centre, full sizes and turn about z in degrees, from x towards y: x,y,z,sx,sy,sz,turn"
+    )
+        ->group(group);
     verb.add_option("--sphere", options.sphere, "Centre and radius: x,y,z,r")->group(group);
     CLI::Option* const polygon =
         verb.add_option("--polygon", options.polygonFile, "Text file with a corner x y per line")
@@ -168,8 +111,9 @@ void addRegionOptions(CLI::App& verb, RegionOptions& options)
     verb.add_option(
             "--planes",
             options.planes,
-            "What satisfies a x + b y + c z + d >= 0 for all: a,b,c,d [a,b,c,d ...]"
+            "What satisfies a x + b y + c z + d >= 0: a,b,c,d; several in one text, or repeatable"
     )
+        ->allow_extra_args(false)
         ->group(group);
 }
 
@@ -179,6 +123,10 @@ std::unique_ptr<Render::IFilter> makeRegion(const RegionOptions& options, const 
     if (!options.box.empty())
     {
         filters.push_back(makeBox(options.box, origin));
+    }
+    if (!options.orientedBox.empty())
+    {
+        filters.push_back(makeOrientedBox(options.orientedBox, origin));
     }
     if (!options.sphere.empty())
     {
@@ -190,11 +138,14 @@ std::unique_ptr<Render::IFilter> makeRegion(const RegionOptions& options, const 
     }
     if (!options.planes.empty())
     {
-        filters.push_back(makePolytope(options.planes, origin));
+        filters.push_back(std::make_unique<Render::PolytopeFilter>(
+            Math::ConvexPolytope<double, 3>(parsePlanes("--planes", options.planes, origin))
+        ));
     }
     if (filters.empty())
     {
-        throw CLI::RequiredError("A region (--box, --sphere, --polygon with --z, or --planes)");
+        throw CLI::RequiredError("A region (--box, --oriented-box, --sphere, --polygon with --z, or --planes)"
+        );
     }
     return filters.size() == 1 ? std::move(filters.front())
                                : std::make_unique<Render::IntersectionFilter>(std::move(filters));

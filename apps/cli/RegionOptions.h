@@ -16,6 +16,7 @@ namespace Cli
 struct RegionOptions
 {
     std::string box;
+    std::string orientedBox;
     std::string sphere;
     std::string polygonFile;
     std::string heights;

@@ -1,8 +1,8 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
 #include "apps/cli/SceneSession.h"
+#include "apps/cli/fileExtension.h"
 #include "apps/cli/parseValue.h"
-#include <graphics/DepthImage.h>
 
 #include <memory>
 #include <string>
@@ -14,23 +14,17 @@ namespace
 struct RenderOptions
 {
     std::string output;
-    std::string depth;
     SceneOptions scene;
 };
 
 void run(const RenderOptions& options)
 {
+    requirePng("OUTPUT", options.output);
     SceneSession session(options.scene);
     session.load();
     session.renderer().writePngImage(toPath(options.output));
     writeOutput(options.output + "\n");
-    if (!options.depth.empty())
-    {
-        Graphics::DepthImage depth;
-        session.renderer().getDepthImage(depth);
-        depth.writePng(toPath(options.depth));
-        writeOutput(options.depth + "\n");
-    }
+    session.writeDepth();
     flushOutput();
 }
 }  // namespace
@@ -40,12 +34,7 @@ void addRenderCommand(CLI::App& app)
     CLI::App* const verb = app.add_subcommand("render", "Draws data sets into a PNG picture");
     const auto options = std::make_shared<RenderOptions>();
     verb->add_option("OUTPUT", options->output, "PNG file to write")->required();
-    addItemOptions(*verb);
-    verb->add_option(
-        "--depth", options->depth, "Also write the depth buffer, 16-bit grey: 65535 is near, 0 is far"
-    );
-    addCameraOptions(*verb, options->scene);
-    addLookOptions(*verb, options->scene);
+    addSceneOptions(*verb, options->scene);
     verb->footer(
         "Examples:\n"
         "  tarnel render picture.png --cloud out/sample\n"
@@ -58,7 +47,7 @@ void addRenderCommand(CLI::App& app)
     verb->callback(
         [verb, options]
         {
-            options->scene.items = sceneItems(*verb);
+            finishSceneOptions(*verb, options->scene);
             run(*options);
         }
     );

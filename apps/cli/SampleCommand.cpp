@@ -1,12 +1,14 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
 #include "apps/cli/formatNumber.h"
+#include "apps/cli/numberChecks.h"
 #include "apps/cli/parseValue.h"
 #include "samples/SampleMesh.h"
 #include "samples/SamplePanorama.h"
 #include "samples/writeSampleDataset.h"
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -99,8 +101,9 @@ void addSampleCommand(CLI::App& app)
     const auto options = std::make_shared<SampleOptions>();
     verb->add_option("FOLDER", options->folder, "Folder to write; made when it is not there")->required();
     verb->add_option("--points", options->points, "About how many points (default: 1000000)")
-        ->check(CLI::Range(std::uint64_t{1}, kMostPoints));
-    verb->add_option("--seed", options->seed, "The same seed gives the same bytes (default: 1)");
+        ->transform(wholeNumber(1, kMostPoints));
+    verb->add_option("--seed", options->seed, "The same seed gives the same bytes (default: 1)")
+        ->transform(wholeNumber(0, std::numeric_limits<std::uint64_t>::max()));
     verb->add_option(
             "--format",
             options->format,
@@ -119,7 +122,7 @@ void addSampleCommand(CLI::App& app)
     verb->add_option(
             "--pano-width", options->panoramaWidth, "Width of the panorama in pixels, even (default: 4096)"
     )
-        ->check(CLI::Range(64, 16384));
+        ->transform(wholeNumber(64, 16384));
     verb->footer(
         "Examples:\n  tarnel sample out/sample\n"
         "  tarnel sample out/small --points 50000 --seed 7 --encoding default\n"

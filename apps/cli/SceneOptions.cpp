@@ -1,5 +1,7 @@
 #include "apps/cli/SceneOptions.h"
 
+#include "apps/cli/fileExtension.h"
+#include "apps/cli/numberChecks.h"
 #include "apps/cli/parseValue.h"
 
 namespace Cli
@@ -7,7 +9,30 @@ namespace Cli
 namespace
 {
 constexpr const char* kPoints = "Point clouds";
+
+constexpr double kSmallest = 1e-6;  // of what must be above 0
+constexpr double kLargestPointInPixels = 16384.0;
+constexpr double kLargest = 1e9;  // of lengths in data units: far more than the earth measures in metres
 }  // namespace
+
+void addSceneOptions(CLI::App& verb, SceneOptions& options)
+{
+    addItemOptions(verb);
+    verb.add_option(
+        "--depth", options.depth, "Also write the depth buffer, a PNG of 16-bit grey: 65535 is near, 0 is far"
+    );
+    addCameraOptions(verb, options);
+    addLookOptions(verb, options);
+}
+
+void finishSceneOptions(const CLI::App& verb, SceneOptions& options)
+{
+    options.items = sceneItems(verb);
+    if (!options.depth.empty())
+    {
+        requirePng("--depth", options.depth);
+    }
+}
 
 void addCameraOptions(CLI::App& verb, SceneOptions& options)
 {
@@ -18,10 +43,10 @@ void addCameraOptions(CLI::App& verb, SceneOptions& options)
     verb.add_option("--up", options.up, "What is up: x,y,z (default: 0,0,1)")->group(group);
     CLI::Option* const fov =
         verb.add_option("--fov", options.fovDeg, "Vertical field of view in degrees (default: 40)")
-            ->check(CLI::Range(0.1, 179.0))
+            ->check(numberFrom(0.1, 179.0))
             ->group(group);
     verb.add_option("--ortho", options.orthographicHeight, "Parallel projection of this height in data units")
-        ->check(CLI::PositiveNumber)
+        ->check(numberFrom(kSmallest, kLargest))
         ->excludes(fov)
         ->group(group);
     verb.add_option("--size", options.size, "Picture size in pixels (default: 1280x720)")->group(group);
@@ -44,49 +69,60 @@ void addLookOptions(CLI::App& verb, SceneOptions& options)
         ->group(color);
     CLI::Option* const brightness =
         verb.add_option("--brightness", options.brightness, "Added to colours of 0 to 1 (default: 0)")
+            ->check(numberFrom(-100.0, 100.0))
             ->group(color);
     CLI::Option* const contrast =
         verb.add_option("--contrast", options.contrast, "Factor around the middle grey (default: 1)")
+            ->check(numberFrom(0.0, 1000.0))
             ->group(color);
     verb.add_option(
             "--auto-contrast",
             options.autoContrast,
             "Choose brightness and contrast so that this fraction of points falls off each end, such as 0.02"
     )
-        ->check(CLI::Range(0.0, 0.49))
+        ->check(numberFrom(0.0, 0.49))
         ->excludes(brightness)
         ->excludes(contrast)
         ->group(color);
-    verb.add_option("--opacity", options.opacity, "Factor on the picture's alpha (default: 1)")->group(color);
+    verb.add_option("--opacity", options.opacity, "Factor on the picture's alpha (default: 1)")
+        ->check(numberFrom(0.0, 1.0))
+        ->group(color);
     verb.add_option("--background", options.background, "r,g,b[,a] or #rrggbb[aa] (default: white)")
         ->group(color);
     verb.add_option("--uniform-color", options.uniformColor, "Colour of mode UniformColor")->group(color);
 
     verb.add_option("--threshold", options.threshold, "Smallest node to draw, in pixels (default: 15)")
-        ->check(CLI::NonNegativeNumber)
+        ->check(numberFrom(0.0, kLargest))
         ->group(kPoints);
     addCloudOptions(verb, options);
 }
 
 void addCloudOptions(CLI::App& verb, SceneOptions& options)
 {
+    const CLI::Validator level = wholeNumber(0, kLargestLevel);
     verb.add_option("--budget", options.budget, "Most points of all clouds together (default: 5000000)")
-        ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{200'000'000}))
+        ->transform(wholeNumber(1, 200'000'000))
         ->group(kPoints);
-    verb.add_option("--min-level", options.minLevel, "Levels below this one are always kept")->group(kPoints);
-    verb.add_option("--max-level", options.maxLevel, "Deepest level to draw")->group(kPoints);
+    verb.add_option("--min-level", options.minLevel, "Levels below this one are always kept")
+        ->transform(level)
+        ->group(kPoints);
+    verb.add_option("--max-level", options.maxLevel, "Deepest level to draw")
+        ->transform(level)
+        ->group(kPoints);
     verb.add_option(
             "--point-size",
             options.pointSize,
             "Point size at level 0 in data units (default: from the spacing)"
     )
-        ->check(CLI::PositiveNumber)
+        ->check(numberFrom(kSmallest, kLargest))
         ->group(kPoints);
     verb.add_option("--max-point-size", options.maxPointSize, "Largest point in pixels (default: 5)")
-        ->check(CLI::PositiveNumber)
+        ->check(numberFrom(kSmallest, kLargestPointInPixels))
         ->group(kPoints);
     verb.add_option(
-            "--clip", options.clipPlanes, "Keep what satisfies a x + b y + c z + d >= 0: a,b,c,d; repeatable"
+            "--clip",
+            options.clipPlanes,
+            "Keep what satisfies a x + b y + c z + d >= 0: a,b,c,d; repeatable, up to 8"
     )
         ->allow_extra_args(false)
         ->group(kPoints);

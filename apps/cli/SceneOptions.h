@@ -24,6 +24,7 @@ struct SceneOptions
     double fovDeg = 40.0;
     std::optional<double> orthographicHeight;
     std::string size = "1280x720";
+    std::string depth;  ///< file for the depth buffer, empty for none
 
     std::string mode = "Default";
     std::string colorMap = "Turbo";
@@ -45,6 +46,13 @@ struct SceneOptions
     bool showBoxes = false;
     std::string uniformColor;
 };
+
+/// Adds everything that verbs take which draw a scene: its objects, the camera, the look, the depth picture.
+void addSceneOptions(CLI::App& verb, SceneOptions& options);
+
+/// Takes over what only the parsed verb knows of those: the objects in their order.
+/// @throws CLI::ParseError  when there are none, and for values that make no sense
+void finishSceneOptions(const CLI::App& verb, SceneOptions& options);
 
 /// Adds camera and picture options to a verb.
 void addCameraOptions(CLI::App& verb, SceneOptions& options);

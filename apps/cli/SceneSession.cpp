@@ -1,10 +1,14 @@
 #include "apps/cli/SceneSession.h"
 
+#include "apps/cli/Console.h"
 #include "apps/cli/Progress.h"
 #include "apps/cli/fitCamera.h"
 #include "apps/cli/openDataset.h"
+#include "apps/cli/parsePlanes.h"
 #include "apps/cli/parseValue.h"
+#include "apps/cli/refuseSizeClearly.h"
 #include <graphics/DeepZoomPanoramaLoader.h>
+#include <graphics/DepthImage.h>
 #include <math/ConvexPolytope.h>
 #include <math/HalfSpace.h>
 #include <octree/OctreeNodeId.h>
@@ -34,10 +38,12 @@ Eigen::Vector3f toVector(const Math::Point<float, 3>& point)
 }  // namespace
 
 SceneSession::SceneSession(const SceneOptions& options)
-    : mScene(Render::GroupRenderable::create("scene")), mAutoContrast(options.autoContrast)
+    : mScene(Render::GroupRenderable::create("scene")),
+      mAutoContrast(options.autoContrast),
+      mDepthFile(options.depth)
 {
     const Size size = parseSize("--size", options.size);
-    mRenderer.setViewport(size.width, size.height);
+    refuseSizeClearly(size, [&] { mRenderer.setViewport(size.width, size.height); });
     addItems(options);
     mRenderer.setScene(mScene);
     applyLook(options);
@@ -160,24 +166,23 @@ void SceneSession::applyLook(const SceneOptions& options)
 
 void SceneSession::applyClipping(const SceneOptions& options)
 {
-    if (options.clipPlanes.size() > 8)
+    const auto given = parsePlanes("--clip", options.clipPlanes, mOrigin);
+    if (given.size() > Render::MeshRenderable::CLIPPING_PLANES_MAX_COUNT)
     {
         throw CLI::ValidationError(
             "--clip",
-            std::to_string(options.clipPlanes.size()) + " planes are too many, at most 8 are possible"
+            std::to_string(given.size()) + " planes are too many, at most " +
+                std::to_string(Render::MeshRenderable::CLIPPING_PLANES_MAX_COUNT) + " are possible"
         );
     }
     std::vector<Math::HalfSpace<float, 3>> planes;
-    for (const std::string& text : options.clipPlanes)
+    for (const Math::HalfSpace<double, 3>& plane : given)
     {
-        const std::vector<double> plane = parseNumbers("--clip", text, 4);
-        // the same half-space seen from the scene's origin
-        const double d = plane[3] + plane[0] * mOrigin.x + plane[1] * mOrigin.y + plane[2] * mOrigin.z;
         planes.emplace_back(
-            static_cast<float>(plane[0]),
-            static_cast<float>(plane[1]),
-            static_cast<float>(plane[2]),
-            static_cast<float>(d)
+            static_cast<float>(plane.a),
+            static_cast<float>(plane.b),
+            static_cast<float>(plane.c),
+            static_cast<float>(plane.d)
         );
     }
     for (const auto& cloud : mClouds)
@@ -224,7 +229,16 @@ void SceneSession::applyCamera(const SceneOptions& options)
     {
         direction = toVector(target) - place.col(3).head<3>();
     }
-    if (!(direction.cross(up).squaredNorm() > 0.0F))
+    if (direction.isZero(0.0F))
+    {
+        throw CLI::ValidationError(
+            "--eye",
+            "'" + options.eye + "' is " +
+                (options.target.empty() ? "the middle of the scene, which a camera without --target looks at"
+                                        : "where --target is, '" + options.target + "'")
+        );
+    }
+    if (!(direction.stableNormalized().cross(up.stableNormalized()).squaredNorm() > 0.0F))
     {
         throw CLI::ValidationError("--up", "'" + options.up + "' is zero or along the direction of view");
     }
@@ -253,10 +267,9 @@ void SceneSession::applyCamera(const SceneOptions& options)
     }
     else
     {
-        const float reach =
-            box.isEmpty() ? 0.0F
-                          : (toVector(box.center()) - toVector(eye)).norm() +
-                                (toVector(box.max()) - toVector(box.min())).norm() / 2.0F;
+        const float reach = box.isEmpty() ? 0.0F
+                                          : (toVector(box.center()) - toVector(eye)).norm() +
+                                                (toVector(box.max()) - toVector(box.min())).norm() / 2.0F;
         mRenderer.setPerspective(
             static_cast<float>(options.fovDeg), kNear, std::max(kFar, 2.0F * reach), 0.0F, 0.0F
         );
@@ -296,6 +309,17 @@ void SceneSession::load()
     if (mAutoContrast)
     {
         mRenderer.autoAdjustBrightnessAndContrast(static_cast<float>(*mAutoContrast), 1.0F);
+    }
+}
+
+void SceneSession::writeDepth()
+{
+    if (!mDepthFile.empty())
+    {
+        Graphics::DepthImage depth;
+        mRenderer.getDepthImage(depth);
+        depth.writePng(toPath(mDepthFile));
+        writeOutput(mDepthFile + "\n");
     }
 }
 }  // namespace Cli

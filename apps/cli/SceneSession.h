@@ -33,6 +33,10 @@ public:
     /// @throws std::runtime_error  when data cannot be read
     void load();
 
+    /// Writes the depth buffer of the picture as 16-bit grey where the options ask for it.
+    /// @throws std::runtime_error  when the file cannot be written
+    void writeDepth();
+
     Render::Renderer& renderer() noexcept { return mRenderer; }
 
     /// The scene's origin in absolute coordinates.
@@ -57,5 +61,6 @@ private:
     std::optional<Math::Point<double, 3>> mFirstPlace;  // of any object
     Math::Point<double, 3> mOrigin;
     std::optional<double> mAutoContrast;
+    std::string mDepthFile;
 };
 }  // namespace Cli

@@ -1,7 +1,10 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
+#include "apps/cli/fileExtension.h"
+#include "apps/cli/numberChecks.h"
 #include "apps/cli/openDataset.h"
 #include "apps/cli/parseValue.h"
+#include "apps/cli/refuseSizeClearly.h"
 #include <octree/OctreeNodeId.h>
 #include <render/pointcloud/createThumbnail.h>
 
@@ -25,11 +28,22 @@ struct ThumbnailOptions
 
 void run(const ThumbnailOptions& options)
 {
+    if (!options.output.empty())
+    {
+        requirePng("--output", options.output);
+    }
     const Math::Color background = parseColor("--background", options.background);
     const Octree::Location location = datasetLocation(options.dataset);
     const std::filesystem::path output =
         options.output.empty() ? location.folder() / "thumbnail.png" : toPath(options.output);
-    Render::createThumbnail(location, output, options.width, options.height, background, options.level);
+    refuseSizeClearly(
+        {options.width, options.height},
+        [&] {
+            Render::createThumbnail(
+                location, output, options.width, options.height, background, options.level
+            );
+        }
+    );
     writeOutput(toText(output) + "\n");
     flushOutput();
 }
@@ -42,10 +56,12 @@ void addThumbnailCommand(CLI::App& app)
     const auto options = std::make_shared<ThumbnailOptions>();
     verb->add_option("DATASET", options->dataset, "Folder of the data set")->required();
     verb->add_option("--output", options->output, "PNG file (default: thumbnail.png in the folder)");
-    verb->add_option("--width", options->width, "Pixels (default: 640)")->check(CLI::Range(1, 16384));
-    verb->add_option("--height", options->height, "Pixels (default: 480)")->check(CLI::Range(1, 16384));
+    const CLI::Validator side = wholeNumber(1, kLargestSide);
+    verb->add_option("--width", options->width, "Pixels (default: 640)")->transform(side);
+    verb->add_option("--height", options->height, "Pixels (default: 480)")->transform(side);
     verb->add_option("--background", options->background, "r,g,b[,a] or #rrggbb[aa] (default: white)");
-    verb->add_option("--level", options->level, "Deepest octree level to load (default: all)");
+    verb->add_option("--level", options->level, "Deepest octree level to load (default: all)")
+        ->transform(wholeNumber(0, kLargestLevel));
     verb->footer(
         "Examples:\n  tarnel thumbnail out/sample\n"
         "  tarnel thumbnail out/sample --output small.png --width 160 --height 120 --level 2"

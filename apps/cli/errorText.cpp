@@ -1,18 +1,12 @@
 #include "apps/cli/errorText.h"
 
+#include "apps/cli/oneLine.h"
+
 namespace Cli
 {
 std::string errorText(const std::exception& error)
 {
-    std::string text = error.what();
-    for (char& c : text)
-    {
-        c = (c == '\n' || c == '\r') ? ' ' : c;
-    }
-    while (!text.empty() && text.back() == ' ')
-    {
-        text.pop_back();
-    }
+    std::string text = oneLine(error.what());
     try
     {
         std::rethrow_if_nested(error);

@@ -36,9 +36,9 @@ int run()
     Cli::addExportVisibleCommand(app);
     Cli::addQueryCommand(app);
 
-    const std::vector<std::string> arguments = Cli::commandLineArguments();
     try
     {
+        const std::vector<std::string> arguments = Cli::commandLineArguments();
         // the parser takes its words from the back
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
         if (app.get_subcommands().empty())

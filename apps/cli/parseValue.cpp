@@ -1,10 +1,12 @@
 #include "apps/cli/parseValue.h"
 
+#include "apps/cli/formatNumber.h"
+#include "apps/cli/readNumber.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 #include <cmath>
 #include <iterator>
 #include <span>
@@ -13,8 +15,6 @@ namespace Cli
 {
 namespace
 {
-constexpr std::uint64_t kLargestSide = 16384;  // largest texture of feature level 11.0
-
 [[noreturn]] void fail(const std::string& option, std::string_view text, const std::string& expected)
 {
     throw CLI::ValidationError(option, "'" + std::string(text) + "' is not " + expected);
@@ -32,22 +32,6 @@ std::vector<std::string_view> split(std::string_view text, char separator)
             return parts;
         }
         begin = end + 1;
-    }
-}
-
-template <class T>
-bool parseWhole(std::string_view text, T& value, int base = 10)
-{
-    const char* const end = text.data() + text.size();
-    if constexpr (std::is_floating_point_v<T>)
-    {
-        const auto [stop, error] = std::from_chars(text.data(), end, value);
-        return error == std::errc{} && stop == end && std::isfinite(value);
-    }
-    else
-    {
-        const auto [stop, error] = std::from_chars(text.data(), end, value, base);
-        return error == std::errc{} && stop == end;
     }
 }
 
@@ -94,7 +78,7 @@ int parseNamed(const std::string& option, std::string_view text, std::span<const
     const auto sameLetter = [](char a, char b)
     { return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b)); };
     int number = -1;
-    const bool isNumber = parseWhole(text, number);
+    const bool isNumber = readNumber(text, number);
     for (const NamedValue& value : values)
     {
         if (std::equal(text.begin(), text.end(), value.name.begin(), value.name.end(), sameLetter) ||
@@ -114,7 +98,7 @@ std::vector<double> parseNumbers(const std::string& option, std::string_view tex
     bool isGood = parts.size() == count;
     for (std::size_t i = 0; isGood && i < parts.size(); ++i)
     {
-        isGood = parseWhole(parts[i], numbers[i]);
+        isGood = readNumber(parts[i], numbers[i]);
     }
     if (!isGood)
     {
@@ -123,6 +107,35 @@ std::vector<double> parseNumbers(const std::string& option, std::string_view tex
             text,
             count == 1 ? "a finite number" : std::to_string(count) + " finite numbers separated by commas"
         );
+    }
+    for (const double number : numbers)
+    {
+        if (std::abs(number) > kLargestNumber)
+        {
+            throw CLI::ValidationError(
+                option,
+                formatNumber(number) + " is too large, at most " + formatNumber(kLargestNumber) +
+                    " is possible"
+            );
+        }
+    }
+    return numbers;
+}
+
+std::vector<std::uint64_t> parseWholeNumbers(
+    const std::string& option, std::string_view text, std::size_t count, std::uint64_t most
+)
+{
+    const std::vector<std::string_view> parts = split(text, ',');
+    std::vector<std::uint64_t> numbers(parts.size());
+    bool isGood = parts.size() == count;
+    for (std::size_t i = 0; isGood && i < parts.size(); ++i)
+    {
+        isGood = readNumber(parts[i], numbers[i]) && numbers[i] <= most;
+    }
+    if (!isGood)
+    {
+        fail(option, text, std::to_string(count) + " whole numbers from 0 to " + std::to_string(most));
     }
     return numbers;
 }
@@ -143,7 +156,7 @@ Math::Color parseColor(const std::string& option, std::string_view text)
         for (std::size_t i = 1; isGood && i < text.size(); i += 2)
         {
             channels.emplace_back();
-            isGood = parseWhole(text.substr(i, 2), channels.back(), 16);
+            isGood = readNumber(text.substr(i, 2), channels.back(), 16);
         }
     }
     else
@@ -151,7 +164,7 @@ Math::Color parseColor(const std::string& option, std::string_view text)
         for (const std::string_view part : split(text, ','))
         {
             channels.emplace_back();
-            isGood = isGood && parseWhole(part, channels.back());
+            isGood = isGood && readNumber(part, channels.back());
         }
     }
     if (!isGood || (channels.size() != 3 && channels.size() != 4))
@@ -170,7 +183,7 @@ Size parseSize(const std::string& option, std::string_view text)
 {
     Size size;
     const std::vector<std::string_view> parts = split(text, 'x');
-    if (parts.size() != 2 || !parseWhole(parts[0], size.width) || !parseWhole(parts[1], size.height) ||
+    if (parts.size() != 2 || !readNumber(parts[0], size.width) || !readNumber(parts[1], size.height) ||
         size.width < 1 || size.height < 1 || size.width > kLargestSide || size.height > kLargestSide)
     {
         fail(option, text, "WIDTHxHEIGHT with 1 to " + std::to_string(kLargestSide) + " pixels each");

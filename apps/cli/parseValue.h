@@ -17,9 +17,20 @@ namespace Cli
 /// Values of options from their text. Each throws CLI::ValidationError naming the option, the text and what
 /// was expected.
 
-/// Finite numbers separated by commas.
+/// Beyond this, positive or negative, no coordinate makes sense; squares and products of two such numbers
+/// still fit into single precision.
+inline constexpr double kLargestNumber = 1e15;
+
+/// Numbers of at most kLargestNumber, separated by commas.
 /// @param count  how many there must be
 std::vector<double> parseNumbers(const std::string& option, std::string_view text, std::size_t count);
+
+/// Whole numbers separated by commas.
+/// @param count  how many there must be
+/// @param most   the largest of all
+std::vector<std::uint64_t> parseWholeNumbers(
+    const std::string& option, std::string_view text, std::size_t count, std::uint64_t most
+);
 
 /// "x,y,z"
 Math::Point<double, 3> parsePoint(const std::string& option, std::string_view text);
@@ -27,7 +38,13 @@ Math::Point<double, 3> parsePoint(const std::string& option, std::string_view te
 /// "r,g,b" or "r,g,b,a" with 0 to 255 each, or "#rrggbb" or "#rrggbbaa"
 Math::Color parseColor(const std::string& option, std::string_view text);
 
-/// Width and height of a picture in pixels, 1 to 16384 each.
+/// Of a picture in pixels: that of textures in feature level 11.0.
+inline constexpr std::uint64_t kLargestSide = 16384;
+
+/// The deepest level that options may name: that of a renderer without limit, nodes end before.
+inline constexpr std::uint64_t kLargestLevel = 23;
+
+/// Width and height of a picture in pixels, 1 to kLargestSide each.
 struct Size
 {
     std::uint64_t width = 1280;

@@ -1,4 +1,5 @@
 // pick, export-visible and query, run as programs; what they find is compared with a dump of all points.
+#include "tests/cli/printedPoints.h"
 #include "tests/cli/runTarnel.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -26,8 +27,6 @@ using nlohmann::json;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-constexpr const char* kHeader = "X Y Z Red Green Blue Alpha";
-
 std::string dataSet(const std::string& name)
 {
     return std::string(TARNEL_TEST_DATA) + "/" + name;
@@ -45,55 +44,7 @@ Eigen::Vector3d vectorOf(const json& numbers)
     return {values.at(0), values.at(1), values.at(2)};
 }
 
-/// A point as the tool prints it, with its level where that is known.
-struct Point
-{
-    Eigen::Vector3d position;
-    std::array<int, 4> color{};
-    std::size_t level = 0;
-};
-
-/// All points of a data set, coarse levels first.
-std::vector<Point> dump(const std::string& name)
-{
-    const TarnelRun run = runTarnel({"dump", dataSet(name), "--all"});
-    EXPECT_EQ(run.exitCode, 0) << run.errors;
-    std::vector<Point> points;
-    std::istringstream stream(run.output);
-    std::string line;
-    while (std::getline(stream, line))
-    {
-        std::istringstream fields(line);
-        std::string node;
-        Point point;
-        fields >> node >> point.position.x() >> point.position.y() >> point.position.z() >> point.color[0] >>
-            point.color[1] >> point.color[2] >> point.color[3];
-        EXPECT_FALSE(fields.fail()) << line;
-        point.level = node.size() - 1;
-        points.push_back(point);
-    }
-    return points;
-}
-
-/// The points of a text file with header.
-std::vector<Point> parseText(const std::string& content)
-{
-    std::istringstream stream(content);
-    std::string line;
-    std::getline(stream, line);
-    EXPECT_EQ(line.substr(0, line.find('\r')), kHeader);
-    std::vector<Point> points;
-    while (std::getline(stream, line))
-    {
-        std::istringstream fields(line);
-        Point point;
-        fields >> point.position.x() >> point.position.y() >> point.position.z() >> point.color[0] >>
-            point.color[1] >> point.color[2] >> point.color[3];
-        EXPECT_FALSE(fields.fail()) << line;
-        points.push_back(point);
-    }
-    return points;
-}
+using Point = PrintedPoint;
 
 template <class T>
 std::vector<Point> parsePlyBody(const std::string& bytes)
@@ -114,26 +65,6 @@ std::vector<Point> parsePlyBody(const std::string& bytes)
     return points;
 }
 
-std::vector<Point> pointsWhere(
-    const std::vector<Point>& points, const std::function<bool(const Point&)>& isWanted
-)
-{
-    std::vector<Point> result;
-    std::copy_if(points.begin(), points.end(), std::back_inserter(result), isWanted);
-    return result;
-}
-
-/// Equal but for the rounding of coordinates relative to the reference position to single precision.
-void expectSame(const std::vector<Point>& actual, const std::vector<Point>& expected, double tolerance)
-{
-    ASSERT_EQ(actual.size(), expected.size());
-    for (std::size_t i = 0; i < actual.size(); ++i)
-    {
-        ASSERT_LE((actual[i].position - expected[i].position).cwiseAbs().maxCoeff(), tolerance) << i;
-        ASSERT_EQ(actual[i].color, expected[i].color) << i;
-    }
-}
-
 // Regions have borders between the data set's steps of 0.01, so that rounding decides nothing.
 constexpr double kRounding = 1e-4;  // of autzen: half of a float's last digit at 1200 is 6e-5
 
@@ -152,7 +83,7 @@ bool isInBox(const Point& point, const Eigen::Vector3d& min, const Eigen::Vector
 
 TEST(CliQuery, ABoxYieldsThePointsThatADumpHasThereAtEveryLevel)
 {
-    const std::vector<Point> all = dump("autzen_brotli");
+    const std::vector<Point> all = dumpAll("autzen_brotli");
     for (const std::string level : {"0", "2", "21"})
     {
         const TarnelRun run = queryAutzen(
@@ -169,7 +100,7 @@ TEST(CliQuery, ABoxYieldsThePointsThatADumpHasThereAtEveryLevel)
             }
         );
         EXPECT_GT(expected.size(), 300U);
-        expectSame(parseText(run.output), expected, kRounding);
+        expectSamePoints(parsePointText(run.output), expected, kRounding);
         EXPECT_THAT(run.errors, HasSubstr(std::to_string(expected.size()) + " points in "));
         EXPECT_THAT(run.errors, HasSubstr(" points per second\n"));
     }
@@ -177,7 +108,7 @@ TEST(CliQuery, ABoxYieldsThePointsThatADumpHasThereAtEveryLevel)
 
 TEST(CliQuery, ASphereAPrismAndPlanesYieldThePointsThatADumpHasThere)
 {
-    const std::vector<Point> all = dump("autzen_brotli");
+    const std::vector<Point> all = dumpAll("autzen_brotli");
     const TemporaryFolder folder;
     const std::string polygon =
         text(folder.write("polygon.txt", "# a triangle\n636300 849000\n\n636900,849100\r\n 636500\t849400 \n")
@@ -188,12 +119,12 @@ TEST(CliQuery, ASphereAPrismAndPlanesYieldThePointsThatADumpHasThere)
     const TarnelRun sphere = queryAutzen({"--sphere", "636500.003,849200.003,430.003,100.0037"});
     const TarnelRun prism = queryAutzen({"--polygon", polygon, "--z", "415.003,440.003"});
     const TarnelRun planes =
-        queryAutzen({"--planes", "1,1,0,-1485700.0031", "0,0,-1,420.003,-1,0,0,636800.0013"});
+        queryAutzen({"--planes", "1,1,0,-1485700.0031", "--planes", "0,0,-1,420.003,-1,0,0,636800.0013"});
 
     ASSERT_EQ(sphere.exitCode, 0) << sphere.errors;
     const auto inSphere = [](const Point& p)
     { return (p.position - Eigen::Vector3d(636500.003, 849200.003, 430.003)).norm() <= 100.0037; };
-    expectSame(parseText(sphere.output), pointsWhere(all, inSphere), kRounding);
+    expectSamePoints(parsePointText(sphere.output), pointsWhere(all, inSphere), kRounding);
 
     ASSERT_EQ(prism.exitCode, 0) << prism.errors;
     const auto inPrism = [&](const Point& p)
@@ -202,10 +133,10 @@ TEST(CliQuery, ASphereAPrismAndPlanesYieldThePointsThatADumpHasThere)
                isLeftOf(p, 636300, 849000, 636900, 849100) && isLeftOf(p, 636900, 849100, 636500, 849400) &&
                isLeftOf(p, 636500, 849400, 636300, 849000);
     };
-    const std::vector<Point> prismPoints = parseText(prism.output);
+    const std::vector<Point> prismPoints = parsePointText(prism.output);
     const std::vector<Point> expected = pointsWhere(all, inPrism);
     EXPECT_GT(expected.size(), 1000U);
-    expectSame(prismPoints, expected, kRounding);
+    expectSamePoints(prismPoints, expected, kRounding);
 
     ASSERT_EQ(planes.exitCode, 0) << planes.errors;
     const auto behindPlanes = [](const Point& p)
@@ -213,12 +144,12 @@ TEST(CliQuery, ASphereAPrismAndPlanesYieldThePointsThatADumpHasThere)
         return p.position.x() + p.position.y() >= 1485700.0031 && p.position.z() <= 420.003 &&
                p.position.x() <= 636800.0013;
     };
-    expectSame(parseText(planes.output), pointsWhere(all, behindPlanes), kRounding);
+    expectSamePoints(parsePointText(planes.output), pointsWhere(all, behindPlanes), kRounding);
 }
 
 TEST(CliQuery, SeveralRegionsMeanWhatLiesInAll)
 {
-    const std::vector<Point> all = dump("autzen_brotli");
+    const std::vector<Point> all = dumpAll("autzen_brotli");
 
     const TarnelRun run = queryAutzen(
         {"--box",
@@ -237,7 +168,7 @@ TEST(CliQuery, SeveralRegionsMeanWhatLiesInAll)
         }
     );
     EXPECT_GT(expected.size(), 100U);
-    expectSame(parseText(run.output), expected, kRounding);
+    expectSamePoints(parsePointText(run.output), expected, kRounding);
 }
 
 TEST(CliQuery, PlyHoldsTheSamePointsAsTextInDoublePrecision)
@@ -253,7 +184,7 @@ TEST(CliQuery, PlyHoldsTheSamePointsAsTextInDoublePrecision)
     ASSERT_EQ(plyRun.exitCode, 0) << plyRun.errors;
     ASSERT_EQ(txtRun.exitCode, 0) << txtRun.errors;
     EXPECT_EQ(plyRun.output, text(ply) + "\n");
-    const std::vector<Point> expected = parseText(TemporaryFolder::read(txt));
+    const std::vector<Point> expected = parsePointText(TemporaryFolder::read(txt));
     const std::string content = TemporaryFolder::read(ply);
     const std::size_t body = content.find("end_header\n") + 11;
     const std::string header = content.substr(0, body);
@@ -266,7 +197,7 @@ TEST(CliQuery, PlyHoldsTheSamePointsAsTextInDoublePrecision)
             "property uchar green\nproperty uchar blue\nproperty uchar alpha\nend_header\n"
         )
     );
-    expectSame(parsePlyBody<double>(content.substr(body)), expected, 0.0);
+    expectSamePoints(parsePlyBody<double>(content.substr(body)), expected, 0.0);
     EXPECT_EQ(folder.entryCount(), 2U);
 }
 
@@ -284,16 +215,16 @@ TEST(CliQuery, LocalCoordinatesAreRelativeToTheReferencePosition)
     const TarnelRun localPly = queryAutzen({box[0], box[1], box[2], "--output", text(ply)});
 
     ASSERT_EQ(local.exitCode, 0) << local.errors;
-    std::vector<Point> expected = parseText(absolute.output);
+    std::vector<Point> expected = parsePointText(absolute.output);
     for (Point& point : expected)
     {
         point.position -= reference;
     }
-    expectSame(parseText(local.output), expected, 5e-4);  // seven digits
+    expectSamePoints(parsePointText(local.output), expected, 5e-4);  // seven digits
     ASSERT_EQ(localPly.exitCode, 0) << localPly.errors;
     const std::string content = TemporaryFolder::read(ply);
     EXPECT_THAT(content, HasSubstr("property float x\n"));
-    expectSame(parsePlyBody<float>(content.substr(content.find("end_header\n") + 11)), expected, 1e-6);
+    expectSamePoints(parsePlyBody<float>(content.substr(content.find("end_header\n") + 11)), expected, 1e-6);
 }
 
 TEST(CliQuery, AMinimumSpacingLeavesFineLevelsOut)
@@ -304,8 +235,8 @@ TEST(CliQuery, AMinimumSpacingLeavesFineLevelsOut)
     const TarnelRun root = queryAutzen({box[0], box[1], "--min-spacing", "4.6"});
 
     EXPECT_EQ(none.exitCode, 0) << none.errors;
-    EXPECT_EQ(none.output, std::string(kHeader) + "\n");
-    EXPECT_EQ(parseText(root.output).size(), 4661U);
+    EXPECT_EQ(none.output, std::string(kPointTextHeader) + "\n");
+    EXPECT_EQ(parsePointText(root.output).size(), 4661U);
 }
 
 TEST(CliQuery, ATimeoutWritesWhatThereIsAndSaysSo)
@@ -317,7 +248,7 @@ TEST(CliQuery, ATimeoutWritesWhatThereIsAndSaysSo)
         queryAutzen({"--box", "0,0,0,1e9,1e9,1e9", "--timeout", "0", "--output", text(output)});
 
     EXPECT_EQ(run.exitCode, 4);
-    EXPECT_EQ(parseText(TemporaryFolder::read(output)).size(), 4661U);  // the root
+    EXPECT_EQ(parsePointText(TemporaryFolder::read(output)).size(), 4661U);  // the root
     EXPECT_THAT(run.errors, HasSubstr("the time of 0 ms was over before all points were found\n"));
     EXPECT_EQ(folder.entryCount(), 1U);
 }
@@ -328,9 +259,9 @@ TEST(CliQuery, EmptyAndInvertedRegionsYieldTheHeaderAlone)
     const TarnelRun inverted = queryAutzen({"--box", "636700,849300,430,636200,849000,0"});
 
     EXPECT_EQ(empty.exitCode, 0) << empty.errors;
-    EXPECT_EQ(empty.output, std::string(kHeader) + "\n");
+    EXPECT_EQ(empty.output, std::string(kPointTextHeader) + "\n");
     EXPECT_EQ(inverted.exitCode, 0) << inverted.errors;
-    EXPECT_EQ(inverted.output, std::string(kHeader) + "\n");
+    EXPECT_EQ(inverted.output, std::string(kPointTextHeader) + "\n");
 }
 
 TEST(CliQuery, AFailureLeavesTheOlderFileAndNothingElse)
@@ -410,7 +341,7 @@ std::vector<Point> nearest(std::vector<Point> points, const Eigen::Vector3d& pla
 
 TEST(CliPick, PickedPointsArePointsOfTheDataSetUnderThePixel)
 {
-    const std::vector<Point> all = dump("autzen_brotli");
+    const std::vector<Point> all = dumpAll("autzen_brotli");
     std::size_t hits = 0;
     for (const auto& [x, y] : {std::pair(80, 60), {40, 70}, {100, 30}, {120, 80}, {20, 90}, {60, 50}})
     {
@@ -446,7 +377,7 @@ TEST(CliPick, PickedPointsArePointsOfTheDataSetUnderThePixel)
 
 TEST(CliPick, ThePlaneOfAGroundPatchIsTheLeastSquaresPlaneOfThePointsThere)
 {
-    const std::vector<Point> all = dump("autzen_brotli");
+    const std::vector<Point> all = dumpAll("autzen_brotli");
     const std::vector<std::string> camera{
         "--size",
         "200x200",
@@ -536,7 +467,7 @@ TEST(CliPick, TheTextForPeopleNamesPointPlaneAndDistance)
 
 TEST(CliExportVisible, EveryExportedPointLiesOnTheSplatOfAPointOfTheDataSet)
 {
-    const std::vector<Point> all = dump("test14_brotli");
+    const std::vector<Point> all = dumpAll("test14_brotli");
     const TemporaryFolder folder;
     const std::filesystem::path output = folder.path() / "points.txt";
     const std::filesystem::path absolute = folder.path() / "absolute.txt";
@@ -562,8 +493,8 @@ TEST(CliExportVisible, EveryExportedPointLiesOnTheSplatOfAPointOfTheDataSet)
 
     ASSERT_EQ(run.exitCode, 0) << run.errors;
     ASSERT_EQ(absoluteRun.exitCode, 0) << absoluteRun.errors;
-    const std::vector<Point> relative = parseText(TemporaryFolder::read(output));
-    const std::vector<Point> points = parseText(TemporaryFolder::read(absolute));
+    const std::vector<Point> relative = parsePointText(TemporaryFolder::read(output));
+    const std::vector<Point> points = parsePointText(TemporaryFolder::read(absolute));
     ASSERT_GT(points.size(), 100U);
     ASSERT_EQ(relative.size(), points.size());
     const json info = json::parse(runTarnel({"info", dataSet("test14_brotli"), "--json"}).output);
@@ -659,7 +590,11 @@ INSTANTIATE_TEST_SUITE_P(
         badPick("NegativeTolerance", {"--pixel", "1,2", "--tolerance", "-1"}, "--tolerance"),
         badPick("PlaneWithoutThreshold", {"--pixel", "1,2", "--plane"}, "--threshold"),
         badPick("ThresholdWithoutPlane", {"--pixel", "1,2", "--threshold", "1"}, "--plane"),
-        badPick("NegativeThreshold", {"--pixel", "1,2", "--plane", "--threshold", "-1"}, "below 0"),
+        badPick(
+            "NegativeThreshold",
+            {"--pixel", "1,2", "--plane", "--threshold", "-1"},
+            "'-1' is not a number from 0 to"
+        ),
         badPick("NanThreshold", {"--pixel", "1,2", "--plane", "--threshold", "nan"}, "--threshold")
     ),
     [](const auto& call) { return std::string(call.param.name); }

@@ -522,7 +522,7 @@ TEST(Cli, BrokenDataSetIsNamedWithWhatIsWrong)
 
 TEST(Cli, HelpOfEveryVerbShowsExamples)
 {
-    for (const std::string verb : {"sample", "info", "dump", "thumbnail", "render"})
+    for (const std::string verb : {"sample", "pano-tile", "info", "dump", "thumbnail", "render"})
     {
         const TarnelRun run = runTarnel({verb, "--help"});
 
