@@ -553,6 +553,23 @@ TEST(LazDecode, ASmallFileReservesLittleForManyPoints)
     EXPECT_LE(out.capacity(), 4U << 20U);
 }
 
+// No coder writes four bytes of 255 there; with them the decoder would look outside its tables.
+TEST(LazDecode, ChunksThatBeginOutsideTheCodersRangeAreRefused)
+{
+    const LazOptions options{.pointFormat = 0};
+    std::string file = lazEncoded(variedPoints(10), options);
+    file.replace(pointsPosition(options) + 8 + 20, 4, "\xff\xff\xff\xff");  // behind the first point
+    const auto bytes = std::as_bytes(std::span(file));
+    std::vector<std::byte> out;
+
+    EXPECT_THAT(
+        messageOf<std::runtime_error>(
+            [&] { Entwine::lazDecode(bytes, Entwine::parseLazHeader(bytes, 10), out, {}); }
+        ),
+        HasSubstr("broken compressed points: point 1 cannot be read")
+    );
+}
+
 TEST(LazDecode, AStopRequestEndsIt)
 {
     const std::string file = lazEncoded(variedPoints(10));
