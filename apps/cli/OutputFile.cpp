@@ -23,7 +23,10 @@ OutputFile::OutputFile(const std::filesystem::path& path) : mPath(path)
     mTemporaryPath = path.parent_path() / ("." + std::to_string(number) + ".tmp");
     errno = 0;
     mStream.open(mTemporaryPath, std::ios::binary);
-    check();
+    if (!mStream)
+    {
+        fail(std::generic_category().message(errno));
+    }
 }
 
 OutputFile::~OutputFile()
@@ -71,7 +74,12 @@ void OutputFile::check() const
 {
     if (!mStream)
     {
-        fail(errno != 0 ? std::generic_category().message(errno) : "the disk does not take it");
+        // The Windows runtime has "invalid argument" for a disk that takes only a part of the bytes.
+        const bool hasReason = errno != 0 && errno != EINVAL;
+        fail(
+            hasReason ? std::generic_category().message(errno)
+                      : "the disk does not take all of it, it may be full"
+        );
     }
 }
 }  // namespace Cli
