@@ -48,7 +48,13 @@ std::filesystem::path temporaryName(const std::filesystem::path& path)
 
 [[noreturn]] void failWithErrno(const std::filesystem::path& path)
 {
-    fail(path, std::generic_category().message(errno));
+    // The Windows runtime has "invalid argument" for a disk that takes only a part of the bytes.
+    const bool hasReason = errno != 0 && errno != EINVAL;
+    fail(
+        path,
+        hasReason ? std::generic_category().message(errno)
+                  : "the disk does not take all of it, it may be full"
+    );
 }
 
 /// Removes the file at the end of the scope.
@@ -86,7 +92,7 @@ void replaceFile(const std::filesystem::path& path, std::span<const std::byte> b
     OpenFile file = openForWriting(temporary);
     if (!file)
     {
-        failWithErrno(path);
+        fail(path, std::generic_category().message(errno));
     }
     if (std::fwrite(bytes.data(), 1, bytes.size(), file.get()) != bytes.size())
     {

@@ -22,8 +22,9 @@ namespace Graphics
 /// @param folder       made if it is missing; files of the same names are replaced
 /// @param tileSize     1 to 16384 pixels
 /// @param description  its paths name where the pyramids go
-/// @throws std::invalid_argument  for pictures without pixels, another tile size, or pictures that are not
-///                                twice as wide as high by more than a rounding
+/// @throws std::invalid_argument  for pictures without pixels or of more than 16384 on a side, or another
+/// tile
+///                                size
 /// @throws std::runtime_error     naming the file that cannot be written
 GRAPHICS_API void writePanorama(
     const std::filesystem::path& folder,

@@ -69,8 +69,7 @@ void addPanoTileCommand(CLI::App& app)
     CLI::App* const verb =
         app.add_subcommand("pano-tile", "Cuts a panorama and its depth into a folder of tiles");
     const auto options = std::make_shared<PanoTileOptions>();
-    verb->add_option("COLOR", options->color, "Whole panorama, PNG or JPEG")
-        ->required();
+    verb->add_option("COLOR", options->color, "Whole panorama, PNG or JPEG")->required();
     verb->add_option("DEPTH", options->depth, "Distances along the rays: PNG of 16-bit grey")->required();
     verb->add_option("FOLDER", options->folder, "Folder to write; made when it is not there")->required();
     verb->add_option("--tile", options->tileSize, "Tile size in pixels (default: 512)")

@@ -11,14 +11,20 @@
 #include <graphics/DepthImage.h>
 #include <math/ConvexPolytope.h>
 #include <math/HalfSpace.h>
+#include <octree/Octree.h>
 #include <octree/OctreeNodeId.h>
 
 #include <Eigen/Geometry>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cmath>
+#include <cstdint>
+#include <memory>
 #include <numbers>
 #include <stop_token>
+#include <thread>
 
 namespace Cli
 {
@@ -31,9 +37,36 @@ const Eigen::Vector3f kDefaultDirection(-0.6F, -0.5F, -0.62F);
 constexpr float kNear = 0.1F;
 constexpr float kFar = 2000.0F;
 
+// A scene that is thinner than this part of its distance is flat: fitted planes would leave it no depth.
+constexpr float kFlat = 1e-4F;
+constexpr std::chrono::milliseconds kPollInterval{50};
+
 Eigen::Vector3f toVector(const Math::Point<float, 3>& point)
 {
     return {point.x, point.y, point.z};
+}
+
+/// From the coordinates of the octree to absolute ones.
+Eigen::Matrix4d absolutePlacement(const SceneItem& item, const Octree::Octree& octree)
+{
+    const Math::Point<double, 3> reference = octree.position();
+    Eigen::Matrix4d toAbsolute = Eigen::Matrix4d::Identity();
+    toAbsolute.topRightCorner<3, 1>() = Eigen::Vector3d(reference.x, reference.y, reference.z);
+    return item.transform ? *item.transform * toAbsolute : toAbsolute;
+}
+
+void loadWithProgress(Render::PanoRenderable& panorama)
+{
+    Progress progress("loading " + panorama.name(), 0, "tiles");
+    const auto count =
+        std::make_shared<std::atomic<std::uint64_t>>(0);  // the thread may outlive an error here
+    panorama.startAsyncPanoramaTilesLoading([count] { ++*count; });
+    while (!panorama.isLoadingComplete())
+    {
+        panorama.isLoadingHealthy(true);
+        std::this_thread::sleep_for(kPollInterval);
+        progress.update(*count);
+    }
 }
 }  // namespace
 
@@ -57,6 +90,12 @@ void SceneSession::addItems(const SceneOptions& options)
     for (const std::string& path : options.clouds)
     {
         items.push_back({SceneItem::Kind::Cloud, path, 1.0, std::nullopt});
+    }
+    // Clouds need an origin nearby most: their coordinates are the most exact ones.
+    const auto isCloud = [](const SceneItem& item) { return item.kind == SceneItem::Kind::Cloud; };
+    if (const auto first = std::find_if(items.begin(), items.end(), isCloud); first != items.end())
+    {
+        placement(absolutePlacement(*first, Octree::Octree(datasetLocation(first->path), 1.0)));
     }
     for (const SceneItem& item : items)
     {
@@ -108,14 +147,7 @@ void SceneSession::addCloud(const SceneItem& item, const SceneOptions& options)
 {
     const auto octree = std::make_shared<Octree::Octree>(datasetLocation(item.path), 1.0);
     auto cloud = Render::PointCloudRenderable::create(octree, item.path, options.budget);
-    const Math::Point<double, 3> reference = octree->position();
-    Eigen::Matrix4d toAbsolute = Eigen::Matrix4d::Identity();
-    toAbsolute.topRightCorner<3, 1>() = Eigen::Vector3d(reference.x, reference.y, reference.z);
-    if (item.transform)
-    {
-        toAbsolute = *item.transform * toAbsolute;
-    }
-    cloud->setMatrix(placement(toAbsolute));
+    cloud->setMatrix(placement(absolutePlacement(item, *octree)));
     if (options.threshold)
     {
         cloud->setOctreeNodePriorityThreshold(static_cast<float>(*options.threshold));
@@ -259,20 +291,27 @@ void SceneSession::applyCamera(const SceneOptions& options)
         eye = {moved.x(), moved.y(), moved.z()};
     }
 
+    const Eigen::Vector3f view = direction.stableNormalized();
+    const Eigen::Vector3f extent =
+        box.isEmpty() ? Eigen::Vector3f(0.0F, 0.0F, 0.0F) : toVector(box.max()) - toVector(box.min());
+    const Eigen::Vector3f toCenter = toVector(box.isEmpty() ? eye : box.center()) - toVector(eye);
+    const float distance = toCenter.dot(view);
+    const float reach = toCenter.norm() + extent.norm() / 2.0F;
+    const bool isFlat = extent.dot(view.cwiseAbs()) < kFlat * reach;
+
     // A range fitted to the other objects would cut panoramas: they reach from the eye to the sky.
-    mRenderer.setAutoAdjustZRange(!box.isEmpty() && mPanoramas.empty());
+    mRenderer.setAutoAdjustZRange(!box.isEmpty() && !isFlat && mPanoramas.empty());
+    const bool isFlatAlone = isFlat && mPanoramas.empty() && (distance > 0.0F || options.orthographicHeight);
+    const float margin = std::max(std::abs(distance) / 2.0F, kFlat);
+    const float near = isFlatAlone ? distance - margin : kNear;
+    const float far = isFlatAlone ? distance + margin : std::max(kFar, 2.0F * reach);
     if (options.orthographicHeight)
     {
-        mRenderer.setOrthographic(static_cast<float>(*options.orthographicHeight), 0.0F, 1.0F);
+        mRenderer.setOrthographic(static_cast<float>(*options.orthographicHeight), near, far);
     }
     else
     {
-        const float reach = box.isEmpty() ? 0.0F
-                                          : (toVector(box.center()) - toVector(eye)).norm() +
-                                                (toVector(box.max()) - toVector(box.min())).norm() / 2.0F;
-        mRenderer.setPerspective(
-            static_cast<float>(options.fovDeg), kNear, std::max(kFar, 2.0F * reach), 0.0F, 0.0F
-        );
+        mRenderer.setPerspective(static_cast<float>(options.fovDeg), near, far, 0.0F, 0.0F);
     }
     mRenderer.setCameraPose(eye, direction, up);
 }
@@ -291,7 +330,7 @@ void SceneSession::load()
     // round lets the earlier ones publish what they kept.
     for (const auto& panorama : mPanoramas)
     {
-        panorama->loadPanoramaTiles();
+        loadWithProgress(*panorama);
     }
     const int rounds = mClouds.size() > 1 ? 2 : 1;
     for (int round = 0; round < rounds; ++round)

@@ -18,9 +18,9 @@ namespace Cli
 {
 /// A renderer with the scene that the options describe, seen as they say.
 ///
-/// Frame    the scene's origin is the place of the first object (of a cloud its reference position), so
-/// coordinates stay small; the options' coordinates are
-///          absolute and are moved here, in double precision.
+/// Frame    the scene's origin is the reference position of the first cloud, without clouds the place of the
+///          first object, so coordinates stay small; the options' coordinates are absolute and are moved
+///          here, in double precision.
 /// Threads  one thread.
 class SceneSession
 {
