@@ -246,6 +246,7 @@ INSTANTIATE_TEST_SUITE_P(
         "autzen_default",
         "lonestar_brotli",
         "test14_brotli",
+        "ept_color12_laszip",
         "ept_ellipsoid_zstandard",
         "ept_lonestar_thin_binary"
     ),
