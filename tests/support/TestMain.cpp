@@ -10,6 +10,7 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace
 {
@@ -29,6 +30,18 @@ LONG WINAPI onCrash(EXCEPTION_POINTERS* exception)
     TerminateProcess(GetCurrentProcess(), kCrashStatus);
     return EXCEPTION_EXECUTE_HANDLER;
 }
+
+/// Tells scripts/wine-test.sh that the program has come to run.
+void leaveStartMark()
+{
+    if (const char* const path = std::getenv("TARNEL_TEST_STARTED"))
+    {
+        if (std::FILE* const file = std::fopen(path, "w"))
+        {
+            std::fclose(file);
+        }
+    }
+}
 }  // namespace
 #endif
 
@@ -36,6 +49,7 @@ int main(int argc, char** argv)
 {
 #if defined(_WIN32)
     SetUnhandledExceptionFilter(onCrash);
+    leaveStartMark();
 #endif
     testing::InitGoogleMock(&argc, argv);
     return RUN_ALL_TESTS();
