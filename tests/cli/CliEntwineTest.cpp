@@ -25,17 +25,6 @@ namespace
 using nlohmann::json;
 using testing::HasSubstr;
 
-std::string dataSet(const std::string& name)
-{
-    return std::string(TARNEL_TEST_DATA) + "/" + name;
-}
-
-std::string text(const std::filesystem::path& path)
-{
-    const std::u8string utf8 = path.generic_u8string();
-    return {utf8.begin(), utf8.end()};
-}
-
 json referenceOf(const std::string& name)
 {
     return json::parse(std::ifstream(dataSet(name) + "/reference.json"));

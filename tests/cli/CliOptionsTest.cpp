@@ -20,17 +20,6 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-std::string dataSet(const std::string& name)
-{
-    return std::string(TARNEL_TEST_DATA) + "/" + name;
-}
-
-std::string text(const std::filesystem::path& path)
-{
-    const std::u8string utf8 = path.generic_u8string();
-    return {utf8.begin(), utf8.end()};
-}
-
 std::size_t lineCount(const std::string& output)
 {
     return static_cast<std::size_t>(std::count(output.begin(), output.end(), '\n'));
@@ -322,9 +311,11 @@ TEST(CliOptions, ASizeThatTheDeviceRefusesIsNamedWithTheReason)
     const std::string output = text(folder.path() / "x.png");
     const TarnelRun picture =
         runTarnel({"render", output, "--cloud", dataSet("test14_brotli"), "--size", "16384x16384"});
-    if (picture.exitCode == 0)
+    if (picture.exitCode == 0)  // a device that takes the largest size has to draw it
     {
-        GTEST_SKIP() << "this device draws pictures of the largest size";
+        EXPECT_EQ(picture.output, output + "\n");
+        EXPECT_GT(std::filesystem::file_size(folder.path() / "x.png"), 0U);
+        return;
     }
     const TarnelRun thumbnail = runTarnel(
         {"thumbnail", dataSet("test14_brotli"), "--output", output, "--width", "16384", "--height", "16384"}

@@ -27,17 +27,6 @@ using nlohmann::json;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-std::string dataSet(const std::string& name)
-{
-    return std::string(TARNEL_TEST_DATA) + "/" + name;
-}
-
-std::string text(const std::filesystem::path& path)
-{
-    const std::u8string utf8 = path.generic_u8string();
-    return {utf8.begin(), utf8.end()};
-}
-
 Eigen::Vector3d vectorOf(const json& numbers)
 {
     const auto values = numbers.get<std::vector<double>>();

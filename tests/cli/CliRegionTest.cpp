@@ -25,12 +25,6 @@ std::string autzen()
     return TARNEL_TEST_DATA "/autzen_brotli";
 }
 
-std::string text(const std::filesystem::path& path)
-{
-    const std::u8string utf8 = path.generic_u8string();
-    return {utf8.begin(), utf8.end()};
-}
-
 /// A line of so many characters, built bit by bit: GCC 12 warns where it knows the length.
 std::string comment(std::size_t length)
 {

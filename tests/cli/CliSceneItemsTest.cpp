@@ -25,17 +25,6 @@ namespace
 {
 constexpr Color kWhite{255, 255, 255, 255};
 
-std::string text(const std::filesystem::path& path)
-{
-    const std::u8string utf8 = path.generic_u8string();
-    return {utf8.begin(), utf8.end()};
-}
-
-std::string dataSet(const std::string& name)
-{
-    return std::string(TARNEL_TEST_DATA) + "/" + name;
-}
-
 /// A folder with a panorama of 64 x 32 pixels, whole and cut, and with meshes.
 class CliSceneItems : public testing::Test
 {

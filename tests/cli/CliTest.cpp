@@ -24,17 +24,6 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-std::string dataSet(const std::string& name)
-{
-    return std::string(TARNEL_TEST_DATA) + "/" + name;
-}
-
-std::string text(const std::filesystem::path& path)
-{
-    const std::u8string utf8 = path.generic_u8string();
-    return {utf8.begin(), utf8.end()};
-}
-
 /// The values that an independent reader found in a data set.
 json reference(const std::string& name)
 {

@@ -92,3 +92,14 @@ TarnelRun runTarnel(const std::vector<std::string>& arguments)
         TemporaryFolder::read(folder.path() / "output"),
         TemporaryFolder::read(folder.path() / "errors")};
 }
+
+std::string dataSet(const std::string& name)
+{
+    return TARNEL_TEST_DATA "/" + name;
+}
+
+std::string text(const std::filesystem::path& path)
+{
+    const std::u8string utf8 = path.generic_u8string();
+    return {utf8.begin(), utf8.end()};
+}

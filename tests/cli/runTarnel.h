@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -14,3 +15,9 @@ struct TarnelRun
 /// Runs the tarnel program that lies beside this test program and waits for it.
 /// @param arguments  in UTF-8
 TarnelRun runTarnel(const std::vector<std::string>& arguments);
+
+/// The path of a folder of tests/data.
+std::string dataSet(const std::string& name);
+
+/// The path in UTF-8, as an argument.
+std::string text(const std::filesystem::path& path);
