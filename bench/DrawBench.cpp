@@ -4,6 +4,7 @@
 // filling in constants.
 
 #include "render/gpu/throwIfFailed.h"
+#include "render/platform/direct3dLibrary.h"
 #include "render/pointcloud/LoDPointCloud.h"
 #include "render/renderer/Renderer.h"
 #include "render/scene/Camera.h"
@@ -92,18 +93,8 @@ void fill(Buffer& buffer, std::size_t nodeCount)
 Render::CComPtr<ID3D11Device> makeDevice()
 {
     Render::CComPtr<ID3D11Device> device;
-    Render::throwIfFailed(D3D11CreateDevice(
-        nullptr,
-        D3D_DRIVER_TYPE_HARDWARE,
-        nullptr,
-        0,
-        nullptr,
-        0,
-        D3D11_SDK_VERSION,
-        device.put(),
-        nullptr,
-        nullptr
-    ));
+    Render::CComPtr<ID3D11DeviceContext> context;
+    Render::throwIfFailed(Render::Direct3DLibrary::createDevice(nullptr, device.put(), context.put()));
     return device;
 }
 

@@ -21,8 +21,14 @@
 #include <cstddef>
 #include <filesystem>
 #include <memory>
-#include <psapi.h>
 #include <stdexcept>
+
+#if defined(_WIN32)
+#include <psapi.h>
+#else
+#include <fstream>
+#include <string>
+#endif
 
 namespace
 {
@@ -83,6 +89,7 @@ void load(Render::PointCloudRenderable& cloud)
     cloud.reloadPoints(nullptr, Octree::OctreeNodeId::MAX_REPRESENTABLE_LEVEL, {});
 }
 
+#if defined(_WIN32)
 /// Bytes that the process has committed to itself.
 double committedBytes()
 {
@@ -94,6 +101,21 @@ double committedBytes()
     }
     return static_cast<double>(counters.PagefileUsage);
 }
+#else
+/// Bytes of memory that belong to the process alone.
+double committedBytes()
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+    {
+        if (line.starts_with("RssAnon:"))
+        {
+            return std::stod(line.substr(8)) * 1024;  // in KiB there
+        }
+    }
+    throw std::runtime_error("the process's memory cannot be asked for");
+}
+#endif
 
 /// Adds the time since the last call to a counter, in milliseconds a round.
 class Phases

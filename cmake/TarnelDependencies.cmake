@@ -4,7 +4,8 @@
 #   tarnel::json  tarnel::cli11  tarnel::tinyobj   headers only
 #   tarnel::brotlidec  tarnel::brotlienc  tarnel::spng  tarnel::zlib  tarnel::zstd  tarnel::laszip
 #   tarnel::jpeg
-#   tarnel::direct3d                     Windows only
+#   tarnel::direct3d                     Windows: import libraries; elsewhere the headers, the library is loaded at run time
+#   tarnel::vulkan                       headers, not on Windows
 #   GTest::gtest  GTest::gmock  benchmark::benchmark   for tests and benchmark programs
 
 # tarnel_dependency(<name> HEADER <header> [SUFFIXES <include folder>...] [LIBRARIES <names>...] [LINKS <targets>...])
@@ -50,15 +51,26 @@ tarnel_dependency(spng HEADER spng.h LIBRARIES "spng|spng_static" LINKS tarnel::
 tarnel_dependency(zstd HEADER zstd.h LIBRARIES "zstd|zstd_static")
 tarnel_dependency(laszip HEADER laszip/lasreadpoint.hpp LIBRARIES "laszip")
 tarnel_dependency(jpeg HEADER jpeglib.h LIBRARIES "jpeg|jpeg-static")
+add_library(tarnel::direct3d INTERFACE IMPORTED)
 if(WIN32)
     # Windows programs link the static libraries.
     target_compile_definitions(tarnel::spng INTERFACE SPNG_STATIC)
 
-    add_library(tarnel::direct3d INTERFACE IMPORTED)
     target_link_libraries(tarnel::direct3d INTERFACE d3d11 dxgi $<IF:$<BOOL:${MINGW}>,d3dcompiler_47,d3dcompiler>)
     if(MINGW)
         target_link_libraries(tarnel::direct3d INTERFACE uuid)
     endif()
+else()
+    # Headers and libraries of DXVK's native build, which scripts/deps.sh makes.
+    find_path(TARNEL_direct3d_INCLUDE d3d11.h PATH_SUFFIXES direct3d REQUIRED)
+    find_library(TARNEL_direct3d_LIBRARY NAMES dxvk_d3d11 REQUIRED)
+    mark_as_advanced(TARNEL_direct3d_INCLUDE TARNEL_direct3d_LIBRARY)
+    get_filename_component(TARNEL_DIRECT3D_LIBRARY_DIR ${TARNEL_direct3d_LIBRARY} DIRECTORY)
+    # The headers of COM use extensions and hide functions by design.
+    target_include_directories(tarnel::direct3d SYSTEM INTERFACE ${TARNEL_direct3d_INCLUDE})
+    target_link_libraries(tarnel::direct3d INTERFACE ${CMAKE_DL_LIBS})
+
+    tarnel_dependency(vulkan HEADER vulkan/vulkan_core.h)
 endif()
 
 if(TARNEL_BUILD_TESTS)

@@ -33,7 +33,10 @@ function(tarnel_library name)
         PUBLIC ${ARG_PUBLIC_LIBS}
         PRIVATE ${ARG_PRIVATE_LIBS} $<BUILD_INTERFACE:tarnel_build_options>
     )
-    set_target_properties(${target} PROPERTIES EXPORT_NAME ${name} FOLDER libraries)
+    set_target_properties(
+        ${target} PROPERTIES EXPORT_NAME ${name} FOLDER libraries VERSION ${PROJECT_VERSION}
+                             SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
+    )
     if(WIN32)
         set_target_properties(${target} PROPERTIES PREFIX "") # TarnelCore.dll, whatever the compiler
     endif()

@@ -1,12 +1,18 @@
 #!/usr/bin/env bash
 # Makes what the builds and the test runs need and Debian has no package for, below build/deps:
 #
+#   native/    prefix of this host's libraries: Direct3D 11 on Vulkan (DXVK's native build), LASzip's coder, and the
+#              HLSL compiler for shaders that a host brings along
 #   windows/   prefix of the third-party libraries, built for Windows from Debian's source packages, and links to
 #              those libraries that are only headers
-#   native/    prefix of the one library that this Debian has no package of for this host either
-#   wine/      DXVK (Direct3D 11 on Vulkan), the Direct3D shader compiler, a program that keeps Wine running
+#   wine/      DXVK for Wine, the Direct3D shader compiler, a program that keeps Wine running
 #
 # and the Wine prefix build/wineprefix. Finished parts are skipped; a part is made again when its recipe changes.
+#
+#   scripts/deps.sh            everything
+#   scripts/deps.sh native     what the native build needs
+#   scripts/deps.sh hlsl       the HLSL compiler for this host
+#   scripts/deps.sh windows    what the Windows build and Wine need
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -17,6 +23,8 @@ sources=$deps/sources
 wine=$deps/wine
 stamps=$deps/stamps
 toolchain=$tarnelRoot/cmake/MingwToolchain.cmake
+roads=("$@")
+[ $# -gt 0 ] || roads=(native hlsl windows)
 mkdir -p "$prefix/lib" "$prefix/include" "$native" "$sources" "$wine" "$stamps"
 
 # --- how parts are made once -----------------------------------------------------------------------------------
@@ -86,6 +94,56 @@ unpackedRelease() {
     echo "$folder/tree"
 }
 
+# fromTrixie <folder> <package>...: unpacks packages of Debian 13 there without installing them.
+fromTrixie() {
+    local folder=$1 package
+    shift
+    rm -rf "$folder" && mkdir -p "$folder"
+    (cd "$folder" && apt-get $(archive trixie deb) -q download "$@") >&2
+    for package in "$folder"/*.deb; do
+        dpkg-deb -x "$package" "$folder"
+    done
+}
+
+# --- libraries for this host -----------------------------------------------------------------------------------
+
+make_laszip() { # Debian 12 has no package of it
+    local tree
+    tree=$(unpackedRelease laszip trixie)
+    rm -rf "$sources/laszip/build-native"
+    cmake -G Ninja -S "$tarnelRoot/cmake/laszip" -B "$sources/laszip/build-native" -DLASZIP_SOURCE="$tree" \
+        -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$native"
+    ninja -C "$sources/laszip/build-native" install
+}
+
+# Direct3D 11 on Vulkan. The headers of Vulkan and SPIR-V come from Debian 13 because Debian 12's are too old for it.
+# Optimization beyond -O1 makes no frame faster, but doubles the time to build.
+make_dxvk_native() {
+    local tree headers=$sources/dxvk/headers component
+    rm -rf "$sources/dxvk"
+    tree=$(unpackedRelease dxvk trixie)
+    fromTrixie "$headers" libvulkan-dev spirv-headers
+    mkdir -p "$tree/include/vulkan/include" "$tree/include/spirv/include"
+    ln -s "$headers"/usr/include/{vulkan,vk_video} "$tree/include/vulkan/include/"
+    ln -s "$headers/usr/include/spirv" "$tree/include/spirv/include/"
+    for component in mingw-directx-headers:include/native/directx libdisplay-info:subprojects/libdisplay-info; do
+        mkdir -p "$tree/${component#*:}"
+        tar -xf "$sources/dxvk/package"/dxvk_*.orig-"${component%%:*}".tar.* -C "$tree/${component#*:}" --strip-components=1
+    done
+    patch -d "$tree" -p1 <"$tarnelRoot/cmake/dxvk/headless.patch"
+
+    local flags="-O1 -DNDEBUG" # GIT_DIR: the version would be taken from this repository
+    GIT_DIR=$sources/dxvk/none meson setup "$sources/dxvk/build" "$tree" --buildtype=plain --strip --libdir=lib --prefix="$native" \
+        -Dc_args="$flags" -Dcpp_args="$flags" -Denable_d3d8=false -Denable_d3d9=false -Denable_d3d10=false
+    GIT_DIR=$sources/dxvk/none ninja -C "$sources/dxvk/build" install
+    rm -rf "$native/include/direct3d"
+    mkdir -p "$native/include/direct3d"
+    cp "$tree"/include/native/{windows,directx}/*.h "$native/include/direct3d/"
+    cp "$tree/include/native/directx/COPYING.MinGW-w64.txt" "$native/include/direct3d/"
+    cp -rL "$headers"/usr/include/{vulkan,vk_video} "$native/include/"
+    rm -rf "$sources/dxvk/build"
+}
+
 # --- libraries for Windows -------------------------------------------------------------------------------------
 
 # crossBuild <name> <source folder> <cmake arguments...>: configures; the caller builds and installs.
@@ -147,16 +205,11 @@ make_jpeg() {
     cp "$tree"/{jpeglib,jmorecfg,jerror}.h "$sources/libjpeg-turbo/build/jconfig.h" "$prefix/include/"
 }
 
-# For Windows and, since Debian 12 has no package of it, for this host.
-make_laszip() {
+make_laszip_windows() {
     local tree
     tree=$(unpackedRelease laszip trixie)
     crossConfigure laszip "$tarnelRoot/cmake/laszip" -DLASZIP_SOURCE="$tree"
     ninja -C "$sources/laszip/build" install
-    rm -rf "$sources/laszip/build-native"
-    cmake -G Ninja -S "$tarnelRoot/cmake/laszip" -B "$sources/laszip/build-native" -DLASZIP_SOURCE="$tree" \
-        -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$native"
-    ninja -C "$sources/laszip/build-native" install
 }
 
 make_googletest() {
@@ -176,7 +229,7 @@ make_benchmark() {
 # --- what Wine needs to run Direct3D 11 programs ---------------------------------------------------------------
 
 make_dxvk() {
-    local folder=$sources/dxvk
+    local folder=$sources/dxvk-wine
     rm -rf "$folder" && mkdir -p "$folder" && cd "$folder"
     apt-get $(archive trixie deb) -q download dxvk-wine64
     dpkg-deb -x dxvk-wine64_*.deb x
@@ -223,16 +276,34 @@ make_wineprefix() {
     done
 }
 
-part headers "linking the libraries that are only headers"
+forNative() {
+    part laszip "building LASzip for this host" "$tarnelRoot/cmake/laszip/CMakeLists.txt"
+    part dxvk_native "building DXVK, Direct3D 11 on Vulkan, for this host" "$tarnelRoot/cmake/dxvk/headless.patch"
+}
+
+forWindows() {
+    part headers "linking the libraries that are only headers"
+    part brotli "building brotli for Windows" "$toolchain"
+    part spng "building libspng for Windows"
+    part zstd "building zstd for Windows" "$toolchain"
+    part jpeg "building libjpeg-turbo for Windows" "$toolchain"
+    part laszip_windows "building LASzip for Windows" "$toolchain" "$tarnelRoot/cmake/laszip/CMakeLists.txt"
+    part googletest "building GoogleTest for Windows" "$toolchain"
+    part benchmark "building Google Benchmark for Windows" "$toolchain"
+    part dxvk "fetching DXVK"
+    part d3dcompiler "fetching the Direct3D shader compiler"
+    part idle "building the program that keeps Wine running" "$tarnelRoot/tests/support/idle.cpp"
+    part wineprefix "creating the Wine prefix"
+}
+
 part lists "reading the lists of Debian's archive"
-part brotli "building brotli for Windows" "$toolchain"
-part spng "building libspng for Windows"
-part zstd "building zstd for Windows" "$toolchain"
-part jpeg "building libjpeg-turbo for Windows" "$toolchain"
-part laszip "building LASzip for Windows and for this host" "$toolchain" "$tarnelRoot/cmake/laszip/CMakeLists.txt"
-part googletest "building GoogleTest for Windows" "$toolchain"
-part benchmark "building Google Benchmark for Windows" "$toolchain"
-part dxvk "fetching DXVK"
-part d3dcompiler "fetching the Direct3D shader compiler"
-part idle "building the program that keeps Wine running" "$tarnelRoot/tests/support/idle.cpp"
-part wineprefix "creating the Wine prefix"
+for road in "${roads[@]}"; do
+    case $road in
+        native) forNative ;;
+        windows) forWindows ;;
+        *)
+            echo "deps.sh: '$road' is not known, expected native, hlsl or windows" >&2
+            exit 2
+            ;;
+    esac
+done

@@ -16,4 +16,5 @@ void addRenderCommand(CLI::App& app);
 void addPickCommand(CLI::App& app);
 void addExportVisibleCommand(CLI::App& app);
 void addQueryCommand(CLI::App& app);
+void addDevicesCommand(CLI::App& app);
 }  // namespace Cli

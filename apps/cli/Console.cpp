@@ -101,6 +101,12 @@ void printError(std::string_view text)
     std::fflush(stderr);
 }
 
+void printNote(std::string_view text)
+{
+    std::fprintf(stderr, "tarnel: note: %s\n", oneLine(text).c_str());
+    std::fflush(stderr);
+}
+
 void writeOutput(std::string_view text)
 {
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())

@@ -18,6 +18,9 @@ bool isErrorStreamTerminal();
 /// Writes "tarnel: error: " and the text to standard error, as one line whatever characters it has.
 void printError(std::string_view text);
 
+/// The same for what is worth knowing and no error: "tarnel: note: ".
+void printNote(std::string_view text);
+
 /// Writes to standard output.
 /// @throws std::runtime_error  when it cannot be written (a full disk, a closed pipe)
 void writeOutput(std::string_view text);

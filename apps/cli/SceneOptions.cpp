@@ -1,5 +1,6 @@
 #include "apps/cli/SceneOptions.h"
 
+#include "apps/cli/adapterOption.h"
 #include "apps/cli/fileExtension.h"
 #include "apps/cli/numberChecks.h"
 #include "apps/cli/parseValue.h"
@@ -50,6 +51,7 @@ void addCameraOptions(CLI::App& verb, SceneOptions& options)
         ->excludes(fov)
         ->group(group);
     verb.add_option("--size", options.size, "Picture size in pixels (default: 1280x720)")->group(group);
+    addAdapterOption(verb);
 }
 
 void addLookOptions(CLI::App& verb, SceneOptions& options)

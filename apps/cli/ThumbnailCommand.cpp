@@ -1,5 +1,6 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
+#include "apps/cli/adapterOption.h"
 #include "apps/cli/fileExtension.h"
 #include "apps/cli/numberChecks.h"
 #include "apps/cli/openDataset.h"
@@ -62,6 +63,7 @@ void addThumbnailCommand(CLI::App& app)
     verb->add_option("--background", options->background, "r,g,b[,a] or #rrggbb[aa] (default: white)");
     verb->add_option("--level", options->level, "Deepest octree level to load (default: all)")
         ->transform(wholeNumber(0, kLargestLevel));
+    addAdapterOption(*verb);
     verb->footer(
         "Examples:\n  tarnel thumbnail out/sample\n"
         "  tarnel thumbnail out/sample --output small.png --width 160 --height 120 --level 2"

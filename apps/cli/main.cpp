@@ -35,6 +35,7 @@ int run()
     Cli::addPickCommand(app);
     Cli::addExportVisibleCommand(app);
     Cli::addQueryCommand(app);
+    Cli::addDevicesCommand(app);
 
     try
     {

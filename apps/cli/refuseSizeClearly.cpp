@@ -2,6 +2,7 @@
 
 #include <render/gpu/ComException.h>
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -10,8 +11,8 @@ namespace Cli
 namespace
 {
 // What Direct3D says to textures that it does not make: E_INVALIDARG and E_OUTOFMEMORY.
-constexpr auto kInvalidArgument = static_cast<long>(0x80070057UL);
-constexpr auto kOutOfMemory = static_cast<long>(0x8007000EUL);
+constexpr long kInvalidArgument = static_cast<std::int32_t>(0x80070057U);
+constexpr long kOutOfMemory = static_cast<std::int32_t>(0x8007000EU);
 }  // namespace
 
 void refuseSizeClearly(const Size& size, const std::function<void()>& work)

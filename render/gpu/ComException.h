@@ -2,6 +2,7 @@
 
 #include "render/Export.h"
 
+#include <cstdint>
 #include <exception>
 #include <string>
 
@@ -16,16 +17,16 @@ public:
     /// Builds the message from the system's text for the result. Where it has none the message is
     /// "IDispatch error #%d" for results above 0x80040200 up to 0x8004FFFF, counted from 0x80040200, and
     /// otherwise "Unknown error 0x%0lX".
-    /// @param result  the HRESULT of the call
+    /// @param result  the HRESULT of the call; of a longer number its lower 32 bits
     explicit ComException(long result);
 
     const char* what() const noexcept override;
 
-    /// The HRESULT.
+    /// The HRESULT: a number of 32 bits, negative for failures.
     long result() const noexcept;
 
 private:
-    long mResult;
+    std::int32_t mResult;
     std::string mMessage;
 };
 }  // namespace Render

@@ -1,69 +1,26 @@
 #include "render/gpu/shaderBytecode.h"
 
 #include "core/readLocalFile.h"
-#include "render/gpu/ComPtr.h"
 #include "render/gpu/Direct3D.h"
 #include "render/gpu/ShaderInclude.h"
 #include "render/gpu/shaderRegistry.h"
 
-#include <stdexcept>
+#include <string_view>
 //
 #include <d3dcompiler.h>
 
 namespace Render
 {
-namespace
-{
-constexpr UINT kCompileFlags =
-    D3DCOMPILE_ENABLE_STRICTNESS | D3DCOMPILE_OPTIMIZATION_LEVEL3 | D3DCOMPILE_WARNINGS_ARE_ERRORS;
-static_assert(kCompileFlags == 0x48800);
-
-/// The bytes of a blob; none for a null one.
-std::string_view bytes(ID3DBlob* blob)
-{
-    if (blob == nullptr)
-    {
-        return {};
-    }
-    return {static_cast<const char*>(blob->GetBufferPointer()), blob->GetBufferSize()};
-}
-}  // namespace
-
-std::string compileHlsl(
-    std::string_view source, const std::string& sourceName, ID3DInclude* include, const ShaderProfile& profile
-)
-{
-    CComPtr<ID3DBlob> code;
-    CComPtr<ID3DBlob> messages;
-    const HRESULT result = D3DCompile(
-        source.data(),
-        source.size(),
-        sourceName.c_str(),
-        nullptr,
-        include,
-        profile.entryPoint,
-        profile.target,
-        kCompileFlags,
-        0,
-        code.put(),
-        messages.put()
-    );
-    if (FAILED(result))
-    {
-        std::string_view text = bytes(messages);
-        if (text.ends_with('\0'))
-        {
-            text.remove_suffix(1);
-        }
-        throw std::runtime_error("Error: Compilation of hlsl shader failed\n" + std::string(text));
-    }
-    return std::string(bytes(code));
-}
-
 std::string compileHlslResource(const std::string& name, const ShaderProfile& profile)
 {
+    const std::string_view source = ShaderRegistry::open(name);
+    const std::string_view bytecode = ShaderRegistry::bytecode(name, profile);
+    if (!bytecode.empty())
+    {
+        return std::string(bytecode);
+    }
     ShaderInclude include;
-    return compileHlsl(ShaderRegistry::open(name), name, &include, profile);
+    return compileHlsl(source, name, &include, profile);
 }
 
 std::string compileHlslFile(const std::filesystem::path& path, const ShaderProfile& profile)

@@ -1,5 +1,6 @@
 #include "render/gpu/shaderRegistry.h"
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <optional>
@@ -63,5 +64,20 @@ std::string_view ShaderRegistry::open(std::string_view path)
         );
     }
     return *entry->second;
+}
+
+std::string_view ShaderRegistry::bytecode(std::string_view path, const ShaderProfile& profile)
+{
+    constexpr std::string_view kSourceEnding = ".hlsl";
+    std::string name = normalized(path);
+    if (!name.ends_with(kSourceEnding))
+    {
+        return {};
+    }
+    const std::string_view stage(profile.target, 2);  // "vs" of "vs_5_0"
+    name.replace(name.size() - kSourceEnding.size(), std::string::npos, "." + std::string(stage) + ".cso");
+    const auto files = embeddedShaderBytecode();
+    const auto file = std::ranges::find(files, name, &EmbeddedFile::path);
+    return file == files.end() ? std::string_view{} : file->bytes;
 }
 }  // namespace Render

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "render/gpu/ShaderProfile.h"
+
 #include <span>
 #include <string_view>
 
@@ -15,6 +17,10 @@ struct EmbeddedFile
 /// All embedded files; the build writes this function.
 std::span<const EmbeddedFile> embeddedShaderFiles();
 
+/// What was compiled of them beforehand, "shaders/box.vs.cso" for the vertex stage of "shaders/box.hlsl"; the
+/// build writes this function.
+std::span<const EmbeddedFile> embeddedShaderBytecode();
+
 /// The read-only tree of the embedded shader sources: the root, the directory "shaders", and the files in it.
 ///
 /// Paths are relative to the root and case-sensitive; slashes at both ends and doubled ones do not count.
@@ -27,5 +33,8 @@ bool exists(std::string_view path);
 /// The bytes of a file, without a terminating zero.
 /// @throws std::system_error  no_such_file_or_directory with the path, when it names nothing or a directory
 std::string_view open(std::string_view path);
+
+/// The bytecode of one stage of a source that was compiled beforehand; empty when there is none.
+std::string_view bytecode(std::string_view path, const ShaderProfile& profile);
 }  // namespace ShaderRegistry
 }  // namespace Render

@@ -3,7 +3,7 @@
 #include "graphics/ColorImage.h"
 #include "graphics/DepthImage.h"
 #include "render/gpu/Direct3D.h"
-#include "render/gpu/throwIfFailed.h"
+#include "render/gpu/createDevice.h"
 #include "render/renderer/Frame.h"
 #include "render/renderer/Picking.h"
 #include "render/renderer/PointExport.h"
@@ -16,33 +16,12 @@
 
 #include <algorithm>
 #include <limits>
-#include <stdexcept>
 #include <utility>
 
 namespace Render
 {
 namespace
 {
-void createDevice(CComPtr<ID3D11Device>& device, CComPtr<ID3D11DeviceContext>& context)
-{
-    throwIfFailed(D3D11CreateDevice(
-        nullptr,
-        D3D_DRIVER_TYPE_HARDWARE,
-        nullptr,
-        0,
-        nullptr,
-        0,
-        D3D11_SDK_VERSION,
-        device.put(),
-        nullptr,
-        context.put()
-    ));
-    if (device->GetFeatureLevel() < D3D_FEATURE_LEVEL_11_0)
-    {
-        throw std::runtime_error("needs at least a DirectX 11.0 graphics card");
-    }
-}
-
 /// Sizes that do not fit become the largest number, which no device accepts.
 unsigned int textureSize(std::uint64_t size)
 {
@@ -57,7 +36,9 @@ Renderer::Renderer(bool reversedZ)
       mPostProcess(std::make_unique<PostProcess>()),
       mPointExport(std::make_unique<PointExport>())
 {
-    createDevice(mDevice, mDeviceContext);
+    Device created = createDevice();
+    mDevice = std::move(created.device);
+    mDeviceContext = std::move(created.context);
     setOrthographic(2.0F, 2.0F, -1.0F, 1.0F);
     setBackgroundColor(255, 255, 255, 255);
     mFrame = std::make_unique<Frame>(mDevice, *camera());

@@ -1,6 +1,7 @@
 #include "render/renderer/pointText.h"
 
 #include "core/replaceFile.h"
+#include "render/platform/systemLineEnd.h"
 
 #include <array>
 #include <charconv>
@@ -13,12 +14,6 @@ namespace Render
 {
 namespace
 {
-#if defined(_WIN32)
-constexpr std::string_view kSystemLineEnd = "\r\n";
-#else
-constexpr std::string_view kSystemLineEnd = "\n";
-#endif
-
 constexpr int kSignificantDigits = 7;
 constexpr std::size_t kLongestFloat = 16;  // "-1.234567e-38" and some room
 constexpr std::size_t kTypicalLine = 48;   // room reserved per line

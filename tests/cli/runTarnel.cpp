@@ -2,16 +2,25 @@
 
 #include "tests/support/TemporaryFolder.h"
 
+#include <cerrno>
+#include <filesystem>
+#include <stdexcept>
+
+#if defined(_WIN32)
 #ifndef NOMINMAX
 #define NOMINMAX
 #endif
 #include <windows.h>
-
-#include <filesystem>
-#include <stdexcept>
+#else
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
 
 namespace
 {
+#if defined(_WIN32)
 std::wstring toWide(const std::string& utf8)
 {
     return std::filesystem::path(std::u8string(utf8.begin(), utf8.end())).native();
@@ -54,11 +63,15 @@ HANDLE createInheritable(const std::filesystem::path& file)
     }
     return handle;
 }
-}  // namespace
 
-TarnelRun runTarnel(const std::vector<std::string>& arguments)
+/// Runs a program with its output and errors going to files, and waits for it.
+/// @return  its exit status
+int runProgram(
+    const std::vector<std::string>& arguments,
+    const std::filesystem::path& output,
+    const std::filesystem::path& errors
+)
 {
-    const TemporaryFolder folder;
     const std::filesystem::path program = programFolder() / "tarnel.exe";
     std::wstring commandLine = quoted(program.native());
     for (const std::string& argument : arguments)
@@ -70,8 +83,8 @@ TarnelRun runTarnel(const std::vector<std::string>& arguments)
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdInput = INVALID_HANDLE_VALUE;
-    startup.hStdOutput = createInheritable(folder.path() / "output");
-    startup.hStdError = createInheritable(folder.path() / "errors");
+    startup.hStdOutput = createInheritable(output);
+    startup.hStdError = createInheritable(errors);
     PROCESS_INFORMATION process{};
     const BOOL isStarted = CreateProcessW(
         program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process
@@ -87,8 +100,60 @@ TarnelRun runTarnel(const std::vector<std::string>& arguments)
     GetExitCodeProcess(process.hProcess, &exitCode);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
+    return static_cast<int>(exitCode);
+}
+#else
+std::filesystem::path programFolder()
+{
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
+/// Runs a program with its output and errors going to files, and waits for it.
+/// @return  its exit status; 128 and the signal's number when one ended it
+int runProgram(
+    const std::vector<std::string>& arguments,
+    const std::filesystem::path& output,
+    const std::filesystem::path& errors
+)
+{
+    std::vector<std::string> words{(programFolder() / "tarnel").string()};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers;
+    for (std::string& word : words)
+    {
+        pointers.push_back(word.data());
+    }
+    pointers.push_back(nullptr);
+
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    constexpr int kCreate = O_WRONLY | O_CREAT | O_TRUNC;
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, output.c_str(), kCreate, 0600);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errors.c_str(), kCreate, 0600);
+    pid_t process = 0;
+    const int started = posix_spawn(&process, pointers[0], &actions, nullptr, pointers.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (started != 0)
+    {
+        throw std::runtime_error("cannot start tarnel");
+    }
+    int status = 0;
+    while (waitpid(process, &status, 0) < 0 && errno == EINTR
+    )  // the test's own time limit ends a hanging program
+    {
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+#endif
+}  // namespace
+
+TarnelRun runTarnel(const std::vector<std::string>& arguments)
+{
+    const TemporaryFolder folder;
+    const int exitCode = runProgram(arguments, folder.path() / "output", folder.path() / "errors");
     return {
-        static_cast<int>(exitCode),
+        exitCode,
         TemporaryFolder::read(folder.path() / "output"),
         TemporaryFolder::read(folder.path() / "errors")};
 }

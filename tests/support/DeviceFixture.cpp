@@ -1,6 +1,7 @@
 #include "tests/support/DeviceFixture.h"
 
 #include "render/gpu/throwIfFailed.h"
+#include "render/platform/direct3dLibrary.h"
 
 #include <cstdlib>
 #include <stdexcept>
@@ -68,18 +69,7 @@ D3D11_MAPPED_SUBRESOURCE mapForReading(ID3D11DeviceContext* context, ID3D11Resou
 
 void DeviceFixture::SetUpTestSuite()
 {
-    sDeviceResult = D3D11CreateDevice(
-        nullptr,
-        D3D_DRIVER_TYPE_HARDWARE,
-        nullptr,
-        0,
-        nullptr,
-        0,
-        D3D11_SDK_VERSION,
-        sDevice.put(),
-        nullptr,
-        sContext.put()
-    );
+    sDeviceResult = Render::Direct3DLibrary::createDevice(nullptr, sDevice.put(), sContext.put());
 }
 
 void DeviceFixture::TearDownTestSuite()

@@ -14,6 +14,7 @@ using Render::throwIfFailed;
 namespace
 {
 /// What the system says of a result, without the line end; systems know different results.
+#if defined(_WIN32)
 std::optional<std::string> systemText(unsigned long result)
 {
     char buffer[1024];
@@ -33,6 +34,13 @@ std::optional<std::string> systemText(unsigned long result)
     }
     return length == 0 ? std::nullopt : std::optional(text);
 }
+#else
+std::optional<std::string> systemText(unsigned long result)
+{
+    return (result & 0xFFFFFFFFUL) == 0x80070057UL ? std::optional<std::string>("Invalid parameter.")
+                                                   : std::nullopt;
+}
+#endif
 
 struct NumberedResult
 {

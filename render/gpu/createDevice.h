@@ -1,0 +1,22 @@
+#pragma once
+
+#include "render/gpu/ComPtr.h"
+#include "render/gpu/Direct3D.h"
+
+namespace Render
+{
+/// A device and its immediate context.
+struct Device
+{
+    CComPtr<ID3D11Device> device;
+    CComPtr<ID3D11DeviceContext> context;
+};
+
+/// Creates a device with the adapter that is chosen, of feature level 11.0 at least.
+///
+/// Threads  any.
+/// @throws ComException        when Direct3D refuses
+/// @throws std::runtime_error  "needs at least a DirectX 11.0 graphics card"; one line that names what is missing
+///                             when there is no driver; when no adapter fits the choice
+Device createDevice();
+}  // namespace Render
