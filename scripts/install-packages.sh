@@ -1,34 +1,65 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building and testing need. Does nothing, quickly, when all are there.
+#
+#   scripts/install-packages.sh             everything
+#   scripts/install-packages.sh native      what building and running on this host need
+#   scripts/install-packages.sh windows     what building for Windows and running under Wine need besides
+#   scripts/install-packages.sh hlsl        what building the HLSL compiler for this host needs besides
+#   scripts/install-packages.sh tests       what the tests need besides
+#   scripts/install-packages.sh --list      prints them
 set -euo pipefail
 
-packages=(
-    # compilers and build tools
-    build-essential g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev cmake ninja-build ccache pkg-config
-    clang-format clang-tidy git
-    # what downloads and unpacks the sources of the libraries that have no Windows package
-    ca-certificates curl dpkg-dev xz-utils
-    # Windows programs run here: Wine, a display, Vulkan and OpenGL in software
-    wine64 wine libwine xvfb xauth libgl1-mesa-dri mesa-vulkan-drivers libvulkan1
+native=(
+    build-essential cmake ninja-build pkg-config
+    # what downloads and builds the libraries that have no package
+    ca-certificates dpkg-dev xz-utils patch meson glslang-tools
+    # Vulkan, and its drivers: graphics cards' and one in software
+    libvulkan1 mesa-vulkan-drivers
     # libraries; the header-only ones serve the Windows build as well
     libeigen3-dev nlohmann-json3-dev libcli11-dev libtinyobjloader-dev
     libbrotli-dev libspng-dev zlib1g-dev libzstd-dev libjpeg62-turbo-dev
-    libgtest-dev libgmock-dev googletest libbenchmark-dev
-    libz-mingw-w64-dev
+)
+windows=(
+    g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev libz-mingw-w64-dev googletest curl
+    # Windows programs run here: Wine, a display, OpenGL in software
+    wine64 wine libwine xvfb xauth libgl1-mesa-dri
+)
+hlsl=(
+    bison flex
+)
+tests=(
+    ccache clang-format clang-tidy git
+    libgtest-dev libgmock-dev libbenchmark-dev
     # writes image pyramids for a test
     libvips-tools
 )
 
-if [ "${1:-}" = "--list" ]; then
+packages=()
+isList=false
+[ $# -gt 0 ] || set -- native hlsl windows tests
+for group in "$@"; do
+    case $group in
+        native) packages+=("${native[@]}") ;;
+        windows) packages+=("${windows[@]}") ;;
+        hlsl) packages+=("${hlsl[@]}") ;;
+        tests) packages+=("${tests[@]}") ;;
+        --list) isList=true packages=("${native[@]}" "${hlsl[@]}" "${windows[@]}" "${tests[@]}") ;;
+        *)
+            echo "install-packages: '$group' is not known, expected native, hlsl, windows or tests" >&2
+            exit 2
+            ;;
+    esac
+done
+if $isList; then
     printf '%s\n' "${packages[@]}"
     exit 0
 fi
 
+installed=$(dpkg-query -W -f='${Package} ${db:Status-Status}\n' "${packages[@]}" 2>/dev/null |
+    sed -n 's/ installed$//p' || true)
 missing=()
 for package in "${packages[@]}"; do
-    if [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)" != installed ]; then
-        missing+=("$package")
-    fi
+    grep -qxF "$package" <<<"$installed" || missing+=("$package")
 done
 if [ ${#missing[@]} -eq 0 ]; then
     exit 0

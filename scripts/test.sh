@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# The whole check: formatting, headers, all tests under the sanitizers on this host, all tests and the command line
-# as Windows programs under Wine with a Direct3D device, and a program that uses the install tree. Installs what it
-# needs on a fresh Debian machine. Logs lie in build/logs.
+# The whole check: formatting, headers, all tests with a Direct3D device under the sanitizers on this host, all tests as
+# Windows programs under Wine, programs that use the install tree of either, and the pictures of both against each other.
+# Installs what it needs on a fresh Debian machine. Logs lie in build/logs.
 set -uo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 cd "$tarnelRoot"
@@ -49,20 +49,23 @@ windowsTests() {
     unset TARNEL_WINE_D3D
 }
 
-# Against the install tree only, in a folder that knows nothing of the sources.
+# consumer <preset> <toolchain arguments...>: programs built against the install tree only, in a folder that knows nothing
+# of the sources.
 consumer() {
-    local install=$tarnelBuild/install/windows build=$tarnelBuild/consumer
+    local preset=$1 install=$tarnelBuild/install/$1 build=$tarnelBuild/consumer/$1 ending= runner=()
+    shift
+    if [ "$preset" = windows ]; then
+        ending=.exe runner=(env "WINEPATH=Z:$install/bin" scripts/wine.sh)
+    fi
     rm -rf "$install" "$build"
-    cmake --install "$tarnelBuild/windows" --prefix "$install" &&
-        cmake -G Ninja -S tests/consumer -B "$build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$install" \
-            -DCMAKE_TOOLCHAIN_FILE="$tarnelRoot/cmake/MingwToolchain.cmake" &&
+    cmake --install "$tarnelBuild/$preset" --prefix "$install" &&
+        cmake -G Ninja -S tests/consumer -B "$build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$install" "$@" &&
         cmake --build "$build" &&
-        WINEPATH="Z:$install/bin" scripts/wine.sh "$build/consumer.exe" tests/data/autzen_brotli "$build/picture.png" &&
+        "${runner[@]}" "$build/consumer$ending" tests/data/autzen_brotli "$build/picture.png" &&
         cmake -G Ninja -S examples/01-first-frame -B "$build/first-frame" -DCMAKE_BUILD_TYPE=Release \
-            -DCMAKE_PREFIX_PATH="$install" -DCMAKE_TOOLCHAIN_FILE="$tarnelRoot/cmake/MingwToolchain.cmake" &&
+            -DCMAKE_PREFIX_PATH="$install" "$@" &&
         cmake --build "$build/first-frame" &&
-        WINEPATH="Z:$install/bin" scripts/wine.sh "$build/first-frame/first-frame.exe" tests/data/autzen_brotli \
-            "$build/first-frame.png"
+        "${runner[@]}" "$build/first-frame/first-frame$ending" tests/data/autzen_brotli "$build/first-frame.png"
 }
 
 runAll() {
@@ -74,10 +77,17 @@ runAll() {
     if build native-tsan "for this host with the thread sanitizer"; then
         tests native-tsan "running its tests" --preset native-tsan
     fi
+    # The tests of this one would repeat those of the sanitizers; it is here to be installed and to draw.
+    if check configure-native "configuring for this host" cmake --preset native -DTARNEL_BUILD_TESTS=OFF &&
+        check build-native "building for this host" cmake --build --preset native; then
+        check consumer-native "building and running programs against its install tree" consumer native
+    fi
     if build windows "for Windows"; then
         windowsTests
-        check consumer "building and running a program against the install tree" consumer
+        check consumer-windows "building and running programs against its install tree" \
+            consumer windows -DCMAKE_TOOLCHAIN_FILE="$tarnelRoot/cmake/MingwToolchain.cmake"
     fi
+    check pictures "comparing the pictures of both" tools/compare-pictures
 }
 
 if [ "${1:-}" != --in-session ]; then
