@@ -69,6 +69,14 @@ std::string quotable(std::string name)
     return name;
 }
 
+/// The library would read files itself for an include line that a macro made; no preprocessor allows those.
+int refuseInclude(const char*, bool, const char*, void*, vkd3d_shader_code*)
+{
+    return VKD3D_ERROR_NOT_FOUND;
+}
+
+void closeNothing(const vkd3d_shader_code*, void*) {}
+
 /// What the library made, and what it had to say.
 struct Outcome
 {
@@ -163,7 +171,8 @@ std::string compileByVkd3d(
     check(preprocessed, lines.relocated(preprocessed.messages), name);
 
     const std::string text = lines.unmarked(preprocessed.code, kMissingFunctions);
-    stage.next = nullptr;
+    preprocessing.pfn_open_include = &refuseInclude;
+    preprocessing.pfn_close_include = &closeNothing;
     job.source = {text.data(), text.size()};
     job.source_name = HlslLines::kUnmarked;
     Outcome compiled = outcomeOf(library.compile, job);

@@ -345,6 +345,14 @@ TEST(CompileByVkd3d, WithoutAnIncludeHandlerIncludesFail)
     );
 }
 
+TEST(CompileByVkd3d, AnIncludeLineThatAMacroMakesReadsNothing)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder.write("part.hlsl", kWhite).string();
+
+    EXPECT_THAT(failureOf("#define HASH #\nHASH include \"" + path + "\"\n"), StartsWith(kFailure));
+}
+
 TEST(CompileByVkd3d, WhatAnIncludeHandlerThrowsComesThrough)
 {
     ThrowingInclude include;
