@@ -6,6 +6,7 @@
 #   tarnel::jpeg
 #   tarnel::direct3d                     Windows: import libraries; elsewhere the headers, the library is loaded at run time
 #   tarnel::vulkan                       headers, not on Windows
+#   tarnel::vkd3d                        headers, not on Windows; the library is loaded at run time
 #   GTest::gtest  GTest::gmock  benchmark::benchmark   for tests and benchmark programs
 
 # tarnel_dependency(<name> HEADER <header> [SUFFIXES <include folder>...] [LIBRARIES <names>...] [LINKS <targets>...])
@@ -71,6 +72,12 @@ else()
     target_link_libraries(tarnel::direct3d INTERFACE ${CMAKE_DL_LIBS})
 
     tarnel_dependency(vulkan HEADER vulkan/vulkan_core.h)
+
+    # Headers and library of vkd3d-shader, which scripts/deps.sh makes.
+    tarnel_dependency(vkd3d HEADER vkd3d_shader.h SUFFIXES vkd3d)
+    find_library(TARNEL_vkd3d_LIBRARY NAMES libvkd3d-shader.so.1 REQUIRED)
+    mark_as_advanced(TARNEL_vkd3d_LIBRARY)
+    get_filename_component(TARNEL_VKD3D_LIBRARY_DIR ${TARNEL_vkd3d_LIBRARY} DIRECTORY)
 endif()
 
 if(TARNEL_BUILD_TESTS)

@@ -11,7 +11,6 @@
 #
 #   scripts/deps.sh            everything
 #   scripts/deps.sh native     what the native build needs
-#   scripts/deps.sh hlsl       the HLSL compiler for this host
 #   scripts/deps.sh windows    what the Windows build and Wine need
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -24,7 +23,7 @@ wine=$deps/wine
 stamps=$deps/stamps
 toolchain=$tarnelRoot/cmake/MingwToolchain.cmake
 roads=("$@")
-[ $# -gt 0 ] || roads=(native hlsl windows)
+[ $# -gt 0 ] || roads=(native windows)
 mkdir -p "$prefix/lib" "$prefix/include" "$native" "$sources" "$wine" "$stamps"
 
 # --- how parts are made once -----------------------------------------------------------------------------------
@@ -294,9 +293,6 @@ make_wineprefix() {
 forNative() {
     part laszip "building LASzip for this host" "$tarnelRoot/cmake/laszip/CMakeLists.txt"
     part dxvk_native "building DXVK, Direct3D 11 on Vulkan, for this host" "$tarnelRoot/cmake/dxvk/headless.patch"
-}
-
-forHlsl() {
     part vkd3d "building the shader compiler for this host" "$tarnelRoot/cmake/vkd3d/CMakeLists.txt" \
         "$tarnelRoot"/cmake/vkd3d/include/*
 }
@@ -320,10 +316,9 @@ part lists "reading the lists of Debian's archive"
 for road in "${roads[@]}"; do
     case $road in
         native) forNative ;;
-        hlsl) forHlsl ;;
         windows) forWindows ;;
         *)
-            echo "deps.sh: '$road' is not known, expected native, hlsl or windows" >&2
+            echo "deps.sh: '$road' is not known, expected native or windows" >&2
             exit 2
             ;;
     esac

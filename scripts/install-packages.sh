@@ -4,7 +4,6 @@
 #   scripts/install-packages.sh             everything
 #   scripts/install-packages.sh native      what building and running on this host need
 #   scripts/install-packages.sh windows     what building for Windows and running under Wine need besides
-#   scripts/install-packages.sh hlsl        what building the HLSL compiler for this host needs besides
 #   scripts/install-packages.sh tests       what the tests need besides
 #   scripts/install-packages.sh --list      prints them
 set -euo pipefail
@@ -12,7 +11,7 @@ set -euo pipefail
 native=(
     build-essential cmake ninja-build pkg-config
     # what downloads and builds the libraries that have no package
-    ca-certificates dpkg-dev xz-utils patch meson glslang-tools
+    ca-certificates dpkg-dev xz-utils patch meson glslang-tools bison flex
     # Vulkan, and its drivers: graphics cards' and one in software
     libvulkan1 mesa-vulkan-drivers
     # libraries; the header-only ones serve the Windows build as well
@@ -24,9 +23,6 @@ windows=(
     # Windows programs run here: Wine, a display, OpenGL in software
     wine64 wine libwine xvfb xauth libgl1-mesa-dri
 )
-hlsl=(
-    bison flex
-)
 tests=(
     ccache clang-format clang-tidy git
     libgtest-dev libgmock-dev libbenchmark-dev
@@ -36,16 +32,15 @@ tests=(
 
 packages=()
 isList=false
-[ $# -gt 0 ] || set -- native hlsl windows tests
+[ $# -gt 0 ] || set -- native windows tests
 for group in "$@"; do
     case $group in
         native) packages+=("${native[@]}") ;;
         windows) packages+=("${windows[@]}") ;;
-        hlsl) packages+=("${hlsl[@]}") ;;
         tests) packages+=("${tests[@]}") ;;
-        --list) isList=true packages=("${native[@]}" "${hlsl[@]}" "${windows[@]}" "${tests[@]}") ;;
+        --list) isList=true packages=("${native[@]}" "${windows[@]}" "${tests[@]}") ;;
         *)
-            echo "install-packages: '$group' is not known, expected native, hlsl, windows or tests" >&2
+            echo "install-packages: '$group' is not known, expected native, windows or tests" >&2
             exit 2
             ;;
     esac

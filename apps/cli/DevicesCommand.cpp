@@ -41,9 +41,12 @@ void run()
 void addDevicesCommand(CLI::App& app)
 {
     CLI::App* const verb = app.add_subcommand(
-        "devices", "Prints what can draw, with its driver; a star marks what --adapter and TARNEL_ADAPTER choose"
+        "devices",
+        "Prints what can draw, with its driver; a star marks what --adapter and TARNEL_ADAPTER choose"
     );
-    verb->footer("Examples:\n  tarnel devices\n  tarnel render picture.png --cloud out/sample --adapter llvmpipe");
+    verb->footer(
+        "Examples:\n  tarnel devices\n  tarnel render picture.png --cloud out/sample --adapter llvmpipe"
+    );
     verb->callback([] { run(); });
 }
 }  // namespace Cli

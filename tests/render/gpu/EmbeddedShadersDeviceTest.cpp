@@ -1,6 +1,9 @@
 #include "render/gpu/PixelShader.h"
+#include "render/gpu/ShaderInclude.h"
 #include "render/gpu/VertexShader.h"
 #include "render/gpu/inputLayouts.h"
+#include "render/gpu/shaderRegistry.h"
+#include "render/platform/compileHlsl.h"
 #include "tests/support/DeviceFixture.h"
 
 #include <gtest/gtest.h>
@@ -12,15 +15,24 @@ using Render::VertexShader;
 
 namespace
 {
-/// The sources that a device must load, each with the layout that its class uses. The point and post-process
-/// shaders call functions through a switch, which needs a full driver.
+/// The embedded shaders that a device must load, as bytecode and compiled here, each with the layout that its
+/// class uses. The point and post-process shaders call functions through a switch, which needs a full driver.
 class EmbeddedShadersDevice : public DeviceFixture
 {
 public:
+    static std::string compiled(const std::string& name, const Render::ShaderProfile& profile)
+    {
+        Render::ShaderInclude include;
+        return Render::compileHlsl(Render::ShaderRegistry::open(name), name, &include, profile);
+    }
+
     void expectLoads(const std::string& name, const VertexShader::Layout& layout)
     {
         EXPECT_NO_THROW(VertexShader::fromHlslResource(device(), name, layout));
         EXPECT_NO_THROW(PixelShader::fromHlslResource(device(), name));
+        EXPECT_NO_THROW(VertexShader::fromCsoString(device(), compiled(name, Render::kVertexProfile), layout)
+        );
+        EXPECT_NO_THROW(PixelShader::fromCsoString(device(), compiled(name, Render::kPixelProfile)));
     }
 };
 }  // namespace
