@@ -1,9 +1,11 @@
 #include "render/platform/direct3dLibrary.h"
 
+#include "render/gpu/ComPtr.h"
 #include "render/platform/linux/VulkanDevices.h"
 #include "render/platform/linux/loadLibrary.h"
 
 #include <algorithm>
+#include <mutex>
 #include <stdexcept>
 #include <string_view>
 
@@ -60,15 +62,50 @@ HRESULT Direct3DLibrary::createDevice(
     IDXGIAdapter* adapter, ID3D11Device** device, ID3D11DeviceContext** context
 )
 {
-    const D3D_DRIVER_TYPE type = adapter == nullptr ? D3D_DRIVER_TYPE_HARDWARE : D3D_DRIVER_TYPE_UNKNOWN;
+    CComPtr<IDXGIAdapter1> first;
+    if (adapter == nullptr)
+    {
+        CComPtr<IDXGIFactory1> factory;
+        HRESULT result = createFactory(factory.put());
+        if (SUCCEEDED(result))
+        {
+            result = factory->EnumAdapters1(0, first.put());
+        }
+        if (FAILED(result))
+        {
+            return result;
+        }
+        adapter = first;
+    }
     return entryPoints().createDevice(
-        adapter, type, nullptr, 0, nullptr, 0, D3D11_SDK_VERSION, device, nullptr, context
+        adapter, D3D_DRIVER_TYPE_UNKNOWN, nullptr, 0, nullptr, 0, D3D11_SDK_VERSION, device, nullptr, context
     );
 }
 
 HRESULT Direct3DLibrary::createFactory(IDXGIFactory1** factory)
 {
-    return entryPoints().createFactory(__uuidof(IDXGIFactory1), reinterpret_cast<void**>(factory));
+    // One factory for the whole life of the process: with the last one the drivers would be unloaded, and loading
+    // them again is most of the time that a device costs.
+    static std::mutex mutex;
+    static IDXGIFactory1* shared = nullptr;
+    const std::scoped_lock lock(mutex);
+    if (shared == nullptr)
+    {
+        CComPtr<IDXGIFactory1> created;
+        const HRESULT result =
+            entryPoints().createFactory(__uuidof(IDXGIFactory1), reinterpret_cast<void**>(created.put()));
+        CComPtr<IDXGIAdapter1> any;
+        if (FAILED(result) || FAILED(created->EnumAdapters1(0, any.put())))
+        {
+            *factory = nullptr;
+            return FAILED(result) ? result : DXGI_ERROR_NOT_FOUND;  // a driver may come later
+        }
+        shared = created;
+        shared->AddRef();
+    }
+    *factory = shared;
+    shared->AddRef();
+    return S_OK;
 }
 
 DriverFacts driverFacts(IDXGIAdapter1&, const DXGI_ADAPTER_DESC1& description)
