@@ -33,12 +33,14 @@ endif()
 
 if(TARNEL_SANITIZE)
     string(REPLACE "+" "," sanitizers ${TARNEL_SANITIZE})
-    # The instrumentation hides initialisations from GCC's flow analysis, which then warns without cause.
     target_compile_options(
         tarnel_build_options
         INTERFACE -fsanitize=${sanitizers} -fno-omit-frame-pointer -fno-sanitize-recover=all
-                  -Wno-maybe-uninitialized
     )
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # The instrumentation hides initialisations from GCC's flow analysis, which then warns without cause.
+        target_compile_options(tarnel_build_options INTERFACE -Wno-maybe-uninitialized)
+    endif()
     target_compile_definitions(tarnel_build_options INTERFACE _GLIBCXX_ASSERTIONS)
     target_link_options(tarnel_build_options INTERFACE -fsanitize=${sanitizers})
 endif()

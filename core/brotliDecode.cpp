@@ -37,7 +37,12 @@ void append(std::vector<std::byte>& out, std::span<const std::byte> bytes, std::
     out.insert(out.end(), bytes.begin(), bytes.end());
 }
 
-void decode(std::span<const std::byte> in, std::vector<std::byte>& out, std::size_t maxOutputSize)
+bool decode(
+    std::span<const std::byte> in,
+    std::vector<std::byte>& out,
+    std::size_t maxOutputSize,
+    const std::stop_token& stopToken
+)
 {
     const std::unique_ptr<BrotliDecoderState, DestroyDecoder> decoder(
         BrotliDecoderCreateInstance(nullptr, nullptr, nullptr)
@@ -50,6 +55,10 @@ void decode(std::span<const std::byte> in, std::vector<std::byte>& out, std::siz
     const auto* nextIn = reinterpret_cast<const std::uint8_t*>(in.data());
     for (;;)
     {
+        if (stopToken.stop_requested())
+        {
+            return false;
+        }
         // Without an output buffer the decoder stops when its window is full and lends the new bytes, so they
         // are copied once, as with a buffer, and the vector need not be filled with zeros first.
         std::size_t noSpace = 0;
@@ -85,15 +94,26 @@ void decode(std::span<const std::byte> in, std::vector<std::byte>& out, std::siz
             "Error: " + std::to_string(availableIn) + " bytes follow the end of the Brotli stream"
         );
     }
+    return true;
 }
 }  // namespace
 
-void brotliDecode(std::span<const std::byte> in, std::vector<std::byte>& out, std::size_t maxOutputSize)
+bool brotliDecode(
+    std::span<const std::byte> in,
+    std::vector<std::byte>& out,
+    std::size_t maxOutputSize,
+    const std::stop_token& stopToken
+)
 {
     out.clear();
     try
     {
-        decode(in, out, maxOutputSize);
+        const bool isDone = decode(in, out, maxOutputSize, stopToken);
+        if (!isDone)
+        {
+            out.clear();
+        }
+        return isDone;
     }
     catch (...)
     {

@@ -1,7 +1,10 @@
 #include "graphics/DeepZoomDescription.h"
 
+#include "core/errorReason.h"
 #include "core/readLocalFile.h"
+#include "core/shownText.h"
 #include "core/toUtf8.h"
+#include "graphics/PictureLimits.h"
 
 #include <algorithm>
 #include <bit>
@@ -56,7 +59,7 @@ public:
                 skipSpace();
                 if (mNames.empty() || mNames.back() != name)
                 {
-                    fail("the end of \"" + name + "\" has no begin");
+                    fail("the end of \"" + Core::shownText(name) + "\" has no begin");
                 }
                 mNames.pop_back();
                 expect(">");
@@ -238,7 +241,9 @@ std::uint32_t number(const XmlReader& xml, const Attributes& attributes, const s
     const auto [last, error] = std::from_chars(text.data(), end, value);
     if (error != std::errc() || last != end)
     {
-        xml.fail("attribute " + name + " is \"" + text + "\", not a whole number below 2^32");
+        xml.fail(
+            "attribute " + name + " is \"" + Core::shownText(text) + "\", not a whole number below 2^32"
+        );
     }
     return value;
 }
@@ -309,13 +314,21 @@ DeepZoomDescription parseDeepZoomDescription(std::string_view text)
     }
     if (result.format != "png" && result.format != "jpg" && result.format != "jpeg")
     {
-        xml.fail("attribute Format is \"" + result.format + "\", not png, jpg or jpeg");
+        xml.fail("attribute Format is \"" + Core::shownText(result.format) + "\", not png, jpg or jpeg");
     }
     if (result.overlap > result.tileSize)
     {
         xml.fail(
             "the overlap of " + std::to_string(result.overlap) + " pixels is larger than the tile size of " +
             std::to_string(result.tileSize)
+        );
+    }
+    if (const std::uint64_t side = std::uint64_t{result.tileSize} + 2 * std::uint64_t{result.overlap};
+        side > PictureLimits::kLargestTileSide)
+    {
+        xml.fail(
+            "tiles have " + std::to_string(side) + " pixels on a side with their overlap, more than " +
+            std::to_string(PictureLimits::kLargestTileSide)
         );
     }
     return result;
@@ -331,7 +344,8 @@ DeepZoomDescription readDeepZoomDescription(const std::filesystem::path& path)
     catch (const std::runtime_error& error)
     {
         throw std::runtime_error(
-            "Error: cannot read " + Core::toUtf8(path) + " as a Deep Zoom description: " + error.what()
+            "Error: cannot read " + Core::toUtf8(path) +
+            " as a Deep Zoom description: " + Core::errorReason(error.what())
         );
     }
 }

@@ -53,9 +53,11 @@ std::string wrongSize(const Size& actual, const Size& expected)
     return "it has " + toText(actual) + ", the tile " + toText(expected);
 }
 
-ColorImage readColorPng(const std::filesystem::path& path, const Size& size)
+std::optional<ColorImage> readColorPng(
+    const std::filesystem::path& path, const Size& size, const std::stop_token& stopToken
+)
 {
-    PngReader reader(path);
+    PngReader reader(path, PictureLimits::kLargestTileFile);
     if (const Size actual{reader.width(), reader.height()}; actual != size)
     {
         reader.fail(wrongSize(actual, size));
@@ -63,12 +65,17 @@ ColorImage readColorPng(const std::filesystem::path& path, const Size& size)
     ColorImage image(size.width, size.height);
     const std::span<std::byte> pixels =
         std::as_writable_bytes(std::span(image.data(), static_cast<std::size_t>(image.sizeInBytes())));
-    reader.decode(pixels, SPNG_FMT_RGBA8);
+    if (!reader.decode(pixels, SPNG_FMT_RGBA8, stopToken))
+    {
+        return std::nullopt;
+    }
     swapRedAndBlue(pixels.data(), pixels.data(), pixels.size() / sizeof(Math::Color));
     return image;
 }
 
-ColorImage readColorJpeg(const std::filesystem::path& path, const Size& size)
+std::optional<ColorImage> readColorJpeg(
+    const std::filesystem::path& path, const Size& size, const std::stop_token& stopToken
+)
 {
     const auto acceptSize = [&](std::uint32_t width, std::uint32_t height)
     {
@@ -79,14 +86,17 @@ ColorImage readColorJpeg(const std::filesystem::path& path, const Size& size)
             );
         }
     };
-    return readJpeg(path, acceptSize);
+    return readJpeg(path, acceptSize, PictureLimits::kLargestTileFile, stopToken);
 }
 
-DepthImage readDepthPng(
-    const std::filesystem::path& path, const Size& size, std::span<const float, kCodeCount> metresOfCode
+std::optional<DepthImage> readDepthPng(
+    const std::filesystem::path& path,
+    const Size& size,
+    std::span<const float, kCodeCount> metresOfCode,
+    const std::stop_token& stopToken
 )
 {
-    PngReader reader(path);
+    PngReader reader(path, PictureLimits::kLargestTileFile);
     if (const Size actual{reader.width(), reader.height()}; actual != size)
     {
         reader.fail(wrongSize(actual, size));
@@ -96,7 +106,10 @@ DepthImage readDepthPng(
         reader.fail("16-bit grey pixels without alpha expected");
     }
     std::vector<std::uint16_t> codes(std::size_t{size.width} * size.height);
-    reader.decode(std::as_writable_bytes(std::span(codes)), SPNG_FMT_PNG);
+    if (!reader.decode(std::as_writable_bytes(std::span(codes)), SPNG_FMT_PNG, stopToken))
+    {
+        return std::nullopt;
+    }
     DepthImage image(size.width, size.height);
     for (std::uint32_t y = 0; y < size.height; ++y)
     {
@@ -192,10 +205,16 @@ void DeepZoomPanoramaLoader::Implementation::checkLevels(const DeepZoomPyramid& 
                 std::to_string(kMostTilesOfALevel)
             );
         }
+    }
+    for (std::uint32_t level = firstLevel; level <= pyramid.description().lastLevel(); ++level)
+    {
         std::error_code ignored;
         if (!std::filesystem::is_directory(pyramid.levelFolder(level), ignored))
         {
-            fail(what + " is missing, there is no folder " + Core::toUtf8(pyramid.levelFolder(level)));
+            fail(
+                std::string(name) + " level " + std::to_string(level) + " is missing, there is no folder " +
+                Core::toUtf8(pyramid.levelFolder(level))
+            );
         }
     }
 }
@@ -348,24 +367,37 @@ std::uint64_t DeepZoomPanoramaLoader::tileOffsetY(const TileIndex& tile) const
 
 ColorImage DeepZoomPanoramaLoader::colorImageTile(const TileIndex& tile)
 {
+    return *fetchColorTile(tile, {});
+}
+
+DepthImage DeepZoomPanoramaLoader::depthImageTile(const TileIndex& tile)
+{
+    return *fetchDepthTile(tile, {});
+}
+
+std::optional<ColorImage> DeepZoomPanoramaLoader::fetchColorTile(
+    const TileIndex& tile, const std::stop_token& stopToken
+)
+{
     const ImageRegion region = mImplementation->region(tile, numColorLevels());
-    const bool isPng = mImplementation->color.description().format == "png";
-    const auto readTile =
-        [isPng](const std::filesystem::path& path, std::uint32_t width, std::uint32_t height) {
-            return isPng ? readColorPng(path, {width, height}) : readColorJpeg(path, {width, height});
-        };
+    const auto read = mImplementation->color.description().format == "png" ? readColorPng : readColorJpeg;
+    const auto readTile = [&](const std::filesystem::path& path, std::uint32_t width, std::uint32_t height) {
+        return read(path, {width, height}, stopToken);
+    };
     return mImplementation->color.readRegion<ColorImage>(
         mImplementation->zoomLevel(tile.level), region, readTile
     );
 }
 
-DepthImage DeepZoomPanoramaLoader::depthImageTile(const TileIndex& tile)
+std::optional<DepthImage> DeepZoomPanoramaLoader::fetchDepthTile(
+    const TileIndex& tile, const std::stop_token& stopToken
+)
 {
     const ImageRegion region = mImplementation->region(tile, numDepthLevels());
-    const auto readTile = [this](const std::filesystem::path& path, std::uint32_t width, std::uint32_t height)
+    const auto readTile = [&](const std::filesystem::path& path, std::uint32_t width, std::uint32_t height)
     {
         return readDepthPng(
-            path, {width, height}, std::span(mImplementation->metresOfCode).first<kCodeCount>()
+            path, {width, height}, std::span(mImplementation->metresOfCode).first<kCodeCount>(), stopToken
         );
     };
     return mImplementation->depth.readRegion<DepthImage>(

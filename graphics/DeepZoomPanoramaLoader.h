@@ -2,12 +2,15 @@
 
 #include "graphics/Export.h"
 #include "graphics/PanoramaLoader.h"
+#include "graphics/PictureLimits.h"
 
 #include <Eigen/Core>
 
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
+#include <stop_token>
 #include <vector>
 
 namespace Graphics
@@ -16,7 +19,7 @@ namespace Graphics
 struct DeepZoomLimits
 {
     /// Longest side of a level, that of a Direct3D 11 texture.
-    static constexpr std::uint32_t kLargestSide = 16384;
+    static constexpr std::uint32_t kLargestSide = PictureLimits::kLargestSide;
 };
 
 /// A panorama in a folder: panorama.json and two Deep Zoom pyramids, colour as PNG or JPEG tiles, depth as
@@ -50,6 +53,10 @@ public:
     /// @throws std::out_of_range  for a tile that the pyramid does not have
     ColorImage colorImageTile(const TileIndex& tile) override;
     DepthImage depthImageTile(const TileIndex& tile) override;
+    std::optional<ColorImage> fetchColorTile(const TileIndex& tile, const std::stop_token& stopToken)
+        override;
+    std::optional<DepthImage> fetchDepthTile(const TileIndex& tile, const std::stop_token& stopToken)
+        override;
 
     /// From the panorama's frame to that of its surroundings.
     const Eigen::Matrix4d& pose() const noexcept;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 
 namespace Graphics
 {
@@ -48,9 +49,13 @@ public:
 
     /// Puts a part of a level together from the tiles that hold it.
     /// @param part      inside the level
-    /// @param readTile  Image(path, width, height), reads a tile of this size or throws
+    /// @param readTile  std::optional<Image>(path, width, height), reads a tile of this size or throws;
+    /// nothing when it
+    ///                  was stopped
+    /// @return nothing when a tile was stopped
     template <class Image, class ReadTile>
-    Image readRegion(std::uint32_t level, const ImageRegion& part, const ReadTile& readTile) const;
+    std::optional<Image> readRegion(std::uint32_t level, const ImageRegion& part, const ReadTile& readTile)
+        const;
 
     /// The folder of the tiles that belong to a description.
     static std::filesystem::path tileFolder(const std::filesystem::path& descriptionPath);
@@ -61,8 +66,9 @@ private:
 };
 
 template <class Image, class ReadTile>
-Image DeepZoomPyramid::readRegion(std::uint32_t level, const ImageRegion& part, const ReadTile& readTile)
-    const
+std::optional<Image> DeepZoomPyramid::readRegion(
+    std::uint32_t level, const ImageRegion& part, const ReadTile& readTile
+) const
 {
     const std::uint32_t tileSize = mDescription.tileSize;
     Image result(part.width, part.height);
@@ -72,7 +78,12 @@ Image DeepZoomPyramid::readRegion(std::uint32_t level, const ImageRegion& part, 
              ++column)
         {
             const ImageRegion tile = tileRegion(level, column, row);
-            const Image image = readTile(tilePath(level, column, row), tile.width, tile.height);
+            const std::optional<Image> image =
+                readTile(tilePath(level, column, row), tile.width, tile.height);
+            if (!image)
+            {
+                return std::nullopt;
+            }
             // Where tiles overlap both hold the same.
             const std::uint32_t left = std::max(tile.x, part.x);
             const std::uint32_t top = std::max(tile.y, part.y);
@@ -83,7 +94,7 @@ Image DeepZoomPyramid::readRegion(std::uint32_t level, const ImageRegion& part, 
             {
                 std::memcpy(
                     result.data() + (y - part.y) * result.rowPitch() + (left - part.x) * kPixelSize,
-                    image.data() + (y - tile.y) * image.rowPitch() + (left - tile.x) * kPixelSize,
+                    image->data() + (y - tile.y) * image->rowPitch() + (left - tile.x) * kPixelSize,
                     (right - left) * kPixelSize
                 );
             }

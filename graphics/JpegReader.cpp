@@ -1,5 +1,6 @@
 #include "graphics/JpegReader.h"
 
+#include "core/errorReason.h"
 #include "core/readLocalFile.h"
 #include "core/toUtf8.h"
 
@@ -18,14 +19,6 @@ namespace
 {
 static_assert(sizeof(Math::Color) == 4);
 
-/// Larger than any picture of the largest size that compresses at all.
-// A block of 64 pixels takes at least a bit of the file, so 512 pixels a byte; the rest is for rounded sizes.
-constexpr std::uint64_t kMostPixelsPerByte = 1024;
-constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 30U;
-
-/// A progressive file may hold as many passes over the picture as it likes; honest ones have about ten.
-constexpr int kMostScans = 200;
-
 /// The decoder with what its callbacks need. It leaves by longjmp on errors, so no object with a destructor
 /// may live in a function that calls it between setjmp and the call.
 struct Decoder
@@ -35,6 +28,9 @@ struct Decoder
     jpeg_progress_mgr progress{};
     std::jmp_buf leave{};
     std::array<char, JMSG_LENGTH_MAX> message{};
+    int mostScans = 0;
+    const std::stop_token* stopToken = nullptr;
+    bool wasStopped = false;
 };
 
 Decoder& decoderOf(j_common_ptr info)
@@ -57,12 +53,31 @@ void treatWarningAsError(j_common_ptr info, int level)
     }
 }
 
-void limitScans(j_common_ptr info)
+/// @returns true when a stop was requested
+bool looksAtStop(Decoder& decoder)
+{
+    decoder.wasStopped = decoder.stopToken->stop_requested();
+    return decoder.wasStopped;
+}
+
+/// Called for each row of blocks of each pass.
+void checkProgress(j_common_ptr info)
 {
     Decoder& decoder = decoderOf(info);
-    if (decoder.info.input_scan_number > kMostScans)
+    if (looksAtStop(decoder))
     {
-        std::snprintf(decoder.message.data(), decoder.message.size(), "more than %d scans", kMostScans);
+        std::longjmp(decoder.leave, 1);
+    }
+    if (decoder.info.input_scan_number > decoder.mostScans)
+    {
+        std::snprintf(
+            decoder.message.data(),
+            decoder.message.size(),
+            "more than %d scans of %u x %u pixels",
+            decoder.mostScans,
+            decoder.info.image_width,
+            decoder.info.image_height
+        );
         std::longjmp(decoder.leave, 1);
     }
 }
@@ -98,8 +113,6 @@ bool readHeader(Decoder& decoder, const std::string& file)
         return false;
     }
     jpeg_create_decompress(&decoder.info);  // keeps err and client_data
-    decoder.progress.progress_monitor = limitScans;
-    decoder.info.progress = &decoder.progress;
     jpeg_mem_src(
         &decoder.info,
         reinterpret_cast<const unsigned char*>(file.data()),
@@ -115,10 +128,16 @@ bool decode(Decoder& decoder, unsigned char* pixels, std::size_t rowPitch)
     {
         return false;
     }
+    decoder.progress.progress_monitor = checkProgress;
+    decoder.info.progress = &decoder.progress;
     decoder.info.out_color_space = JCS_EXT_BGRA;
     jpeg_start_decompress(&decoder.info);
     while (decoder.info.output_scanline < decoder.info.output_height)
     {
+        if (looksAtStop(decoder))
+        {
+            return false;
+        }
         JSAMPROW row = pixels + rowPitch * decoder.info.output_scanline;
         jpeg_read_scanlines(&decoder.info, &row, 1);
     }
@@ -128,16 +147,20 @@ bool decode(Decoder& decoder, unsigned char* pixels, std::size_t rowPitch)
 
 [[noreturn]] void fail(const std::filesystem::path& path, const std::string& reason)
 {
-    throw std::runtime_error("Error: cannot read " + Core::toUtf8(path) + " as JPEG: " + reason);
+    throw std::runtime_error(
+        "Error: cannot read " + Core::toUtf8(path) + " as JPEG: " + Core::errorReason(reason)
+    );
 }
 }  // namespace
 
-ColorImage readJpeg(
+std::optional<ColorImage> readJpeg(
     const std::filesystem::path& path,
-    const std::function<void(std::uint32_t width, std::uint32_t height)>& acceptSize
+    const std::function<void(std::uint32_t width, std::uint32_t height)>& acceptSize,
+    std::uint64_t maxFileSize,
+    const std::stop_token& stopToken
 )
 {
-    const std::string file = Core::readLocalFile(path, kLargestFile);
+    const std::string file = Core::readLocalFile(path, maxFileSize);
     if (file.empty())
     {
         fail(path, "the file is empty");
@@ -150,12 +173,12 @@ ColorImage readJpeg(
     }
     const std::uint32_t width = decoder.info.image_width;
     const std::uint32_t height = decoder.info.image_height;
-    if (width > kLargestJpegSide || height > kLargestJpegSide)
+    if (width > PictureLimits::kLargestSide || height > PictureLimits::kLargestSide)
     {
         fail(
             path,
             std::to_string(width) + " x " + std::to_string(height) + " pixels are more than " +
-                std::to_string(kLargestJpegSide) + " on a side"
+                std::to_string(PictureLimits::kLargestSide) + " on a side"
         );
     }
     if (decoder.info.jpeg_color_space != JCS_GRAYSCALE && decoder.info.jpeg_color_space != JCS_YCbCr &&
@@ -167,11 +190,14 @@ ColorImage readJpeg(
     {
         fail(path, "arithmetic coding is not supported");
     }
-    if (std::uint64_t{width} * height / kMostPixelsPerByte > file.size())
+    const std::uint64_t pixelCount = std::uint64_t{width} * height;
+    // What the header takes, and what it carries, holds no pixels.
+    if (const std::size_t stored = decoder.info.src->bytes_in_buffer;
+        pixelCount / PictureLimits::kMostJpegPixelsPerByte > stored)
     {
         fail(
             path,
-            "its " + std::to_string(file.size()) + " bytes cannot hold the announced " +
+            "its " + std::to_string(stored) + " compressed bytes cannot hold the announced " +
                 std::to_string(width) + " x " + std::to_string(height) + " pixels"
         );
     }
@@ -179,6 +205,8 @@ ColorImage readJpeg(
     {
         acceptSize(width, height);
     }
+    decoder.mostScans = PictureLimits::mostJpegScans(pixelCount);
+    decoder.stopToken = &stopToken;
     ColorImage image(width, height);
     if (!decode(
             decoder,
@@ -186,6 +214,10 @@ ColorImage readJpeg(
             static_cast<std::size_t>(image.rowPitch())
         ))
     {
+        if (decoder.wasStopped)
+        {
+            return std::nullopt;
+        }
         fail(path, decoder.message.data());
     }
     return image;

@@ -1,6 +1,10 @@
 #include "graphics/PanoramaDescription.h"
 
+#include "core/errorReason.h"
+#include "core/isReservedName.h"
+#include "core/parseJson.h"
 #include "core/readLocalFile.h"
+#include "core/shownText.h"
 #include "core/toUtf8.h"
 
 #include <Eigen/LU>
@@ -22,9 +26,9 @@ constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 20U;  // bytes
 constexpr int kVersion = 1;
 constexpr const char* kProjection = "equirectangular";
 constexpr Eigen::Index kMatrixSide = 4;
-constexpr int kMaxNesting = 16;         // of objects and lists
-constexpr double kLargestPose = 1e30;   // elements beyond it have no use as single precision
-constexpr std::size_t kShownText = 40;  // bytes of a value in messages
+constexpr double kLargestPose = 1e30;      // elements beyond it have no use as single precision
+constexpr std::size_t kShownText = 40;     // bytes of a value in messages
+constexpr std::size_t kLongestPath = 200;  // bytes; it is part of messages about the files
 
 [[noreturn]] void fail(const std::string& reason)
 {
@@ -48,16 +52,17 @@ std::string shown(const Json& json)
     {
         return std::string("of type ") + json.type_name();
     }
-    const std::string text = json.dump(-1, ' ', true, Json::error_handler_t::replace);  // all ASCII
-    return text.size() <= kShownText ? text : text.substr(0, kShownText) + "...";
+    return Core::shownText(
+        json.dump(-1, ' ', true, Json::error_handler_t::replace), kShownText
+    );  // all ASCII
 }
 
 /// Paths go down from the folder, step by step, and mean the same on every system.
 bool staysInside(std::string_view path)
 {
-    const auto isForbidden = [](char c)
-    { return c == '\\' || c == ':' || static_cast<unsigned char>(c) < 0x20U; };
-    if (std::any_of(path.begin(), path.end(), isForbidden))
+    const auto isForbidden = [](char c) { return c == '\\' || c == ':'; };
+    if (path.size() > kLongestPath || Core::shownText(path, kLongestPath) != path ||
+        std::any_of(path.begin(), path.end(), isForbidden))
     {
         return false;
     }
@@ -65,7 +70,7 @@ bool staysInside(std::string_view path)
     {
         const std::size_t end = std::min(path.find('/', begin), path.size());
         const std::string_view step = path.substr(begin, end - begin);
-        if (step.empty() || step == "." || step == "..")
+        if (step.empty() || Core::isReservedName(step))
         {
             return false;
         }
@@ -145,32 +150,11 @@ Eigen::Matrix4d poseMatrix(const Json& value)
     }
     return matrix;
 }
-
-Json parseJson(std::string_view text)
-{
-    // What is built of a deeply nested text could overflow the stack later.
-    const auto limitNesting = [](int depth, Json::parse_event_t, const Json&)
-    {
-        if (depth > kMaxNesting)
-        {
-            fail("it is nested more than " + std::to_string(kMaxNesting) + " deep");
-        }
-        return true;
-    };
-    try
-    {
-        return Json::parse(text, limitNesting);
-    }
-    catch (const Json::exception& error)
-    {
-        fail(error.what());
-    }
-}
 }  // namespace
 
 PanoramaDescription parsePanoramaDescription(std::string_view text)
 {
-    const Json json = parseJson(text);
+    const Json json = Core::parseJson(text);
     if (!json.is_object())
     {
         fail("an object is expected");
@@ -215,7 +199,7 @@ PanoramaDescription readPanoramaDescription(const std::filesystem::path& folder)
     catch (const std::runtime_error& error)
     {
         throw std::runtime_error(
-            "Error: cannot read " + Core::toUtf8(path) + " as a panorama: " + error.what()
+            "Error: cannot read " + Core::toUtf8(path) + " as a panorama: " + Core::errorReason(error.what())
         );
     }
 }

@@ -5,6 +5,8 @@
 #include "graphics/Export.h"
 
 #include <cstdint>
+#include <optional>
+#include <stop_token>
 #include <vector>
 
 namespace Graphics
@@ -52,5 +54,10 @@ public:
     /// @throws std::runtime_error  naming the file and what is wrong with it
     virtual ColorImage colorImageTile(const TileIndex& tile) = 0;
     virtual DepthImage depthImageTile(const TileIndex& tile) = 0;
+
+    /// The same, but a stop request ends it within the tile; nothing then. A loader that does not override
+    /// these fetches the whole tile whatever is requested.
+    virtual std::optional<ColorImage> fetchColorTile(const TileIndex& tile, const std::stop_token& stopToken);
+    virtual std::optional<DepthImage> fetchDepthTile(const TileIndex& tile, const std::stop_token& stopToken);
 };
 }  // namespace Graphics

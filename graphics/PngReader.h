@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/NonCopyable.h"
+#include "graphics/PictureLimits.h"
 
 #include <spng.h>
 
@@ -9,6 +10,7 @@
 #include <filesystem>
 #include <memory>
 #include <span>
+#include <stop_token>
 #include <string>
 
 namespace Graphics
@@ -16,17 +18,17 @@ namespace Graphics
 /// A PNG file whose header is read and found sound; decodes its pixels once.
 ///
 /// A file that cannot hold as many pixels as it announces is refused, so memory taken for the pixels is in
-/// proportion to the file. Broken check sums are errors.
+/// proportion to the compressed bytes in the file. Broken check sums are errors.
 ///
 /// Threads  one at a time.
 class PngReader : private Core::NonCopyable
 {
 public:
-    /// Longest side of a picture, that of a Direct3D 11 texture.
-    static constexpr std::uint32_t kLargestSide = 16384;
-
+    /// @param maxFileSize  in bytes
     /// @throws std::runtime_error  naming the path and what is wrong
-    explicit PngReader(const std::filesystem::path& path);
+    explicit PngReader(
+        const std::filesystem::path& path, std::uint64_t maxFileSize = PictureLimits::kLargestFile
+    );
 
     std::uint32_t width() const noexcept { return mHeader.width; }
 
@@ -38,9 +40,11 @@ public:
     /// Fills `pixels`, rows without padding.
     /// @param format  SPNG_FMT_RGBA8, or SPNG_FMT_PNG for the values as they are in the byte order of this
     /// machine
+    /// @param stopToken  looked at before each row
+    /// @return false when a stop was requested; some rows are not filled then
     /// @throws std::runtime_error  naming the path and what is wrong, also for a size that is not that of the
     /// picture
-    void decode(std::span<std::byte> pixels, spng_format format);
+    bool decode(std::span<std::byte> pixels, spng_format format, const std::stop_token& stopToken = {});
 
     /// Throws std::runtime_error with the path and the reason.
     [[noreturn]] void fail(const std::string& reason) const;

@@ -18,6 +18,6 @@ ColorImage readColorImage(const std::filesystem::path& path)
         [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
     );
     const bool isJpeg = extension == ".jpg" || extension == ".jpeg";
-    return isJpeg ? readJpeg(path, nullptr) : ColorImage::readPng(path);
+    return isJpeg ? *readJpeg(path, nullptr) : ColorImage::readPng(path);
 }
 }  // namespace Graphics

@@ -2,6 +2,7 @@
 
 #include "core/replaceFile.h"
 #include "graphics/DeepZoomPyramid.h"
+#include "graphics/PictureLimits.h"
 #include "graphics/swapRedAndBlue.h"
 #include "graphics/writePngRows.h"
 
@@ -21,7 +22,8 @@ namespace Graphics
 {
 namespace
 {
-constexpr std::uint32_t kLargestSide = 16384;  // of a Direct3D 11 texture
+constexpr std::uint32_t kLargestSide = PictureLimits::kLargestSide;
+constexpr std::uint32_t kLargestTileSide = PictureLimits::kLargestTileSide;
 
 void writeText(const std::filesystem::path& path, const std::string& text)
 {
@@ -234,11 +236,11 @@ void writePanorama(
 {
     checkPicture("colour", color.width(), color.height());
     checkPicture("depth", depth.width, depth.height);
-    if (tileSize == 0 || tileSize > kLargestSide)
+    if (tileSize == 0 || tileSize > kLargestTileSide)
     {
         throw std::invalid_argument(
-            "Error: the tile size is " + std::to_string(tileSize) + ", 1 to " + std::to_string(kLargestSide) +
-            " pixels are possible"
+            "Error: the tile size is " + std::to_string(tileSize) + ", 1 to " +
+            std::to_string(kLargestTileSide) + " pixels are possible"
         );
     }
     const auto width = static_cast<std::uint32_t>(color.width());

@@ -20,7 +20,7 @@ namespace Graphics
 ///
 /// Threads  any.
 /// @param folder       made if it is missing; files of the same names are replaced
-/// @param tileSize     1 to 16384 pixels
+/// @param tileSize     1 to 4096 pixels
 /// @param description  its paths name where the pyramids go
 /// @throws std::invalid_argument  for pictures without pixels or of more than 16384 on a side, or another
 /// tile

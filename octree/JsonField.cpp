@@ -1,35 +1,20 @@
 #include "octree/JsonField.h"
 
+#include "core/parseJson.h"
 #include "octree/fileError.h"
 
 #include <cmath>
-#include <exception>
 #include <stdexcept>
 
 namespace Octree
 {
-namespace
+nlohmann::json parsedJson(std::string_view text, const std::filesystem::path& file)
 {
-using nlohmann::json;
-
-constexpr int kMaxNesting = 16;  // real files nest 3 deep
-}  // namespace
-
-json parsedJson(std::string_view text, const std::filesystem::path& file)
-{
-    const auto limitNesting = [](int depth, json::parse_event_t, const json&)
-    {
-        if (depth > kMaxNesting)
-        {
-            throw std::runtime_error("nested deeper than " + std::to_string(kMaxNesting) + " levels");
-        }
-        return true;
-    };
     try
     {
-        return json::parse(text.begin(), text.end(), limitNesting);
+        return Core::parseJson(text);
     }
-    catch (const std::exception& error)
+    catch (const std::runtime_error& error)
     {
         throw fileError(file, std::string("not readable as JSON: ") + error.what());
     }

@@ -1,5 +1,6 @@
 #include "octree/Octree.h"
 
+#include "core/shownText.h"
 #include "octree/Tree.h"
 #include "octree/fileError.h"
 #include "octree/fillWithGrey.h"
@@ -171,8 +172,8 @@ bool Octree::Implementation::readExternalAttributes(
         if (columns.pointCount != out.pointCount)
         {
             throw std::runtime_error(
-                "Error: external data set \"" + external->description().name + "\": node " + id.name() +
-                " has " + std::to_string(columns.pointCount) + " points, expected " +
+                "Error: external data set \"" + Core::shownText(external->description().name) + "\": node " +
+                id.name() + " has " + std::to_string(columns.pointCount) + " points, expected " +
                 std::to_string(out.pointCount) + " as in the main data set"
             );
         }

@@ -24,6 +24,18 @@ public:
         }
     }
 
+    /// Makes room in `unpacked`, which loses its content. What it had is given up first, so that there are
+    /// never two.
+    void reserveUnpacked(std::size_t size) const
+    {
+        unpacked.clear();
+        if (unpacked.capacity() < size)
+        {
+            std::vector<std::byte>().swap(unpacked);
+            unpacked.reserve(size);
+        }
+    }
+
     ScratchLoan(const ScratchLoan&) = delete;
     ScratchLoan& operator=(const ScratchLoan&) = delete;
 

@@ -266,7 +266,7 @@ EptSummary writeEptNodes(
     std::vector<PlacedNode> placed;
     for (const SampleNode& node : nodes)
     {
-        PlacedNode& target = placed.emplace_back(Octree::OctreeNodeId::fromName(node.name));
+        PlacedNode& target = placed.emplace_back(PlacedNode{Octree::OctreeNodeId::fromName(node.name), {}});
         target.points.resize(node.points.size());
         std::iota(target.points.begin(), target.points.end(), static_cast<std::uint32_t>(points.size()));
         points.insert(points.end(), node.points.begin(), node.points.end());

@@ -157,7 +157,7 @@ OctreeSummary writeOctreeNodes(
         {
             throw std::invalid_argument("Node flags must be at most 15");
         }
-        PlacedNode& target = placed.emplace_back(Octree::OctreeNodeId::fromName(node.name));
+        PlacedNode& target = placed.emplace_back(PlacedNode{Octree::OctreeNodeId::fromName(node.name), {}});
         target.points.resize(node.points.size());
         std::iota(target.points.begin(), target.points.end(), static_cast<std::uint32_t>(points.size()));
         points.insert(points.end(), node.points.begin(), node.points.end());

@@ -28,6 +28,8 @@ tests=(
     libgtest-dev libgmock-dev libbenchmark-dev
     # writes image pyramids for a test
     libvips-tools
+    # fuzzers
+    clang libclang-rt-14-dev
 )
 
 packages=()

@@ -2,6 +2,7 @@
 #include "apps/cli/Console.h"
 #include "apps/cli/numberChecks.h"
 #include "apps/cli/parseValue.h"
+#include <graphics/PictureLimits.h>
 #include <graphics/readColorImage.h>
 #include <graphics/writePanorama.h>
 
@@ -73,7 +74,7 @@ void addPanoTileCommand(CLI::App& app)
     verb->add_option("DEPTH", options->depth, "Distances along the rays: PNG of 16-bit grey")->required();
     verb->add_option("FOLDER", options->folder, "Folder to write; made when it is not there")->required();
     verb->add_option("--tile", options->tileSize, "Tile size in pixels (default: 512)")
-        ->transform(wholeNumber(1, 16384));
+        ->transform(wholeNumber(1, Graphics::PictureLimits::kLargestTileSide));
     verb->add_option("--depth-scale", options->depthScale, "Metres for each step of depth (default: 1/512)")
         ->check(numberFrom(kSmallestDepthScale, kLargestDepthScale));
     verb->add_option("--no-depth", options->noDepth, "Codes of pixels without depth (default: 0 and 65535)")

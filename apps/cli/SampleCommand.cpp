@@ -122,7 +122,7 @@ void addSampleCommand(CLI::App& app)
     verb->add_option(
             "--pano-width", options->panoramaWidth, "Width of the panorama in pixels, even (default: 4096)"
     )
-        ->transform(wholeNumber(64, 16384));
+        ->transform(wholeNumber(64, kLargestSide));
     verb->footer(
         "Examples:\n  tarnel sample out/sample\n"
         "  tarnel sample out/small --points 50000 --seed 7 --encoding default\n"

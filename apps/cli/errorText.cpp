@@ -2,6 +2,8 @@
 
 #include "apps/cli/oneLine.h"
 
+#include <string_view>
+
 namespace Cli
 {
 std::string errorText(const std::exception& error)
@@ -13,7 +15,9 @@ std::string errorText(const std::exception& error)
     }
     catch (const std::exception& nested)
     {
-        text += ": " + errorText(nested);
+        constexpr std::string_view kPrefix = "Error: ";  // the outer text has it, or needs none
+        const std::string reason = errorText(nested);
+        text += ": " + reason.substr(reason.starts_with(kPrefix) ? kPrefix.size() : 0);
     }
     return text;
 }

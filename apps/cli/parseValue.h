@@ -1,5 +1,6 @@
 #pragma once
 
+#include <graphics/PictureLimits.h>
 #include <math/Color.h>
 #include <math/Point.h>
 #include <render/renderer/ColorMap.h>
@@ -39,7 +40,7 @@ Math::Point<double, 3> parsePoint(const std::string& option, std::string_view te
 Math::Color parseColor(const std::string& option, std::string_view text);
 
 /// Of a picture in pixels: that of textures in feature level 11.0.
-inline constexpr std::uint64_t kLargestSide = 16384;
+inline constexpr std::uint64_t kLargestSide = Graphics::PictureLimits::kLargestSide;
 
 /// The deepest level that options may name: that of a renderer without limit, nodes end before.
 inline constexpr std::uint64_t kLargestLevel = 23;

@@ -3,15 +3,17 @@
 #include "apps/cli/formatNumber.h"
 #include "apps/cli/oneLine.h"
 #include "apps/cli/parseValue.h"
+#include <core/readLocalFile.h>
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
-#include <fstream>
+#include <cstdint>
+#include <filesystem>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 
 namespace Cli
 {
@@ -19,6 +21,7 @@ namespace
 {
 using Polygon = std::vector<Math::Point<float, 2>>;
 
+constexpr std::uint64_t kLargestFile = 16U << 20U;  // bytes
 constexpr std::size_t kMostLines = 100'000;
 constexpr std::size_t kLongestLine = 1000;  // characters; longer ones are no text
 constexpr std::size_t kQuotedLength = 40;   // characters of a bad line in the message
@@ -62,27 +65,52 @@ void addCorner(Polygon& polygon, std::string_view line, const Math::Point<double
     }
     polygon.emplace_back(static_cast<float>(x - origin.x), static_cast<float>(y - origin.y));
 }
+
+std::string readText(const std::string& path)
+{
+    const std::filesystem::path file = toPath(path);
+    std::error_code ignored;
+    const std::filesystem::file_status status = std::filesystem::status(file, ignored);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+    {
+        fail(path, "the polygon is not in a regular file");
+    }
+    try
+    {
+        if (std::filesystem::file_size(file) > kLargestFile)
+        {
+            fail(path, "the file of the polygon has more than " + std::to_string(kLargestFile) + " bytes");
+        }
+        return Core::readLocalFile(file, kLargestFile);
+    }
+    catch (const std::filesystem::filesystem_error&)
+    {
+        fail(path, "the file of the polygon cannot be opened");
+    }
+}
 }  // namespace
 
 Polygon readPolygon(const std::string& path, const Math::Point<double, 3>& origin)
 {
-    std::ifstream file(toPath(path), std::ios::binary);
-    if (!file)
-    {
-        fail(path, "the file of the polygon cannot be opened");
-    }
+    const std::string text = readText(path);
     Polygon polygon;
-    std::array<char, kLongestLine + 1> buffer;
     std::size_t number = 0;
-    while (file.getline(buffer.data(), buffer.size()))
+    for (std::string_view rest = text; !rest.empty();)
     {
         if (++number > kMostLines)
         {
             fail(path, "there are more than " + std::to_string(kMostLines) + " lines");
         }
-        const auto length =
-            static_cast<std::size_t>(file.gcount()) - (file.eof() ? 0U : 1U);  // the line feed
-        const std::string_view line(buffer.data(), length);
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        if (line.size() > kLongestLine)
+        {
+            fail(
+                path,
+                "line " + std::to_string(number) + " has more than " + std::to_string(kLongestLine) +
+                    " characters"
+            );
+        }
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
         const std::size_t begin = line.find_first_not_of(" \t\r");
         if (begin == std::string_view::npos || line[begin] == '#')
         {
@@ -100,18 +128,6 @@ Polygon readPolygon(const std::string& path, const Math::Point<double, 3>& origi
                     error.what()
             );
         }
-    }
-    if (file.bad())
-    {
-        fail(path, "the file of the polygon cannot be read");
-    }
-    if (!file.eof())
-    {
-        fail(
-            path,
-            "line " + std::to_string(number + 1) + " has more than " + std::to_string(kLongestLine) +
-                " characters"
-        );
     }
     return polygon;
 }

@@ -164,20 +164,20 @@ bool EntwineTree::readTile(
 
 std::optional<bool> EntwineTree::hasWideColors(const std::stop_token& stopToken) const
 {
-    const std::scoped_lock lock(mWideColorsMutex);
-    if (!mWideColors)
+    const auto isDeclared = [](const Dimension& channel) { return channel.maximum.has_value(); };
+    if (std::ranges::all_of(*mLayout.rgb, isDeclared))
     {
-        const auto isDeclared = [](const Dimension& channel) { return channel.maximum.has_value(); };
-        // Channels of laszip tiles have 16 bits whatever the schema says.
-        const auto isNarrow = [&](const Dimension& channel)
-        { return channel.size == 1 && mMetadata.dataType != DataType::Laszip; };
         const auto exceedsByte = [](const Dimension& channel) { return channel.maximum > 255.0; };
-        mWideColors = std::ranges::all_of(*mLayout.rgb, isDeclared)
-                          ? std::optional(std::ranges::any_of(*mLayout.rgb, exceedsByte))
-                      : std::ranges::all_of(*mLayout.rgb, isNarrow) ? std::optional(false)
-                                                                    : sampleWideColors(stopToken);
+        return std::ranges::any_of(*mLayout.rgb, exceedsByte);
     }
-    return mWideColors;
+    // Channels of laszip tiles have 16 bits whatever the schema says.
+    const auto isNarrow = [&](const Dimension& channel)
+    { return channel.size == 1 && mMetadata.dataType != DataType::Laszip; };
+    if (std::ranges::all_of(*mLayout.rgb, isNarrow))
+    {
+        return false;
+    }
+    return mWideColors.get([&] { return sampleWideColors(stopToken); });
 }
 
 // Looks at the root's points, or at those of the first node with points on the way down from it. The answer

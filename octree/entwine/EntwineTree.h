@@ -5,12 +5,12 @@
 #include "octree/entwine/FileSystemLocation.h"
 #include "octree/entwine/Hierarchy.h"
 #include "octree/entwine/Metadata.h"
+#include "octree/entwine/RememberedAnswer.h"
 #include "octree/entwine/TileLayout.h"
 #include "octree/entwine/TileReader.h"
 #include "octree/entwine/decodeTile.h"
 
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <stop_token>
 
@@ -59,7 +59,6 @@ private:
     Hierarchy mHierarchy;
     TileReader mTiles;
 
-    mutable std::mutex mWideColorsMutex;      // guards mWideColors, held while a tile is sampled
-    mutable std::optional<bool> mWideColors;  // unknown until colours are asked for
+    RememberedAnswer<bool> mWideColors;  // of the points, where the schema does not say
 };
 }  // namespace Entwine

@@ -1,5 +1,6 @@
 #include "octree/entwine/HierarchyFile.h"
 
+#include "core/shownText.h"
 #include "octree/entwine/nodeKey.h"
 #include "octree/fileError.h"
 
@@ -19,12 +20,6 @@ using nlohmann::json;
 using Octree::OctreeNodeId;
 
 constexpr double kMaxCount = std::numeric_limits<std::uint32_t>::max();
-constexpr std::size_t kShownKeyLength = 60;  // a hostile key may be megabytes long
-
-std::string shown(const std::string& key)
-{
-    return '"' + key.substr(0, kShownKeyLength) + '"';
-}
 
 /// Takes the entries while the text is parsed, so that nothing but them is ever kept.
 class EntryReader final : public nlohmann::json_sax<json>
@@ -40,8 +35,8 @@ public:
         if (!id)
         {
             throw std::runtime_error(
-                "bad node key " + shown(name) +
-                ", expected \"D-X-Y-Z\" with D from 0 to 21 and X, Y, Z from 0 to below 2^D"
+                "bad node key \"" + Core::shownText(name) +
+                "\", expected \"D-X-Y-Z\" with D from 0 to 21 and X, Y, Z from 0 to below 2^D"
             );
         }
         mEntries.push_back({*id, 0});

@@ -7,6 +7,7 @@
 #include "octree/entwine/zstdDecode.h"
 #include "octree/fileError.h"
 #include "octree/kMaxPointsPerNode.h"
+#include "octree/unpackedSize.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -18,9 +19,6 @@ namespace Entwine
 {
 namespace
 {
-// Real tiles have up to some hundred thousand points of some tens of bytes.
-constexpr std::uint64_t kMaxTileSize = std::uint64_t{1} << 30U;
-
 const char* extension(DataType dataType)
 {
     switch (dataType)
@@ -47,7 +45,7 @@ std::uint64_t largestLaz(std::uint64_t pointCount)
 {
     constexpr std::uint64_t kHeaders = 16U << 20U;  // records on coordinate systems and the like
     constexpr std::uint64_t kPoint = 2048;
-    return std::min(kMaxTileSize, kHeaders + pointCount * kPoint);
+    return std::min(Octree::kMaxUnpackedSize, kHeaders + pointCount * kPoint);
 }
 
 std::string expectation(std::uint64_t pointCount, std::uint64_t bytesPerPoint)
@@ -58,11 +56,11 @@ std::string expectation(std::uint64_t pointCount, std::uint64_t bytesPerPoint)
 
 void checkRows(std::uint64_t pointCount, std::uint64_t bytesPerPoint)
 {
-    if (pointCount * bytesPerPoint > kMaxTileSize)  // 32 bits times at most 8192
+    if (pointCount * bytesPerPoint > Octree::kMaxUnpackedSize)  // 32 bits times at most 8192
     {
         throw std::runtime_error(
             expectation(pointCount, bytesPerPoint) + " are too many, expected at most " +
-            std::to_string(kMaxTileSize) + " bytes"
+            std::to_string(Octree::kMaxUnpackedSize) + " bytes"
         );
     }
 }

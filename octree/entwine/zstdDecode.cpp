@@ -1,33 +1,23 @@
 #include "octree/entwine/zstdDecode.h"
 
+#include "octree/unpackedSize.h"
+
 #include <zstd.h>
 
-#include <algorithm>
 #include <memory>
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <zstd_errors.h>
 
 namespace Entwine
 {
 namespace
 {
-constexpr int kMaxWindowLog = 27;                // the most that decoders have to accept, 128 MiB
-constexpr std::size_t kFirstStep = 256U << 10U;  // bytes of output before a first growth
-constexpr std::size_t kStopStep = 4U << 20U;     // bytes of output between two looks at the stop token
-
 struct FreeDecoder
 {
     void operator()(ZSTD_DCtx* decoder) const noexcept { ZSTD_freeDCtx(decoder); }
 };
-
-void checkResult(std::size_t result)
-{
-    if (ZSTD_isError(result) != 0)
-    {
-        throw std::runtime_error(std::string("broken Zstandard frame: ") + ZSTD_getErrorName(result));
-    }
-}
 
 std::string expectedSize(std::size_t size)
 {
@@ -49,15 +39,23 @@ void checkDeclaredSize(std::span<const std::byte> in, std::size_t size)
     }
 }
 
-std::unique_ptr<ZSTD_DCtx, FreeDecoder> makeDecoder()
+/// Goes along the blocks of the frame without unpacking them.
+void checkStoredSize(std::span<const std::byte> in)
 {
-    std::unique_ptr<ZSTD_DCtx, FreeDecoder> decoder(ZSTD_createDCtx());
-    if (!decoder)
+    const std::size_t stored = ZSTD_findFrameCompressedSize(in.data(), in.size());
+    if (ZSTD_isError(stored) != 0)
     {
-        throw std::bad_alloc();
+        throw std::runtime_error(
+            "Zstandard frame is truncated or broken after " + std::to_string(in.size()) +
+            " bytes: " + ZSTD_getErrorName(stored)
+        );
     }
-    checkResult(ZSTD_DCtx_setParameter(decoder.get(), ZSTD_d_windowLogMax, kMaxWindowLog));
-    return decoder;
+    if (stored != in.size())
+    {
+        throw std::runtime_error(
+            std::to_string(in.size() - stored) + " bytes follow the end of the Zstandard frame"
+        );
+    }
 }
 }  // namespace
 
@@ -69,46 +67,37 @@ bool zstdDecode(
 )
 {
     checkDeclaredSize(in, size);
-    const std::unique_ptr<ZSTD_DCtx, FreeDecoder> decoder = makeDecoder();
-    ZSTD_inBuffer input{in.data(), in.size(), 0};
-    out.resize(std::min(size, std::max(out.capacity(), kFirstStep)));
-    std::size_t written = 0;
-    for (;;)
+    checkStoredSize(in);
+    if (size > Octree::largestUnpackedSize(in.size()))
     {
-        if (stopToken.stop_requested())
-        {
-            return false;
-        }
-        if (written == out.size() && written < size)
-        {
-            out.resize(written <= size / 2 ? written * 2 : size);
-        }
-        // With all bytes out there must be room for one too many, else the decoder could not show it.
-        std::byte excess{};
-        const bool full = written == size;
-        ZSTD_outBuffer output{full ? &excess : out.data() + written, 1, 0};
-        if (!full)
-        {
-            output.size = std::min(out.size() - written, kStopStep);
-        }
-        const std::size_t inputBefore = input.pos;
-        const std::size_t result = ZSTD_decompressStream(decoder.get(), &output, &input);
-        checkResult(result);
-        if (full && output.pos > 0)
-        {
-            throw std::runtime_error("Zstandard frame unpacks to more bytes" + expectedSize(size));
-        }
-        written += output.pos;
-        if (result == 0)
-        {
-            break;
-        }
-        if (output.pos == 0 && input.pos == inputBefore && input.pos == input.size)
-        {
-            throw std::runtime_error(
-                "Zstandard frame is truncated: it goes on after " + std::to_string(in.size()) + " bytes"
-            );
-        }
+        throw std::runtime_error(
+            "Zstandard frame of " + std::to_string(in.size()) + " bytes is too short" + expectedSize(size) +
+            " unpacked"
+        );
+    }
+    if (stopToken.stop_requested())
+    {
+        return false;
+    }
+    const std::unique_ptr<ZSTD_DCtx, FreeDecoder> decoder(ZSTD_createDCtx());
+    if (!decoder)
+    {
+        throw std::bad_alloc();
+    }
+    if (out.capacity() < size)
+    {
+        std::vector<std::byte>().swap(out);  // so that there are never two
+    }
+    out.resize(size);
+    const std::size_t written =
+        ZSTD_decompressDCtx(decoder.get(), out.data(), out.size(), in.data(), in.size());
+    if (ZSTD_isError(written) != 0)
+    {
+        throw std::runtime_error(
+            ZSTD_getErrorCode(written) == ZSTD_error_dstSize_tooSmall
+                ? "Zstandard frame unpacks to more bytes" + expectedSize(size)
+                : std::string("broken Zstandard frame: ") + ZSTD_getErrorName(written)
+        );
     }
     if (written != size)
     {
@@ -116,12 +105,6 @@ bool zstdDecode(
             "Zstandard frame unpacks to " + std::to_string(written) + " bytes" + expectedSize(size)
         );
     }
-    if (input.pos != input.size)
-    {
-        throw std::runtime_error(
-            std::to_string(input.size - input.pos) + " bytes follow the end of the Zstandard frame"
-        );
-    }
-    return true;
+    return !stopToken.stop_requested();
 }
 }  // namespace Entwine

@@ -82,10 +82,15 @@ bool FileLoader::readHierarchyChunk(
     {
         return false;
     }
-    checkRange(mHierarchy, "a hierarchy chunk", offset, size, kMaxHierarchyChunkSize);
+    checkHierarchyChunk(offset, size);
     out.resize(static_cast<std::size_t>(size));
     mHierarchy.readAt(offset, out);
     return true;
+}
+
+void FileLoader::checkHierarchyChunk(std::uint64_t offset, std::uint64_t size) const
+{
+    checkRange(mHierarchy, "a hierarchy chunk", offset, size, kMaxHierarchyChunkSize);
 }
 
 bool FileLoader::readOctreeChunk(

@@ -60,6 +60,10 @@ public:
         const Node& node, std::uint64_t maxSize, std::vector<std::byte>& out, std::stop_token stopToken
     ) const;
 
+    /// Looks at the place of a hierarchy chunk without reading it.
+    /// @throws std::runtime_error  naming the file, as readHierarchyChunk()
+    OCTREE_API void checkHierarchyChunk(std::uint64_t offset, std::uint64_t size) const;
+
     const std::filesystem::path& hierarchyFile() const noexcept { return mHierarchy.path(); }
 
     const std::filesystem::path& octreeFile() const noexcept { return mOctree.path(); }

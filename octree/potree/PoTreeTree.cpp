@@ -1,14 +1,18 @@
 #include "octree/potree/PoTreeTree.h"
 
 #include "core/brotliDecode.h"
+#include "core/errorReason.h"
 #include "core/toUtf8.h"
 #include "octree/ScratchLoan.h"
 #include "octree/fileError.h"
 #include "octree/kMaxPointsPerNode.h"
 #include "octree/potree/decodePoints.h"
 #include "octree/potree/parseHierarchyChunk.h"
+#include "octree/unpackedSize.h"
 
+#include <algorithm>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -21,11 +25,12 @@ using Octree::OctreeNodeId;
 
 constexpr std::size_t kExpectedNodes = 4000;  // what a view of a large cloud touches
 
-// Real nodes have up to some hundred thousand points of some tens of bytes.
-constexpr std::uint64_t kMaxUnpackedSize = std::uint64_t{1} << 30U;
-
-// Record and data may disagree on the count in a damaged file; the data are believed as far as this.
+// Record and data may disagree on the count in a damaged file; the data are believed as far as this. In files
+// that are whole they agree.
 constexpr std::uint64_t kUnpackedSlack = 64U << 10U;
+
+// What a stream of bytes that do not compress is longer than they.
+constexpr std::uint64_t kStoredSlack = 64U << 10U;
 
 constexpr std::uint8_t kAllVisibleFlag = 1;
 constexpr std::uint8_t kAllHiddenFlag = 2;
@@ -143,12 +148,13 @@ std::shared_ptr<Node> PoTreeTree::loadChunk(
                 " bytes, expected at least " + std::to_string(kHierarchyRecordSize)
         );
     }
+    mLoader.checkHierarchyChunk(offset, size);
+    claimChunk(first, offset, size);
     std::vector<std::byte> bytes;
     if (!mLoader.readHierarchyChunk(offset, size, bytes, std::move(stopToken)))
     {
         return nullptr;
     }
-    claimChunk(first, offset, size);
     std::shared_ptr<Node> node = parseHierarchyChunk(bytes, first, box, mLoader.hierarchyFile());
     if (node->type == NodeType::Proxy)
     {
@@ -162,7 +168,7 @@ std::shared_ptr<Node> PoTreeTree::loadChunk(
 
 void PoTreeTree::claimChunk(const OctreeNodeId& owner, std::uint64_t offset, std::uint64_t size) const
 {
-    const std::uint64_t end = offset + size;  // the chunk has been read, so this does not overflow
+    const std::uint64_t end = offset + size;  // within the file, so this does not overflow
     const std::scoped_lock lock(mClaimsMutex);
     const auto next = mClaims.upper_bound(offset);
     const auto fail = [&](const OctreeNodeId& other)
@@ -204,34 +210,45 @@ std::uint64_t PoTreeTree::largestUnpackedSize(const Node& node) const
         );
     }
     const std::uint64_t size = node.pointCount * mLayout.bytesPerPoint;  // 32 bits times at most 4 million
-    if (size > kMaxUnpackedSize)
+    if (size > Octree::kMaxUnpackedSize)
     {
         throw Octree::fileError(
             mLoader.hierarchyFile(),
             "node " + node.id.name() + " has " + std::to_string(node.pointCount) + " points of " +
                 std::to_string(mLayout.bytesPerPoint) + " bytes, expected at most " +
-                std::to_string(kMaxUnpackedSize) + " bytes"
+                std::to_string(Octree::kMaxUnpackedSize) + " bytes"
         );
     }
-    return size + kUnpackedSlack;
+    return std::min(size + kUnpackedSlack, Octree::kMaxPointsPerNode * mLayout.bytesPerPoint);
 }
 
-std::span<const std::byte> PoTreeTree::unpacked(
-    const Node& node, std::span<const std::byte> stored, std::vector<std::byte>& buffer
+std::optional<std::span<const std::byte>> PoTreeTree::unpacked(
+    const Node& node,
+    std::uint64_t largestSize,
+    const Octree::ScratchLoan& scratch,
+    const std::stop_token& stopToken
 ) const
 {
-    std::span<const std::byte> bytes = stored;
+    std::span<const std::byte> bytes = scratch.stored;
     if (mMetadata.encoding == Encoding::Brotli)
     {
+        const auto limit =
+            static_cast<std::size_t>(std::min(largestSize, Octree::largestUnpackedSize(bytes.size())));
+        scratch.reserveUnpacked(limit);
         try
         {
-            Core::brotliDecode(stored, buffer, static_cast<std::size_t>(largestUnpackedSize(node)));
+            if (!Core::brotliDecode(bytes, scratch.unpacked, limit, stopToken))
+            {
+                return std::nullopt;
+            }
         }
         catch (const std::runtime_error& error)
         {
-            throw Octree::fileError(mLoader.octreeFile(), "node " + node.id.name() + ": " + error.what());
+            throw Octree::fileError(
+                mLoader.octreeFile(), "node " + node.id.name() + ": " + Core::errorReason(error.what())
+            );
         }
-        bytes = buffer;
+        bytes = scratch.unpacked;
     }
     if (bytes.size() % mLayout.bytesPerPoint != 0)
     {
@@ -278,9 +295,16 @@ bool PoTreeTree::getNodePointData(
     }
 
     const Octree::ScratchLoan scratch;
-    const std::uint64_t maxSize =
-        largestUnpackedSize(*node);  // the slack covers streams that do not compress
-    if (!mLoader.readOctreeChunk(*node, maxSize, scratch.stored, stopToken) || stopToken.stop_requested())
+    const std::uint64_t largestSize = largestUnpackedSize(*node);
+    const std::uint64_t largestStored =
+        mMetadata.encoding == Encoding::Brotli ? largestSize + kStoredSlack : largestSize;
+    if (!mLoader.readOctreeChunk(*node, largestStored, scratch.stored, stopToken) ||
+        stopToken.stop_requested())
+    {
+        return false;
+    }
+    const std::optional<std::span<const std::byte>> bytes = unpacked(*node, largestSize, scratch, stopToken);
+    if (!bytes)
     {
         return false;
     }
@@ -289,7 +313,7 @@ bool PoTreeTree::getNodePointData(
     const Math::Point<double, 3> shift{
         mMetadata.offset.x - origin.x, mMetadata.offset.y - origin.y, mMetadata.offset.z - origin.z};
     const PointConversion conversion{mMetadata.scale, shift, unitScale, mMetadata.hasWideColors()};
-    decodePoints(mLayout, conversion, unpacked(*node, scratch.stored, scratch.unpacked), attributes, out);
+    decodePoints(mLayout, conversion, *bytes, attributes, out);
     return true;
 }
 }  // namespace PoTree

@@ -2,6 +2,7 @@
 
 #include "core/LruCache.h"
 #include "octree/Export.h"
+#include "octree/ScratchLoan.h"
 #include "octree/Tree.h"
 #include "octree/potree/FileLoader.h"
 #include "octree/potree/FileSystemLocation.h"
@@ -13,8 +14,9 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <span>
 #include <stop_token>
-#include <vector>
 
 namespace PoTree
 {
@@ -28,9 +30,8 @@ struct PoTreeLimits
 /// Reads an octree of three files: metadata.json, hierarchy.bin, octree.bin.
 ///
 /// Hierarchy chunks are read when a lookup reaches them. Each byte range of hierarchy.bin belongs to the
-/// first node that claims it, so proxies that share a chunk or lead back to one are an error, and a walk
-/// over the whole tree ends.
-/// Threads  all operations from any threads at once.
+/// first node that claims it, so proxies that share a chunk or lead back to one are an error before anything
+/// is read, and a walk over the whole tree ends. Threads  all operations from any threads at once.
 class OCTREE_API PoTreeTree final : public Octree::Tree, public PoTreeLimits
 {
 public:
@@ -75,8 +76,11 @@ private:
     void claimChunk(const Octree::OctreeNodeId& owner, std::uint64_t offset, std::uint64_t size) const;
 
     std::uint64_t largestUnpackedSize(const Node& node) const;
-    std::span<const std::byte> unpacked(
-        const Node& node, std::span<const std::byte> stored, std::vector<std::byte>& buffer
+    std::optional<std::span<const std::byte>> unpacked(
+        const Node& node,
+        std::uint64_t largestSize,
+        const Octree::ScratchLoan& scratch,
+        const std::stop_token& stopToken
     ) const;
 
     Metadata mMetadata;

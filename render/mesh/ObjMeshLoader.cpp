@@ -1,22 +1,23 @@
 #include "render/mesh/ObjMeshLoader.h"
 
+#include "core/errorReason.h"
+#include "core/isReservedName.h"
+#include "core/shownText.h"
 #include "core/toUtf8.h"
+#include "render/mesh/ObjLines.h"
 
 #include <Eigen/Core>
 #include <Eigen/Geometry>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <fstream>
 #include <iostream>
-#include <map>
 #include <span>
 #include <stdexcept>
-#include <streambuf>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -31,113 +32,61 @@ namespace
 constexpr std::size_t kCornersPerFace = 3;
 constexpr const char* kMessagePrefix = "TinyObjReader: ";
 
-// Cutting a face into triangles takes the library at least the square of its corners.
-constexpr std::size_t kMostCornersPerFace = 1000;
+constexpr std::size_t kMostShownWarnings = 20;       // lines
+constexpr std::size_t kLongestShownWarning = 200;    // bytes
+constexpr std::size_t kLongestShownShapeName = 100;  // bytes
 
-/// The bytes of an OBJ file without what would cost the library too much: every tag line has become a
-/// comment, since tags have no meaning for triangles and the library takes as much memory for one as its line
-/// asks for; and the file ends before a face of too many corners.
-class TamedLines : public std::streambuf
+std::string inBrackets(const std::filesystem::path& path)
 {
-public:
-    explicit TamedLines(std::istream& file) : mFile(file) {}
+    return "[" + Core::toUtf8(path) + "]";
+}
 
-    /// The line, from 1, with the face of too many corners; 0 when there was none.
-    std::size_t lineOfTooManyCorners() const noexcept { return mLineOfTooManyCorners; }
-
-protected:
-    int_type underflow() override
-    {
-        if (mLineOfTooManyCorners != 0)
-        {
-            return traits_type::eof();
-        }
-        mFile.read(mBuffer.data(), static_cast<std::streamsize>(mBuffer.size()));
-        const auto size = static_cast<std::size_t>(mFile.gcount());
-        for (std::size_t i = 0; i < size && mLineOfTooManyCorners == 0; ++i)
-        {
-            tame(mBuffer[i]);
-        }
-        if (mLineOfTooManyCorners != 0)
-        {
-            return traits_type::eof();
-        }
-        setg(mBuffer.data(), mBuffer.data(), mBuffer.data() + size);
-        return size == 0 ? traits_type::eof() : traits_type::to_int_type(mBuffer.front());
-    }
-
-private:
-    void tame(char& c)
-    {
-        const bool isBlank = c == ' ' || c == '\t';
-        if (mAtLineStart && c == 't')
-        {
-            c = '#';
-        }
-        if (mAtLineStart && !isBlank)
-        {
-            mIsFace = c == 'f';
-            mCornerCount = 0;
-        }
-        else if (mIsFace && mAfterBlank && !isBlank && c != '\n' && c != '\r')
-        {
-            ++mCornerCount;
-            mLineOfTooManyCorners = mCornerCount > kMostCornersPerFace ? mLine : 0;
-        }
-        mLine += c == '\n' ? 1 : 0;
-        mAtLineStart = c == '\n' || c == '\r' || (mAtLineStart && isBlank);
-        mAfterBlank = isBlank;
-    }
-
-    std::istream& mFile;
-    std::array<char, 65536> mBuffer{};
-    std::size_t mLine = 1;
-    std::size_t mCornerCount = 0;  // of the face so far
-    std::size_t mLineOfTooManyCorners = 0;
-    bool mAtLineStart = true;
-    bool mIsFace = false;
-    bool mAfterBlank = false;
-};
-
-/// Finds material files in one folder, and nowhere else, whatever the OBJ file calls them.
-class MaterialsOfFolder : public tinyobj::MaterialReader
+/// Warnings fit for the output, each on a line of its own.
+std::string shownWarnings(std::string_view text)
 {
-public:
-    explicit MaterialsOfFolder(std::filesystem::path folder) : mFolder(std::move(folder)) {}
-
-    bool operator()(
-        const std::string& name,
-        std::vector<tinyobj::material_t>* materials,
-        std::map<std::string, int>* indices,
-        std::string* warning,
-        std::string* error
-    ) override
+    std::string shown;
+    std::size_t count = 0;
+    while (!text.empty())
     {
-        std::ifstream file;
+        if (++count > kMostShownWarnings)
+        {
+            return shown + "...\n";
+        }
+        const std::string_view line = text.substr(0, text.find('\n'));
+        shown += Core::shownText(line, kLongestShownWarning) + '\n';
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+    }
+    return shown;
+}
+
+/// Warns of material files that are not in the folder of the mesh. They are looked for and never opened:
+/// materials have no effect.
+std::string missingMaterialsWarning(
+    const std::vector<std::string>& names, const std::filesystem::path& folder
+)
+{
+    std::string warning;
+    for (const std::string& name : names)
+    {
+        bool isThere = false;
         try
         {
-            const std::filesystem::path path = mFolder / std::filesystem::path(name).filename();
-            if (std::filesystem::is_regular_file(path))
-            {
-                file.open(path, std::ios::binary);
-            }
+            const std::filesystem::path file = std::filesystem::path(name).filename();
+            isThere =
+                !Core::isReservedName(Core::toUtf8(file)) && std::filesystem::is_regular_file(folder / file);
         }
         catch (const std::system_error&)
         {
-            // A name that no file of this system can have: the warning below is for it as well.
+            // A name that no file of this system can have.
         }
-        if (!file.is_open())
+        if (!isThere)
         {
-            *warning += "Material file [ " + name + " ] not found in the folder of the mesh.\n";
-            return false;
+            warning +=
+                "Material file [ " + Core::shownText(name) + " ] not found in the folder of the mesh.\n";
         }
-        tinyobj::LoadMtl(indices, materials, &file, warning, error);
-        return true;
     }
-
-private:
-    std::filesystem::path mFolder;
-};
+    return warning;
+}
 
 /// A file as the library has parsed it.
 struct ParsedObj
@@ -146,26 +95,37 @@ struct ParsedObj
     std::vector<tinyobj::shape_t> shapes;
 };
 
+ObjLines openLines(const std::filesystem::path& path)
+{
+    std::error_code ignored;
+    const std::filesystem::file_status status = std::filesystem::status(path, ignored);
+    const bool isOther = std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
+    if (isOther)
+    {
+        throw std::runtime_error(
+            kMessagePrefix + ("Cannot open file " + inBrackets(path) + ": it is no regular file\n")
+        );
+    }
+    try
+    {
+        return ObjLines(path);
+    }
+    catch (const std::runtime_error&)
+    {
+        throw std::runtime_error(kMessagePrefix + ("Cannot open file " + inBrackets(path) + "\n"));
+    }
+}
+
 /// Leaves the shapes empty when parsing fails without a reason.
 ParsedObj parse(const std::filesystem::path& path)
 {
-    std::error_code ignored;
-    std::ifstream file;
-    if (!std::filesystem::is_directory(path, ignored))
-    {
-        file.open(path, std::ios::binary);
-    }
-    if (!file.is_open())
-    {
-        throw std::runtime_error(kMessagePrefix + ("Cannot open file [" + Core::toUtf8(path) + "]\n"));
-    }
-    TamedLines lines(file);
+    ObjLines lines = openLines(path);
     std::istream stream(&lines);
-    MaterialsOfFolder materialReader(path.parent_path());
     ParsedObj result;
     std::vector<tinyobj::material_t> materials;
     std::string warning;
     std::string error;
+    constexpr tinyobj::MaterialReader* kNoMaterials = nullptr;
     constexpr bool kTriangulate = true;
     constexpr bool kWhiteWithoutColor = true;
     const bool isParsed = tinyobj::LoadObj(
@@ -175,25 +135,25 @@ ParsedObj parse(const std::filesystem::path& path)
         &warning,
         &error,
         &stream,
-        &materialReader,
+        kNoMaterials,
         kTriangulate,
         kWhiteWithoutColor
     );
-    if (lines.lineOfTooManyCorners() != 0)
+    if (!lines.failure().empty())
     {
-        throw std::runtime_error(
-            kMessagePrefix + ("[" + Core::toUtf8(path) + "] has a face of more than ") +
-            std::to_string(kMostCornersPerFace) + " corners in line " +
-            std::to_string(lines.lineOfTooManyCorners()) + "\n"
-        );
+        throw std::runtime_error(kMessagePrefix + inBrackets(path) + " " + lines.failure() + "\n");
     }
     if (!isParsed && !error.empty())
     {
-        throw std::runtime_error(kMessagePrefix + error);
+        error.erase(error.find_last_not_of(" \n") + 1);
+        throw std::runtime_error(
+            kMessagePrefix + Core::errorReason(error) + " In file " + inBrackets(path) + "\n"
+        );
     }
+    warning = missingMaterialsWarning(lines.materialFiles(), path.parent_path()) + warning;
     if (!warning.empty())
     {
-        std::cout << kMessagePrefix << warning << std::flush;
+        std::cout << kMessagePrefix << shownWarnings(warning) << std::flush;
     }
     if (!isParsed)
     {
@@ -268,14 +228,13 @@ private:
 
     static void shadeFlat(std::span<VertexPosNormalTexCoordColor, kCornersPerFace> face)
     {
-        const auto edgeTo = [&face](std::size_t corner)
+        Eigen::Vector3f normal = edgeProduct<float>(face);
+        const float squaredLength = normal.squaredNorm();
+        if (!std::isfinite(squaredLength))  // edges of some thousand million units or more
         {
-            const Math::Point<float, 3>& from = face[0].position;
-            const Math::Point<float, 3>& to = face[corner].position;
-            return Eigen::Vector3f(to.x - from.x, to.y - from.y, to.z - from.z);
-        };
-        Eigen::Vector3f normal = edgeTo(1).cross(edgeTo(2));
-        if (normal.squaredNorm() > 0.0F)
+            normal = edgeProduct<double>(face).normalized().cast<float>();
+        }
+        else if (squaredLength > 0.0F)
         {
             normal.normalize();
         }
@@ -283,6 +242,22 @@ private:
         {
             corner.normal = {normal.x(), normal.y(), normal.z()};
         }
+    }
+
+    template <class Number>
+    static Eigen::Vector3<Number> edgeProduct(
+        std::span<const VertexPosNormalTexCoordColor, kCornersPerFace> face
+    )
+    {
+        const auto edgeTo = [&face](std::size_t corner)
+        {
+            const Math::Point<float, 3>& from = face[0].position;
+            const Math::Point<float, 3>& to = face[corner].position;
+            return Eigen::Vector3<Number>(
+                Number{to.x} - Number{from.x}, Number{to.y} - Number{from.y}, Number{to.z} - Number{from.z}
+            );
+        };
+        return edgeTo(1).cross(edgeTo(2));
     }
 
     /// Where the values of an index start; they exist and, if asked for, are finite.
@@ -317,8 +292,8 @@ private:
     [[noreturn]] void fail(const std::string& reason) const
     {
         throw std::runtime_error(
-            "Error: cannot read " + Core::toUtf8(mPath) + " as a mesh: shape \"" + mShape.name + "\" " +
-            reason
+            "Error: cannot read " + Core::toUtf8(mPath) + " as a mesh: shape \"" +
+            Core::shownText(mShape.name, kLongestShownShapeName) + "\" " + reason
         );
     }
 

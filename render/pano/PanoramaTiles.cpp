@@ -51,12 +51,10 @@ void PanoramaTiles::withdrawLoad()
 
 bool PanoramaTiles::loadLevels(const std::stop_token& stopToken, const std::function<void()>& onTile)
 {
-    const auto fetchDepth = [this](const PanoramaLoader::TileIndex& index) {
-        return DepthTile{index, mLoader->depthImageTile(index)};
-    };
-    const auto fetchColor = [this](const PanoramaLoader::TileIndex& index) {
-        return ColorTile{index, mLoader->colorImageTile(index)};
-    };
+    const auto fetchDepth = [&](const PanoramaLoader::TileIndex& index)
+    { return mLoader->fetchDepthTile(index, stopToken); };
+    const auto fetchColor = [&](const PanoramaLoader::TileIndex& index)
+    { return mLoader->fetchColorTile(index, stopToken); };
 
     const std::uint64_t depthLevelCount = mLoader->numDepthLevels();
     const std::uint64_t colorLevelCount = mLoader->numColorLevels();
@@ -88,11 +86,15 @@ bool PanoramaTiles::loadLevel(
 {
     for (const PanoramaLoader::TileIndex& index : mLoader->tileIndices(level))
     {
-        Tile tile = fetch(index);
-        check(level, index, tile.image.width(), tile.image.height());
+        auto image = fetch(index);
+        if (!image)
+        {
+            return false;
+        }
+        check(level, index, image->width(), image->height());
         {
             const std::scoped_lock lock(mMutex);
-            (mPending.*tiles).push_back(std::move(tile));
+            (mPending.*tiles).push_back({index, *std::move(image)});
             mRequestFrame();
             if (onTile)
             {

@@ -54,7 +54,7 @@ public:
     /// Fetches all tiles, of each level those of depth before those of colour.
     /// @param onTile  called after each tile, while the tiles are locked; may be empty
     /// @returns       NoSource without a loader, Stopped after a stop request, which is looked at after each
-    ///                tile, otherwise Complete
+    ///                tile and by loaders within one, otherwise Complete
     /// @throws        what the loader throws, and std::runtime_error for a tile of another level or larger
     /// than
     ///                the tiles of its level; the state then is Failed and the error kept

@@ -52,11 +52,11 @@ struct Tint
     double g = 1;
     double b = 1;
 
-    friend constexpr Tint operator*(Tint a, Tint b) noexcept { return {a.r * b.r, a.g * b.g, a.b * b.b}; }
+    friend constexpr Tint operator*(Tint x, Tint y) noexcept { return {x.r * y.r, x.g * y.g, x.b * y.b}; }
 
     friend constexpr Tint operator*(Tint a, double s) noexcept { return {a.r * s, a.g * s, a.b * s}; }
 
-    friend constexpr Tint operator+(Tint a, Tint b) noexcept { return {a.r + b.r, a.g + b.g, a.b + b.b}; }
+    friend constexpr Tint operator+(Tint x, Tint y) noexcept { return {x.r + y.r, x.g + y.g, x.b + y.b}; }
 };
 
 constexpr Tint mix(Tint a, Tint b, double t) noexcept

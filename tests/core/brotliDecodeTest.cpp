@@ -6,9 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <latch>
 #include <limits>
 #include <random>
 #include <stdexcept>
+#include <stop_token>
 #include <thread>
 #include <vector>
 
@@ -141,6 +143,54 @@ TEST(BrotliDecode, TakesNoMemoryAboveTheBoundForABomb)
 
     EXPECT_LE(out.capacity(), kBound);
     EXPECT_TRUE(out.empty());
+}
+
+TEST(BrotliDecode, FillsMemoryThatWasReservedWithoutTakingMore)
+{
+    const Bytes bytes = randomBytes(1'000'000, 7, 9);
+    Bytes out;
+    out.reserve(bytes.size());
+    const std::byte* const memory = out.data();
+
+    ASSERT_TRUE(Core::brotliDecode(compressed(bytes), out, bytes.size()));
+
+    EXPECT_EQ(out, bytes);
+    EXPECT_EQ(out.data(), memory);
+}
+
+TEST(BrotliDecode, AStopRequestBeforeLeavesNothing)
+{
+    std::stop_source stop;
+    stop.request_stop();
+    Bytes out(3);
+
+    EXPECT_FALSE(Core::brotliDecode(compressed(randomBytes(1000, 7, 4)), out, kNoBound, stop.get_token()));
+
+    EXPECT_TRUE(out.empty());
+}
+
+TEST(BrotliDecode, AStopRequestEndsAStreamThatIsBeingUnpacked)
+{
+    const Bytes bomb = compressed(Bytes(256U << 20U, std::byte{0}));
+    bool wasStopped = false;
+    for (int round = 0; round < 50 && !wasStopped; ++round)  // the thread below may come too late
+    {
+        std::stop_source stop;
+        Bytes out;
+        std::latch begins(2);
+        const std::jthread requester(
+            [&]
+            {
+                begins.arrive_and_wait();
+                stop.request_stop();
+            }
+        );
+        begins.arrive_and_wait();
+
+        wasStopped = !Core::brotliDecode(bomb, out, kNoBound, stop.get_token());
+    }
+
+    EXPECT_TRUE(wasStopped);
 }
 
 TEST(BrotliDecode, RefusesAStreamCutAnywhere)

@@ -340,6 +340,20 @@ TEST(ColorImage, TakesNoMemoryForPixelsThatTheFileCannotHold)
     );
 }
 
+TEST(ColorImage, WhatElseAFileHoldsDoesNotCountForItsPixels)
+{
+    const TemporaryFolder folder;
+    const std::string file = PlainPng::signature() + PlainPng::headerChunk({16384, 16384, 8, 6}) +
+                             PlainPng::chunk("teSt", std::string(2'000'000, '\0')) +
+                             PlainPng::pixelChunk(std::string(100000, '\0')) + PlainPng::chunk("IEND", "") +
+                             std::string(2'000'000, '\0');
+
+    EXPECT_THAT(
+        readError(folder.write("image.png", file)),
+        HasSubstr("cannot hold the announced 16384 x 16384 pixels")
+    );
+}
+
 TEST(ColorImage, ReadsAPictureThatCompressesAsMuchAsPossible)
 {
     const TemporaryFolder folder;

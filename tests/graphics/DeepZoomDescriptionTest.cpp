@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 
@@ -150,4 +151,33 @@ TEST(DeepZoomDescription, ErrorsNameTheFile)
         ),
         HasSubstr("c.dzi")
     );
+}
+
+TEST(DeepZoomDescription, TilesHaveAtMost4096PixelsOnASideWithTheirOverlap)
+{
+    EXPECT_EQ(errorOf(changed("'254'", "'4094'")), "(nothing was thrown)");
+    EXPECT_EQ(
+        errorOf(changed("'254'", "'4095'")),
+        "line 1: tiles have 4097 pixels on a side with their overlap, more than 4096"
+    );
+    EXPECT_EQ(
+        errorOf(changed("TileSize='254' Overlap='1'", "TileSize='4294967295' Overlap='4294967295'")),
+        "line 1: tiles have 12884901885 pixels on a side with their overlap, more than 4096"
+    );
+}
+
+TEST(DeepZoomDescription, ErrorsAreShortAndPrintableWhateverTheFileHolds)
+{
+    const std::string junk(60'000, 'x');
+    for (const std::string& text :
+         {changed("jpg", junk),
+          changed("jpg", "\x1B[2J\n"),
+          changed("'350'", "'" + junk + "'"),
+          changed("</Image>", "</" + junk + ">")})
+    {
+        const std::string error = errorOf(text);
+
+        EXPECT_LT(error.size(), 200U);
+        EXPECT_TRUE(std::ranges::all_of(error, [](char c) { return c >= ' ' && c <= '~'; })) << error;
+    }
 }

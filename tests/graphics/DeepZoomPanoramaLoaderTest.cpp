@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <limits>
 #include <stdexcept>
+#include <stop_token>
 #include <string>
 
 using Graphics::DeepZoomPanoramaLoader;
@@ -239,6 +240,43 @@ TEST_F(DeepZoomPanorama, TilesThatDoNotExistAreOutOfRange)
     EXPECT_THROW(loader.tileIndices(std::numeric_limits<std::uint64_t>::max()), std::out_of_range);
 }
 
+TEST_F(DeepZoomPanorama, AStopRequestEndsAFetchWithinATile)
+{
+    const auto damage = [this](const std::string& file)
+    {
+        std::string bytes = read(file);
+        bytes.at(bytes.size() - 13) ^=
+            1;  // of the check sum of the pixels, which stands before the last 12 bytes
+        write(file, bytes);
+    };
+    damage("color_files/7/0_0.png");
+    damage("depth_files/7/0_0.png");
+    DeepZoomPanoramaLoader loader(folder());
+    std::stop_source stop;
+    EXPECT_THROW(loader.fetchColorTile({1, 0, 0}, stop.get_token()), std::runtime_error);
+    EXPECT_THROW(loader.fetchDepthTile({1, 0, 0}, stop.get_token()), std::runtime_error);
+
+    stop.request_stop();
+
+    // The damage further on is not reached.
+    EXPECT_FALSE(loader.fetchColorTile({1, 0, 0}, stop.get_token()).has_value());
+    EXPECT_FALSE(loader.fetchDepthTile({1, 0, 0}, stop.get_token()).has_value());
+}
+
+TEST_F(DeepZoomPanorama, AStopRequestEndsAFetchWithinATileOfJpeg)
+{
+    writeJson("photo.dzi", "depth.dzi");
+    const std::string file = "photo_files/7/0_0.jpeg";
+    write(file, read(file).substr(0, read(file).size() - 20));
+    DeepZoomPanoramaLoader loader(folder());
+    std::stop_source stop;
+    EXPECT_THROW(loader.fetchColorTile({1, 0, 0}, stop.get_token()), std::runtime_error);
+
+    stop.request_stop();
+
+    EXPECT_FALSE(loader.fetchColorTile({1, 0, 0}, stop.get_token()).has_value());
+}
+
 TEST_F(DeepZoomPanorama, LevelsOfDifferentSizeAreRefusedWithBoth)
 {
     writeDzi("depth.dzi", 24, 96, 48, "png");
@@ -253,12 +291,12 @@ TEST_F(DeepZoomPanorama, LevelsThatNoTextureCanHoldAreNamed)
 
     EXPECT_THAT(openError(), HasSubstr("colour level "));
 
-    writeDzi("color.dzi", 10000, 20000, 10000, "png");
-    writeDzi("depth.dzi", 10000, 20000, 10000, "png");
+    writeDzi("color.dzi", 4000, 20000, 10000, "png");
+    writeDzi("depth.dzi", 4000, 20000, 10000, "png");
     EXPECT_THAT(
         openError(), HasSubstr("colour level 15 has 20000 x 10000 pixels, more than 16384 on a side")
     );
-    writeDzi("color.dzi", 1000000, 4294967295U, 4294967295U, "png");
+    writeDzi("color.dzi", 4000, 4294967295U, 4294967295U, "png");
     EXPECT_THAT(openError(), HasSubstr("more than 16384 on a side"));
 }
 

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <stdexcept>
 #include <string>
 
@@ -71,21 +72,11 @@ TEST(PanoramaDescription, WhatIsWrittenCanBeRead)
 
 TEST(PanoramaDescription, PathsThatLeaveTheFolderAreErrors)
 {
-    for (const std::string path :
-         {"../c.dzi",
-          "/c.dzi",
-          "a/../c.dzi",
-          "C:/c.dzi",
-          "c:c.dzi",
-          "a\\\\c.dzi",
-          "./c.dzi",
-          "a//c.dzi",
-          "",
-          "c.txt",
-          "a/",
-          "..",
-          "c\\u0000.dzi",
-          "c\\n.dzi"})
+    for (const std::string path : {"../c.dzi",   "/c.dzi",       "a/../c.dzi",   "C:/c.dzi", "c:c.dzi",
+                                   "a\\\\c.dzi", "./c.dzi",      "a//c.dzi",     "",         "c.txt",
+                                   "a/",         "..",           "c\\u0000.dzi", "c\\n.dzi",
+                                   "CON.dzi",  // devices of Windows, and names that it shortens
+                                   "nul/c.dzi",  "a/com1.x.dzi", "a./c.dzi",     "a /c.dzi", "c\\u202E.dzi"})
     {
         EXPECT_THAT(
             errorOf(
@@ -94,6 +85,36 @@ TEST(PanoramaDescription, PathsThatLeaveTheFolderAreErrors)
             HasSubstr("not the relative path of a .dzi file inside the folder")
         ) << path;
     }
+}
+
+TEST(PanoramaDescription, LongPathsAreErrorsOfBoundedLength)
+{
+    const auto errorOfPath = [](std::size_t size)
+    {
+        return errorOf(
+            R"({"version":1,"projection":"equirectangular","depth":"d.dzi","color":")" +
+            std::string(size - 4, 'x') + ".dzi\"}"
+        );
+    };
+
+    EXPECT_EQ(errorOfPath(200), "(nothing was thrown)");
+    EXPECT_LT(errorOfPath(201).size(), 150U);
+    EXPECT_LT(errorOfPath(500'000).size(), 150U);
+}
+
+TEST(PanoramaDescription, ManySiblingsTakeNoLongerThanTheirLength)
+{
+    std::string siblings = "{}";
+    for (int i = 0; i < 200'000; ++i)
+    {
+        siblings += ",{}";
+    }
+    const std::clock_t begin = std::clock();
+
+    EXPECT_EQ(parsePanoramaDescription(json(", \"x\": [" + siblings + "]")).color, "c.dzi");
+
+    // Tenths of a second of processor time; minutes when each sibling looks at all others.
+    EXPECT_LT(static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC, 20.0);
 }
 
 TEST(PanoramaDescription, WrongMembersAreErrors)

@@ -197,7 +197,7 @@ TEST(WritePanorama, LeavesNoOlderDescriptionOverTilesOfTwoPictures)
 TEST(WritePanorama, PicturesThatAreNoPanoramasAreRefused)
 {
     EXPECT_EQ(
-        refusal(gradient(4, 2), ramp(4, 2), 0), "Error: the tile size is 0, 1 to 16384 pixels are possible"
+        refusal(gradient(4, 2), ramp(4, 2), 0), "Error: the tile size is 0, 1 to 4096 pixels are possible"
     );
     EXPECT_EQ(
         refusal(ColorImage(), ramp(4, 2), 2),

@@ -228,7 +228,7 @@ TEST(EntwineTree, AHugeCountTakesNoMemory)
     {
         set.ept["schema"].push_back(dimensionEntry("extra" + std::to_string(i), "unsigned", 8));
     }
-    EXPECT_THAT(failureOf(set), HasSubstr("are too many, expected at most 1073741824 bytes"));
+    EXPECT_THAT(failureOf(set), HasSubstr("are too many, expected at most 268435456 bytes"));
 }
 
 TEST(EntwineTree, CoordinatesThatAreNotFiniteNameTheTile)
@@ -240,6 +240,27 @@ TEST(EntwineTree, CoordinatesThatAreNotFiniteNameTheTile)
     set.setTile("0-0-0-0.bin", row);
 
     EXPECT_THAT(failureOf(set), HasSubstr("0-0-0-0.bin: bad Z of a point"));
+}
+
+TEST(EntwineTree, AFailedLookAtTheColorsOfTheRootIsNotRepeated)
+{
+    EptTestSet set;
+    addColors(set);
+    set.setHierarchy("0-0-0-0", R"({"0-0-0-0": 1, "1-0-0-0": 1})");
+    set.setTile("0-0-0-0.bin", "too short");
+    set.setTile("1-0-0-0.bin", coloredRow(0x2000, 0, 0));
+    const EntwineTree tree(set.write());
+    const auto failure = [&]
+    { return messageOf<std::runtime_error>([&] { pointsOf(tree, nodeNamed("r0")); }); };
+    const std::string first = failure();
+    EXPECT_THAT(first, HasSubstr("0-0-0-0.bin: 9 bytes, expected 1 points"));
+
+    set.setTile("0-0-0-0.bin", coloredRow(0x1000, 0, 0));
+
+    EXPECT_EQ(failure(), first);  // nobody has looked again
+    NodePointColumns out;
+    EXPECT_TRUE(tree.getNodePointData(nodeNamed("r0"), Octree::kPositionAttribute, 1.0, out, {}));
+    EXPECT_EQ(out.positions.size(), 1U);
 }
 
 TEST(EntwineTree, AStopRequestLeavesTheOutputAsItIs)

@@ -374,6 +374,32 @@ TEST(HostileHierarchy, ProxiesThatShareAChunkCannotMultiplyNodes)
     EXPECT_NE(tree.findNode(nodeNamed("r0"), {}), nullptr);
 }
 
+#if defined(__linux__)
+/// Bytes that this process has read by system calls so far.
+std::uint64_t bytesReadByProcess()
+{
+    const std::string counters = TemporaryFolder::read("/proc/self/io");
+    return std::stoull(counters.substr(counters.find("rchar: ") + 7));
+}
+
+TEST(HostileHierarchy, ChunksThatOverlapAreRefusedWithoutBeingRead)
+{
+    constexpr std::uint64_t kChunk = 4U << 20U;
+    TestDataSet set;
+    set.hierarchy = hierarchyRecord(kNormal, 0b11, 1, 0, 0) + hierarchyRecord(kProxy, 0, 1, 66, kChunk) +
+                    hierarchyRecord(kProxy, 0, 1, 66, kChunk) + std::string(kChunk, '\0');
+    const PoTreeTree tree = opened(set.write(66));
+    const std::uint64_t atFirst = bytesReadByProcess();
+    ASSERT_NE(tree.findNode(nodeNamed("r0"), {}), nullptr);
+    const std::uint64_t before = bytesReadByProcess();
+    ASSERT_GE(before - atFirst, kChunk);
+
+    EXPECT_THAT(lookupError(tree, "r1"), HasSubstr("overlaps that of node r0,"));
+
+    EXPECT_LT(bytesReadByProcess() - before, kChunk / 4);
+}
+#endif
+
 TEST(HostileHierarchy, ChunksThatOverlapFromEitherSide)
 {
     TestDataSet set;

@@ -163,7 +163,7 @@ TEST(HostileNodeData, MorePointsThanMemoryShouldHold)
         readError(octree),
         AllOf(
             HasSubstr("hierarchy.bin: node r has 1000000 points of 4096 bytes"),
-            HasSubstr("expected at most 1073741824 bytes")
+            HasSubstr("expected at most 268435456 bytes")
         )
     );
 }
@@ -186,6 +186,50 @@ TEST(HostileNodeData, BrotliBomb)
     const auto octree = openedBrotli(set, 10, brotliEncoded(std::string(64U << 20U, '\0')));
 
     EXPECT_THAT(readError(*octree), AllOf(HasSubstr("octree.bin: node r: "), HasSubstr("65696")));
+}
+
+TEST(HostileNodeData, BrotliBombOfAsManyBytesAsTheRecordAnnounces)
+{
+    TestDataSet set("BROTLI");
+    set.metadata["attributes"].push_back(attributeEntry("huge", "uint8", 64));  // 80 bytes a point
+    const std::string bomb = brotliEncoded(std::string(80'000'000, '\0'));
+    ASSERT_LT(bomb.size(), 1000U);
+    const auto octree = openedBrotli(set, 1'000'000, bomb);
+
+    EXPECT_THAT(
+        readError(*octree),
+        AllOf(
+            HasSubstr("octree.bin: node r: Brotli stream unpacks to more than the expected 67108864"),
+            testing::Not(HasSubstr(": Error"))
+        )
+    );
+}
+
+TEST(HostileNodeData, BytesBeyondTheRecordsCountMakeNoMoreThanAMillionPoints)
+{
+    TestDataSet set("BROTLI");
+    const auto octree = openedBrotli(set, 1'000'000, brotliEncoded(std::string(16'000'016, '\0')));
+
+    EXPECT_THAT(readError(*octree), HasSubstr("unpacks to more than the expected 16000000 bytes"));
+}
+
+TEST(HostileNodeData, AStreamMayBeLongerThanThePointsInIt)
+{
+    std::mt19937 random(7);
+    std::string bytes(1'600'000, '\0');
+    for (char& byte : bytes)
+    {
+        byte = static_cast<char>(random() & 0xFFU);
+    }
+    const std::string stream = brotliEncoded(bytes);
+    ASSERT_GT(stream.size(), bytes.size());
+    TestDataSet set("BROTLI");
+    const auto octree = openedBrotli(set, 100'000, stream);
+    NodePointData data;
+
+    EXPECT_TRUE(octree->readNodePointData(octree->root(), data));
+
+    EXPECT_EQ(data.size(), 100'000U);
 }
 
 TEST(HostileNodeData, TruncatedStream)

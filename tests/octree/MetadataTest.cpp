@@ -240,7 +240,7 @@ TEST(Metadata, RefusesTextThatIsNoJsonObject)
 
 TEST(Metadata, RefusesEndlessNesting)
 {
-    EXPECT_THAT(errorOfText(std::string(1000000, '[')), HasSubstr("nested deeper than 16 levels"));
+    EXPECT_THAT(errorOfText(std::string(1000000, '[')), HasSubstr("nested more than 16 deep"));
 }
 
 TEST(Metadata, RefusesAFileFarLargerThanRealOnes)

@@ -103,13 +103,23 @@ bool PrismFilter::isInPolygon(double x, double y) const noexcept
     const Corner* a = &mPolygon.back();
     for (const Corner& b : mPolygon)
     {
+        // The lower end belongs to the edge, the upper one does not.
+        const bool isLevel = (double{a->y} <= y) != (double{b.y} <= y);
+        if (!isBetween(x, a->x, b.x) || !isBetween(y, a->y, b.y))
+        {
+            // Beside the edge no product decides: between corners of very different size all of it can be
+            // lost in rounding, and then this answer would not be that of the boxes around the point.
+            isInside = isInside != (isLevel && x < std::min(a->x, b.x));
+            a = &b;
+            continue;
+        }
         const double where = side(*a, b, x, y).value;
-        if (where == 0.0 && isBetween(x, a->x, b.x) && isBetween(y, a->y, b.y))
+        if (where == 0.0)
         {
             return true;  // on the border
         }
-        // A ray towards +x crosses the edge; the lower end belongs to it, the upper one does not.
-        if ((double{a->y} <= y) != (double{b.y} <= y) && (b.y > a->y ? where > 0.0 : where < 0.0))
+        // A ray towards +x crosses the edge.
+        if (isLevel && (b.y > a->y ? where > 0.0 : where < 0.0))
         {
             isInside = !isInside;
         }

@@ -8,7 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <memory>
 #include <random>
@@ -440,6 +442,72 @@ TEST(PrismFilter, ACollapsedPolygonHoldsItsLine)
     EXPECT_TRUE(filter.testPosition({3, 3, 0}));
     EXPECT_FALSE(filter.testPosition({3, above(3.0F), 0}));
     EXPECT_FALSE(filter.testPosition({5, 5, 0}));
+}
+
+TEST(PrismFilter, AnEdgeBesideABoxCountsTheSameForAllItsPoints)
+{
+    // Seen from the far corner (1e38, -1e38) the points near the origin are one, but not the box's far side.
+    PrismFilter filter({{1e38F, -1e38F}, {0.02F, 0.02F}, {-1e38F, 0.03F}}, 0, 1);
+
+    EXPECT_TRUE(filter.testPosition({0.01F, 0.01F, 0.5F}));
+    EXPECT_TRUE(filter.testPosition({-1.5e22F, 0.01F, 0.5F}));
+    EXPECT_EQ(filter.testBox({{-1.5e22F, 0.0F, 0.25F}, {0.01F, 0.01F, 0.75F}}), BoxTestResult::Inside);
+}
+
+TEST(PrismFilter, BoxesNeverContradictTheirPointsHoweverDifferentTheMagnitudesAre)
+{
+    std::mt19937 random(20260101);
+    std::uniform_real_distribution<float> exponent(-38.0F, 38.0F);
+    const auto anyNumber = [&]
+    {
+        const float size = std::pow(10.0F, exponent(random));
+        return random() % 4 == 0 ? 0.0F : random() % 2 == 0 ? size : -size;
+    };
+    std::size_t accepted = 0;
+    for (int round = 0; round < 20'000; ++round)
+    {
+        std::vector<Corner> corners;
+        for (std::size_t i = 0; i < 3 + random() % 3; ++i)
+        {
+            corners.emplace_back(anyNumber(), anyNumber());
+        }
+        std::unique_ptr<PrismFilter> filter;
+        try
+        {
+            filter = std::make_unique<PrismFilter>(corners, 0.0F, 1.0F);
+        }
+        catch (const std::invalid_argument&)
+        {
+            continue;  // corners that are the same
+        }
+        const auto [left, right] = std::minmax({anyNumber(), anyNumber()});
+        const auto [lower, upper] = std::minmax({anyNumber(), anyNumber()});
+        const BoxTestResult result = filter->testBox({{left, lower, 0.25F}, {right, upper, 0.75F}});
+        for (int i = 0; i < 20 && result != BoxTestResult::Border; ++i)
+        {
+            const Point point{
+                std::clamp(
+                    i == 0   ? left
+                    : i == 1 ? right
+                             : anyNumber(),
+                    left,
+                    right
+                ),
+                std::clamp(
+                    i == 0   ? lower
+                    : i == 1 ? upper
+                             : anyNumber(),
+                    lower,
+                    upper
+                ),
+                0.5F};
+            const bool isAccepted = filter->testPosition(point);
+            accepted += isAccepted ? 1 : 0;
+            ASSERT_EQ(isAccepted, result == BoxTestResult::Inside)
+                << "round " << round << ", point " << point.x << ", " << point.y;
+        }
+    }
+    EXPECT_GT(accepted, 1000U);
 }
 
 TEST(IntersectionFilter, HoldsWhatAllItsFiltersHold)

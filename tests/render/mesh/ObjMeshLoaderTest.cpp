@@ -6,11 +6,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#if defined(__linux__)
+#include <sys/stat.h>
+#endif
 
 using Math::Color;
 using Render::ObjMeshLoader;
@@ -248,6 +254,161 @@ TEST_F(ObjMeshLoading, MaterialFilesOutsideTheFolderAreNotRead)
     testing::internal::CaptureStdout();
     load(std::string(kTriangle) + "mtllib own.mtl\nusemtl red\nf 1 2 3\n");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+#if defined(__linux__)
+/// Bytes that this process has read by system calls so far.
+std::uint64_t bytesReadByProcess()
+{
+    const std::string counters = TemporaryFolder::read("/proc/self/io");
+    return std::stoull(counters.substr(counters.find("rchar: ") + 7));
+}
+
+TEST_F(ObjMeshLoading, MaterialFilesAreNeverRead)
+{
+    mFolder.write("m.mtl", "newmtl red\n" + std::string(4U << 20U, '#'));
+    std::string text(kTriangle);
+    for (int i = 0; i < 100; ++i)
+    {
+        text += "mtllib " + std::to_string(i) + "/m.mtl\n";
+    }
+    const std::uint64_t before = bytesReadByProcess();
+
+    load(text + "usemtl red\nf 1 2 3\n");
+
+    EXPECT_LT(bytesReadByProcess() - before, 1U << 20U);
+}
+
+TEST_F(ObjMeshLoading, PipesAndDevicesAreRefused)
+{
+    ASSERT_EQ(::mkfifo(path().c_str(), 0600), 0);
+    for (const std::filesystem::path& file : {path(), std::filesystem::path("/dev/zero"), mFolder.path()})
+    {
+        EXPECT_EQ(
+            messageOf<std::runtime_error>([&] { ObjMeshLoader(file).load([](auto) {}); }),
+            "TinyObjReader: Cannot open file [" + Core::toUtf8(file) + "]: it is no regular file\n"
+        );
+    }
+}
+
+TEST_F(ObjMeshLoading, APipeAsMaterialFileIsNotWaitedFor)
+{
+    ASSERT_EQ(::mkfifo((mFolder.path() / "pipe.mtl").c_str(), 0600), 0);
+    testing::internal::CaptureStdout();
+
+    load(std::string(kTriangle) + "mtllib pipe.mtl\nf 1 2 3\n");
+
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("pipe.mtl"));
+}
+#endif
+
+TEST_F(ObjMeshLoading, WhatIsPrintedIsBoundedAndFreeOfControlCharacters)
+{
+    std::string text(kTriangle);
+    for (int i = 0; i < 1000; ++i)
+    {
+        text += "mtllib \x1B[2J" + std::string(1000, 'm') + std::to_string(i) + "\ng \nf 1 2\n";
+    }
+    testing::internal::CaptureStdout();
+    load(text);
+    const std::string output = testing::internal::GetCapturedStdout();
+
+    EXPECT_THAT(output, StartsWith("TinyObjReader: Material file [ ?[2Jmmm"));
+    EXPECT_LT(output.size(), 5000U);
+    EXPECT_TRUE(std::ranges::all_of(output, [](char c) { return c == '\n' || (c >= ' ' && c <= '~'); }));
+}
+
+TEST_F(ObjMeshLoading, NamesInErrorsAreBoundedAndFreeOfControlCharacters)
+{
+    const std::string error =
+        errorOf(std::string(kTriangle) + "o \x1B[2J" + std::string(100'000, 'n') + "\nf 1 2 4\n");
+
+    EXPECT_THAT(error, HasSubstr("shape \"?[2Jnnn"));
+    EXPECT_LT(error.size(), 400U);
+}
+
+TEST_F(ObjMeshLoading, WeightsOfVerticesAndSmoothingGroupsHaveNoEffect)
+{
+    const std::string text = std::string(kTriangle) + "vw 0 1e30 0.5\n  vw 0 -1 1\nvw 99999999999 nan\n" +
+                             "s 99999999999\ns off\nf 1 2 3\n";
+
+    EXPECT_EQ(load(text).at(0).size(), 3U);
+}
+
+TEST_F(ObjMeshLoading, ExponentsBeyondAnyNumberAreInfiniteOrZero)
+{
+    for (const char* const huge : {"1e2147483649", "1e99999999999999999999", "1.5E+0000002147483649"})
+    {
+        EXPECT_THAT(
+            errorOf("v 0 0 0\nv " + std::string(huge) + " 0 0\nv 0 1 0\nf 1 2 3\n"),
+            HasSubstr("vertex 2, which is not finite")
+        ) << huge;
+    }
+    const Part part = load("v 1e-2147483649 2e0000000000001 3e1\nv 1 0 0\nv 0 1 0\nf 1 2 3\n").at(0);
+    expectPoint(part[0].position, {0.0F, 20.0F, 30.0F});
+}
+
+TEST_F(ObjMeshLoading, IndicesBeyondTheirTypeAreErrors)
+{
+    const std::string start = "TinyObjReader: [" + Core::toUtf8(path()) + "] ";
+    for (const char* const index : {"4294967297", "2147483648", "-99999999999999999999", "1/2147483648"})
+    {
+        EXPECT_EQ(
+            errorOf(std::string(kTriangle) + "f 1 2 " + index + "\n"),
+            start + "has an index above 2147483647 in line 4\n"
+        ) << index;
+    }
+}
+
+TEST_F(ObjMeshLoading, LinesHaveAtMostAMegabyte)
+{
+    const std::string comment(std::size_t{1} << 20U, '#');
+
+    EXPECT_EQ(load(comment + "\n" + std::string(kTriangle) + "f 1 2 3\n").size(), 1U);
+    EXPECT_EQ(
+        errorOf("\n\r\n\r" + comment + "#"),
+        "TinyObjReader: [" + Core::toUtf8(path()) + "] has a line of more than 1048576 bytes in line 4\n"
+    );
+}
+
+TEST_F(ObjMeshLoading, LinesMayEndInAnyWayAndCrossTheBorderOfWhatIsReadAtOnce)
+{
+    for (const std::string end : {"\n", "\r", "\r\n"})
+    {
+        std::string text;
+        for (int i = 0; i < 300'000; ++i)  // some megabytes
+        {
+            text += "v " + std::to_string(i) + " 0 0" + end;
+        }
+        for (const int vertex : {1, 150'000, 300'000})
+        {
+            text += "f 1 2 " + std::to_string(vertex) + (vertex < 300'000 ? end : "");
+        }
+
+        const Part part = load(text).at(0);
+
+        ASSERT_EQ(part.size(), 9U);
+        EXPECT_EQ(part[2].position.x, 0.0F);
+        EXPECT_EQ(part[5].position.x, 149'999.0F);
+        EXPECT_EQ(part[8].position.x, 299'999.0F);
+    }
+}
+
+TEST_F(ObjMeshLoading, FlatShadingSurvivesTheLargestCoordinates)
+{
+    const Part flat = load("v -3e38 -3e38 0\nv 3e38 -3e38 0\nv 0 3e38 0\nf 1 2 3\n").at(0);
+    const Part steep = load("v 0 0 0\nv 3e38 0 3e38\nv 0 3e38 0\nf 1 2 3\n").at(0);
+    const Part line = load("v 0 0 0\nv 1e38 0 0\nv 3e38 0 0\nf 1 2 3\n").at(0);
+
+    expectPoint(flat[0].normal, {0.0F, 0.0F, 1.0F});
+    const float half = std::sqrt(0.5F);
+    expectPoint(steep[1].normal, {-half, 0.0F, half});
+    expectPoint(line[2].normal, {0.0F, 0.0F, 0.0F});
+}
+
+TEST_F(ObjMeshLoading, ErrorsOfTheReaderNameTheFile)
+{
+    EXPECT_THAT(errorOf(std::string(kTriangle) + "f 0 1 2\n"), HasSubstr("[" + Core::toUtf8(path()) + "]"));
 }
 
 TEST_F(ObjMeshLoading, IndicesOutOfRangeAreErrors)

@@ -7,7 +7,9 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <stdexcept>
+#include <stop_token>
 #include <thread>
 #include <vector>
 
@@ -50,6 +52,36 @@ public:
     std::atomic<int> frameRequests{0};
 };
 }  // namespace
+
+TEST_F(PanoramaTilesLoading, ALoaderMayGiveUpWithinATile)
+{
+    class StoppingLoader : public RecordingPanoramaLoader
+    {
+    public:
+        StoppingLoader() : RecordingPanoramaLoader(2, 1) {}
+
+        std::optional<Graphics::ColorImage> fetchColorTile(
+            const TileIndex& tile, const std::stop_token& stopToken
+        ) override
+        {
+            stop.request_stop();
+            return stopToken.stop_requested() ? std::nullopt : std::optional(colorImageTile(tile));
+        }
+
+        std::stop_source stop;
+    };
+
+    const auto stopping = std::make_shared<StoppingLoader>();
+    PanoramaTiles stopped(stopping, [] {});
+    int tileCount = 0;
+
+    EXPECT_EQ(stopped.load(stopping->stop.get_token(), [&] { ++tileCount; }), JobState::Stopped);
+
+    EXPECT_EQ(tileCount, 1);  // of depth
+    const PanoramaTiles::Batch batch = stopped.take();
+    EXPECT_THAT(batch.depthTiles, SizeIs(1));
+    EXPECT_THAT(batch.colorTiles, IsEmpty());
+}
 
 TEST_F(PanoramaTilesLoading, WithoutALoaderThereIsNoSource)
 {

@@ -1,5 +1,4 @@
 #include "render/platform/linux/loadLibrary.h"
-
 #include "tests/support/messageOf.h"
 
 #include <gmock/gmock.h>
@@ -26,7 +25,9 @@ TEST(LoadLibrary, AMissingLibraryIsNamedInOneLineWithTheHint)
     EXPECT_THAT(
         messageOf<std::runtime_error>(load),
         AllOf(
-            HasSubstr("libnosuch.so.7 cannot be loaded"), HasSubstr("install the package nosuch"), Not(HasSubstr("\n"))
+            HasSubstr("libnosuch.so.7 cannot be loaded"),
+            HasSubstr("install the package nosuch"),
+            Not(HasSubstr("\n"))
         )
     );
 }

@@ -35,7 +35,9 @@ TEST(MissingDeviceText, WithoutDriverNamesThePackageOfDrivers)
 {
     VulkanDevices vulkan = loaderWith({});
     vulkan.failure = "it finds no driver";
-    EXPECT_THAT(missingDeviceText(vulkan), AllOf(HasSubstr("it finds no driver"), HasSubstr("mesa-vulkan-drivers")));
+    EXPECT_THAT(
+        missingDeviceText(vulkan), AllOf(HasSubstr("it finds no driver"), HasSubstr("mesa-vulkan-drivers"))
+    );
 }
 
 TEST(MissingDeviceText, AnOldDriverIsNamedWithItsVersion)
@@ -59,7 +61,8 @@ TEST(MissingDeviceText, ANodeThatMayNotBeOpenedIsNamed)
     VulkanDevices vulkan = loaderWith({});
     vulkan.closedNodes = {"/dev/dri/renderD128"};
     EXPECT_THAT(
-        missingDeviceText(vulkan), AllOf(HasSubstr("/dev/dri/renderD128"), HasSubstr("group render"), Not(HasSubstr("\n")))
+        missingDeviceText(vulkan),
+        AllOf(HasSubstr("/dev/dri/renderD128"), HasSubstr("group render"), Not(HasSubstr("\n")))
     );
 }
 

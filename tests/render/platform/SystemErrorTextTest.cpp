@@ -1,6 +1,5 @@
-#include "render/platform/systemErrorText.h"
-
 #include "render/gpu/ComException.h"
+#include "render/platform/systemErrorText.h"
 
 #include <gtest/gtest.h>
 
