@@ -59,6 +59,7 @@ consumer() {
     fi
     rm -rf "$install" "$build"
     cmake --install "$tarnelBuild/$preset" --prefix "$install" &&
+        tools/update-notices --check-tree "$install" &&
         cmake -G Ninja -S tests/consumer -B "$build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$install" "$@" &&
         cmake --build "$build" &&
         "${runner[@]}" "$build/consumer$ending" tests/data/autzen_brotli "$build/picture.png" &&
@@ -70,6 +71,7 @@ consumer() {
 
 runAll() {
     check format "checking the formatting" tools/check-format
+    check notices "comparing the third-party notices with what is used" tools/update-notices --check
     check headers "compiling every header alone" tools/check-headers
     if build native-asan "for this host with address and undefined behaviour sanitizers"; then
         tests native-asan "running its tests" --preset native-asan
