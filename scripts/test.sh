@@ -49,13 +49,22 @@ windowsTests() {
     unset TARNEL_WINE_D3D
 }
 
+# withAvx2 <command...>: runs it where the processor can.
+withAvx2() {
+    if grep -qw avx2 /proc/cpuinfo; then
+        "$@"
+    else
+        echo "NOT RUN, this processor has no AVX2: $*"
+    fi
+}
+
 # consumer <preset> <toolchain arguments...>: programs built against the install tree only, in a folder that knows nothing
 # of the sources.
 consumer() {
     local preset=$1 install=$tarnelBuild/install/$1 build=$tarnelBuild/consumer/$1 ending= runner=()
     shift
     if [ "$preset" = windows ]; then
-        ending=.exe runner=(env "WINEPATH=Z:$install/bin" scripts/wine.sh)
+        ending=.exe runner=(env "WINEPATH=Z:$install/bin" "$tarnelRoot/scripts/wine.sh")
     fi
     rm -rf "$install" "$build"
     cmake --install "$tarnelBuild/$preset" --prefix "$install" &&
@@ -63,10 +72,22 @@ consumer() {
         cmake -G Ninja -S tests/consumer -B "$build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$install" "$@" &&
         cmake --build "$build" &&
         "${runner[@]}" "$build/consumer$ending" tests/data/autzen_brotli "$build/picture.png" &&
+        withAvx2 "${runner[@]}" "$build/consumer-avx2$ending" tests/data/autzen_brotli "$build/avx2.png" &&
+        "${runner[@]}" "$install/bin/tarnel$ending" sample "$build/shown/out/sample" --points 50000 --cloud-only &&
+        (cd "$build/shown" && "${runner[@]}" "$build/readme$ending" && [ -s picture.png ]) &&
         cmake -G Ninja -S examples/01-first-frame -B "$build/first-frame" -DCMAKE_BUILD_TYPE=Release \
             -DCMAKE_PREFIX_PATH="$install" "$@" &&
         cmake --build "$build/first-frame" &&
         "${runner[@]}" "$build/first-frame/first-frame$ending" tests/data/autzen_brotli "$build/first-frame.png"
+}
+
+# A program that has the sources within its own build.
+embedded() {
+    local build=$tarnelBuild/embedded
+    rm -rf "$build"
+    cmake -G Ninja -S tests/embedded -B "$build" -DCMAKE_BUILD_TYPE=Release &&
+        cmake --build "$build" &&
+        "$build/embedder"
 }
 
 runAll() {
@@ -84,6 +105,7 @@ runAll() {
         check build-native "building for this host" cmake --build --preset native; then
         check consumer-native "building and running programs against its install tree" consumer native
     fi
+    check embedded "building a program that has the sources within its own build" embedded
     if build windows "for Windows"; then
         windowsTests
         check consumer-windows "building and running programs against its install tree" \
