@@ -28,6 +28,8 @@ tests=(
     libgtest-dev libgmock-dev libbenchmark-dev
     # writes image pyramids for a test
     libvips-tools
+    # read completions and the manual page
+    zsh groff-base
 )
 
 packages=()
