@@ -47,6 +47,12 @@ TEST(Version, HasASectionInTheChangeLog)
     EXPECT_NE(textOf(kSources + "/CHANGELOG.md").find("\n## [" + version() + "] - "), std::string::npos);
 }
 
+TEST(Version, IsThatOfTheVcpkgPort)
+{
+    const std::string port = textOf(kSources + "/packaging/vcpkg/ports/tarnel/vcpkg.json");
+    EXPECT_NE(port.find("\"version\": \"" + version() + "\""), std::string::npos) << port;
+}
+
 #ifdef _WIN32
 TEST(Version, IsInTheLibrarysVersionResource)
 {
