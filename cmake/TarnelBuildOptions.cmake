@@ -4,7 +4,24 @@ add_library(tarnel_build_options INTERFACE)
 target_compile_features(tarnel_build_options INTERFACE cxx_std_20)
 
 if(MSVC)
-    target_compile_options(tarnel_build_options INTERFACE /W4 /WX /permissive- /utf-8 /EHsc /Zc:__cplusplus)
+    target_compile_options(
+        tarnel_build_options
+        INTERFACE /W4
+                  /WX
+                  /permissive-
+                  /utf-8 # sources and the texts in them
+                  /EHsc
+                  /Zc:__cplusplus # Eigen and others ask for the language's version
+                  /bigobj # tests instantiate more templates than plain objects have sections for
+                  # Exported classes hold and derive from classes of the standard library: libraries and hosts are built with one
+                  # compiler and runtime, as exceptions across their borders ask for anyway.
+                  /wd4251
+                  /wd4275
+                  # Structures are padded because matrices in them are aligned, which is meant.
+                  /wd4324
+    )
+    # std::getenv and the like; the "safe" functions are on this compiler alone.
+    target_compile_definitions(tarnel_build_options INTERFACE _CRT_SECURE_NO_WARNINGS)
 else()
     target_compile_options(
         tarnel_build_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror

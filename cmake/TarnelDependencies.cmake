@@ -9,10 +9,22 @@
 #   tarnel::vkd3d                        headers, not on Windows; the library is loaded at run time
 #   GTest::gtest  GTest::gmock  benchmark::benchmark   for tests and benchmark programs
 
-# tarnel_dependency(<name> HEADER <header> [SUFFIXES <include folder>...] [LIBRARIES <names>...] [LINKS <targets>...])
-# One entry of LIBRARIES is a list of alternative file names joined by "|".
+# tarnel_dependency(<name> HEADER <header> [SUFFIXES <include folder>...] [LIBRARIES <names>...] [LINKS <targets>...]
+#                   [PACKAGE <package> TARGETS <targets>...])
+# One entry of LIBRARIES is a list of alternative file names joined by "|". Where PACKAGE has a CMake configuration, the first
+# of TARGETS that it defines is taken instead, which has a library for each build configuration and knows what it needs.
 function(tarnel_dependency name)
-    cmake_parse_arguments(ARG "" "HEADER" "SUFFIXES;LIBRARIES;LINKS;DEFINITIONS" ${ARGN})
+    cmake_parse_arguments(ARG "" "HEADER;PACKAGE" "SUFFIXES;LIBRARIES;LINKS;DEFINITIONS;TARGETS" ${ARGN})
+    if(ARG_PACKAGE)
+        find_package(${ARG_PACKAGE} CONFIG QUIET)
+        foreach(target ${ARG_TARGETS})
+            if(TARGET ${target})
+                add_library(tarnel::${name} INTERFACE IMPORTED)
+                target_link_libraries(tarnel::${name} INTERFACE ${target})
+                return()
+            endif()
+        endforeach()
+    endif()
     find_path(TARNEL_${name}_INCLUDE ${ARG_HEADER} PATH_SUFFIXES ${ARG_SUFFIXES} REQUIRED)
     mark_as_advanced(TARNEL_${name}_INCLUDE)
     add_library(tarnel::${name} INTERFACE IMPORTED)
@@ -40,22 +52,37 @@ find_package(Threads REQUIRED)
 tarnel_dependency(json HEADER nlohmann/json.hpp)
 tarnel_dependency(cli11 HEADER CLI/CLI.hpp)
 tarnel_dependency(tinyobj HEADER tiny_obj_loader.h)
-tarnel_dependency(brotlicommon HEADER brotli/types.h LIBRARIES "brotlicommon|brotlicommon-static")
+tarnel_dependency(
+    brotlicommon HEADER brotli/types.h LIBRARIES "brotlicommon|brotlicommon-static"
+    PACKAGE unofficial-brotli TARGETS unofficial::brotli::brotlicommon
+)
 tarnel_dependency(
     brotlidec HEADER brotli/decode.h LIBRARIES "brotlidec|brotlidec-static" LINKS tarnel::brotlicommon
+    PACKAGE unofficial-brotli TARGETS unofficial::brotli::brotlidec
 )
 tarnel_dependency(
     brotlienc HEADER brotli/encode.h LIBRARIES "brotlienc|brotlienc-static" LINKS tarnel::brotlicommon
+    PACKAGE unofficial-brotli TARGETS unofficial::brotli::brotlienc
 )
 tarnel_dependency(zlib HEADER zlib.h LIBRARIES "z|zlib|zlibstatic")
-tarnel_dependency(spng HEADER spng.h LIBRARIES "spng|spng_static" LINKS tarnel::zlib)
-tarnel_dependency(zstd HEADER zstd.h LIBRARIES "zstd|zstd_static")
-tarnel_dependency(laszip HEADER laszip/lasreadpoint.hpp LIBRARIES "laszip")
-tarnel_dependency(jpeg HEADER jpeglib.h LIBRARIES "jpeg|jpeg-static")
+tarnel_dependency(
+    spng HEADER spng.h LIBRARIES "spng|spng_static" LINKS tarnel::zlib PACKAGE SPNG TARGETS spng::spng spng::spng_static
+)
+tarnel_dependency(
+    zstd HEADER zstd.h LIBRARIES "zstd|zstd_static" PACKAGE zstd TARGETS zstd::libzstd_shared zstd::libzstd_static
+)
+tarnel_dependency(
+    laszip HEADER laszip/lasreadpoint.hpp LIBRARIES "laszip" PACKAGE tarnel-laszip TARGETS tarnel-laszip::laszip
+)
+tarnel_dependency(
+    jpeg HEADER jpeglib.h LIBRARIES "jpeg|jpeg-static"
+    PACKAGE libjpeg-turbo TARGETS libjpeg-turbo::jpeg libjpeg-turbo::jpeg-static
+)
 add_library(tarnel::direct3d INTERFACE IMPORTED)
 if(WIN32)
-    # Windows programs link the static libraries.
-    target_compile_definitions(tarnel::spng INTERFACE SPNG_STATIC)
+    if(NOT TARGET spng::spng)
+        target_compile_definitions(tarnel::spng INTERFACE SPNG_STATIC)
+    endif()
 
     target_link_libraries(tarnel::direct3d INTERFACE d3d11 dxgi $<IF:$<BOOL:${MINGW}>,d3dcompiler_47,d3dcompiler>)
     if(MINGW)

@@ -1,4 +1,4 @@
-# What find_package(Tarnel CONFIG) needs, and the runtime DLLs that the installed programs need.
+# What find_package(Tarnel CONFIG) needs, the licences, and the runtime DLLs that the installed programs need.
 include(CMakePackageConfigHelpers)
 
 set(configDestination ${CMAKE_INSTALL_LIBDIR}/cmake/Tarnel)
@@ -14,6 +14,10 @@ install(
     DESTINATION ${configDestination}
 )
 install(EXPORT TarnelTargets NAMESPACE Tarnel:: DESTINATION ${configDestination})
+install(
+    FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/THIRD_PARTY_NOTICES
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tarnel
+)
 if(TARNEL_RUNTIME_DLLS)
     install(FILES ${TARNEL_RUNTIME_DLLS} DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()

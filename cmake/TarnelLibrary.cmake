@@ -1,3 +1,24 @@
+# tarnel_version_resource(<target> <description>): Windows shows them among a file's properties, and installers compare them.
+# Elsewhere it does nothing.
+function(tarnel_version_resource target description)
+    if(NOT WIN32)
+        return()
+    endif()
+    get_target_property(type ${target} TYPE)
+    set(fileType VFT_APP)
+    set(ending .exe)
+    if(type STREQUAL "SHARED_LIBRARY")
+        set(fileType VFT_DLL)
+        set(ending .dll)
+    endif()
+    set(resource ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/version.rc.in ${resource} @ONLY)
+    # A target of its own, because the resource compiler would be given the compiler's options.
+    add_library(${target}Version OBJECT ${resource})
+    set_target_properties(${target}Version PROPERTIES FOLDER libraries)
+    target_sources(${target} PRIVATE $<TARGET_OBJECTS:${target}Version>)
+endfunction()
+
 # A library of which nothing is written yet still builds.
 function(tarnel_sources_or_empty result)
     if(NOT ARGN)
@@ -40,6 +61,7 @@ function(tarnel_library name)
     if(WIN32)
         set_target_properties(${target} PROPERTIES PREFIX "") # TarnelCore.dll, whatever the compiler
     endif()
+    tarnel_version_resource(${target} "Tarnel, ${name} library")
     install(
         TARGETS ${target}
         EXPORT TarnelTargets

@@ -291,7 +291,7 @@ make_wineprefix() {
 }
 
 forNative() {
-    part laszip "building LASzip for this host" "$tarnelRoot/cmake/laszip/CMakeLists.txt"
+    part laszip "building LASzip for this host" "$tarnelRoot"/cmake/laszip/*
     part dxvk_native "building DXVK, Direct3D 11 on Vulkan, for this host" "$tarnelRoot/cmake/dxvk/headless.patch"
     part vkd3d "building the shader compiler for this host" "$tarnelRoot/cmake/vkd3d/CMakeLists.txt" \
         "$tarnelRoot"/cmake/vkd3d/include/*
@@ -303,7 +303,7 @@ forWindows() {
     part spng "building libspng for Windows"
     part zstd "building zstd for Windows" "$toolchain"
     part jpeg "building libjpeg-turbo for Windows" "$toolchain"
-    part laszip_windows "building LASzip for Windows" "$toolchain" "$tarnelRoot/cmake/laszip/CMakeLists.txt"
+    part laszip_windows "building LASzip for Windows" "$toolchain" "$tarnelRoot"/cmake/laszip/*
     part googletest "building GoogleTest for Windows" "$toolchain"
     part benchmark "building Google Benchmark for Windows" "$toolchain"
     part dxvk "fetching DXVK"

@@ -14,6 +14,8 @@ if [ $# -ge 1 ] && [ "$1" != all ]; then
 fi
 seconds=${2:-60}
 
+scripts/install-packages.sh native tests fuzz
+scripts/deps.sh native
 mkdir -p build
 cmake --preset fuzz >build/fuzz-configure.log || { cat build/fuzz-configure.log; exit 1; }
 cmake --build build/fuzz --target fuzz-seeds "${targets[@]/#/fuzz-}"

@@ -5,6 +5,7 @@
 #   scripts/install-packages.sh native      what building and running on this host need
 #   scripts/install-packages.sh windows     what building for Windows and running under Wine need besides
 #   scripts/install-packages.sh tests       what the tests need besides
+#   scripts/install-packages.sh fuzz        what the fuzzers need besides
 #   scripts/install-packages.sh --list      prints them
 set -euo pipefail
 
@@ -28,7 +29,10 @@ tests=(
     libgtest-dev libgmock-dev libbenchmark-dev
     # writes image pyramids for a test
     libvips-tools
-    # fuzzers
+    # read completions and the manual page
+    zsh groff-base
+)
+fuzz=(
     clang libclang-rt-14-dev
 )
 
@@ -40,9 +44,10 @@ for group in "$@"; do
         native) packages+=("${native[@]}") ;;
         windows) packages+=("${windows[@]}") ;;
         tests) packages+=("${tests[@]}") ;;
-        --list) isList=true packages=("${native[@]}" "${windows[@]}" "${tests[@]}") ;;
+        fuzz) packages+=("${fuzz[@]}") ;;
+        --list) isList=true packages=("${native[@]}" "${windows[@]}" "${tests[@]}" "${fuzz[@]}") ;;
         *)
-            echo "install-packages: '$group' is not known, expected native, windows or tests" >&2
+            echo "install-packages: '$group' is not known, expected native, windows, tests or fuzz" >&2
             exit 2
             ;;
     esac

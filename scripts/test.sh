@@ -49,27 +49,50 @@ windowsTests() {
     unset TARNEL_WINE_D3D
 }
 
+# withAvx2 <command...>: runs it where the processor can.
+withAvx2() {
+    if grep -qw avx2 /proc/cpuinfo; then
+        "$@"
+    else
+        echo "NOT RUN, this processor has no AVX2: $*"
+    fi
+}
+
 # consumer <preset> <toolchain arguments...>: programs built against the install tree only, in a folder that knows nothing
 # of the sources.
 consumer() {
     local preset=$1 install=$tarnelBuild/install/$1 build=$tarnelBuild/consumer/$1 ending= runner=()
     shift
     if [ "$preset" = windows ]; then
-        ending=.exe runner=(env "WINEPATH=Z:$install/bin" scripts/wine.sh)
+        ending=.exe runner=(env "WINEPATH=Z:$install/bin" "$tarnelRoot/scripts/wine.sh")
     fi
     rm -rf "$install" "$build"
     cmake --install "$tarnelBuild/$preset" --prefix "$install" &&
+        tools/update-notices --check-tree "$install" &&
         cmake -G Ninja -S tests/consumer -B "$build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$install" "$@" &&
         cmake --build "$build" &&
         "${runner[@]}" "$build/consumer$ending" tests/data/autzen_brotli "$build/picture.png" &&
+        withAvx2 "${runner[@]}" "$build/consumer-avx2$ending" tests/data/autzen_brotli "$build/avx2.png" &&
+        "${runner[@]}" "$install/bin/tarnel$ending" sample "$build/shown/out/sample" --points 50000 --cloud-only &&
+        (cd "$build/shown" && "${runner[@]}" "$build/readme$ending" && [ -s picture.png ]) &&
         cmake -G Ninja -S examples/01-first-frame -B "$build/first-frame" -DCMAKE_BUILD_TYPE=Release \
             -DCMAKE_PREFIX_PATH="$install" "$@" &&
         cmake --build "$build/first-frame" &&
         "${runner[@]}" "$build/first-frame/first-frame$ending" tests/data/autzen_brotli "$build/first-frame.png"
 }
 
+# A program that has the sources within its own build.
+embedded() {
+    local build=$tarnelBuild/embedded
+    rm -rf "$build"
+    cmake -G Ninja -S tests/embedded -B "$build" -DCMAKE_BUILD_TYPE=Release &&
+        cmake --build "$build" &&
+        "$build/embedder"
+}
+
 runAll() {
     check format "checking the formatting" tools/check-format
+    check notices "comparing the third-party notices with what is used" tools/update-notices --check
     check headers "compiling every header alone" tools/check-headers
     if build native-asan "for this host with address and undefined behaviour sanitizers"; then
         tests native-asan "running its tests" --preset native-asan
@@ -80,8 +103,10 @@ runAll() {
     # The tests of this one would repeat those of the sanitizers; it is here to be installed and to draw.
     if check configure-native "configuring for this host" cmake --preset native -DTARNEL_BUILD_TESTS=OFF &&
         check build-native "building for this host" cmake --build --preset native; then
+        check shell-files "comparing completions and manual page with the help" tools/update-shell-files --check
         check consumer-native "building and running programs against its install tree" consumer native
     fi
+    check embedded "building a program that has the sources within its own build" embedded
     if build windows "for Windows"; then
         windowsTests
         check consumer-windows "building and running programs against its install tree" \

@@ -1,6 +1,7 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
 #include "apps/cli/errorText.h"
+#include <core/version.h>
 
 #include <cstdio>
 #include <exception>
@@ -17,7 +18,8 @@ int run()
     CLI::App app{"Looks at very large point clouds: facts, points, pictures."};
     app.name("tarnel");
     app.allow_windows_style_options(false);  // an argument that begins with a slash is a path
-    app.require_subcommand(0, 1);            // asked for below, where an unknown verb has got its own message
+    app.set_version_flag("--version", "tarnel " + std::string(Tarnel::version()), "Prints the version");
+    app.require_subcommand(0, 1);  // asked for below, where an unknown verb has got its own message
     app.footer(
         "Examples:\n"
         "  tarnel sample out/sample\n"
@@ -47,7 +49,7 @@ int run()
             throw CLI::RequiredError("A verb");
         }
     }
-    catch (const CLI::Success& request)  // --help
+    catch (const CLI::Success& request)  // --help or --version
     {
         return app.exit(request);
     }

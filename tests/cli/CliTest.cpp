@@ -1,4 +1,5 @@
 // Runs the program as a user does, and looks at what it prints, writes and returns.
+#include "core/version.h"
 #include "graphics/ColorImage.h"
 #include "graphics/DepthImage.h"
 #include "tests/cli/runTarnel.h"
@@ -519,4 +520,13 @@ TEST(Cli, HelpOfEveryVerbShowsExamples)
         EXPECT_THAT(run.output, HasSubstr("Examples:")) << verb;
         EXPECT_THAT(run.output, HasSubstr("tarnel " + verb)) << verb;
     }
+}
+
+TEST(Cli, VersionIsThatOfTheLibraries)
+{
+    const TarnelRun run = runTarnel({"--version"});
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output, "tarnel " + std::string(Tarnel::version()) + "\n");
+    EXPECT_EQ(run.errors, "");
 }

@@ -1,6 +1,7 @@
 // Draws a data set with the installed headers and libraries alone: consumer DATASET PICTURE.png. Ends with 0
 // when the picture shows points.
 #include "libraryBorders.h"
+#include "matrices.h"
 #include <core/readLocalFile.h>
 #include <graphics/ColorImage.h>
 #include <graphics/DeepZoomPanoramaLoader.h>
@@ -128,6 +129,7 @@ void run(const std::filesystem::path& dataset, const std::filesystem::path& pict
     expectConstantsThatCanBeReferredTo();
     expectNodesOfTheTree(dataset);
     checkLibraryBorders(dataset);
+    checkMatrices();
 
     const Math::Color background(10, 20, 30, 255);
     Render::Renderer renderer;

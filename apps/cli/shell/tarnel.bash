@@ -1,0 +1,63 @@
+# Completion of tarnel for bash. Made by tools/update-shell-files; do not edit.
+_tarnel_words() { mapfile -t COMPREPLY < <(compgen -W "$1" -- "$word"); }
+
+_tarnel_files() {
+    compopt -o filenames 2>/dev/null # names with spaces are quoted
+    mapfile -t COMPREPLY < <(compgen -f -- "$word")
+}
+
+_tarnel() {
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} verb= i
+    COMPREPLY=()
+    for ((i = 1; i < COMP_CWORD; ++i)); do
+        if [[ ${COMP_WORDS[i]} != -* ]]; then
+            verb=${COMP_WORDS[i]}
+            break
+        fi
+    done
+    # The value of an option.
+    case $verb:$before in
+        sample:--points | sample:--seed | sample:--pano-width) return ;;
+        sample:--format) _tarnel_words "octree ept-binary ept-zstandard"; return ;;
+        sample:--encoding) _tarnel_words "brotli default"; return ;;
+        pano-tile:--tile | pano-tile:--depth-scale | pano-tile:--no-depth | pano-tile:--pose) return ;;
+        dump:--node | dump:--limit) return ;;
+        thumbnail:--output) _tarnel_files; return ;;
+        thumbnail:--width | thumbnail:--height | thumbnail:--background | thumbnail:--level | thumbnail:--adapter) return ;;
+        render:--depth | render:--cloud | render:--pano | render:--mesh) _tarnel_files; return ;;
+        render:--adapter | render:--unit-scale | render:--transform | render:--eye | render:--target | render:--up | render:--fov | render:--ortho | render:--size | render:--colorize-from | render:--colorize-to | render:--brightness | render:--contrast | render:--auto-contrast | render:--opacity | render:--background | render:--uniform-color | render:--threshold | render:--budget | render:--min-level | render:--max-level | render:--point-size | render:--max-point-size | render:--clip) return ;;
+        render:--mode) _tarnel_words "Default TomographicDark TomographicBright ColorizeByNormal ColorizeByPlaneDistance ColorizeByIntensity UniformColor"; return ;;
+        render:--color-map) _tarnel_words "Turbo Inferno Magma Viridis Plasma Gray Bone BlueWhiteRed LevelOfAccuracy"; return ;;
+        pick:--pixel | pick:--tolerance | pick:--threshold | pick:--adapter | pick:--eye | pick:--target | pick:--up | pick:--fov | pick:--ortho | pick:--size | pick:--budget | pick:--min-level | pick:--max-level | pick:--point-size | pick:--max-point-size | pick:--clip) return ;;
+        export-visible:--depth | export-visible:--cloud | export-visible:--pano | export-visible:--mesh) _tarnel_files; return ;;
+        export-visible:--adapter | export-visible:--unit-scale | export-visible:--transform | export-visible:--eye | export-visible:--target | export-visible:--up | export-visible:--fov | export-visible:--ortho | export-visible:--size | export-visible:--colorize-from | export-visible:--colorize-to | export-visible:--brightness | export-visible:--contrast | export-visible:--auto-contrast | export-visible:--opacity | export-visible:--background | export-visible:--uniform-color | export-visible:--threshold | export-visible:--budget | export-visible:--min-level | export-visible:--max-level | export-visible:--point-size | export-visible:--max-point-size | export-visible:--clip) return ;;
+        export-visible:--mode) _tarnel_words "Default TomographicDark TomographicBright ColorizeByNormal ColorizeByPlaneDistance ColorizeByIntensity UniformColor"; return ;;
+        export-visible:--color-map) _tarnel_words "Turbo Inferno Magma Viridis Plasma Gray Bone BlueWhiteRed LevelOfAccuracy"; return ;;
+        query:--max-level | query:--min-spacing | query:--timeout | query:--box | query:--oriented-box | query:--sphere | query:--z | query:--planes) return ;;
+        query:--output | query:--polygon) _tarnel_files; return ;;
+    esac
+    case $verb:$word in
+        :-*) _tarnel_words "-h --help --version" ;;
+        :*) _tarnel_words "sample pano-tile info dump thumbnail render pick export-visible query devices" ;;
+        sample:-*) _tarnel_words "-h --help --points --seed --format --encoding --cloud-only --pano-width" ;;
+        sample:*) _tarnel_files ;;
+        pano-tile:-*) _tarnel_words "-h --help --tile --depth-scale --no-depth --pose" ;;
+        pano-tile:*) _tarnel_files ;;
+        info:-*) _tarnel_words "-h --help --json" ;;
+        info:*) _tarnel_files ;;
+        dump:-*) _tarnel_words "-h --help --node --all --limit" ;;
+        dump:*) _tarnel_files ;;
+        thumbnail:-*) _tarnel_words "-h --help --output --width --height --background --level --adapter" ;;
+        thumbnail:*) _tarnel_files ;;
+        render:-*) _tarnel_words "-h --help --depth --adapter --cloud --pano --mesh --unit-scale --transform --eye --target --up --fov --ortho --size --mode --color-map --colorize-from --colorize-to --brightness --contrast --auto-contrast --opacity --background --uniform-color --threshold --budget --min-level --max-level --point-size --max-point-size --clip --boxes" ;;
+        render:*) _tarnel_files ;;
+        pick:-*) _tarnel_words "-h --help --pixel --tolerance --plane --threshold --json --adapter --eye --target --up --fov --ortho --size --budget --min-level --max-level --point-size --max-point-size --clip --boxes" ;;
+        pick:*) _tarnel_files ;;
+        export-visible:-*) _tarnel_words "-h --help --absolute --depth --adapter --cloud --pano --mesh --unit-scale --transform --eye --target --up --fov --ortho --size --mode --color-map --colorize-from --colorize-to --brightness --contrast --auto-contrast --opacity --background --uniform-color --threshold --budget --min-level --max-level --point-size --max-point-size --clip --boxes" ;;
+        export-visible:*) _tarnel_files ;;
+        query:-*) _tarnel_words "-h --help --max-level --min-spacing --timeout --output --local --box --oriented-box --sphere --polygon --z --planes" ;;
+        query:*) _tarnel_files ;;
+        devices:-*) _tarnel_words "-h --help" ;;
+    esac
+}
+complete -F _tarnel tarnel
