@@ -15,9 +15,9 @@ namespace Render
 /// What can draw: a graphics card with its driver, or a driver that draws in software.
 struct Adapter
 {
-    std::string name;           ///< as its driver calls it, UTF-8
-    std::string driver;         ///< name and version of the driver; empty when that cannot be told
-    std::uint32_t vendorId = 0; ///< of the PCI bus, as is deviceId
+    std::string name;            ///< as its driver calls it, UTF-8
+    std::string driver;          ///< name and version of the driver; empty when that cannot be told
+    std::uint32_t vendorId = 0;  ///< of the PCI bus, as is deviceId
     std::uint32_t deviceId = 0;
     bool isSoftware = false;
 };
@@ -29,9 +29,9 @@ struct Adapter
 /// @throws ComException        when asking fails
 RENDER_API std::vector<Adapter> adapters();
 
-/// Chooses what renderers made from now on draw with: a number of `adapters`, counted from 0, or a part of a name,
-/// in any case of letters. Empty goes back to the default, which is what the environment variable TARNEL_ADAPTER
-/// says in the same way, else the first adapter.
+/// Chooses what renderers made from now on draw with: a number of `adapters`, counted from 0, or a part of a
+/// name, in any case of letters. Empty goes back to the default, which is what the environment variable
+/// TARNEL_ADAPTER says in the same way, else the first adapter.
 ///
 /// Threads  any.
 RENDER_API void setAdapter(std::string choice);

@@ -16,7 +16,8 @@ struct Device
 ///
 /// Threads  any.
 /// @throws ComException        when Direct3D refuses
-/// @throws std::runtime_error  "needs at least a DirectX 11.0 graphics card"; one line that names what is missing
+/// @throws std::runtime_error  "needs at least a DirectX 11.0 graphics card"; one line that names what is
+/// missing
 ///                             when there is no driver; when no adapter fits the choice
 Device createDevice();
 }  // namespace Render

@@ -9,8 +9,8 @@
 
 namespace Render
 {
-/// The entry points of Direct3D 11. Whoever only reads data never comes here, so nothing is loaded for them where
-/// the library is one to be loaded.
+/// The entry points of Direct3D 11. Whoever only reads data never comes here, so nothing is loaded for them
+/// where the library is one to be loaded.
 ///
 /// Threads  any.
 namespace Direct3DLibrary
@@ -33,8 +33,8 @@ struct DriverFacts
 
 DriverFacts driverFacts(IDXGIAdapter1& adapter, const DXGI_ADAPTER_DESC1& description);
 
-/// Why no device can be created: one line that names what is missing and what to install. Empty when the system
-/// has no more to say than the result of the failed call.
+/// Why no device can be created: one line that names what is missing and what to install. Empty when the
+/// system has no more to say than the result of the failed call.
 std::string missingDeviceText();
 
 /// Which graphics cards cannot be used and why, a line each.

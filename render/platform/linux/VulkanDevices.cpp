@@ -111,6 +111,7 @@ void askInstance(VulkanDevices& vulkan, PFN_vkGetInstanceProcAddr get)
     }
     globalFunction<PFN_vkDestroyInstance>(get, instance, "vkDestroyInstance")(instance, nullptr);
 }
+
 bool isNewEnough(const VulkanDevice& device)
 {
     return device.majorVersion > kNeededMajor ||
@@ -161,7 +162,8 @@ std::string missingDeviceText(const VulkanDevices& vulkan)
     if (vulkan.devices.empty())
     {
         const std::string failure = vulkan.failure.empty() ? "it finds no device" : vulkan.failure;
-        return "Vulkan has no driver to offer (" + failure + "); install the package mesa-vulkan-drivers" + closed;
+        return "Vulkan has no driver to offer (" + failure + "); install the package mesa-vulkan-drivers" +
+               closed;
     }
     if (std::ranges::none_of(vulkan.devices, isNewEnough))
     {

@@ -21,10 +21,10 @@ struct VulkanDevice
 /// What Vulkan offers on this machine.
 struct VulkanDevices
 {
-    bool isLoaderThere = false;           ///< whether libvulkan.so.1 can be loaded
-    std::string failure;                  ///< what the loader says when it has no instance, such as a result's name
-    std::vector<VulkanDevice> devices;    ///< in the drivers' order
-    std::vector<std::string> closedNodes; ///< device nodes of graphics cards that this user may not open
+    bool isLoaderThere = false;  ///< whether libvulkan.so.1 can be loaded
+    std::string failure;         ///< what the loader says when it has no instance, such as a result's name
+    std::vector<VulkanDevice> devices;     ///< in the drivers' order
+    std::vector<std::string> closedNodes;  ///< device nodes of graphics cards that this user may not open
 };
 
 /// Asks loader and drivers; takes some milliseconds.

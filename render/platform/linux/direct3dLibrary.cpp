@@ -84,8 +84,8 @@ HRESULT Direct3DLibrary::createDevice(
 
 HRESULT Direct3DLibrary::createFactory(IDXGIFactory1** factory)
 {
-    // One factory for the whole life of the process: with the last one the drivers would be unloaded, and loading
-    // them again is most of the time that a device costs.
+    // One factory for the whole life of the process: with the last one the drivers would be unloaded, and
+    // loading them again is most of the time that a device costs.
     static std::mutex mutex;
     static IDXGIFactory1* shared = nullptr;
     const std::scoped_lock lock(mutex);

@@ -1,11 +1,10 @@
 #include "render/platform/linux/loadLibrary.h"
 
+#include <dlfcn.h>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <system_error>
-
-#include <dlfcn.h>
 
 namespace Render
 {
@@ -47,7 +46,8 @@ void* loadLibrary(const char* name, const char* hint)
     }
     const char* const reason = dlerror();
     throw std::runtime_error(
-        std::string(name) + " cannot be loaded: " + (reason == nullptr ? "unknown reason" : reason) + "; " + hint
+        std::string(name) + " cannot be loaded: " + (reason == nullptr ? "unknown reason" : reason) + "; " +
+        hint
     );
 }
 

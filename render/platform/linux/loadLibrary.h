@@ -2,8 +2,8 @@
 
 namespace Render
 {
-/// Loads a shared library that lies beside the one or the program that this code is part of, or in the folder "lib"
-/// next to that folder, else where the system looks for libraries. It is never unloaded.
+/// Loads a shared library that lies beside the one or the program that this code is part of, or in the folder
+/// "lib" next to that folder, else where the system looks for libraries. It is never unloaded.
 ///
 /// Threads  any.
 /// @param name  its SONAME

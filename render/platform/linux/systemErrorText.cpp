@@ -40,7 +40,8 @@ constexpr std::array kKnownResults{
 
 std::string systemErrorText(std::int32_t result)
 {
-    const auto known = std::ranges::find(kKnownResults, static_cast<std::uint32_t>(result), &KnownResult::result);
+    const auto known =
+        std::ranges::find(kKnownResults, static_cast<std::uint32_t>(result), &KnownResult::result);
     return known == kKnownResults.end() ? std::string{} : std::string(known->text);
 }
 }  // namespace Render

@@ -17,8 +17,8 @@ namespace
 class HlslFunctionsDevice : public DeviceFixture
 {
 public:
-    /// What an expression of HLSL is in the pixel whose middle is at (1.5, 0.5). Its "number" is uint 1, and known on
-    /// the device only.
+    /// What an expression of HLSL is in the pixel whose middle is at (1.5, 0.5). Its "number" is uint 1, and
+    /// known on the device only.
     static Float4 valueOf(const std::string& expression)
     {
         using Render::compileByVkd3d;
@@ -75,8 +75,7 @@ TEST_F(HlslFunctionsDevice, CountbitsCountsTheOnes)
 /// A finite number, a negative infinity, no number, and the largest number.
 TEST_F(HlslFunctionsDevice, NumbersAreClassified)
 {
-    const std::string numbers =
-        "asfloat(number * uint4(0x3f800000u, 0xff800000u, 0x7fc00000u, 0x7f7fffffu))";
+    const std::string numbers = "asfloat(number * uint4(0x3f800000u, 0xff800000u, 0x7fc00000u, 0x7f7fffffu))";
 
     EXPECT_THAT(valueOf("isnan(" + numbers + ") ? 1.0 : 0.0"), ElementsAre(0.0f, 0.0f, 1.0f, 0.0f));
     EXPECT_THAT(valueOf("isinf(" + numbers + ") ? 1.0 : 0.0"), ElementsAre(0.0f, 1.0f, 0.0f, 0.0f));
