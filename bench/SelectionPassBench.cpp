@@ -1,7 +1,7 @@
 // How long a selection pass takes when everything that finds room is resident already, as after each small
 // camera move: of a data set that fits the budget, and of one of twenty times as many nodes.
 //
-// The points of the nodes are few on purpose: their copy at the end of a pass is what UpdateBuffersBench
+// The points of the nodes are few on purpose: their copy at the end of a pass is what PublicationBench
 // measures.
 
 #include "octree/Octree.h"
@@ -104,10 +104,13 @@ void runPasses(
     parameters.octreeNodePriorityThreshold = 0.5F;
     const Render::NodeRanking ranking = [&parameters](std::size_t level, const Box& box)
     { return parameters.rank(level, box); };
+    Render::VertexContainer cached;
+    cached.resize(kPointsPerNode);
+    cached.share();
     const Render::VertexSource source =
-        [](const OctreeNodeId&, Render::VertexContainer& vertices, std::stop_token)
+        [&cached](const OctreeNodeId&, Render::VertexContainer& vertices, std::stop_token)
     {
-        vertices.resize(kPointsPerNode);
+        vertices = cached;
         return true;
     };
     const Render::SelectionPass pass{

@@ -50,18 +50,6 @@ BoxWithColor shownBox(const Math::NBoundingBox<float, 3>& cube, bool isRoot, con
     return box;
 }
 
-/// Empties an array and gives it room, without copying the old elements.
-template <class T>
-void clearAndReserve(std::vector<T>& array, std::size_t size)
-{
-    array.clear();
-    if (array.capacity() < size)
-    {
-        std::vector<T>().swap(array);  // before, so that old and new storage do not exist side by side
-        array.reserve(size);
-    }
-}
-
 /// @return false when the source failed and a stop was requested
 bool fetchVertices(
     const VertexSource& vertexSource,
@@ -149,7 +137,7 @@ void NodePrioritizer::clear(std::size_t cloudId)
     mNodes.erase(firstDropped, mNodes.end());
     for (const PrioritizedNode& node : dropped)
     {
-        mTotalUsedPointCount -= node.vertices.size();
+        mTotalUsedPointCount -= node.vertices->size();
         mIndex.erase(node.nodeId);
     }
 }
@@ -213,9 +201,10 @@ bool NodePrioritizer::addNode(
         return false;
     }
 
+    std::shared_ptr<const VertexBlock> block = vertices.share();
     makeRoomForOneNode();
     mIndex.insert(nodeId);
-    mNodes.push_back({box, nodeId, priority, std::move(vertices)});  // cannot fail any more
+    mNodes.push_back({box, nodeId, priority, std::move(block)});  // cannot fail any more
     mTotalUsedPointCount += pointCount;
     resident = true;
     if (mIsHeap)
@@ -234,11 +223,13 @@ void NodePrioritizer::updateBuffers(
     std::size_t cloudId, bool dropDeepestLevel, Core::TripleBuffer<Buffer>& buffers
 )
 {
+    PublishedVertices outdated;  // outlives the lock: it may hold the last reference to what has left
     const std::scoped_lock lock(mMutex);
     Buffer& buffer = buffers.back();
     updateNodes(drawnNodes(cloudId, dropDeepestLevel), buffer);
     writeOctreeTexture(buffer.nodes, buffer.octreeTextureData);
     buffers.publish();
+    std::swap(outdated, buffers.back().vertices);
 }
 
 bool NodePrioritizer::isResident(const NodeId& nodeId) const
@@ -284,7 +275,7 @@ NodePrioritizer::PrioritizedNode NodePrioritizer::dropTop()
     std::pop_heap(mNodes.begin(), mNodes.end(), kLowestOnTop);
     PrioritizedNode dropped = std::move(mNodes.back());
     mNodes.pop_back();
-    mTotalUsedPointCount -= dropped.vertices.size();
+    mTotalUsedPointCount -= dropped.vertices->size();
     mIndex.erase(dropped.nodeId);
     return dropped;
 }
@@ -380,14 +371,12 @@ NodePrioritizer::Positions NodePrioritizer::bestWithParents(const Positions& can
 
 void NodePrioritizer::updateNodes(const Positions& drawn, Buffer& buffer) const
 {
-    std::size_t pointCount = 0;
-    for (const std::size_t i : drawn)
-    {
-        pointCount += mNodes[i].vertices.size();
-    }
-    clearAndReserve(buffer.nodes, drawn.size());
-    clearAndReserve(buffer.boundingBoxes, drawn.size());
-    clearAndReserve(buffer.vertices, pointCount);
+    buffer.nodes.clear();
+    buffer.nodes.reserve(drawn.size());
+    buffer.boundingBoxes.clear();
+    buffer.boundingBoxes.reserve(drawn.size());
+    buffer.vertices.clear();
+    buffer.vertices.reservePieces(drawn.size());
 
     for (const std::size_t i : drawn)
     {
@@ -399,12 +388,11 @@ void NodePrioritizer::updateNodes(const Positions& drawn, Buffer& buffer) const
              .index = 0,
              .level = level,
              .firstPoint = buffer.vertices.size(),
-             .pointCount = node.vertices.size(),
+             .pointCount = node.vertices->size(),
              .boxMin = node.boundingBox.min()}
         );
         buffer.boundingBoxes.push_back(shownBox(node.boundingBox, level == 0, node.priority));
-        const VertexContainer::Vertex* const vertices = node.vertices.data();
-        buffer.vertices.insert(buffer.vertices.end(), vertices, vertices + node.vertices.size());
+        buffer.vertices.append(node.vertices);
     }
 
     std::sort(

@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <stop_token>
 #include <unordered_set>
@@ -81,7 +82,8 @@ public:
         std::stop_token stopToken
     );
 
-    /// Builds what a frame draws of one cloud in the back slot and publishes it.
+    /// Builds what a frame draws of one cloud in the back slot and publishes it. No vertex is copied: the
+    /// publication shares the nodes' blocks. The new back slot gives up those of an older publication.
     ///
     /// Drawn are the nodes that are not discarded on the unbroken run of levels from the root that have such
     /// nodes. Of more than kMaxDrawnNodes those stay that rank best, each only with its parent.
@@ -94,7 +96,7 @@ private:
         Math::NBoundingBox<float, 3> boundingBox;
         NodeId nodeId;
         NodePriority priority;
-        VertexContainer vertices;
+        std::shared_ptr<const VertexBlock> vertices;
     };
 
     /// Spreads ids over all buckets; std::hash<NodeId> does not.

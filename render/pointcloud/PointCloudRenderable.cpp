@@ -14,6 +14,7 @@
 
 #include <deque>
 #include <stdexcept>
+#include <utility>
 
 namespace Render
 {
@@ -265,7 +266,7 @@ void PointCloudRenderable::brightnessAndContrast(
         {
             for (std::size_t i = 0; i < vertices.size(); ++i)
             {
-                histogram.add(shownGrey(vertices.data()[i], renderMode));
+                histogram.add(shownGrey(std::as_const(vertices).data()[i], renderMode));
             }
             if (mOctree->level(queue.front()) < kDeepestHistogramLevel)
             {

@@ -788,6 +788,56 @@ TEST(NodePrioritizer, MoreNodesThanTheTextureHoldsAreCutOff)
     EXPECT_EQ(coarser.nodes.size(), 1U + 8U + 64U + 512U);
 }
 
+TEST(NodePrioritizer, PublicationsShareTheVerticesThatTheSourceShares)
+{
+    NodePrioritizer prioritizer(kLargeBudget);
+    VertexContainer cached;
+    cached.resize(3);
+    const std::shared_ptr<const VertexBlock> block = cached.share();
+    const VertexSource source = [&](const OctreeNodeId&, VertexContainer& vertices, std::stop_token)
+    {
+        vertices = cached;
+        return true;
+    };
+    offer(prioritizer, {}, points(2));
+    offer(prioritizer, {.name = "r1"}, source);
+
+    const Buffer first = published(prioritizer);
+    const Buffer second = published(prioritizer);
+
+    EXPECT_EQ(first.vertices.blockAt(2), block.get());
+    EXPECT_EQ(first.nodes.back().firstPoint, 2U);
+    EXPECT_EQ(second.vertices.blockAt(0), first.vertices.blockAt(0));
+}
+
+TEST(NodePrioritizer, PublicationsOfWhatHasLeftGiveItUp)
+{
+    NodePrioritizer prioritizer(kLargeBudget);
+    VertexContainer cached;
+    cached.resize(3);
+    const std::shared_ptr<const VertexBlock> block = cached.share();
+    const VertexSource source = [&](const OctreeNodeId&, VertexContainer& vertices, std::stop_token)
+    {
+        vertices = cached;
+        return true;
+    };
+    Core::TripleBuffer<Buffer> buffers;
+    offer(prioritizer, {}, source);
+    const auto publish = [&]
+    {
+        prioritizer.updateBuffers(kCloud, false, buffers);
+        buffers.update();
+    };
+    publish();
+    publish();
+    prioritizer.clear(kCloud);
+
+    publish();  // the front is empty now; what was the front may be the middle one
+    publish();
+
+    EXPECT_EQ(block.use_count(), 2);  // the test's own reference, and that of `cached`
+}
+
 TEST(NodePrioritizer, OfMoreNodesThanTheTextureHoldsTheBestAreDrawnWithTheirParents)
 {
     // Five full levels; a node ranks by its code, so the last of each level rank best, and above their
