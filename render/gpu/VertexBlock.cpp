@@ -7,7 +7,8 @@
 namespace Render
 {
 static_assert(
-    std::is_trivially_copyable_v<VertexBlock::Vertex> && std::is_trivially_destructible_v<VertexBlock::Vertex>,
+    std::is_trivially_copyable_v<VertexBlock::Vertex> &&
+        std::is_trivially_destructible_v<VertexBlock::Vertex>,
     "vertices may be moved by realloc()"
 );
 

@@ -564,6 +564,7 @@ void PointCloudRenderable::reloadPoints(
         .updateInterval = [this] { return updateInterval(); },
         .requestRedraw = [this] { setNeedsRedraw(true); },
         .onProgress = std::move(onProgress),
+        .stopped = &mStoppedPublication,
     };
     try
     {

@@ -338,6 +338,7 @@ private:
     float mTomographicContrast = 0.01F;
     Math::Color mUniformColor;
     std::atomic<bool> mNeedsRedraw{true};
+    StoppedPublication mStoppedPublication;
 
     mutable std::mutex mRankingMutex;  // guards mRanking; the parameters themselves never change
     std::shared_ptr<const NodeRankingParameters> mRanking;

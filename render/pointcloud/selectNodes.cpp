@@ -18,7 +18,14 @@ struct Candidate
 class Publisher
 {
 public:
-    explicit Publisher(const SelectionPass& pass) : mPass(pass), mLastFlush(pass.now()) {}
+    explicit Publisher(const SelectionPass& pass) : mPass(pass), mLastFlush(pass.now())
+    {
+        if (mPass.stopped != nullptr)
+        {
+            mLastFlush = mPass.stopped->time().value_or(mLastFlush);
+            mPass.stopped->set(mLastFlush);  // until the pass has come to its end
+        }
+    }
 
     void markDirty() noexcept { mDirty = true; }
 
@@ -33,14 +40,22 @@ public:
         {
             flush();
             mLastFlush = now;
+            if (mPass.stopped != nullptr)
+            {
+                mPass.stopped->set(now);
+            }
         }
     }
 
-    void flushIfDirty()
+    void flushAtTheEnd()
     {
         if (mDirty)
         {
             flush();
+        }
+        if (mPass.stopped != nullptr)
+        {
+            mPass.stopped->reset();
         }
     }
 
@@ -120,7 +135,7 @@ void runPass(const SelectionPass& pass, const std::stop_token& stopToken)
             offerChildren(pass, best.id, stopToken, candidates);
         }
     }
-    publisher.flushIfDirty();
+    publisher.flushAtTheEnd();
 }
 }  // namespace
 
@@ -134,6 +149,10 @@ void selectNodes(const SelectionPass& pass, std::stop_token stopToken)
     {
         if (!stopToken.stop_requested())
         {
+            if (pass.stopped != nullptr)
+            {
+                pass.stopped->reset();
+            }
             throw;
         }
         // The tree fails on purpose when it is stopped while it reads.

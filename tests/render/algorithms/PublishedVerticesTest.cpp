@@ -1,5 +1,5 @@
-#include "render/pointcloud/PublishedVertices.h"
 #include "render/gpu/VertexContainer.h"
+#include "render/pointcloud/PublishedVertices.h"
 
 #include <gtest/gtest.h>
 
