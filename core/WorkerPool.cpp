@@ -120,7 +120,8 @@ void WorkerPool::State::setThreadCount(std::size_t count)
     {
         const std::scoped_lock lock(mutex);
         threadCount = count;
-        const auto firstEnding = threads.begin() + static_cast<std::ptrdiff_t>(std::min(threads.size(), count));
+        const auto firstEnding =
+            threads.begin() + static_cast<std::ptrdiff_t>(std::min(threads.size(), count));
         ending.assign(std::move_iterator(firstEnding), std::move_iterator(threads.end()));
         threads.erase(firstEnding, threads.end());
         if (ending.empty())

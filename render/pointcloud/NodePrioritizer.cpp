@@ -115,6 +115,27 @@ bool NodePrioritizer::contains(const NodeId& nodeId) const
     return isResident(nodeId);
 }
 
+bool NodePrioritizer::admits(const NodePriority& priority, std::size_t pointCount)
+{
+    const std::scoped_lock lock(mMutex);
+    return mTotalUsedPointCount + pointCount < mTotalMaxPointCount || !isRefused(priority, {});
+}
+
+bool NodePrioritizer::mayAdmitLater(const NodePriority& priority, std::size_t pointCount) const
+{
+    const std::scoped_lock lock(mMutex);
+    if (mTotalUsedPointCount + pointCount < mTotalMaxPointCount || mNodes.empty())
+    {
+        return true;
+    }
+    return mIsHeap ? priority > mNodes.front().priority
+                   : std::any_of(
+                         mNodes.begin(),
+                         mNodes.end(),
+                         [&priority](const PrioritizedNode& node) { return priority > node.priority; }
+                     );
+}
+
 void NodePrioritizer::clear()
 {
     std::vector<PrioritizedNode> dropped;  // outlives the lock

@@ -53,6 +53,13 @@ public:
     /// True when the node is resident.
     bool contains(const NodeId& nodeId) const;
 
+    /// False when addNode() would refuse a node of so many points once it is fetched.
+    bool admits(const NodePriority& priority, std::size_t pointCount);
+
+    /// The same for a node that is not yet to be offered: an estimate that changes nothing, not even the
+    /// order of the nodes.
+    bool mayAdmitLater(const NodePriority& priority, std::size_t pointCount) const;
+
     /// Drops every node of every cloud.
     void clear();
 

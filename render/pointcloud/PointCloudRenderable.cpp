@@ -6,8 +6,8 @@
 #include "render/pointcloud/AsyncReload.h"
 #include "render/pointcloud/BrightnessHistogram.h"
 #include "render/pointcloud/LoDPointCloud.h"
+#include "render/pointcloud/NodeLoader.h"
 #include "render/pointcloud/NodePrioritizer.h"
-#include "render/pointcloud/convertToVertices.h"
 #include "render/pointcloud/defaultUniformColor.h"
 #include "render/renderer/RenderMode.h"
 #include "render/scene/Camera.h"
@@ -138,6 +138,19 @@ void PointCloudRenderable::getCaches()
     mVertexCache = sharedCache(mCached, kVertexCacheCapacity, kExpectedCacheEntries);
     mQueryCache =
         PointCloudQuery::createOrGetSharedCache(mCached, kQueryCacheCapacity, kExpectedCacheEntries);
+    mVertices = std::make_shared<const CachedVertices>(mOctree, mCached, mVertexCache);
+    auto nodeLoader = std::make_unique<NodeLoader>(
+        Core::WorkerPool::shared(),
+        [vertices =
+             mVertices](const Octree::OctreeNodeId& id, VertexContainer& out, std::stop_token stopToken)
+        { return vertices->load(id, out, std::move(stopToken)); },
+        [vertices = mVertices](const Octree::OctreeNodeId& id) { return vertices->contains(id); }
+    );
+    if (mNodeLoader)
+    {
+        nodeLoader->setMaxBytesInFlight(mNodeLoader->maxBytesInFlight());
+    }
+    mNodeLoader = std::move(nodeLoader);
 }
 
 void PointCloudRenderable::init(
@@ -262,7 +275,7 @@ void PointCloudRenderable::brightnessAndContrast(
     std::deque<Octree::OctreeNodeId> queue{mOctree->root()};
     try
     {
-        while (!queue.empty() && getVertexData(queue.front(), vertices, std::stop_token()))
+        while (!queue.empty() && mVertices->load(queue.front(), vertices, std::stop_token()))
         {
             for (std::size_t i = 0; i < vertices.size(); ++i)
             {
@@ -446,6 +459,16 @@ UpdateInterval PointCloudRenderable::updateInterval() const noexcept
     return UpdateInterval(mUpdateInterval);
 }
 
+void PointCloudRenderable::setMaxBytesInFlight(std::size_t bytes)
+{
+    mNodeLoader->setMaxBytesInFlight(bytes);
+}
+
+std::size_t PointCloudRenderable::maxBytesInFlight() const
+{
+    return mNodeLoader->maxBytesInFlight();
+}
+
 void PointCloudRenderable::setRestartLoadingAfterCameraChange(bool restart) noexcept
 {
     mRestartLoadingAfterCameraChange = restart;
@@ -552,7 +575,7 @@ void PointCloudRenderable::reloadPoints(
     { return boundingBoxPriority(level, box); };
     const VertexSource vertexSource =
         [this](const Octree::OctreeNodeId& id, VertexContainer& vertices, std::stop_token stop)
-    { return getVertexData(id, vertices, stop); };
+    { return mNodeLoader->get(id, vertices, std::move(stop)); };
     const SelectionPass pass{
         .prioritizer = mLoDPointCloud->prioritizer(),
         .cloudId = mLoDPointCloud->cloudId(),
@@ -564,6 +587,7 @@ void PointCloudRenderable::reloadPoints(
         .updateInterval = [this] { return updateInterval(); },
         .requestRedraw = [this] { setNeedsRedraw(true); },
         .onProgress = std::move(onProgress),
+        .loader = mNodeLoader.get(),
         .stopped = &mStoppedPublication,
     };
     try
@@ -676,30 +700,6 @@ Math::ConvexPolytope<float, 3> PointCloudRenderable::inModelCoordinates(
 )
 {
     return Math::transformedByInverse(Math::ConvexPolytope<float, 3>(halfSpaces), worldMatrix());
-}
-
-bool PointCloudRenderable::getVertexData(
-    const Octree::OctreeNodeId& id, VertexContainer& vertices, std::stop_token stopToken
-)
-{
-    // A cloud that shares the octree may have changed what is read: that is not for this cache.
-    bool isRead = false;
-    const auto load = [&](VertexContainer& loaded, const std::stop_token& stop)
-    {
-        const bool isWhole = convertToVertices(*mOctree, id, loaded, stop);
-        if (!isWhole || mOctree->cacheIdentifier() == mCached)
-        {
-            return isWhole;
-        }
-        vertices = std::move(loaded);
-        isRead = true;
-        return false;
-    };
-    if (mOctree->cacheIdentifier() != mCached)
-    {
-        return convertToVertices(*mOctree, id, vertices, std::move(stopToken));
-    }
-    return mVertexCache->getOrLoad(id, vertices, load, std::move(stopToken)) || isRead;
 }
 
 void PointCloudRenderable::triggerReload()

@@ -18,6 +18,8 @@
 
 namespace Render
 {
+class NodeLoader;
+
 /// Ticks of 100 nanoseconds, in which the time between two publications is measured.
 using UpdateInterval = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
 
@@ -53,8 +55,8 @@ struct SelectionPass
     NodePrioritizer& prioritizer;
     std::size_t cloudId;
     const SelectionTree& tree;
-    const NodeRanking& ranking;  ///< with the current camera
-    const VertexSource& vertexSource;
+    const NodeRanking& ranking;           ///< with the current camera
+    const VertexSource& vertexSource;     ///< not used with a loader
     Core::TripleBuffer<Buffer>& buffers;  ///< written and published
     std::size_t maxLevel;                 ///< deepest level that is offered
     std::function<UpdateInterval()>
@@ -62,6 +64,7 @@ struct SelectionPass
     std::function<void()> requestRedraw;  ///< called after each publication
     std::function<void()> onProgress;     ///< called after that; may be empty
     std::function<std::chrono::steady_clock::time_point()> now = &std::chrono::steady_clock::now;
+    NodeLoader* loader = nullptr;           ///< instead of `vertexSource`: nodes are read ahead
     StoppedPublication* stopped = nullptr;  ///< the cloud's, where its passes follow one another
 };
 
