@@ -1,8 +1,8 @@
-// How long it takes until a million points are resident, from opened files, by the number of worker threads; and
-// where the bytes of the process are then.
+// How long it takes until a million points are resident, from opened files, by the number of worker threads;
+// and where the bytes of the process are then.
 //
-// "ofBrotli" is the time of the Brotli library alone on the same bytes, on one thread, divided by the threads and by
-// the time of the load, both measured in turn. Only the operating system's file cache is warm.
+// "ofBrotli" is the time of the Brotli library alone on the same bytes, on one thread, divided by the threads
+// and by the time of the load, both measured in turn. Only the operating system's file cache is warm.
 
 #include "octree/Octree.h"
 #include "octree/potree/FileLoader.h"
@@ -56,8 +56,8 @@ double medianOf(std::vector<double> values)
     return *middle;
 }
 
-/// A folder with a data set of a million points, written by a process of its own where that can be, so that this
-/// one's memory is what loading takes.
+/// A folder with a data set of a million points, written by a process of its own where that can be, so that
+/// this one's memory is what loading takes.
 class Sample
 {
 public:
@@ -80,7 +80,10 @@ public:
 #endif
     }
 
-    const std::filesystem::path& path() const { return mFolder.path(); }
+    const std::filesystem::path& path() const
+    {
+        return mFolder.path();
+    }
 
 private:
     TemporaryFolder mFolder;
@@ -88,7 +91,8 @@ private:
 
 const std::filesystem::path& brotliSample()
 {
-    static const Sample sample([](const std::filesystem::path& folder) { Samples::writeSampleDataset(folder); });
+    static const Sample sample([](const std::filesystem::path& folder)
+                               { Samples::writeSampleDataset(folder); });
     return sample.path();
 }
 
@@ -107,17 +111,14 @@ class Cloud
 public:
     Cloud(const std::filesystem::path& folder, std::size_t threadCount)
         : octree(std::make_shared<Octree::Octree>(Octree::Location::fromPath(folder), 1.0)),
-          vertices(std::make_unique<Render::CachedVertices>(
+          vertices(std::make_shared<Render::CachedVertices>(
               octree,
               octree->cacheIdentifier(),
               std::make_shared<Render::CachedVertices::Cache>(30'000'000, 4000)
           )),
-          loader(std::make_unique<Render::NodeLoader>(
-              std::make_shared<Core::WorkerPool>(threadCount),
-              [this](const OctreeNodeId& id, Render::VertexContainer& out, std::stop_token stop)
-              { return vertices->load(id, out, std::move(stop)); },
-              [this](const OctreeNodeId& id) { return vertices->contains(id); }
-          ))
+          loader(
+              std::make_unique<Render::NodeLoader>(vertices, std::make_shared<Core::WorkerPool>(threadCount))
+          )
     {
         const auto box = octree->boundingBox();
         const auto center = box.center();
@@ -135,8 +136,7 @@ public:
     void load()
     {
         const Render::OctreeSelectionTree tree(*octree);
-        const Render::NodeRanking ranking =
-            [this](std::size_t level, const Math::NBoundingBox<float, 3>& box)
+        const Render::NodeRanking ranking = [this](std::size_t level, const Math::NBoundingBox<float, 3>& box)
         { return parameters.rank(level, box); };
         const Render::VertexSource source =
             [this](const OctreeNodeId& id, Render::VertexContainer& out, std::stop_token stop)
@@ -160,7 +160,7 @@ public:
     }
 
     std::shared_ptr<Octree::Octree> octree;
-    std::unique_ptr<Render::CachedVertices> vertices;
+    std::shared_ptr<const Render::CachedVertices> vertices;
     std::unique_ptr<Render::NodePrioritizer> prioritizer = std::make_unique<Render::NodePrioritizer>(kBudget);
     std::unique_ptr<Core::TripleBuffer<Render::Buffer>> buffers =
         std::make_unique<Core::TripleBuffer<Render::Buffer>>();
@@ -269,8 +269,8 @@ double allocatedBytes()
 }
 
 /// Where the bytes are, per visible point: what is allocated when all is loaded ("allocated"), of it for
-/// vertices; what the parts give back when they go, the nodes without their vertices; and what the process has grown
-/// by, at the end and at the most.
+/// vertices; what the parts give back when they go, the nodes without their vertices; and what the process
+/// has grown by, at the end and at the most.
 void memory(benchmark::State& state)
 {
     const auto threadCount = static_cast<std::size_t>(state.range(0));
@@ -316,4 +316,10 @@ void memory(benchmark::State& state)
 BENCHMARK(memory)->Arg(1)->Arg(2)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
 #endif
 BENCHMARK(loadBrotli)->Arg(1)->Arg(2)->Arg(4)->UseManualTime()->Iterations(9)->Unit(benchmark::kMillisecond);
-BENCHMARK(loadZstandardTiles)->Arg(1)->Arg(2)->Arg(4)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
+BENCHMARK(loadZstandardTiles)
+    ->Arg(1)
+    ->Arg(2)
+    ->Arg(4)
+    ->UseManualTime()
+    ->Iterations(5)
+    ->Unit(benchmark::kMillisecond);

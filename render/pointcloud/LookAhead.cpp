@@ -20,7 +20,7 @@ LookAhead::LookAhead(const SelectionPass& pass, NodeLoader& loader, CandidateQue
 
 LookAhead::~LookAhead()
 {
-    mLoader.dropRequests();
+    mLoader.dropAll();
 }
 
 void LookAhead::goOn(const std::stop_token& stopToken)

@@ -13,8 +13,8 @@ namespace Render
 class NodeLoader;
 struct SelectionPass;
 
-/// Walks ahead of a selection pass, as if each node that it meets became resident, and requests the nodes that the
-/// pass will ask for, in the order in which it will.
+/// Walks ahead of a selection pass, as if each node that it meets became resident, and requests the nodes
+/// that the pass will ask for, in the order in which it will.
 ///
 /// Threads  the pass's.
 class LookAhead : private Core::NonCopyable
@@ -38,7 +38,8 @@ private:
     const SelectionPass& mPass;
     NodeLoader& mLoader;
     CandidateQueue mCandidates;
-    std::unordered_map<Octree::OctreeNodeId, std::size_t> mPlanned;  // points of what the pass has not yet got
+    std::unordered_map<Octree::OctreeNodeId, std::size_t>
+        mPlanned;  // points of what the pass has not yet got
     std::size_t mPlannedPoints = 0;
 };
 }  // namespace Render

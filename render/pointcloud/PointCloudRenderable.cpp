@@ -139,18 +139,10 @@ void PointCloudRenderable::getCaches()
     mQueryCache =
         PointCloudQuery::createOrGetSharedCache(mCached, kQueryCacheCapacity, kExpectedCacheEntries);
     mVertices = std::make_shared<const CachedVertices>(mOctree, mCached, mVertexCache);
-    auto nodeLoader = std::make_unique<NodeLoader>(
-        Core::WorkerPool::shared(),
-        [vertices =
-             mVertices](const Octree::OctreeNodeId& id, VertexContainer& out, std::stop_token stopToken)
-        { return vertices->load(id, out, std::move(stopToken)); },
-        [vertices = mVertices](const Octree::OctreeNodeId& id) { return vertices->contains(id); }
-    );
-    if (mNodeLoader)
-    {
-        nodeLoader->setMaxBytesInFlight(mNodeLoader->maxBytesInFlight());
-    }
-    mNodeLoader = std::move(nodeLoader);
+    const std::size_t maxBytesInFlight =
+        mNodeLoader ? mNodeLoader->maxBytesInFlight() : NodeLoader::kDefaultMaxBytesInFlight;
+    mNodeLoader = std::make_unique<NodeLoader>(mVertices);
+    mNodeLoader->setMaxBytesInFlight(maxBytesInFlight);
 }
 
 void PointCloudRenderable::init(

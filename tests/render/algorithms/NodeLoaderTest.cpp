@@ -1,4 +1,5 @@
 #include "render/pointcloud/NodeLoader.h"
+#include "render/pointcloud/NodePrioritizer.h"
 
 #include <gtest/gtest.h>
 
@@ -255,7 +256,7 @@ TEST_F(NodeLoaderTest, DroppedRequestsAreNotRead)
     loader->request(node("r1"), kBytes);
     source.awaitBegun(1);
 
-    loader->dropRequests();
+    loader->dropAll();
     EXPECT_EQ(loader->bytesInFlight(), kBytes) << "of the one that is read";
     source.open();
     loader->request(node("r2"), kBytes);
@@ -265,13 +266,31 @@ TEST_F(NodeLoaderTest, DroppedRequestsAreNotRead)
     EXPECT_EQ(loader->bytesInFlight(), 0U);
 }
 
+TEST_F(NodeLoaderTest, OneRequestCanBeDropped)
+{
+    const auto loader = makeLoader(1);
+    source.close();
+    for (const char* name : {"r0", "r1", "r2"})
+    {
+        loader->request(node(name), kBytes);
+    }
+    source.awaitBegun(1);
+
+    loader->drop(node("r1"));
+    EXPECT_EQ(loader->bytesInFlight(), 2 * kBytes);
+    source.open();
+    sizeOf(*loader, "r2");
+
+    EXPECT_EQ(source.awaitBegun(2), (Names{"r0", "r2"}));
+}
+
 TEST_F(NodeLoaderTest, ADroppedReadThatIsRequestedAgainIsHandedOut)
 {
     const auto loader = makeLoader(1);
     source.close();
     loader->request(node("r0"), kBytes);
     source.awaitBegun(1);
-    loader->dropRequests();
+    loader->dropAll();
 
     EXPECT_TRUE(loader->request(node("r0"), kBytes));
     source.open();
@@ -324,15 +343,15 @@ TEST_F(NodeLoaderTest, ManyReadsAtOnce)
                     VertexContainer vertices;
                     switch (random() % 8)
                     {
-                    case 0:
-                        loader.dropRequests();
-                        break;
-                    case 1:
-                    case 2:
-                        faults += loader.get(id, vertices, {}) && vertices.size() == id.code() ? 0U : 1U;
-                        break;
-                    default:
-                        loader.request(id, kBytes);
+                        case 0:
+                            loader.dropAll();
+                            break;
+                        case 1:
+                        case 2:
+                            faults += loader.get(id, vertices, {}) && vertices.size() == id.code() ? 0U : 1U;
+                            break;
+                        default:
+                            loader.request(id, kBytes);
                     }
                     faults += loader.bytesInFlight() > 5 * kBytes ? 1U : 0U;
                 }
