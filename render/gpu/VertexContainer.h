@@ -1,76 +1,105 @@
 #pragma once
 
 #include "render/Export.h"
+#include "render/gpu/VertexBlock.h"
 #include "render/gpu/VertexFormats.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <memory>
 #include <vector>
 
 namespace Render
 {
 /// The vertices of one octree node, from which hidden points can be dropped once all are filled in.
 ///
+/// Once share() was called, copies refer to the same vertices. A change after that is made to a copy of them.
+///
 /// Shape    20 bytes a vertex, ready to copy into a vertex buffer.
-/// Threads  a plain value.
+/// Threads  a plain value; what is shared may be read from any thread.
 class RENDER_API VertexContainer
 {
 public:
-    using Vertex = VertexPosColorIntensityClassIndexScanIndex;
+    using Vertex = VertexBlock::Vertex;
 
     VertexContainer() = default;
 
     /// Takes over the vertices; all of them count as visible.
     VertexContainer(std::initializer_list<Vertex> vertices);
 
+    VertexContainer(const VertexContainer& other);
+    VertexContainer& operator=(const VertexContainer& other);
+    VertexContainer(VertexContainer&& other) noexcept;
+    VertexContainer& operator=(VertexContainer&& other) noexcept;
+    ~VertexContainer() = default;
+
     /// Sets the number of vertices; new ones are black at the origin and visible.
     void resize(std::size_t n);
+
+    /// Sets the number of vertices; the contents of new ones are whatever they are until they are written.
+    void resizeForOverwrite(std::size_t n);
 
     /// Drops the vertices whose visibility is not 0, keeps the others in order and gives up the storage that
     /// is not needed any more. Does nothing unless setVisibility() was called and there is one visibility per
     /// vertex.
     void complete();
 
+    /// The vertices as they are now, without a copy.
+    std::shared_ptr<const VertexBlock> share();
+
     // The setters below do not check the index.
 
     /// Stores the coordinates rounded to single precision.
-    void setPosition(std::size_t i, double x, double y, double z) noexcept
+    void setPosition(std::size_t i, double x, double y, double z)
     {
-        mVertices[i].position = {static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)};
+        data()[i].position = {static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)};
     }
 
-    void setColor(std::size_t i, unsigned char r, unsigned char g, unsigned char b, unsigned char a) noexcept
+    void setColor(std::size_t i, unsigned char r, unsigned char g, unsigned char b, unsigned char a)
     {
-        mVertices[i].color.set(r, g, b, a);
+        data()[i].color.set(r, g, b, a);
     }
 
     /// Stores the high byte of the 16-bit intensity, on purpose without rounding.
-    void setIntensity(std::size_t i, unsigned short value) noexcept
+    void setIntensity(std::size_t i, unsigned short value)
     {
-        mVertices[i].intensity = static_cast<std::uint8_t>(value >> 8U);
+        data()[i].intensity = static_cast<std::uint8_t>(value >> 8U);
     }
 
-    void setClassIndex(std::size_t i, unsigned char value) noexcept { mVertices[i].classIndex = value; }
+    void setClassIndex(std::size_t i, unsigned char value) { data()[i].classIndex = value; }
 
-    void setScanIndex(std::size_t i, unsigned short value) noexcept { mVertices[i].scanIndex = value; }
+    void setScanIndex(std::size_t i, unsigned short value) { data()[i].scanIndex = value; }
 
     /// @param value  0 keeps the point, anything else lets complete() drop it
-    void setVisibility(std::size_t i, unsigned char value) noexcept
+    void setVisibility(std::size_t i, unsigned char value)
     {
+        if (mVisibility.size() != size())
+        {
+            mVisibility.assign(size(), 0);
+        }
         mVisibility[i] = value;
-        mVisibilityUsed = true;
     }
 
-    std::size_t size() const noexcept { return mVertices.size(); }
+    std::size_t size() const noexcept { return mBlock ? mBlock->size() : 0; }
 
-    Vertex* data() noexcept { return mVertices.data(); }
+    /// To change the vertices: those that are shared are copied first.
+    Vertex* data()
+    {
+        if (mIsShared)
+        {
+            copyBlock();
+        }
+        return mBlock ? mBlock->mVertices.get() : nullptr;
+    }
 
-    const Vertex* data() const noexcept { return mVertices.data(); }
+    const Vertex* data() const noexcept { return mBlock ? mBlock->data() : nullptr; }
 
 private:
-    std::vector<Vertex> mVertices;
-    std::vector<std::uint8_t> mVisibility;
-    bool mVisibilityUsed = false;
+    void copyBlock();
+
+    std::shared_ptr<VertexBlock> mBlock;    // absent while there was never a vertex
+    bool mIsShared = false;                 // the block must not change any more
+    std::vector<std::uint8_t> mVisibility;  // one per vertex from the first setVisibility() to complete()
 };
 }  // namespace Render

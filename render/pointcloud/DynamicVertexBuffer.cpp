@@ -58,11 +58,26 @@ void DynamicVertexBuffer::create(ID3D11Device* device, const void* initialData)
 void DynamicVertexBuffer::update(ID3D11DeviceContext* context, std::span<const std::byte> bytes)
 {
     assert(bytes.size() <= mCapacity * mStride);
+    update(context, std::span(&bytes, 1));
+}
+
+void DynamicVertexBuffer::update(
+    ID3D11DeviceContext* context, std::span<const std::span<const std::byte>> pieces
+)
+{
     D3D11_MAPPED_SUBRESOURCE mapped{};
     throwIfFailed(context->Map(mBuffer, 0, D3D11_MAP_WRITE_DISCARD, 0, &mapped));
-    if (!bytes.empty())
+    auto* to = static_cast<std::byte*>(mapped.pData);
+    std::size_t room = mCapacity * mStride;
+    for (const std::span<const std::byte> piece : pieces)
     {
-        std::memcpy(mapped.pData, bytes.data(), bytes.size());
+        const std::size_t size = std::min(piece.size(), room);
+        if (size > 0)
+        {
+            std::memcpy(to, piece.data(), size);
+        }
+        to += size;
+        room -= size;
     }
     context->Unmap(mBuffer, 0);
 }

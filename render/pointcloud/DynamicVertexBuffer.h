@@ -35,6 +35,10 @@ public:
     /// @throws ComException  when the buffer cannot be mapped
     void update(ID3D11DeviceContext* context, std::span<const std::byte> bytes);
 
+    /// Replaces the contents by these, one after the other; what has no room is left out.
+    /// @throws ComException  when the buffer cannot be mapped
+    void update(ID3D11DeviceContext* context, std::span<const std::span<const std::byte>> pieces);
+
     /// Makes the buffer the only one that the input assembler reads: slot 0, from its start.
     void set(ID3D11DeviceContext* context) const;
 

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <span>
 #include <utility>
+#include <vector>
 
 namespace Render
 {
@@ -167,9 +168,13 @@ void LoDPointCloud::render()
 void LoDPointCloud::upload(const Buffer& buffer)
 {
     uploadOctreeTexture(buffer);
+    std::vector<std::span<const std::byte>> pieces;
+    for (const std::span<const Vertex> vertices : buffer.vertices.spans())
+    {
+        pieces.push_back(std::as_bytes(vertices));
+    }
     // A host that raises the shared budget later can have more points published than this cloud has room for.
-    const std::size_t pointCount = std::min(buffer.vertices.size(), mVertices.capacity());
-    mVertices.update(mDeviceContext, std::as_bytes(std::span(buffer.vertices).first(pointCount)));
+    mVertices.update(mDeviceContext, pieces);
     mBoxes.update(mDeviceContext, buffer.boundingBoxes);
     mNumVisibleOctreeNodes = buffer.nodes.size();
     mNumVisiblePoints = buffer.vertices.size();

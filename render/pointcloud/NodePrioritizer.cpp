@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -13,8 +14,6 @@ namespace Render
 {
 namespace
 {
-constexpr std::size_t kInitialBucketCount = 8;
-constexpr float kMaxLoadFactor = 1.0F;
 constexpr std::size_t kInitialCapacity = 64;  // nodes; a first coarse view
 
 constexpr float kShownBoxShare =
@@ -51,18 +50,6 @@ BoxWithColor shownBox(const Math::NBoundingBox<float, 3>& cube, bool isRoot, con
     return box;
 }
 
-/// Empties an array and gives it room, without copying the old elements.
-template <class T>
-void clearAndReserve(std::vector<T>& array, std::size_t size)
-{
-    array.clear();
-    if (array.capacity() < size)
-    {
-        std::vector<T>().swap(array);  // before, so that old and new storage do not exist side by side
-        array.reserve(size);
-    }
-}
-
 /// @return false when the source failed and a stop was requested
 bool fetchVertices(
     const VertexSource& vertexSource,
@@ -93,14 +80,11 @@ bool fetchVertices(
 }
 }  // namespace
 
-NodePrioritizer::NodePrioritizer(std::size_t totalMaxPointCount)
-    : mTotalMaxPointCount(totalMaxPointCount), mIndex(kInitialBucketCount)
-{
-    mIndex.max_load_factor(kMaxLoadFactor);
-}
+NodePrioritizer::NodePrioritizer(std::size_t totalMaxPointCount) : mTotalMaxPointCount(totalMaxPointCount) {}
 
 void NodePrioritizer::setTotalMaxPointCount(std::size_t totalMaxPointCount)
 {
+    std::vector<PrioritizedNode> dropped;  // outlives the lock: giving memory back takes long
     const std::scoped_lock lock(mMutex);
     mTotalMaxPointCount = totalMaxPointCount;
     if (mTotalUsedPointCount > mTotalMaxPointCount)
@@ -108,7 +92,7 @@ void NodePrioritizer::setTotalMaxPointCount(std::size_t totalMaxPointCount)
         makeHeap();
         while (mTotalUsedPointCount > mTotalMaxPointCount)
         {
-            dropTop();
+            dropped.push_back(dropTop());
         }
     }
 }
@@ -131,28 +115,52 @@ bool NodePrioritizer::contains(const NodeId& nodeId) const
     return isResident(nodeId);
 }
 
+bool NodePrioritizer::admits(const NodePriority& priority, std::size_t pointCount)
+{
+    const std::scoped_lock lock(mMutex);
+    return mTotalUsedPointCount + pointCount < mTotalMaxPointCount || !isRefused(priority, {});
+}
+
+bool NodePrioritizer::mayAdmitLater(const NodePriority& priority, std::size_t pointCount) const
+{
+    const std::scoped_lock lock(mMutex);
+    if (mTotalUsedPointCount + pointCount < mTotalMaxPointCount || mNodes.empty())
+    {
+        return true;
+    }
+    return mIsHeap ? priority > mNodes.front().priority
+                   : std::any_of(
+                         mNodes.begin(),
+                         mNodes.end(),
+                         [&priority](const PrioritizedNode& node) { return priority > node.priority; }
+                     );
+}
+
 void NodePrioritizer::clear()
 {
+    std::vector<PrioritizedNode> dropped;  // outlives the lock
     const std::scoped_lock lock(mMutex);
     mIsHeap = false;
     mTotalUsedPointCount = 0;
-    mNodes.clear();
+    mNodes.swap(dropped);
     mIndex.clear();
 }
 
 void NodePrioritizer::clear(std::size_t cloudId)
 {
+    std::vector<PrioritizedNode> dropped;  // outlives the lock
     const std::scoped_lock lock(mMutex);
     mIsHeap = false;
     const auto firstDropped = std::partition(
         mNodes.begin(), mNodes.end(), [cloudId](const auto& node) { return node.nodeId.cloudId != cloudId; }
     );
-    for (auto node = firstDropped; node != mNodes.end(); ++node)
-    {
-        mTotalUsedPointCount -= node->vertices.size();
-    }
+    dropped.assign(std::move_iterator(firstDropped), std::move_iterator(mNodes.end()));
     mNodes.erase(firstDropped, mNodes.end());
-    std::erase_if(mIndex, [cloudId](const auto& entry) { return entry.first.cloudId == cloudId; });
+    for (const PrioritizedNode& node : dropped)
+    {
+        mTotalUsedPointCount -= node.vertices->size();
+        mIndex.erase(node.nodeId);
+    }
 }
 
 void NodePrioritizer::rerank(std::size_t cloudId, const NodeRanking& ranking, std::stop_token stopToken)
@@ -181,18 +189,13 @@ bool NodePrioritizer::addNode(
     std::stop_token stopToken
 )
 {
-    const std::scoped_lock lock(mMutex);
-    resident = isResident(nodeId);
-    if (resident)
     {
-        return false;
-    }
-
-    const auto hasNoChance = [this, &priority, &stopToken]
-    { return (makeHeap() && stopToken.stop_requested()) || !ranksAboveTop(priority); };
-    if (mTotalUsedPointCount >= mTotalMaxPointCount && hasNoChance())
-    {
-        return false;
+        const std::scoped_lock lock(mMutex);
+        resident = isResident(nodeId);
+        if (resident || (mTotalUsedPointCount >= mTotalMaxPointCount && isRefused(priority, stopToken)))
+        {
+            return false;
+        }
     }
 
     VertexContainer vertices;
@@ -206,27 +209,33 @@ bool NodePrioritizer::addNode(
         return false;
     }
 
+    std::vector<PrioritizedNode> dropped;  // outlives the lock: giving memory back takes long
+    const std::scoped_lock lock(mMutex);
+    resident = isResident(nodeId);  // another thread may have added it meanwhile
+    if (resident)
+    {
+        return false;
+    }
     const bool reachesBudget = mTotalUsedPointCount + pointCount >= mTotalMaxPointCount;
-    if (reachesBudget && hasNoChance())
+    if (reachesBudget && isRefused(priority, stopToken))
     {
         return false;
     }
 
+    std::shared_ptr<const VertexBlock> block = vertices.share();
     makeRoomForOneNode();
-    mIndex.emplace(nodeId, pointCount);
-    mNodes.push_back({box, nodeId, priority, std::move(vertices)});  // cannot fail any more
+    mIndex.insert(nodeId);
+    mNodes.push_back({box, nodeId, priority, std::move(block)});  // cannot fail any more
     mTotalUsedPointCount += pointCount;
     resident = true;
-    if (!reachesBudget)
+    if (mIsHeap)
     {
-        mIsHeap = false;
-        return true;
+        std::push_heap(mNodes.begin(), mNodes.end(), kLowestOnTop);
     }
-
-    std::push_heap(mNodes.begin(), mNodes.end(), kLowestOnTop);
     while (mTotalUsedPointCount > mTotalMaxPointCount)
     {
-        resident = dropTop() != nodeId && resident;
+        dropped.push_back(dropTop());
+        resident = dropped.back().nodeId != nodeId && resident;
     }
     return resident;
 }
@@ -235,20 +244,28 @@ void NodePrioritizer::updateBuffers(
     std::size_t cloudId, bool dropDeepestLevel, Core::TripleBuffer<Buffer>& buffers
 )
 {
+    PublishedVertices outdated;  // outlives the lock: it may hold the last reference to what has left
     const std::scoped_lock lock(mMutex);
     Buffer& buffer = buffers.back();
-    updateNodes(drawnSet(cloudId, dropDeepestLevel), buffer);
+    updateNodes(drawnNodes(cloudId, dropDeepestLevel), buffer);
     writeOctreeTexture(buffer.nodes, buffer.octreeTextureData);
     buffers.publish();
+    std::swap(outdated, buffers.back().vertices);
 }
 
 bool NodePrioritizer::isResident(const NodeId& nodeId) const
 {
-    // All keys share one bucket, so find() would walk all of them too, and divide by the bucket count at
-    // each.
-    return std::any_of(
-        mIndex.begin(), mIndex.end(), [&nodeId](const auto& entry) { return entry.first == nodeId; }
-    );
+    return mIndex.contains(nodeId);
+}
+
+/// True when, at the budget, a node of that rank does not get in.
+bool NodePrioritizer::isRefused(const NodePriority& priority, const std::stop_token& stopToken)
+{
+    if (makeHeap() && stopToken.stop_requested())
+    {
+        return true;
+    }
+    return !mNodes.empty() && !(priority > mNodes.front().priority);
 }
 
 /// Grows the array as push_back() would, ahead of time, so that a lack of memory is met before anything
@@ -273,92 +290,130 @@ bool NodePrioritizer::makeHeap()
     return true;
 }
 
-bool NodePrioritizer::ranksAboveTop(const NodePriority& priority) const
-{
-    return mNodes.empty() || priority > mNodes.front().priority;
-}
-
-/// Drops the heap's top and tells which node that was.
-NodeId NodePrioritizer::dropTop()
+/// Takes the heap's top out.
+NodePrioritizer::PrioritizedNode NodePrioritizer::dropTop()
 {
     std::pop_heap(mNodes.begin(), mNodes.end(), kLowestOnTop);
-    const NodeId dropped = mNodes.back().nodeId;
-    mTotalUsedPointCount -= mNodes.back().vertices.size();
-    mIndex.erase(dropped);
+    PrioritizedNode dropped = std::move(mNodes.back());
     mNodes.pop_back();
+    mTotalUsedPointCount -= dropped.vertices->size();
+    mIndex.erase(dropped.nodeId);
     return dropped;
 }
 
-NodePrioritizer::DrawnSet NodePrioritizer::drawnSet(std::size_t cloudId, bool dropDeepestLevel) const
+/// Where the nodes lie that a frame draws of one cloud, ascending.
+NodePrioritizer::Positions NodePrioritizer::drawnNodes(std::size_t cloudId, bool dropDeepestLevel) const
 {
-    struct LevelCounts
+    Positions drawn;
+    for (std::size_t i = 0; i < mNodes.size(); ++i)
     {
-        std::size_t nodes = 0;
-        std::size_t points = 0;
-    };
-
-    std::array<LevelCounts, Octree::OctreeNodeId::MAX_REPRESENTABLE_LEVEL + 1> levels{};
-    std::size_t countedNodes = 0;
-    for (const PrioritizedNode& node : mNodes)
-    {
-        if (countedNodes == kMaxDrawnNodes)
+        if (mNodes[i].nodeId.cloudId == cloudId && mNodes[i].priority != NodePriority::discard())
         {
-            break;
-        }
-        if (node.nodeId.cloudId == cloudId && node.priority != NodePriority::discard())
-        {
-            LevelCounts& level = levels[node.nodeId.octreeNodeId.level()];
-            ++level.nodes;
-            level.points += node.vertices.size();
-            ++countedNodes;
+            drawn.push_back(i);
         }
     }
+    if (drawn.size() > kMaxDrawnNodes)
+    {
+        drawn = bestWithParents(drawn);
+    }
 
-    const auto firstEmpty =
-        std::find_if(levels.begin(), levels.end(), [](const LevelCounts& level) { return level.nodes == 0; });
-    DrawnSet drawn{.cloudId = cloudId, .levelCount = static_cast<std::uint64_t>(firstEmpty - levels.begin())};
+    const auto levelOf = [this](std::size_t i) { return mNodes[i].nodeId.octreeNodeId.level(); };
+    std::array<bool, Octree::OctreeNodeId::MAX_REPRESENTABLE_LEVEL + 1> hasNodes{};
+    for (const std::size_t i : drawn)
+    {
+        hasNodes[levelOf(i)] = true;
+    }
+    auto levelCount =
+        static_cast<std::uint64_t>(std::find(hasNodes.begin(), hasNodes.end(), false) - hasNodes.begin());
     if (dropDeepestLevel)
     {
-        drawn.levelCount = std::max<std::uint64_t>(drawn.levelCount, 1) - 1;
+        levelCount = std::max<std::uint64_t>(levelCount, 1) - 1;
     }
-    for (std::size_t level = 0; level < drawn.levelCount; ++level)
-    {
-        drawn.nodeCount += levels[level].nodes;
-        drawn.pointCount += levels[level].points;
-    }
+    std::erase_if(drawn, [&](std::size_t i) { return levelOf(i) >= levelCount; });
     return drawn;
 }
 
-void NodePrioritizer::updateNodes(const DrawnSet& drawn, Buffer& buffer) const
+/// The kMaxDrawnNodes best of these nodes, walked from the root: the drawn tree has no holes.
+NodePrioritizer::Positions NodePrioritizer::bestWithParents(const Positions& candidates) const
 {
-    clearAndReserve(buffer.nodes, drawn.nodeCount);
-    clearAndReserve(buffer.boundingBoxes, drawn.nodeCount);
-    clearAndReserve(buffer.vertices, drawn.pointCount);
-
-    for (const PrioritizedNode& node : mNodes)
+    Positions byId = candidates;
+    std::sort(
+        byId.begin(),
+        byId.end(),
+        [this](std::size_t a, std::size_t b)
+        { return mNodes[a].nodeId.octreeNodeId < mNodes[b].nodeId.octreeNodeId; }
+    );
+    const auto firstNotBefore = [&](std::uint64_t code)
     {
-        if (buffer.nodes.size() == drawn.nodeCount)
-        {
-            break;  // the nodes beyond the texture's capacity have not been counted
-        }
-        const Octree::OctreeNodeId& id = node.nodeId.octreeNodeId;
-        const std::uint64_t level = id.level();
-        if (node.nodeId.cloudId != drawn.cloudId || level >= drawn.levelCount ||
-            node.priority == NodePriority::discard())
+        return std::partition_point(
+            byId.begin(),
+            byId.end(),
+            [this, code](std::size_t i) { return mNodes[i].nodeId.octreeNodeId.code() < code; }
+        );
+    };
+    const auto isWorse = [this](std::size_t a, std::size_t b)
+    {
+        const PrioritizedNode& left = mNodes[a];
+        const PrioritizedNode& right = mNodes[b];
+        return left.priority < right.priority ||
+               (!(right.priority < left.priority) && left.nodeId.octreeNodeId > right.nodeId.octreeNodeId);
+    };
+
+    Positions drawn;
+    Positions open;
+    const bool hasRoot = mNodes[byId.front()].nodeId.octreeNodeId.isRoot();
+    if (hasRoot)
+    {
+        open.push_back(byId.front());
+    }
+    while (!open.empty() && drawn.size() < kMaxDrawnNodes)
+    {
+        std::pop_heap(open.begin(), open.end(), isWorse);
+        const std::size_t best = open.back();
+        open.pop_back();
+        drawn.push_back(best);
+        const Octree::OctreeNodeId& id = mNodes[best].nodeId.octreeNodeId;
+        if (id.level() == Octree::OctreeNodeId::MAX_REPRESENTABLE_LEVEL)
         {
             continue;
         }
+        const std::uint64_t lastChild = id.code() << 3U | 7U;
+        for (auto child = firstNotBefore(id.code() << 3U);
+             child != byId.end() && mNodes[*child].nodeId.octreeNodeId.code() <= lastChild;
+             ++child)
+        {
+            open.push_back(*child);
+            std::push_heap(open.begin(), open.end(), isWorse);
+        }
+    }
+    std::sort(drawn.begin(), drawn.end());
+    return drawn;
+}
+
+void NodePrioritizer::updateNodes(const Positions& drawn, Buffer& buffer) const
+{
+    buffer.nodes.clear();
+    buffer.nodes.reserve(drawn.size());
+    buffer.boundingBoxes.clear();
+    buffer.boundingBoxes.reserve(drawn.size());
+    buffer.vertices.clear();
+    buffer.vertices.reservePieces(drawn.size());
+
+    for (const std::size_t i : drawn)
+    {
+        const PrioritizedNode& node = mNodes[i];
+        const Octree::OctreeNodeId& id = node.nodeId.octreeNodeId;
+        const std::uint64_t level = id.level();
         buffer.nodes.push_back(
             {.octreeNodeId = id,
              .index = 0,
              .level = level,
              .firstPoint = buffer.vertices.size(),
-             .pointCount = node.vertices.size(),
+             .pointCount = node.vertices->size(),
              .boxMin = node.boundingBox.min()}
         );
         buffer.boundingBoxes.push_back(shownBox(node.boundingBox, level == 0, node.priority));
-        const VertexContainer::Vertex* const vertices = node.vertices.data();
-        buffer.vertices.insert(buffer.vertices.end(), vertices, vertices + node.vertices.size());
+        buffer.vertices.append(node.vertices);
     }
 
     std::sort(

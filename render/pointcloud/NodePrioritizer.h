@@ -13,9 +13,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <stop_token>
-#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace Render
@@ -32,9 +33,9 @@ using NodeRanking = std::function<NodePriority(std::size_t level, const Math::NB
 /// Below the budget nodes are appended; at the budget a node gets in by ranking above the least valuable
 /// resident one, and the least valuable ones leave until the budget holds again.
 ///
-/// Threads  all operations from any thread, one at a time: a mutex is held for the whole of each, also while
-/// addNode()
-///          fetches vertices. The vertex source may lock a cache; it must not call back into the prioritizer.
+/// Cost     an admission or an eviction is O(log n) in the resident nodes, a ranking or a publication O(n).
+/// Threads  all operations from any thread, one at a time: a mutex is held for each, but not while addNode()
+///          fetches vertices, so clouds that share a prioritizer read at the same time.
 class RENDER_API NodePrioritizer : private Core::NonCopyable
 {
 public:
@@ -52,6 +53,13 @@ public:
     /// True when the node is resident.
     bool contains(const NodeId& nodeId) const;
 
+    /// False when addNode() would refuse a node of so many points once it is fetched.
+    bool admits(const NodePriority& priority, std::size_t pointCount);
+
+    /// The same for a node that is not yet to be offered: an estimate that changes nothing, not even the
+    /// order of the nodes.
+    bool mayAdmitLater(const NodePriority& priority, std::size_t pointCount) const;
+
     /// Drops every node of every cloud.
     void clear();
 
@@ -64,8 +72,8 @@ public:
 
     /// Offers one node.
     ///
-    /// The vertices are fetched only when the node has a chance to get in. A node without points never
-    /// becomes resident.
+    /// The vertices are fetched only when the node has a chance to get in, and without the lock: what other
+    /// threads do meanwhile counts as done before. A node without points never becomes resident.
     /// @param box       the node's bounding cube, model coordinates
     /// @param resident  set to whether the node is resident afterwards
     /// @return whether the node has become resident by this call
@@ -81,10 +89,11 @@ public:
         std::stop_token stopToken
     );
 
-    /// Builds what a frame draws of one cloud in the back slot and publishes it.
+    /// Builds what a frame draws of one cloud in the back slot and publishes it. No vertex is copied: the
+    /// publication shares the nodes' blocks. The new back slot gives up those of an older publication.
     ///
-    /// Drawn are the nodes that are not discarded, at most kMaxDrawnNodes of them, on the unbroken run of
-    /// levels from the root that have such nodes.
+    /// Drawn are the nodes that are not discarded on the unbroken run of levels from the root that have such
+    /// nodes. Of more than kMaxDrawnNodes those stay that rank best, each only with its parent.
     /// @param dropDeepestLevel  leaves out the last of these levels
     void updateBuffers(std::size_t cloudId, bool dropDeepestLevel, Core::TripleBuffer<Buffer>& buffers);
 
@@ -94,25 +103,29 @@ private:
         Math::NBoundingBox<float, 3> boundingBox;
         NodeId nodeId;
         NodePriority priority;
-        VertexContainer vertices;
+        std::shared_ptr<const VertexBlock> vertices;
     };
 
-    /// The nodes of one cloud that a frame draws.
-    struct DrawnSet
+    /// Spreads ids over all buckets; std::hash<NodeId> does not.
+    struct IndexHash
     {
-        std::size_t cloudId = 0;
-        std::uint64_t levelCount = 0;  // drawn are the levels below
-        std::size_t nodeCount = 0;
-        std::size_t pointCount = 0;
+        std::size_t operator()(const NodeId& id) const noexcept
+        {
+            return std::hash<Octree::OctreeNodeId>()(id.octreeNodeId) ^
+                   static_cast<std::size_t>(id.cloudId * 0x9e3779b97f4a7c15ULL);
+        }
     };
+
+    using Positions = std::vector<std::size_t>;
 
     bool isResident(const NodeId& nodeId) const;
+    bool isRefused(const NodePriority& priority, const std::stop_token& stopToken);
     void makeRoomForOneNode();
     bool makeHeap();
-    bool ranksAboveTop(const NodePriority& priority) const;
-    NodeId dropTop();
-    DrawnSet drawnSet(std::size_t cloudId, bool dropDeepestLevel) const;
-    void updateNodes(const DrawnSet& drawn, Buffer& buffer) const;
+    PrioritizedNode dropTop();
+    Positions drawnNodes(std::size_t cloudId, bool dropDeepestLevel) const;
+    Positions bestWithParents(const Positions& candidates) const;
+    void updateNodes(const Positions& drawn, Buffer& buffer) const;
 
     mutable std::mutex mMutex;  // guards everything below
     std::size_t mTotalMaxPointCount;
@@ -120,6 +133,6 @@ private:
     std::vector<PrioritizedNode>
         mNodes;  // a heap with the lowest rank on top while mIsHeap, else in any order
     bool mIsHeap = false;
-    std::unordered_map<NodeId, std::size_t> mIndex;  // point counts of the resident nodes
+    std::unordered_set<NodeId, IndexHash> mIndex;  // the resident nodes
 };
 }  // namespace Render

@@ -19,6 +19,8 @@ using Octree::BoxTestResult;
 
 constexpr std::int64_t kNoDeadline = std::numeric_limits<std::int64_t>::max();
 
+constexpr std::uint64_t kBytesPerPoint = 48;  // of decoded points with all attributes, in round numbers
+
 // How far outside its node's cube a point may lie, in steps of the data set: one by the writer's rounding,
 // one to be sure.
 constexpr double kStepsOutside = 2.0;
@@ -212,6 +214,7 @@ bool PointCloudQuery::advance()
     }
     mCurrentNode = mQueue.front();
     mQueue.pop_front();
+    mRequestedCount = std::max<std::size_t>(mRequestedCount, 1) - 1;
     mNextPoint = 0;
     if (mCurrentNode.boxTestResult == BoxTestResult::Inside ||
         mCurrentNode.boxTestResult == BoxTestResult::Border)
@@ -221,9 +224,64 @@ bool PointCloudQuery::advance()
             enqueueIfWanted(child, mCurrentNode.boxTestResult);
         }
     }
+    readAhead();
     fetchCurrentNode();
     mHasCurrentNode = true;
     return true;
+}
+
+/// Lets the worker threads read what comes next, unless the deadline has passed: then each call may be the
+/// last.
+void PointCloudQuery::readAhead()
+{
+    if (mRequestedCount >= mQueue.size() || steadyNow() > mDeadline)
+    {
+        return;
+    }
+    if (!mAhead)
+    {
+        mAhead = std::make_unique<Ahead>(
+            Core::WorkerPool::shared(),
+            [octree = mOctree](const Octree::OctreeNodeId& id, PointsAhead& ahead, std::stop_token stopToken)
+            {
+                ahead.identifier = octree->cacheIdentifier();
+                return octree->readNodePointData(id, ahead.points, std::move(stopToken));
+            },
+            [cache = mCache](const Octree::OctreeNodeId& id) { return cache->contains(id); }
+        );
+    }
+    try
+    {
+        while (mRequestedCount < mQueue.size())
+        {
+            const Octree::OctreeNodeId& id = mQueue[mRequestedCount].id;
+            const std::uint64_t bytes = mOctree->nodeInfo(id).pointCount * kBytesPerPoint;
+            if (!mAhead->request(id, static_cast<std::size_t>(bytes)))
+            {
+                return;
+            }
+            ++mRequestedCount;
+        }
+    }
+    catch (const std::exception&)
+    {
+        // The node that cannot be looked up is reported when its turn comes.
+    }
+}
+
+bool PointCloudQuery::readCurrentNode(Octree::NodePointData& points, std::stop_token stopToken)
+{
+    if (mAhead)
+    {
+        PointsAhead ahead;
+        const bool isRead = mAhead->get(mCurrentNode.id, ahead, stopToken);
+        if (ahead.identifier == mOctree->cacheIdentifier())  // otherwise the octree has changed since
+        {
+            points = std::move(ahead.points);
+            return isRead;
+        }
+    }
+    return mOctree->readNodePointData(mCurrentNode.id, points, std::move(stopToken));
 }
 
 void PointCloudQuery::fetchCurrentNode()
@@ -232,7 +290,7 @@ void PointCloudQuery::fetchCurrentNode()
     bool isFetched = false;
     const auto load = [&](Octree::NodePointData& loaded, std::stop_token stopToken)
     {
-        const bool isRead = mOctree->readNodePointData(mCurrentNode.id, loaded, std::move(stopToken));
+        const bool isRead = readCurrentNode(loaded, std::move(stopToken));
         const Octree::CacheIdentifier identifier = mOctree->cacheIdentifier();
         if (identifier.unitScale != mCached->unitScale)
         {
@@ -258,6 +316,10 @@ void PointCloudQuery::fetchCurrentNode()
     if (!isFetched)
     {
         throw std::runtime_error(kFailure);
+    }
+    if (mAhead)
+    {
+        mAhead->drop(mCurrentNode.id);  // another query has put it into the cache meanwhile
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/LruCache.h"
+#include "core/ReadAhead.h"
 #include "core/SharedResources.h"
 #include "math/NBoundingBox.h"
 #include "math/Point.h"
@@ -21,6 +22,7 @@
 #include <deque>
 #include <memory>
 #include <optional>
+#include <stop_token>
 
 namespace Octree
 {
@@ -102,6 +104,15 @@ public:
     void setWorldMatrix(const Eigen::Matrix4f& worldMatrix) noexcept;
 
 private:
+    /// Points as they were read; no cache knows them before it is their turn.
+    struct PointsAhead
+    {
+        Octree::NodePointData points{Octree::kAllAttributes};
+        std::optional<Octree::CacheIdentifier> identifier;  // of what was read
+    };
+
+    using Ahead = Core::ReadAhead<Octree::OctreeNodeId, PointsAhead>;
+
     struct Node
     {
         Octree::OctreeNodeId id;
@@ -113,7 +124,9 @@ private:
     void enqueueIfWanted(const Octree::OctreeNodeId& id, Octree::BoxTestResult parentResult);
     Math::NBoundingBox<float, 3> worldBoxOfPoints(const Octree::OctreeNodeId& id) const;
     bool advance();
+    void readAhead();
     void fetchCurrentNode();
+    bool readCurrentNode(Octree::NodePointData& points, std::stop_token stopToken);
     std::size_t copyPoints(VertexPosColor* points, std::size_t maxCount);
     std::size_t copyAcceptedPoints(VertexPosColor* points, std::size_t maxCount);
 
@@ -121,6 +134,8 @@ private:
     std::shared_ptr<PointCache> mCache;
     std::optional<Octree::CacheIdentifier> mCached;  // of the cached points; absent only while constructed
     std::deque<Node> mQueue;
+    std::size_t mRequestedCount = 0;  // of the queue's first nodes: they are read ahead
+    std::unique_ptr<Ahead> mAhead;    // from the first node that is
     Node mCurrentNode;
     Octree::NodePointData mCurrentPoints;
     bool mHasCurrentNode = false;

@@ -6,14 +6,15 @@
 #include "render/pointcloud/AsyncReload.h"
 #include "render/pointcloud/BrightnessHistogram.h"
 #include "render/pointcloud/LoDPointCloud.h"
+#include "render/pointcloud/NodeLoader.h"
 #include "render/pointcloud/NodePrioritizer.h"
-#include "render/pointcloud/convertToVertices.h"
 #include "render/pointcloud/defaultUniformColor.h"
 #include "render/renderer/RenderMode.h"
 #include "render/scene/Camera.h"
 
 #include <deque>
 #include <stdexcept>
+#include <utility>
 
 namespace Render
 {
@@ -137,6 +138,11 @@ void PointCloudRenderable::getCaches()
     mVertexCache = sharedCache(mCached, kVertexCacheCapacity, kExpectedCacheEntries);
     mQueryCache =
         PointCloudQuery::createOrGetSharedCache(mCached, kQueryCacheCapacity, kExpectedCacheEntries);
+    mVertices = std::make_shared<const CachedVertices>(mOctree, mCached, mVertexCache);
+    const std::size_t maxBytesInFlight =
+        mNodeLoader ? mNodeLoader->maxBytesInFlight() : NodeLoader::kDefaultMaxBytesInFlight;
+    mNodeLoader = std::make_unique<NodeLoader>(mVertices);
+    mNodeLoader->setMaxBytesInFlight(maxBytesInFlight);
 }
 
 void PointCloudRenderable::init(
@@ -261,11 +267,11 @@ void PointCloudRenderable::brightnessAndContrast(
     std::deque<Octree::OctreeNodeId> queue{mOctree->root()};
     try
     {
-        while (!queue.empty() && getVertexData(queue.front(), vertices, std::stop_token()))
+        while (!queue.empty() && mVertices->load(queue.front(), vertices, std::stop_token()))
         {
             for (std::size_t i = 0; i < vertices.size(); ++i)
             {
-                histogram.add(shownGrey(vertices.data()[i], renderMode));
+                histogram.add(shownGrey(std::as_const(vertices).data()[i], renderMode));
             }
             if (mOctree->level(queue.front()) < kDeepestHistogramLevel)
             {
@@ -445,6 +451,16 @@ UpdateInterval PointCloudRenderable::updateInterval() const noexcept
     return UpdateInterval(mUpdateInterval);
 }
 
+void PointCloudRenderable::setMaxBytesInFlight(std::size_t bytes)
+{
+    mNodeLoader->setMaxBytesInFlight(bytes);
+}
+
+std::size_t PointCloudRenderable::maxBytesInFlight() const
+{
+    return mNodeLoader->maxBytesInFlight();
+}
+
 void PointCloudRenderable::setRestartLoadingAfterCameraChange(bool restart) noexcept
 {
     mRestartLoadingAfterCameraChange = restart;
@@ -551,7 +567,7 @@ void PointCloudRenderable::reloadPoints(
     { return boundingBoxPriority(level, box); };
     const VertexSource vertexSource =
         [this](const Octree::OctreeNodeId& id, VertexContainer& vertices, std::stop_token stop)
-    { return getVertexData(id, vertices, stop); };
+    { return mNodeLoader->get(id, vertices, std::move(stop)); };
     const SelectionPass pass{
         .prioritizer = mLoDPointCloud->prioritizer(),
         .cloudId = mLoDPointCloud->cloudId(),
@@ -563,6 +579,8 @@ void PointCloudRenderable::reloadPoints(
         .updateInterval = [this] { return updateInterval(); },
         .requestRedraw = [this] { setNeedsRedraw(true); },
         .onProgress = std::move(onProgress),
+        .loader = mNodeLoader.get(),
+        .stopped = &mStoppedPublication,
     };
     try
     {
@@ -674,30 +692,6 @@ Math::ConvexPolytope<float, 3> PointCloudRenderable::inModelCoordinates(
 )
 {
     return Math::transformedByInverse(Math::ConvexPolytope<float, 3>(halfSpaces), worldMatrix());
-}
-
-bool PointCloudRenderable::getVertexData(
-    const Octree::OctreeNodeId& id, VertexContainer& vertices, std::stop_token stopToken
-)
-{
-    // A cloud that shares the octree may have changed what is read: that is not for this cache.
-    bool isRead = false;
-    const auto load = [&](VertexContainer& loaded, const std::stop_token& stop)
-    {
-        const bool isWhole = convertToVertices(*mOctree, id, loaded, stop);
-        if (!isWhole || mOctree->cacheIdentifier() == mCached)
-        {
-            return isWhole;
-        }
-        vertices = std::move(loaded);
-        isRead = true;
-        return false;
-    };
-    if (mOctree->cacheIdentifier() != mCached)
-    {
-        return convertToVertices(*mOctree, id, vertices, std::move(stopToken));
-    }
-    return mVertexCache->getOrLoad(id, vertices, load, std::move(stopToken)) || isRead;
 }
 
 void PointCloudRenderable::triggerReload()

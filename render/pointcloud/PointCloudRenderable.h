@@ -13,6 +13,7 @@
 #include "octree/OctreeNodeId.h"
 #include "render/Export.h"
 #include "render/gpu/VertexContainer.h"
+#include "render/pointcloud/CachedVertices.h"
 #include "render/pointcloud/NodePriority.h"
 #include "render/pointcloud/NodeRankingParameters.h"
 #include "render/pointcloud/PointCloudQuery.h"
@@ -43,6 +44,7 @@ namespace Render
 {
 class AsyncReload;
 class LoDPointCloud;
+class NodeLoader;
 
 /// An octree point cloud in a scene: it streams the nodes that matter for the camera and draws what has
 /// arrived.
@@ -68,8 +70,7 @@ class RENDER_API PointCloudRenderable : public Renderable,
 
 public:
     /// The decoded vertices of nodes, shared by all renderables of one data set and unit scale.
-    using VertexCache =
-        Core::LruCache<Octree::OctreeNodeId, VertexContainer, Core::CacheEntrySizeCount<VertexContainer>>;
+    using VertexCache = CachedVertices::Cache;
 
     /// Opens a data set.
     /// @param maxPointCount  the budget: most points of all clouds of the renderer together
@@ -203,6 +204,11 @@ public:
     void setUpdateInterval(UpdateInterval interval);
     UpdateInterval updateInterval() const noexcept;
 
+    /// Most bytes of vertices that are read ahead and not yet resident. The threads that read are the
+    /// process's, see Core::WorkerPool::setSharedThreadCount.
+    void setMaxBytesInFlight(std::size_t bytes);
+    std::size_t maxBytesInFlight() const;
+
     /// Whether a change of the view matrix starts the loading again; that of the projection always does.
     void setRestartLoadingAfterCameraChange(bool restart) noexcept;
 
@@ -311,7 +317,6 @@ private:
     std::shared_ptr<const NodeRankingParameters> ranking() const;
     Math::ConvexPolytope<float, 3> inModelCoordinates(const std::vector<Math::HalfSpace<float, 3>>& halfSpaces
     );
-    bool getVertexData(const Octree::OctreeNodeId& id, VertexContainer& vertices, std::stop_token stopToken);
     void triggerReload();
     static std::shared_ptr<VertexCache> sharedCache(
         const Octree::CacheIdentifier& identifier,
@@ -328,6 +333,8 @@ private:
     std::shared_ptr<Camera> mCamera;
     Octree::CacheIdentifier mCached;  // what the caches hold; others may change the octree meanwhile
     std::shared_ptr<VertexCache> mVertexCache;
+    std::shared_ptr<const CachedVertices> mVertices;  // of mCached
+    std::unique_ptr<NodeLoader> mNodeLoader;          // of mVertices
     std::shared_ptr<PointCloudQuery::PointCache> mQueryCache;
     std::vector<Math::HalfSpace<float, 3>> mClippingVolume;  // world coordinates
     std::size_t mMaxPointCount;
@@ -338,6 +345,7 @@ private:
     float mTomographicContrast = 0.01F;
     Math::Color mUniformColor;
     std::atomic<bool> mNeedsRedraw{true};
+    StoppedPublication mStoppedPublication;
 
     mutable std::mutex mRankingMutex;  // guards mRanking; the parameters themselves never change
     std::shared_ptr<const NodeRankingParameters> mRanking;

@@ -6,6 +6,21 @@
 
 namespace Render
 {
+std::optional<std::size_t> SelectionTree::storedPointCount(const Octree::OctreeNodeId&, std::stop_token) const
+{
+    return std::nullopt;
+}
+
+std::optional<std::size_t> SelectionTree::exactPointCount(const Octree::OctreeNodeId&, std::stop_token) const
+{
+    return std::nullopt;
+}
+
+OctreeSelectionTree::OctreeSelectionTree(const Octree::Octree& octree)
+    : mOctree(octree), mHasVisibility(Octree::hasVisibility(octree.attributeMask()))
+{
+}
+
 Math::NBoundingBox<float, 3> OctreeSelectionTree::boundingCube(const Octree::OctreeNodeId& id) const
 {
     return mOctree.boundingCube(id);
@@ -23,5 +38,19 @@ Octree::NodeVisibilityType OctreeSelectionTree::nodeVisibility(
 ) const
 {
     return mOctree.nodeVisibility(id, std::move(stopToken));
+}
+
+std::optional<std::size_t> OctreeSelectionTree::storedPointCount(
+    const Octree::OctreeNodeId& id, std::stop_token stopToken
+) const
+{
+    return static_cast<std::size_t>(mOctree.nodeInfo(id, std::move(stopToken)).pointCount);
+}
+
+std::optional<std::size_t> OctreeSelectionTree::exactPointCount(
+    const Octree::OctreeNodeId& id, std::stop_token stopToken
+) const
+{
+    return mHasVisibility ? std::nullopt : storedPointCount(id, std::move(stopToken));
 }
 }  // namespace Render

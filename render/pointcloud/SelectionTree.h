@@ -6,6 +6,8 @@
 #include "octree/OctreeNodeId.h"
 #include "render/Export.h"
 
+#include <cstddef>
+#include <optional>
 #include <stop_token>
 
 namespace Octree
@@ -32,6 +34,17 @@ public:
     virtual Octree::NodeVisibilityType nodeVisibility(
         const Octree::OctreeNodeId& id, std::stop_token stopToken
     ) const = 0;
+
+    /// Number of points that the node has, hidden ones included; nothing where that is not known before it is
+    /// read.
+    virtual std::optional<std::size_t> storedPointCount(
+        const Octree::OctreeNodeId& id, std::stop_token stopToken
+    ) const;
+
+    /// Number of points that will be visible; nothing where that is not known before the node is read.
+    virtual std::optional<std::size_t> exactPointCount(
+        const Octree::OctreeNodeId& id, std::stop_token stopToken
+    ) const;
 };
 
 /// An octree on disk as the selection pass sees it.
@@ -39,15 +52,20 @@ class RENDER_API OctreeSelectionTree final : public SelectionTree
 {
 public:
     /// @param octree  outlives this object
-    explicit OctreeSelectionTree(const Octree::Octree& octree) : mOctree(octree) {}
+    explicit OctreeSelectionTree(const Octree::Octree& octree);
 
     Math::NBoundingBox<float, 3> boundingCube(const Octree::OctreeNodeId& id) const override;
     Octree::OctreeChildNodeIdRange children(const Octree::OctreeNodeId& id, std::stop_token stopToken)
         const override;
     Octree::NodeVisibilityType nodeVisibility(const Octree::OctreeNodeId& id, std::stop_token stopToken)
         const override;
+    std::optional<std::size_t> storedPointCount(const Octree::OctreeNodeId& id, std::stop_token stopToken)
+        const override;
+    std::optional<std::size_t> exactPointCount(const Octree::OctreeNodeId& id, std::stop_token stopToken)
+        const override;
 
 private:
     const Octree::Octree& mOctree;
+    bool mHasVisibility;
 };
 }  // namespace Render

@@ -4,6 +4,7 @@
 #include "octree/Octree.h"
 #include "render/gpu/VertexContainer.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
@@ -73,28 +74,32 @@ void convertToVertices(const Octree::NodePointData& points, VertexContainer& ver
     const Column classifications(columns.classifications, pointCount, noClass);
     const Column scanIndices(columns.scanIndices, pointCount, noScan);
 
+    // Counted before, so that hidden points never have a place.
+    const std::vector<std::uint8_t>& visibilities = columns.visibilities;
+    const bool hasHidden = visibilities.size() == pointCount;
+    const std::size_t vertexCount =
+        hasHidden
+            ? static_cast<std::size_t>(std::count(visibilities.begin(), visibilities.end(), std::uint8_t{0}))
+            : pointCount;
+
     vertices = VertexContainer();
-    vertices.resize(pointCount);
-    VertexContainer::Vertex* const out = vertices.data();
+    vertices.resizeForOverwrite(vertexCount);
+    VertexContainer::Vertex* out = vertices.data();
     for (std::size_t i = 0; i < pointCount; ++i)
     {
+        if (hasHidden && visibilities[i] != 0)
+        {
+            continue;
+        }
         const Math::Point<double, 3>& position = positions[i];
-        out[i] = {
+        *out++ = {
             {static_cast<float>(position.x), static_cast<float>(position.y), static_cast<float>(position.z)},
             colors[i],
             static_cast<std::uint8_t>(intensities[i] >> 8U),
             classifications[i],
             static_cast<std::uint16_t>(scanIndices[i] & 0xFFFFU)};
     }
-
-    if (columns.visibilities.size() == pointCount)
-    {
-        for (std::size_t i = 0; i < pointCount; ++i)
-        {
-            vertices.setVisibility(i, columns.visibilities[i]);
-        }
-        vertices.complete();
-    }
+    vertices.share();
 }
 
 bool convertToVertices(

@@ -19,14 +19,14 @@ class VertexContainer;
 ///
 /// Positions become single precision in the octree's own frame, of the intensity the high byte is kept, of
 /// the scan index the low 16 bits. Attributes that the points lack are 0; without colours all are white.
-/// @param vertices  replaced
+/// @param vertices  replaced by shared ones: copies refer to them
 RENDER_API void convertToVertices(const Octree::NodePointData& points, VertexContainer& vertices);
 
 /// Reads a node and makes vertices of its points.
 ///
 /// Threads  any; the decoded points go to scratch memory of the calling thread, which is kept for the next
 /// node unless this one is exceptionally large.
-/// @param vertices  replaced
+/// @param vertices  replaced by shared ones: copies refer to them
 /// @return false when a stop was requested; `vertices` is then unspecified
 /// @throws std::runtime_error  naming the file and what was wrong
 RENDER_API bool convertToVertices(

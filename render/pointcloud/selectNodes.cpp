@@ -1,24 +1,29 @@
 #include "render/pointcloud/selectNodes.h"
 
-#include <queue>
+#include "render/pointcloud/CandidateQueue.h"
+#include "render/pointcloud/LookAhead.h"
+#include "render/pointcloud/NodeLoader.h"
+
+#include <exception>
+#include <optional>
+#include <utility>
 
 namespace Render
 {
 namespace
 {
-struct Candidate
-{
-    Octree::OctreeNodeId id;
-    NodePriority priority;
-
-    friend bool operator<(const Candidate& a, const Candidate& b) noexcept { return a.priority < b.priority; }
-};
-
 /// Publishes what is resident, at most once per interval while the pass runs.
 class Publisher
 {
 public:
-    explicit Publisher(const SelectionPass& pass) : mPass(pass), mLastFlush(pass.now()) {}
+    explicit Publisher(const SelectionPass& pass) : mPass(pass), mLastFlush(pass.now())
+    {
+        if (mPass.stopped != nullptr)
+        {
+            mLastFlush = mPass.stopped->time().value_or(mLastFlush);
+            mPass.stopped->set(mLastFlush);  // until the pass has come to its end
+        }
+    }
 
     void markDirty() noexcept { mDirty = true; }
 
@@ -33,14 +38,22 @@ public:
         {
             flush();
             mLastFlush = now;
+            if (mPass.stopped != nullptr)
+            {
+                mPass.stopped->set(now);
+            }
         }
     }
 
-    void flushIfDirty()
+    void flushAtTheEnd()
     {
         if (mDirty)
         {
             flush();
+        }
+        if (mPass.stopped != nullptr)
+        {
+            mPass.stopped->reset();
         }
     }
 
@@ -61,26 +74,56 @@ private:
     bool mDirty = true;
 };
 
-void offerChildren(
-    const SelectionPass& pass,
-    const Octree::OctreeNodeId& parent,
-    const std::stop_token& stopToken,
-    std::priority_queue<Candidate>& candidates
-)
+/// What the pass's nodes are fetched from: the pass's own source, but with what lies ahead requested first,
+/// and without reading what would be refused for its size.
+class PassSource
 {
-    for (const Octree::OctreeNodeId& child : pass.tree.children(parent, stopToken))
+public:
+    PassSource(const SelectionPass& pass, const CandidateQueue& candidates)
+        : mPass(pass), mCandidates(candidates)
     {
-        if (pass.tree.nodeVisibility(child, stopToken) == Octree::NodeVisibilityType::Hidden)
-        {
-            continue;
-        }
-        const NodePriority priority = pass.ranking(child.level(), pass.tree.boundingCube(child));
-        if (priority > NodePriority::discard())
-        {
-            candidates.push({child, priority});
-        }
     }
-}
+
+    bool fetch(const Candidate& candidate, VertexContainer& vertices, const std::stop_token& stopToken)
+    {
+        if (isRefusedForItsSize(candidate, stopToken))
+        {
+            vertices.resize(0);  // a node without points is refused as well
+            return true;
+        }
+        if (mPass.loader != nullptr && !mLookAhead)
+        {
+            CandidateQueue ahead = mCandidates;
+            ahead.push(candidate);
+            mLookAhead.emplace(mPass, *mPass.loader, std::move(ahead));
+        }
+        if (mLookAhead)
+        {
+            mLookAhead->goOn(stopToken);
+            mLookAhead->take(candidate.id);
+        }
+        return mPass.vertexSource(candidate.id, vertices, stopToken);
+    }
+
+private:
+    bool isRefusedForItsSize(const Candidate& candidate, const std::stop_token& stopToken) const
+    {
+        std::optional<std::size_t> pointCount;
+        try
+        {
+            pointCount = mPass.tree.exactPointCount(candidate.id, stopToken);
+        }
+        catch (const std::exception&)
+        {
+            return false;  // reading the node says better what is wrong
+        }
+        return pointCount && !mPass.prioritizer.admits(candidate.priority, *pointCount);
+    }
+
+    const SelectionPass& mPass;
+    const CandidateQueue& mCandidates;
+    std::optional<LookAhead> mLookAhead;  // from the first node that has to be fetched
+};
 
 void runPass(const SelectionPass& pass, const std::stop_token& stopToken)
 {
@@ -90,21 +133,25 @@ void runPass(const SelectionPass& pass, const std::stop_token& stopToken)
         return;
     }
 
-    std::priority_queue<Candidate> candidates;
+    CandidateQueue candidates;
     candidates.push({Octree::OctreeNodeId(), NodePriority::keep()});
     Publisher publisher(pass);
+    PassSource passSource(pass, candidates);
     while (!candidates.empty())
     {
         publisher.flushWhenDue();
 
         const Candidate best = candidates.top();
         candidates.pop();
+        const VertexSource source =
+            [&](const Octree::OctreeNodeId&, VertexContainer& vertices, const std::stop_token& stop)
+        { return passSource.fetch(best, vertices, stop); };
         bool resident = false;
         if (pass.prioritizer.addNode(
                 {pass.cloudId, best.id},
                 pass.tree.boundingCube(best.id),
                 best.priority,
-                pass.vertexSource,
+                source,
                 resident,
                 stopToken
             ))
@@ -115,12 +162,12 @@ void runPass(const SelectionPass& pass, const std::stop_token& stopToken)
         {
             return;
         }
-        if (resident && best.id.level() < pass.maxLevel)
+        if (resident)
         {
             offerChildren(pass, best.id, stopToken, candidates);
         }
     }
-    publisher.flushIfDirty();
+    publisher.flushAtTheEnd();
 }
 }  // namespace
 
@@ -134,6 +181,10 @@ void selectNodes(const SelectionPass& pass, std::stop_token stopToken)
     {
         if (!stopToken.stop_requested())
         {
+            if (pass.stopped != nullptr)
+            {
+                pass.stopped->reset();
+            }
             throw;
         }
         // The tree fails on purpose when it is stopped while it reads.

@@ -7,9 +7,11 @@
 
 #include <exception>
 #include <limits>
+#include <set>
 #include <stdexcept>
 #include <stop_token>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace Render
@@ -784,6 +786,166 @@ TEST(NodePrioritizer, MoreNodesThanTheTextureHoldsAreCutOff)
 
     const Buffer coarser = published(prioritizer, kCloud, true);
     EXPECT_EQ(coarser.nodes.size(), 1U + 8U + 64U + 512U);
+}
+
+TEST(NodePrioritizer, PublicationsShareTheVerticesThatTheSourceShares)
+{
+    NodePrioritizer prioritizer(kLargeBudget);
+    VertexContainer cached;
+    cached.resize(3);
+    const std::shared_ptr<const VertexBlock> block = cached.share();
+    const VertexSource source = [&](const OctreeNodeId&, VertexContainer& vertices, std::stop_token)
+    {
+        vertices = cached;
+        return true;
+    };
+    offer(prioritizer, {}, points(2));
+    offer(prioritizer, {.name = "r1"}, source);
+
+    const Buffer first = published(prioritizer);
+    const Buffer second = published(prioritizer);
+
+    EXPECT_EQ(first.vertices.blockAt(2), block.get());
+    EXPECT_EQ(first.nodes.back().firstPoint, 2U);
+    EXPECT_EQ(second.vertices.blockAt(0), first.vertices.blockAt(0));
+}
+
+TEST(NodePrioritizer, PublicationsOfWhatHasLeftGiveItUp)
+{
+    NodePrioritizer prioritizer(kLargeBudget);
+    VertexContainer cached;
+    cached.resize(3);
+    const std::shared_ptr<const VertexBlock> block = cached.share();
+    const VertexSource source = [&](const OctreeNodeId&, VertexContainer& vertices, std::stop_token)
+    {
+        vertices = cached;
+        return true;
+    };
+    Core::TripleBuffer<Buffer> buffers;
+    offer(prioritizer, {}, source);
+    const auto publish = [&]
+    {
+        prioritizer.updateBuffers(kCloud, false, buffers);
+        buffers.update();
+    };
+    publish();
+    publish();
+    prioritizer.clear(kCloud);
+
+    publish();  // the front is empty now; what was the front may be the middle one
+    publish();
+
+    EXPECT_EQ(block.use_count(), 2);  // the test's own reference, and that of `cached`
+}
+
+TEST(NodePrioritizer, OfMoreNodesThanTheTextureHoldsTheBestAreDrawnWithTheirParents)
+{
+    // Five full levels; a node ranks by its code, so the last of each level rank best, and above their
+    // parents.
+    NodePrioritizer prioritizer(kLargeBudget);
+    std::vector<OctreeNodeId> ids{OctreeNodeId()};
+    for (std::size_t parent = 0; ids.size() < 1 + 8 + 64 + 512 + 4096; ++parent)
+    {
+        for (unsigned i = 0; i < 8; ++i)
+        {
+            ids.push_back(ids[parent].child(i));
+        }
+    }
+    const VertexSource source = points(1);
+    bool resident = false;
+    for (auto id = ids.rbegin(); id != ids.rend(); ++id)  // children before their parents
+    {
+        prioritizer.addNode(
+            {kCloud, *id}, Box(), rankOf(static_cast<float>(id->code())), source, resident, {}
+        );
+    }
+
+    const Buffer buffer = published(prioritizer);
+
+    ASSERT_EQ(buffer.nodes.size(), kMaxDrawnNodes);
+    EXPECT_TRUE(buffer.nodes.front().octreeNodeId.isRoot());
+    std::set<OctreeNodeId> drawn;
+    for (const NodeRecord& record : buffer.nodes)
+    {
+        EXPECT_TRUE(record.level == 0 || drawn.contains(record.octreeNodeId.parent()))
+            << record.octreeNodeId.name();
+        drawn.insert(record.octreeNodeId);
+    }
+    // Codes grow with the level, so each subtree is walked wholly before the one before it: the root and
+    // seven subtrees of 1 + 8 + 64 + 512 nodes are 4096.
+    EXPECT_TRUE(drawn.contains(node("r7777")));
+    EXPECT_TRUE(drawn.contains(node("r1000")));
+    EXPECT_FALSE(drawn.contains(node("r0")));
+}
+
+TEST(NodePrioritizer, WithoutTheRootNothingOfManyNodesIsDrawn)
+{
+    NodePrioritizer prioritizer(kLargeBudget);
+    const VertexSource source = points(1);
+    bool resident = false;
+    for (unsigned i = 0; i < 8 * 8 * 8 * 8 * 2; ++i)
+    {
+        const OctreeNodeId id =
+            OctreeNodeId().child(i / 4096).child(i / 512 % 8).child(i / 64 % 8).child(i / 8 % 8).child(i % 8);
+        prioritizer.addNode({kCloud, id}, Box(), rankOf(10.0F), source, resident, {});
+    }
+
+    EXPECT_TRUE(published(prioritizer).nodes.empty());
+}
+
+TEST(NodePrioritizer, IsFreeForOthersWhileANodeIsFetched)
+{
+    NodePrioritizer prioritizer(kLargeBudget);
+    std::size_t usedDuringTheFetch = 0;
+    const VertexSource source = [&](const OctreeNodeId&, VertexContainer& vertices, std::stop_token)
+    {
+        std::jthread other(
+            [&]
+            {
+                offer(prioritizer, {.name = "r1", .cloudId = kOtherCloud}, points(7));
+                usedDuringTheFetch = prioritizer.totalUsedPointCount();
+            }
+        );
+        other.join();
+        vertices.resize(10);
+        return true;
+    };
+
+    EXPECT_EQ(offer(prioritizer, {}, source), kAdded);
+
+    EXPECT_EQ(usedDuringTheFetch, 7U);
+    EXPECT_EQ(prioritizer.totalUsedPointCount(), 17U);
+}
+
+TEST(NodePrioritizer, NodeThatAnotherThreadAddsDuringTheFetchIsNotAddedAgain)
+{
+    NodePrioritizer prioritizer(kLargeBudget);
+    const VertexSource source = [&](const OctreeNodeId&, VertexContainer& vertices, std::stop_token)
+    {
+        EXPECT_EQ(offer(prioritizer, {}, points(4)), kAdded);
+        vertices.resize(10);
+        return true;
+    };
+
+    EXPECT_EQ(offer(prioritizer, {}, source), kAlreadyThere);
+
+    EXPECT_EQ(prioritizer.totalUsedPointCount(), 4U);
+    EXPECT_EQ(published(prioritizer).nodes.size(), 1U);
+}
+
+TEST(NodePrioritizer, BudgetThatIsUsedUpDuringTheFetchCounts)
+{
+    NodePrioritizer prioritizer(20);
+    const VertexSource source = [&](const OctreeNodeId&, VertexContainer& vertices, std::stop_token)
+    {
+        EXPECT_EQ(offer(prioritizer, {.name = "r1", .priority = rankOf(50.0F)}, points(20)), kAdded);
+        vertices.resize(5);
+        return true;
+    };
+
+    EXPECT_EQ(offer(prioritizer, {.name = "r2", .priority = rankOf(10.0F)}, source), kRefused);
+
+    EXPECT_EQ(prioritizer.totalUsedPointCount(), 20U);
 }
 
 TEST(NodePrioritizer, NodesOfTheDeepestLevelAreDrawn)

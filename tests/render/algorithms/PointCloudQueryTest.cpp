@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <exception>
@@ -17,6 +18,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -460,6 +462,48 @@ TEST_F(SmallCloud, NodesComeFromTheCacheOnceTheyAreThere)
     PointCloudQuery second = queryAll();
 
     EXPECT_THAT(nextXs(second), ElementsAre(1, 2, 60, 4, 5, 40, 6, 33));
+}
+
+TEST_F(SmallCloud, QueriesOfSeveralThreadsShareTheWorkersAndYieldEverything)
+{
+    const auto same = ElementsAre(1, 2, 60, 4, 5, 40, 6, 33);
+    std::array<std::vector<float>, 3> results;
+    {
+        std::vector<std::jthread> threads;
+        for (std::vector<float>& xs : results)
+        {
+            threads.emplace_back(
+                [&]
+                {
+                    for (int round = 0; round < 50; ++round)
+                    {
+                        Asked ownAsked;
+                        PointCloudQuery own(
+                            octree,
+                            std::make_shared<PointCloudQuery::PointCache>(1000, 16),
+                            world,
+                            new RecordingFilter(ownAsked, BoxTestResult::Inside),
+                            kAllLevels,
+                            0.0F,
+                            kNoTimeout
+                        );
+                        nextXs(own, 3);
+                        if (round == 49)
+                        {
+                            xs = {1, 2, 60};
+                            const std::vector<float> rest = nextXs(own);
+                            xs.insert(xs.end(), rest.begin(), rest.end());
+                        }
+                        // the others end with reads in flight
+                    }
+                }
+            );
+        }
+    }
+    for (const std::vector<float>& xs : results)
+    {
+        EXPECT_THAT(xs, same);
+    }
 }
 
 TEST_F(SmallCloud, AChangeOfTheUnitScaleEndsTheQueryBeforeTheCacheMixesScales)

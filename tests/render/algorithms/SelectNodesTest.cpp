@@ -106,8 +106,17 @@ protected:
             .maxLevel = maxLevel,
             .updateInterval = [&] { return updateInterval; },
             .requestRedraw = [this] { events.push_back("redraw"); },
-            .onProgress = [this] { events.push_back("progress"); },
+            .onProgress =
+                [this]
+            {
+                events.push_back("progress");
+                if (onProgress)
+                {
+                    onProgress();
+                }
+            },
             .now = [this] { return now; },
+            .stopped = stopped,
         };
         selectNodes(pass, stop.get_token());
     }
@@ -150,6 +159,8 @@ protected:
     std::function<void()> onFetch;
     std::chrono::steady_clock::time_point now;
     std::stop_source stop;
+    StoppedPublication* stopped = nullptr;
+    std::function<void()> onProgress;
 
     Names ranked;
     Names fetched;
@@ -482,6 +493,82 @@ TEST_F(SelectNodes, StopDuringTheRankingEndsThePass)
     EXPECT_EQ(ranked.size(), 1U);
     EXPECT_TRUE(events.empty());
     EXPECT_FALSE(buffers.update());
+}
+
+TEST_F(SelectNodes, WhileTheCameraMovesNewPointsAreShownAtLeastOncePerIntervalAndLoad)
+{
+    // Each node takes 4 ms, and the camera moves during each other one: no pass comes to its end.
+    Names names{"r"};
+    for (unsigned i = 0; i < 64; ++i)
+    {
+        if (i % 8 == 0)
+        {
+            names.push_back("r" + std::to_string(i / 8));
+        }
+        names.push_back("r" + std::to_string(i / 8) + std::to_string(i % 8));
+    }
+    const FakeTree tree(names);
+    StoppedPublication stoppedPublication;
+    stopped = &stoppedPublication;
+    updateInterval = std::chrono::milliseconds(10);
+    onFetch = [this]
+    {
+        now += std::chrono::milliseconds(4);
+        if (fetched.size() % 2 == 0)
+        {
+            stop.request_stop();
+        }
+    };
+    std::vector<std::int64_t> times;  // ms
+    std::vector<std::size_t> counts;
+    const std::chrono::steady_clock::time_point start = now;
+    onProgress = [&]
+    {
+        times.push_back(std::chrono::duration_cast<std::chrono::milliseconds>(now - start).count());
+        EXPECT_TRUE(buffers.update());
+        counts.push_back(buffers.front().nodes.size());
+    };
+
+    while (fetched.size() < 60)
+    {
+        stop = std::stop_source();
+        run(tree);
+    }
+
+    // The interval is exceeded with each third node.
+    ASSERT_EQ(times.size(), 19U);
+    for (std::size_t i = 0; i < times.size(); ++i)
+    {
+        EXPECT_EQ(times[i], 12 * (static_cast<std::int64_t>(i) + 1));
+        EXPECT_EQ(counts[i], 3 * (i + 1));
+    }
+}
+
+TEST_F(SelectNodes, ThePassAfterOneThatCameToItsEndBeginsANewInterval)
+{
+    const FakeTree tree({"r", "r0", "r1"});
+    StoppedPublication stoppedPublication;
+    stopped = &stoppedPublication;
+    run(tree);
+    events.clear();
+    now += std::chrono::hours(1);
+
+    run(tree);
+
+    EXPECT_EQ(numFlushes(), 1U);
+    EXPECT_FALSE(stoppedPublication.time().has_value());
+}
+
+TEST_F(SelectNodes, ThePassAfterOneThatFailedBeginsANewInterval)
+{
+    const FakeTree tree({"r", "r0"});
+    StoppedPublication stoppedPublication;
+    stopped = &stoppedPublication;
+    failing = "r0";
+
+    EXPECT_THROW(run(tree), std::runtime_error);
+
+    EXPECT_FALSE(stoppedPublication.time().has_value());
 }
 
 TEST_F(SelectNodes, TreeThatFailsBecauseItIsStoppedIsNoError)

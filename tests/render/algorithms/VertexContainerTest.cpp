@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -187,5 +188,65 @@ TEST(VertexContainer, MoveTakesTheStorageAndTheVisibilities)
     EXPECT_EQ(moved.data(), storage);
     moved.complete();
     EXPECT_EQ(classesOf(moved), (std::vector<int>{0, 2}));
+}
+
+TEST(VertexContainer, CopiesReferToTheSameVerticesOnceTheyAreShared)
+{
+    VertexContainer container = withClasses(3);
+    const std::shared_ptr<const VertexBlock> block = container.share();
+
+    const VertexContainer copy = container;
+
+    EXPECT_EQ(copy.data(), block->data());
+    EXPECT_EQ(std::as_const(container).data(), block->data());
+    EXPECT_EQ(block->size(), 3U);
+    EXPECT_EQ(container.share(), block);
+}
+
+TEST(VertexContainer, AChangeLeavesWhatIsSharedAsItIs)
+{
+    VertexContainer container = withClasses(3);
+    const std::shared_ptr<const VertexBlock> block = container.share();
+    VertexContainer copy = container;
+
+    copy.setClassIndex(0, 9);
+    container.resize(1);
+
+    EXPECT_EQ(classesOf(copy), (std::vector<int>{9, 1, 2}));
+    EXPECT_EQ(classesOf(container), (std::vector<int>{0}));
+    ASSERT_EQ(block->size(), 3U);
+    EXPECT_EQ(block->data()[0].classIndex, 0);
+}
+
+TEST(VertexContainer, CompleteAfterSharingDropsHiddenVerticesOfACopy)
+{
+    VertexContainer container = withClasses(3);
+    const std::shared_ptr<const VertexBlock> block = container.share();
+
+    container.setVisibility(0, 1);
+    container.complete();
+
+    EXPECT_EQ(classesOf(container), (std::vector<int>{1, 2}));
+    EXPECT_EQ(block->size(), 3U);
+}
+
+TEST(VertexContainer, EmptyOneSharesABlockWithoutVertices)
+{
+    VertexContainer container;
+
+    EXPECT_EQ(container.share()->size(), 0U);
+    EXPECT_EQ(std::as_const(container).data(), nullptr);
+}
+
+TEST(VertexContainer, CompleteForgetsTheVisibilities)
+{
+    VertexContainer container = withClasses(3);
+    container.setVisibility(1, 1);
+    container.complete();
+
+    container.resize(3);
+    container.complete();
+
+    EXPECT_EQ(classesOf(container), (std::vector<int>{0, 2, 0}));
 }
 }  // namespace Render
