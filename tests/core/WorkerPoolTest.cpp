@@ -1,11 +1,11 @@
 #include "core/WorkerPool.h"
+#include "tests/support/ThreadSignals.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
-#include <latch>
 #include <memory>
 #include <mutex>
 #include <random>
@@ -54,20 +54,25 @@ public:
     explicit Gate(Queue& queue)
     {
         queue.add(
-            [this]
+            [signals = mSignals]
             {
-                mReached.count_down();
-                mOpened.wait();
+                signals->reached.release();
+                signals->opened.acquire();
             }
         );
-        mReached.wait();
+        mSignals->reached.acquire();
     }
 
-    void open() { mOpened.count_down(); }
+    void open() { mSignals->opened.release(); }
 
 private:
-    std::latch mReached{1};
-    std::latch mOpened{1};
+    struct Signals
+    {
+        Semaphore reached;
+        Semaphore opened;
+    };
+
+    std::shared_ptr<Signals> mSignals = std::make_shared<Signals>();  // the job may be the last to use them
 };
 }  // namespace
 
@@ -113,14 +118,14 @@ TEST(WorkerPool, AsManyJobsRunAtOnceAsThereAreThreads)
     constexpr std::size_t kThreads = 3;
     Record record;
     Queue queue(std::make_shared<WorkerPool>(kThreads));
-    std::latch all(kThreads);
+    Rendezvous all(static_cast<int>(kThreads));
 
     for (std::size_t i = 0; i < kThreads; ++i)
     {
         queue.add(
             [&]
             {
-                all.arrive_and_wait();  // ends only when all run
+                all.arriveAndWait();  // ends only when all run
                 record.add("done");
             }
         );
@@ -183,18 +188,18 @@ TEST(WorkerPool, ADroppedJobGivesUpWhatItHolds)
 TEST(WorkerPool, TheEndOfThePoolWaitsForTheJobThatRuns)
 {
     std::atomic<bool> ended = false;
-    std::latch begun(1);
+    Semaphore begun;
     {
         Queue queue(std::make_shared<WorkerPool>(1));
         queue.add(
             [&]
             {
-                begun.count_down();
+                begun.release();
                 std::this_thread::yield();
                 ended = true;
             }
         );
-        begun.wait();
+        begun.acquire();
     }
     EXPECT_TRUE(ended);
 }
