@@ -3,12 +3,21 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <string>
 
 namespace
 {
 using Core::errorReason;
 using Core::shownText;
+
+/// So many of the letter, and the dots.
+std::string cutAfter(std::size_t count)
+{
+    std::string text(count, 'x');
+    text.append("...");
+    return text;
+}
 
 TEST(ShownText, OrdinaryTextIsShownAsItIs)
 {
@@ -39,7 +48,7 @@ TEST(ShownText, BytesThatAreNoUtf8AreReplacedOneByOne)
 TEST(ShownText, LongTextIsCutBetweenCharacters)
 {
     EXPECT_EQ(shownText(std::string(60, 'x')), std::string(60, 'x'));
-    EXPECT_EQ(shownText(std::string(61, 'x')), std::string(60, 'x') + "...");
+    EXPECT_EQ(shownText(std::string(61, 'x')), cutAfter(60));
     EXPECT_EQ(shownText("ab\u20AC", 5), "ab\u20AC");
     EXPECT_EQ(shownText("ab\u20AC", 4), "ab...");
     EXPECT_EQ(shownText("ab\u20AC", 0), "...");
@@ -59,7 +68,7 @@ TEST(ErrorReason, LosesThePrefixThatTheNextMessageHas)
 
 TEST(ErrorReason, IsBounded)
 {
-    EXPECT_EQ(errorReason("Error: " + std::string(100'000, 'x')), std::string(300, 'x') + "...");
+    EXPECT_EQ(errorReason("Error: " + std::string(100'000, 'x')), cutAfter(300));
     EXPECT_EQ(errorReason("a\nb"), "a?b");
 }
 }  // namespace

@@ -24,7 +24,8 @@ using Position = Math::Point<float, 3>;
 constexpr auto kDuration = std::chrono::seconds(3);
 constexpr float kMillion = 1e6F;
 
-/// Two clouds that share a budget, which holds half of their points, and a panorama that is loaded again and again.
+/// Two clouds that share a budget, which holds half of their points, and a panorama that is loaded again and
+/// again.
 class EverythingAtOnceDevice : public TestCloudFixture
 {
 protected:
@@ -48,8 +49,8 @@ protected:
         lookAtMeadow(*mRenderer);
     }
 
-    /// Hands out all points of the first cloud until it is told to stop; counts the rounds, and those that had
-    /// another number of points than the cloud.
+    /// Hands out all points of the first cloud until it is told to stop; counts the rounds, and those that
+    /// had another number of points than the cloud.
     void query(const std::atomic<bool>& isOver)
     {
         std::vector<VertexPosColor> points(mPointCount + 1);
