@@ -116,7 +116,7 @@ make_laszip() { # Debian 12 has no package of it
 }
 
 # Direct3D 11 on Vulkan. The headers of Vulkan and SPIR-V come from Debian 13 because Debian 12's are too old for it.
-# Optimization beyond -O1 makes no frame faster, but doubles the time to build.
+# Optimization beyond -O1 doubles the time to build, for a part of a picture's time that cannot be felt.
 make_dxvk_native() {
     local tree headers=$sources/dxvk/headers component
     rm -rf "$sources/dxvk"

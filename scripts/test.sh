@@ -8,6 +8,8 @@ cd "$tarnelRoot"
 
 # Lets the cache bear precompiled headers, and spares it preprocessing everything a second time.
 export CCACHE_DEPEND=1 CCACHE_SLOPPINESS=pch_defines,time_macros
+# And serve another clone: nothing that is built depends on where the sources lie, but for what is told so by a macro.
+export CCACHE_BASEDIR=$tarnelRoot CCACHE_NOHASHDIR=1
 failed=()
 failedChecks=0
 summaries=()

@@ -62,6 +62,9 @@ INSTANTIATE_TEST_SUITE_P(
         testing::Values("box", "mesh", "pano", "pointcloud", "postprocessing"),
         testing::Values(Render::kVertexProfile, Render::kPixelProfile)
     ),
-    [](const auto& info)
-    { return std::string(std::get<0>(info.param)) + "_" + std::string(std::get<1>(info.param).target, 2); }
+    [](const auto& parameters)
+    {
+        return std::string(std::get<0>(parameters.param)) + "_" +
+               std::string(std::get<1>(parameters.param).target, 2);
+    }
 );
