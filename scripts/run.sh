@@ -17,7 +17,8 @@ build=$tarnelBuild/$road
 # prepare <groups...>: packages and libraries, where what asks for them has changed since the last time.
 prepare() {
     local stamp=$build/prepared key
-    key=$(cat "$tarnelRoot"/scripts/{install-packages,deps}.sh "$tarnelRoot"/cmake/{dxvk,laszip,vkd3d,vkd3d/include}/* 2>/dev/null | sha256sum)
+    key=$(cat "$tarnelRoot"/scripts/{install-packages,deps}.sh "$tarnelRoot"/cmake/{dxvk,laszip,vkd3d,vkd3d/include}/*.* |
+        sha256sum)
     if [ "$(cat "$stamp" 2>/dev/null)" != "$key" ]; then
         "$tarnelRoot/scripts/install-packages.sh" "$@"
         "$tarnelRoot/scripts/deps.sh" "$@"
