@@ -292,8 +292,8 @@ public:
     /// is fetched.
     std::uint64_t numResidentPoints() const;
 
-    /// A query of this cloud's points as they lie in the world now; it may be used on another thread, also
-    /// while the cloud is loading. Useless after setUnitScale().
+    /// A query of this cloud's points as they lie in the world now. It is made on the thread that drives the
+    /// renderer, and may be used on another one, also while the cloud is loading. Useless after setUnitScale().
     /// @param filter          the region in world coordinates, such as one of render/pointcloud/filters; the
     ///                        query owns it
     /// @param maxLevel        deepest level to visit

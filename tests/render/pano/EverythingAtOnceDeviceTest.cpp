@@ -12,7 +12,10 @@
 #include <chrono>
 #include <cmath>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace Render
@@ -49,23 +52,45 @@ protected:
         lookAtMeadow(*mRenderer);
     }
 
-    /// Hands out all points of the first cloud until it is told to stop; counts the rounds, and those that
-    /// had another number of points than the cloud.
+    /// Makes a query of all points of the first cloud, on the thread that drives the renderer, unless one
+    /// waits.
+    void offerQuery()
+    {
+        const std::scoped_lock lock(mMutex);
+        if (!mOffered)
+        {
+            const Math::NBoundingBox<float, 3> everything(
+                Position(-kMillion, -kMillion, -kMillion), Position(kMillion, kMillion, kMillion)
+            );
+            mOffered.emplace(mFirst->createPointCloudQuery(
+                new BoxFilter(everything), kAllLevels, 0.0F, std::chrono::nanoseconds::max()
+            ));
+        }
+    }
+
+    std::optional<PointCloudQuery> takeQuery()
+    {
+        const std::scoped_lock lock(mMutex);
+        return std::exchange(mOffered, std::nullopt);
+    }
+
+    /// Runs the queries that are offered until it is told to stop; counts them, and those that had another
+    /// number of points than the cloud.
     void query(const std::atomic<bool>& isOver)
     {
         std::vector<VertexPosColor> points(mPointCount + 1);
         while (!isOver)
         {
-            const Math::NBoundingBox<float, 3> everything(
-                Position(-kMillion, -kMillion, -kMillion), Position(kMillion, kMillion, kMillion)
-            );
-            PointCloudQuery query = mFirst->createPointCloudQuery(
-                new BoxFilter(everything), kAllLevels, 0.0F, std::chrono::nanoseconds::max()
-            );
-            std::size_t count = 0;
-            while (!query.isFinished())
+            std::optional<PointCloudQuery> query = takeQuery();
+            if (!query)
             {
-                count += query.getNextPointChunk(points.data(), points.size());
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                continue;
+            }
+            std::size_t count = 0;
+            while (!query->isFinished())
+            {
+                count += query->getNextPointChunk(points.data(), points.size());
             }
             ++mQueries;
             mWrongQueries += count == mPointCount ? 0 : 1;
@@ -89,6 +114,8 @@ protected:
     std::shared_ptr<PointCloudRenderable> mSecond;
     std::unique_ptr<Renderer> mRenderer;
     std::shared_ptr<GroupRenderable> mScene;
+    std::mutex mMutex;                        // guards mOffered
+    std::optional<PointCloudQuery> mOffered;  // for the querying thread
     std::atomic<int> mQueries = 0;
     std::atomic<int> mWrongQueries = 0;
 };
@@ -118,6 +145,7 @@ TEST_F(EverythingAtOnceDevice, StreamsAndQueriesWhileTheCameraMoves)
             mScene->removeByName("pano");
             addPanorama();
         }
+        offerQuery();
         mRenderer->render();
         mRenderer->getColorImage(image);
     }
