@@ -293,7 +293,8 @@ public:
     std::uint64_t numResidentPoints() const;
 
     /// A query of this cloud's points as they lie in the world now. It is made on the thread that drives the
-    /// renderer, and may be used on another one, also while the cloud is loading. Useless after setUnitScale().
+    /// renderer, and may be used on another one, also while the cloud is loading. Useless after
+    /// setUnitScale().
     /// @param filter          the region in world coordinates, such as one of render/pointcloud/filters; the
     ///                        query owns it
     /// @param maxLevel        deepest level to visit
