@@ -91,12 +91,10 @@ bool isClipped(float4 position)
     return false;
 }
 
-// Level of the deepest drawn node that holds the position, found by walking down from the node that is being drawn.
-float deepestLevel(float3 position)
+// Level of the deepest drawn node that holds the position, found by walking down from the node that has the texel, level
+// and lowest corner.
+float deepestLevel(float3 position, uint index, float depth, float3 corner)
 {
-    uint index = node_index;
-    float depth = float(node_depth);
-    float3 corner = node_min;
     [loop] for (int level = 0; level < kLevelCount; ++level)
     {
         const float size = root_node_size / exp2(depth);
@@ -116,23 +114,30 @@ float deepestLevel(float3 position)
     return depth;
 }
 
-float4 vertexColor(VertexIn input)
+float4 pointColor(float4 color, float intensity)
 {
     float4 result = float4(0.0, 0.0, 0.0, 0.0);
     if (point_render_mode == kDefault || point_render_mode == kColorizeByNormal)
     {
-        result = input.color;
+        result = color;
     }
     else if (point_render_mode == kColorizeByIntensity)
     {
-        result = gray(input.intensity);
+        result = gray(intensity);
     }
     else if (point_render_mode == kUniformColor)
     {
-        const float mean = (input.color.r + input.color.g + input.color.b) / 3.0;
+        const float mean = (color.r + color.g + color.b) / 3.0;
         result = float4(mean, mean, mean, 1.0) * uniformColor;
     }
     return result;
+}
+
+// Half the splat's side in clip space; at its borders one pixel and max_point_size pixels.
+float splatSize(float level, float w)
+{
+    const float pointSize = model_scale * point_size / exp2(level) * abs(proj._22);
+    return clamp(pointSize, 1.0 / height * w, max_point_size / height * w);
 }
 
 VertexOut vs_main(VertexIn input)
@@ -149,16 +154,13 @@ VertexOut vs_main(VertexIn input)
     }
 
     result.position = mul(model_view_proj, input.position);
-    const float pointSize =
-        model_scale * point_size / exp2(deepestLevel(input.position.xyz)) * abs(proj._22);
-    // Half the splat's side in clip space; at its borders one pixel and max_point_size pixels.
-    const float w = result.position.w;
-    const float size = clamp(pointSize, 1.0 / height * w, max_point_size / height * w);
+    const float level = deepestLevel(input.position.xyz, node_index, float(node_depth), node_min);
+    const float size = splatSize(level, result.position.w);
 
     result.uv = float2(((input.corner >> 1) & 1u) != 0u ? 1.0 : -1.0, (input.corner & 1u) != 0u ? 1.0 : -1.0);
     const float4 offset = float4(result.uv * float2(size / aspect, size), 0.0, 0.0);
     result.position += offset;
-    result.color = vertexColor(input);
+    result.color = pointColor(input.color, input.intensity);
     result.exactWorldPosition = mul(model, input.position);
     result.worldPosition = result.exactWorldPosition + mul(inv_view_proj, offset);
     return result;

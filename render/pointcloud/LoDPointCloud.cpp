@@ -3,16 +3,21 @@
 #include "render/gpu/ShaderConfiguration.h"
 #include "render/gpu/inputLayouts.h"
 #include "render/pointcloud/NodePrioritizer.h"
+#include "render/pointcloud/OutputState.h"
+#include "render/pointcloud/PointStore.h"
 #include "render/pointcloud/ScopedBinding.h"
+#include "render/pointcloud/SplatRasterizer.h"
+#include "render/pointcloud/SplatTargets.h"
 #include "render/pointcloud/sharedNodePrioritizer.h"
 #include "render/pointcloud/writeOctreeTexture.h"
 #include "render/scene/Viewport.h"
 
 #include <algorithm>
-#include <cstring>
+#include <limits>
 #include <span>
+#include <stdexcept>
+#include <string>
 #include <utility>
-#include <vector>
 
 namespace Render
 {
@@ -21,6 +26,7 @@ namespace
 constexpr const char* kShader = "shaders/pointcloud.hlsl";
 constexpr UINT kCornersPerSplat = 4;
 constexpr std::size_t kBytesPerTexel = 4;
+constexpr std::size_t kMaxUploadPerFrame = std::size_t{64} << 20U;
 
 using Vertex = VertexPosColorIntensityClassIndexScanIndex;
 
@@ -32,6 +38,19 @@ std::shared_ptr<NodePrioritizer> prioritizerWithin(std::uint64_t groupKey, std::
         prioritizer->setTotalMaxPointCount(budget);
     }
     return prioritizer;
+}
+
+std::size_t checkedBudget(std::size_t budget)
+{
+    constexpr std::size_t kLargest = std::numeric_limits<UINT>::max();
+    if (budget > kLargest / sizeof(Vertex))
+    {
+        throw std::invalid_argument(
+            "A budget of " + std::to_string(budget) + " elements of " + std::to_string(sizeof(Vertex)) +
+            " bytes is larger than the " + std::to_string(kLargest) + " bytes that Direct3D can address"
+        );
+    }
+    return budget;
 }
 
 Texture1d octreeTexture(ID3D11Device* device)
@@ -62,8 +81,10 @@ LoDPointCloud::LoDPointCloud(
       mPerOctreeNode(mDevice, sizeof(PerOctreeNodeConstants)),
       mVertexShader(VertexShader::fromHlslResource(mDevice, kShader, pointInputLayout())),
       mPixelShader(PixelShader::fromHlslResource(mDevice, kShader)),
-      mPrioritizer(prioritizerWithin(groupKey, budget)),
-      mVertices(mDevice, budget, sizeof(Vertex)),
+      mPrioritizer(prioritizerWithin(groupKey, checkedBudget(budget))),
+      mMaxUploadPerFrame(kMaxUploadPerFrame),
+      mPoints(std::make_unique<PointStore>(mDevice, budget)),
+      mRasterizer(std::make_unique<SplatRasterizer>(mDevice, SplatTargets::shared(groupKey, mDevice))),
       mOctreeTexture(octreeTexture(mDevice)),
       mOctreeTextureView(mDevice, mOctreeTexture.get(), nullptr),
       mBoxes(mDevice, kMaxDrawnNodes)
@@ -110,6 +131,7 @@ void LoDPointCloud::setViewport(const Viewport& viewport)
 void LoDPointCloud::setClippingVolume(const Math::ConvexPolytope<float, 3>& volume)
 {
     setClippingPlanes(mPerFrame.edit(), volume);
+    mPlaneCount = static_cast<std::uint32_t>(volume.size());
 }
 
 void LoDPointCloud::setUniformColor(const Math::Color& color)
@@ -126,6 +148,7 @@ void LoDPointCloud::setPointSize(float size)
 
 void LoDPointCloud::setRootNodeSize(float size)
 {
+    mNeedsLevels = true;
     mPerFrame.edit().root_node_size = size;
 }
 
@@ -152,13 +175,11 @@ RenderMode LoDPointCloud::renderMode() const noexcept
 void LoDPointCloud::render()
 {
     mNeedsUpload |= mBuffers.update();
-    const Buffer& buffer = std::as_const(mBuffers).front();
     if (mNeedsUpload)
     {
-        upload(buffer);
-        mNeedsUpload = false;  // not before: after a failure the next frame tries again
+        upload(std::as_const(mBuffers).front());
     }
-    drawNodes(buffer);
+    draw();
     if (mShowBoundingBoxes)
     {
         mBoxes.draw(mDeviceContext);
@@ -167,31 +188,74 @@ void LoDPointCloud::render()
 
 void LoDPointCloud::upload(const Buffer& buffer)
 {
-    uploadOctreeTexture(buffer);
-    std::vector<std::span<const std::byte>> pieces;
-    for (const std::span<const Vertex> vertices : buffer.vertices.spans())
+    // A failure leaves the flag set, so that the next frame tries again. A host that raises the shared budget
+    // later can have more points published than this cloud's budget admits; those are left out.
+    const bool isComplete = mPoints->update(mDeviceContext, buffer, mMaxUploadPerFrame);
+    if (isComplete)
     {
-        pieces.push_back(std::as_bytes(vertices));
+        uploadOctreeTexture(buffer.octreeTextureData);
+        mNumVisibleOctreeNodes = buffer.nodes.size();
+        mNumVisiblePoints = buffer.vertices.size();
     }
-    // A host that raises the shared budget later can have more points published than this cloud has room for.
-    mVertices.update(mDeviceContext, pieces);
+    else
+    {
+        std::vector<NodeRecord> records;
+        std::uint64_t points = 0;
+        for (const DrawnNode& node : mPoints->drawnNodes())
+        {
+            records.push_back(node.record);
+            points += node.record.pointCount;
+        }
+        std::vector<std::uint8_t> texels;
+        writeOctreeTexture(records, texels);
+        uploadOctreeTexture(texels);
+        mNumVisibleOctreeNodes = records.size();
+        mNumVisiblePoints = points;
+    }
     mBoxes.update(mDeviceContext, buffer.boundingBoxes);
-    mNumVisibleOctreeNodes = buffer.nodes.size();
-    mNumVisiblePoints = buffer.vertices.size();
+    mNeedsUpload = !isComplete;
 }
 
-void LoDPointCloud::uploadOctreeTexture(const Buffer& buffer)
+void LoDPointCloud::uploadOctreeTexture(const std::vector<std::uint8_t>& texels)
 {
     constexpr std::size_t kTextureBytes = kMaxDrawnNodes * kBytesPerTexel;
-    const std::size_t used = std::min(buffer.octreeTextureData.size(), kTextureBytes);
+    const std::size_t used = std::min(texels.size(), kTextureBytes);
     const D3D11_MAPPED_SUBRESOURCE mapped = mOctreeTexture.map(mDeviceContext, D3D11_MAP_WRITE_DISCARD);
-    auto* const texels = static_cast<std::uint8_t*>(mapped.pData);
-    std::copy_n(buffer.octreeTextureData.data(), used, texels);
-    std::fill_n(texels + used, kTextureBytes - used, std::uint8_t{0});  // mapping left it undefined
+    auto* const to = static_cast<std::uint8_t*>(mapped.pData);
+    std::copy_n(texels.data(), used, to);
+    std::fill_n(to + used, kTextureBytes - used, std::uint8_t{0});  // mapping left it undefined
     mOctreeTexture.unMap(mDeviceContext);
 }
 
-void LoDPointCloud::drawNodes(const Buffer& buffer)
+void LoDPointCloud::draw()
+{
+    if (mPoints->drawnNodes().empty())
+    {
+        return;
+    }
+    const OutputState output = outputStateOf(mDeviceContext);
+    mDrawnRoad = chooseSplatRoad({
+        .wanted = mSplatRoad,
+        .isTomographic = isTomographic(renderMode()),
+        .maxSplatSize = mPerFrame.values().max_point_size,
+        .isOutputOrdered = output.depthRule.has_value(),
+        .fitsBuffers = SplatRasterizer::fits(output.viewport),
+    });
+    if (mDrawnRoad == SplatRoad::Quads)
+    {
+        drawQuads();
+        return;
+    }
+    if (mPoints->hasChanged() || mNeedsLevels)
+    {
+        mRasterizer->setNodes(mDeviceContext, *mPoints, mOctreeTextureView, mPerFrame);
+        mPoints->setHasChanged(false);
+        mNeedsLevels = false;
+    }
+    mRasterizer->draw(mDeviceContext, *mPoints, output, mPlaneCount, mPerFrame);
+}
+
+void LoDPointCloud::drawQuads()
 {
     constexpr auto kStages = ShaderConfiguration::Vertex | ShaderConfiguration::Pixel;
     const ScopedBinding vertexShader(mDeviceContext, mVertexShader);
@@ -200,21 +264,26 @@ void LoDPointCloud::drawNodes(const Buffer& buffer)
     const ScopedBinding octreeTexture(mDeviceContext, mOctreeTextureView, ShaderConfiguration::Vertex, 0U);
     const ScopedBinding perOctreeNode(mDeviceContext, mPerOctreeNode, ShaderConfiguration::Vertex, 1U);
     mDeviceContext->IASetPrimitiveTopology(D3D11_PRIMITIVE_TOPOLOGY_TRIANGLESTRIP);
-    mVertices.set(mDeviceContext);
 
+    constexpr std::size_t kNoWindow = std::numeric_limits<std::size_t>::max();
+    std::size_t window = kNoWindow;
     PerOctreeNodeConstants constants;
-    for (const NodeRecord& node : buffer.nodes)
+    for (const DrawnNode& node : mPoints->drawnNodes())
     {
-        if (node.firstPoint + node.pointCount > mVertices.capacity())
+        if (std::exchange(window, node.slot.window) != node.slot.window)
         {
-            continue;  // not uploaded, see upload()
+            ID3D11Buffer* const vertices = mPoints->windows()[window].points.buffer();
+            constexpr UINT kStride = sizeof(Vertex);
+            constexpr UINT kOffset = 0;
+            mDeviceContext->IASetVertexBuffers(0, 1, &vertices, &kStride, &kOffset);
         }
-        constants.node_min = {node.boxMin.x, node.boxMin.y, node.boxMin.z};
-        constants.node_index = static_cast<std::uint32_t>(node.index);
-        constants.node_depth = static_cast<std::uint32_t>(node.level);
+        const NodeRecord& record = node.record;
+        constants.node_min = {record.boxMin.x, record.boxMin.y, record.boxMin.z};
+        constants.node_index = static_cast<std::uint32_t>(record.index);
+        constants.node_depth = static_cast<std::uint32_t>(record.level);
         mPerOctreeNode.update(mDeviceContext, std::as_bytes(std::span(&constants, 1)));
         mDeviceContext->DrawInstanced(
-            kCornersPerSplat, static_cast<UINT>(node.pointCount), 0, static_cast<UINT>(node.firstPoint)
+            kCornersPerSplat, static_cast<UINT>(record.pointCount), 0, static_cast<UINT>(node.slot.first)
         );
     }
 }

@@ -13,8 +13,8 @@
 #include "render/gpu/VertexShader.h"
 #include "render/pointcloud/Boxes.h"
 #include "render/pointcloud/Buffer.h"
-#include "render/pointcloud/DynamicVertexBuffer.h"
 #include "render/pointcloud/PointShaderConstants.h"
+#include "render/pointcloud/chooseSplatRoad.h"
 #include "render/renderer/RenderMode.h"
 
 #include <Eigen/Core>
@@ -23,11 +23,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace Render
 {
 class NodePrioritizer;
+class PointStore;
+class SplatRasterizer;
 class Viewport;
+struct OutputState;
 
 /// The GPU side of one point cloud: draws what the selection pass has published, every point as a round
 /// splat whose size follows the depth of the deepest drawn octree node around it.
@@ -40,7 +44,7 @@ class RENDER_API LoDPointCloud : private Core::NonCopyable
 public:
     /// @param groupKey  clouds of one key share a prioritizer, whose budget is lowered to this cloud's
     /// @param cloudId   tells this cloud's nodes from others' in the prioritizer
-    /// @param budget    most points that are drawn; the vertex buffer is made for so many, once
+    /// @param budget    most points that are drawn
     /// @throws std::invalid_argument  for a budget whose vertices Direct3D cannot address
     /// @throws ComException           when a shader, buffer or texture cannot be created
     LoDPointCloud(
@@ -81,6 +85,19 @@ public:
     void setRenderMode(RenderMode renderMode);
     void setTomographicContrast(float contrast);
 
+    /// How points become splats where there is a choice; Automatic at first.
+    void setSplatRoad(SplatRoad road) noexcept { mSplatRoad = road; }
+
+    /// The road that the last frame took; Automatic before the first one.
+    SplatRoad drawnRoad() const noexcept { return mDrawnRoad; }
+
+    /// After so many bytes of new points the rest of a publication waits for the next frame; one node always
+    /// goes.
+    void setMaxUploadPerFrame(std::size_t bytes) noexcept { mMaxUploadPerFrame = bytes; }
+
+    /// Whether the last frame left something of a publication for the next one.
+    bool isUploading() const noexcept { return mNeedsUpload; }
+
     void setShowBoundingBoxes(bool show) noexcept { mShowBoundingBoxes = show; }
 
     RenderMode renderMode() const noexcept;
@@ -88,7 +105,8 @@ public:
     /// Length of the model matrix's first column.
     float modelScale() const noexcept { return mPerFrame.values().model_scale; }
 
-    /// Takes what has been published last, uploads it if it is new, and draws it.
+    /// Takes what has been published last, uploads what is new of it, and draws what is there, under the
+    /// depth, blend and rasterizer state and the viewport that are set.
     /// @throws ComException  when something cannot be uploaded
     void render();
 
@@ -106,8 +124,9 @@ public:
 private:
     void updateTransforms();
     void upload(const Buffer& buffer);
-    void uploadOctreeTexture(const Buffer& buffer);
-    void drawNodes(const Buffer& buffer);
+    void uploadOctreeTexture(const std::vector<std::uint8_t>& texels);
+    void draw();
+    void drawQuads();
 
     std::uint64_t mCloudId;
     CComPtr<ID3D11Device> mDevice;
@@ -122,7 +141,13 @@ private:
     std::shared_ptr<NodePrioritizer> mPrioritizer;
     Core::TripleBuffer<Buffer> mBuffers;
     bool mNeedsUpload = false;
-    DynamicVertexBuffer mVertices;
+    bool mNeedsLevels = false;
+    std::size_t mMaxUploadPerFrame;
+    std::unique_ptr<PointStore> mPoints;
+    std::unique_ptr<SplatRasterizer> mRasterizer;
+    std::uint32_t mPlaneCount = 0;
+    SplatRoad mSplatRoad = SplatRoad::Automatic;
+    SplatRoad mDrawnRoad = SplatRoad::Automatic;
     Texture1d mOctreeTexture;
     ShaderResourceView mOctreeTextureView;
     std::atomic<std::uint64_t> mNumVisibleOctreeNodes{0};

@@ -26,11 +26,6 @@ constexpr unsigned long long kQueryCacheCapacity = 2'000'000;    // points
 constexpr unsigned long long kExpectedCacheEntries = 4000;       // nodes
 constexpr std::uint64_t kDeepestHistogramLevel = 4;              // the coarse points represent the rest
 
-bool isTomographic(RenderMode renderMode)
-{
-    return renderMode == RenderMode::TomographicDark || renderMode == RenderMode::TomographicBright;
-}
-
 std::uint8_t shownGrey(const VertexContainer::Vertex& vertex, RenderMode renderMode)
 {
     if (renderMode == RenderMode::ColorizeByIntensity)
@@ -244,6 +239,10 @@ void PointCloudRenderable::render()
     if (mLoDPointCloud)
     {
         mLoDPointCloud->render();
+        if (mLoDPointCloud->isUploading())
+        {
+            setNeedsRedraw(true);
+        }
     }
 }
 

@@ -17,7 +17,7 @@ void PublishedVertices::append(std::shared_ptr<const VertexBlock> block)
     mArray.clear();
 }
 
-const VertexBlock* PublishedVertices::blockAt(std::size_t firstPoint) const noexcept
+const PublishedVertices::Piece* PublishedVertices::pieceAt(std::size_t firstPoint) const noexcept
 {
     const auto found = std::lower_bound(
         mPieces.begin(),
@@ -25,7 +25,13 @@ const VertexBlock* PublishedVertices::blockAt(std::size_t firstPoint) const noex
         firstPoint,
         [](const Piece& piece, std::size_t first) { return piece.firstPoint < first; }
     );
-    return found != mPieces.end() && found->firstPoint == firstPoint ? found->block.get() : nullptr;
+    return found != mPieces.end() && found->firstPoint == firstPoint ? &*found : nullptr;
+}
+
+const VertexBlock* PublishedVertices::blockAt(std::size_t firstPoint) const noexcept
+{
+    const Piece* const piece = pieceAt(firstPoint);
+    return piece != nullptr ? piece->block.get() : nullptr;
 }
 
 std::vector<std::span<const PublishedVertices::Vertex>> PublishedVertices::spans() const

@@ -53,7 +53,10 @@ public:
     /// The nodes' vertices, ascending by firstPoint; none where an array was assigned.
     std::span<const Piece> pieces() const noexcept { return mPieces; }
 
-    /// The block whose first vertex has that index; null where there is none.
+    /// The piece whose first vertex has that index; null where there is none.
+    const Piece* pieceAt(std::size_t firstPoint) const noexcept;
+
+    /// The block of that piece; null where there is none.
     const VertexBlock* blockAt(std::size_t firstPoint) const noexcept;
 
     /// All vertices in order, as the pieces of memory in which they lie.

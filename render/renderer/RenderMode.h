@@ -13,4 +13,10 @@ enum class RenderMode : int
     ColorizeByIntensity = 5,      ///< grey by intensity
     UniformColor = 6,             ///< grey of the colour times the renderable's uniform colour
 };
+
+/// Whether points add up in a pixel instead of hiding one another.
+constexpr bool isTomographic(RenderMode renderMode) noexcept
+{
+    return renderMode == RenderMode::TomographicDark || renderMode == RenderMode::TomographicBright;
+}
 }  // namespace Render

@@ -56,10 +56,19 @@ TEST_P(EmbeddedBytecode, IsWhatTheCompilerMakesOfTheSource)
 }
 
 INSTANTIATE_TEST_SUITE_P(
+    ComputeShaders,
+    EmbeddedBytecode,
+    testing::Combine(
+        testing::Values("splatlevels", "splatdepths", "splatwinners"), testing::Values(Render::kComputeProfile)
+    ),
+    [](const auto& parameters) { return std::string(std::get<0>(parameters.param)); }
+);
+
+INSTANTIATE_TEST_SUITE_P(
     Shaders,
     EmbeddedBytecode,
     testing::Combine(
-        testing::Values("box", "mesh", "pano", "pointcloud", "postprocessing"),
+        testing::Values("box", "mesh", "pano", "pointcloud", "postprocessing", "splatpicture"),
         testing::Values(Render::kVertexProfile, Render::kPixelProfile)
     ),
     [](const auto& parameters)

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "render/Export.h"
+#include "render/gpu/ComPtr.h"
+#include "render/gpu/Direct3D.h"
+
+#include <cstddef>
+#include <span>
+
+namespace Render
+{
+/// Owns a buffer that shaders index like an array, with its views.
+///
+/// Threads  the thread of the immediate context; not locked.
+class RENDER_API ShaderBuffer
+{
+public:
+    /// Empty: no buffer and no views.
+    ShaderBuffer() = default;
+
+    /// Written by the CPU, read by shaders as a StructuredBuffer.
+    /// @param stride  bytes of an element, a multiple of 4
+    /// @param count   elements, at least 1
+    /// @throws ComException  when the device refuses it
+    static ShaderBuffer dynamic(ID3D11Device* device, unsigned int stride, std::size_t count);
+
+    /// Written and read by shaders as a Buffer<uint>.
+    static ShaderBuffer writable(ID3D11Device* device, std::size_t count);
+
+    /// Written and read by shaders as a ByteAddressBuffer.
+    /// @param byteWidth  a multiple of 4, at least 4
+    static ShaderBuffer writableBytes(ID3D11Device* device, std::size_t byteWidth);
+
+    /// Filled by copies, read by shaders as a ByteAddressBuffer and by the input assembler as vertices.
+    static ShaderBuffer vertexBytes(ID3D11Device* device, std::size_t byteWidth);
+
+    ShaderBuffer(const ShaderBuffer&) = delete;
+    ShaderBuffer& operator=(const ShaderBuffer&) = delete;
+    ShaderBuffer(ShaderBuffer&&) noexcept = default;
+    ShaderBuffer& operator=(ShaderBuffer&&) noexcept = default;
+    ~ShaderBuffer() = default;
+
+    /// Replaces the contents of a dynamic buffer; what lies behind the given bytes becomes undefined.
+    /// @throws std::length_error  for more bytes than it holds
+    /// @throws ComException       when it cannot be mapped
+    void update(ID3D11DeviceContext* context, std::span<const std::byte> bytes);
+
+    std::size_t byteWidth() const noexcept { return mByteWidth; }
+
+    ID3D11Buffer* buffer() const noexcept { return mBuffer; }
+
+    ID3D11ShaderResourceView* resourceView() const noexcept { return mResourceView; }
+
+    /// Null for what shaders cannot write.
+    ID3D11UnorderedAccessView* accessView() const noexcept { return mAccessView; }
+
+private:
+    ShaderBuffer(ID3D11Device* device, D3D11_BUFFER_DESC desc, std::size_t byteWidth, const char* name);
+
+    CComPtr<ID3D11Buffer> mBuffer;
+    CComPtr<ID3D11ShaderResourceView> mResourceView;
+    CComPtr<ID3D11UnorderedAccessView> mAccessView;
+    std::size_t mByteWidth = 0;
+};
+}  // namespace Render

@@ -1,0 +1,138 @@
+#include "shaders/pointcloud.hlsl"
+
+// What the shaders of the splat rasterizer share, which draws the same splats as pointcloud.hlsl without triangles. Bound
+// by SplatRasterizer. Functions and declarations only.
+//
+// The points of a frame come in chunks of up to 64, in the order in which they are drawn. A point's place in that order is
+// its chunk's number times 64 and its place in the chunk.
+//
+// In:   b0 cbPerFrame, b2 cbSplats   laid out like PerFrameConstants and SplatConstants
+//       t1 chunks, t2 points, t3 levels
+
+static const uint kChunkSize = 64u;
+static const uint kGroupsPerRow = 65535u;  // most groups of one dimension of a dispatch
+static const uint kBytesPerPoint = 20u;
+
+cbuffer cbSplats : register(b2)
+{
+    float2 viewport_min;   // pixels
+    float2 viewport_size;  // pixels
+    float min_depth;
+    float max_depth;
+    uint columns;  // of the pixel buffers
+    uint rows;
+    uint chunk_count;
+    uint window;         // the buffer of points that is bound
+    uint plane_count;    // planes in force
+    uint depth_test;     // 0 none, 1 less is nearer, 2 greater is nearer
+    uint order_flip;     // among equal depths: 0 the last drawn wins, all bits the first
+};
+
+struct Chunk
+{
+    uint first;   // its first point in the buffer, a multiple of 4
+    uint count;   // 1 to 64
+    uint node;    // row of the node table
+    uint window;  // the buffer of its points
+};
+
+StructuredBuffer<Chunk> chunks : register(t1);
+ByteAddressBuffer points : register(t2);  // 20 bytes a point, laid out like the vertices
+ByteAddressBuffer levels : register(t3);  // a byte a point: level of the deepest drawn node around it
+
+// A point on the screen.
+struct Splat
+{
+    float4 clip;    // position in clip space
+    float size;     // half its side in clip space
+    float2 center;  // pixels
+    float2 radius;  // pixels
+    float depth;    // as the depth buffer holds it
+};
+
+float3 positionOf(uint index)
+{
+    return asfloat(points.Load3(index * kBytesPerPoint));
+}
+
+bool isCut(float4 position)
+{
+    for (uint i = 0u; i < plane_count; ++i)
+    {
+        if (dot(position, clipping_planes[i]) < 0.0)
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Each pass computes it anew, and all must find the same pixels and the same depth: hence precise.
+Splat splatOf(uint index, float4 position)
+{
+    const uint level = (levels.Load(index & ~3u) >> (8u * (index & 3u))) & 255u;
+    precise const float4 clip = mul(model_view_proj, position);
+    precise const float size = splatSize(float(level), clip.w);
+    precise const float2 center =
+        viewport_min + viewport_size * (float2(0.5, -0.5) * (clip.xy / clip.w) + float2(0.5, 0.5));
+    precise const float2 radius = 0.5 * viewport_size * (float2(size / aspect, size) / clip.w);
+    precise const float depth = min_depth + (max_depth - min_depth) * (clip.z / clip.w);
+
+    Splat splat;
+    splat.clip = clip;
+    splat.size = size;
+    splat.center = center;
+    splat.radius = radius;
+    splat.depth = depth;
+    return splat;
+}
+
+// Whether the splat lies between the near and the far plane; false for what is not a number.
+bool isInDepthRange(Splat splat)
+{
+    return splat.clip.w > 0.0 && splat.clip.z >= 0.0 && splat.clip.z <= splat.clip.w;
+}
+
+// Greater is nearer; 0 is no point.
+uint depthKey(float depth)
+{
+    const uint bits = asuint(abs(depth));  // of numbers that are not negative the bits ascend
+    return depth_test == 0u ? 1u : depth_test == 2u ? bits + 1u : (asuint(1.0) - bits) + 1u;
+}
+
+float depthOfKey(uint key)
+{
+    return depth_test == 2u ? asfloat(key - 1u) : asfloat(asuint(1.0) - (key - 1u));
+}
+
+// Greater wins among equal depths; 0 is no point.
+uint orderKey(uint order)
+{
+    return (order ^ order_flip) + 1u + order_flip;
+}
+
+uint orderOfKey(uint key)
+{
+    return (key - 1u - order_flip) ^ order_flip;
+}
+
+// The pixels of a splat, from and to inclusive: those whose centre lies in the square that triangles would fill.
+int2 firstPixel(Splat splat)
+{
+    const float2 lower = max(splat.center - splat.radius, viewport_min);
+    return int2(ceil(min(lower, float2(columns, rows)) - 0.5));
+}
+
+int2 lastPixel(Splat splat)
+{
+    const float2 upper = min(splat.center + splat.radius, viewport_min + viewport_size);
+    return int2(ceil(max(upper, float2(0.0, 0.0)) - 0.5)) - 1;
+}
+
+// Half the width of a splat in a row of pixels; negative where the circle misses the row.
+float halfChord(Splat splat, int row)
+{
+    const float y = (float(row) + 0.5 - splat.center.y) / splat.radius.y;
+    const float square = 1.0 - y * y;
+    return square < 0.0 ? -1.0 : splat.radius.x * sqrt(square);
+}
