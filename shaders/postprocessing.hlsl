@@ -8,6 +8,18 @@
 //       b0 cbConstant
 // Out:  SV_TARGET0 BGRA8 the picture, SV_TARGET1 RGBA32F worldPosition unchanged
 // No vertex buffer: the quad is made from the vertex index.
+//
+// Devices that evaluate all branches of a switch, software ones above all, pay for modes that a frame does not use.
+// POST_PROCESS_MODES says which ones a compilation of this source serves; by itself it serves all.
+
+#define ALL_MODES 0
+#define COLOR_MODES 1        // 0, 5, 6
+#define TOMOGRAPHIC_MODES 2  // 1, 2
+#define NORMAL_MODE 3        // 3
+#define DISTANCE_MODE 4      // 4
+#ifndef POST_PROCESS_MODES
+#define POST_PROCESS_MODES ALL_MODES
+#endif
 
 // The numbers of RenderMode.
 static const int kDefault = 0;
@@ -73,8 +85,30 @@ float4 emptyPixelColor(float4 col)
     return point_render_mode == kTomographicDark ? float4(1.0 - col.rgb, 1.0) : col;
 }
 
+// In the tomographic modes the scene is grey, and its grey is the coverage.
+float4 tomographicColor(float4 col)
+{
+    return float4(point_render_mode == kTomographicDark ? 1.0 - col.rgb : col.rgb, col.r);
+}
+
+float4 planeDistanceColor(int2 texel)
+{
+    return colorizeByPlaneDistance(
+        exactWorldPosition.Load(int3(texel, 0)).xyz, colorization_start.xyz, colorization_end.xyz, color_map
+    );
+}
+
 float4 pointColor(float4 col, int2 texel)
 {
+#if POST_PROCESS_MODES == COLOR_MODES
+    return point_render_mode == kDefault ? adjustBrightnessContrast(col, brightness, contrast) : col;
+#elif POST_PROCESS_MODES == TOMOGRAPHIC_MODES
+    return tomographicColor(col);
+#elif POST_PROCESS_MODES == NORMAL_MODE
+    return colorizeByNormal(surfaceNormal(texel));
+#elif POST_PROCESS_MODES == DISTANCE_MODE
+    return planeDistanceColor(texel);
+#else
     float4 result = float4(0.0, 0.0, 0.0, 0.0);
     [branch] switch (point_render_mode)
     {
@@ -82,19 +116,14 @@ float4 pointColor(float4 col, int2 texel)
             result = adjustBrightnessContrast(col, brightness, contrast);
             break;
         case kTomographicDark:
-            // In the tomographic modes the scene is grey, and its grey is the coverage.
-            result = float4(1.0 - col.rgb, col.r);
-            break;
         case kTomographicBright:
-            result = float4(col.rgb, col.r);
+            result = tomographicColor(col);
             break;
         case kColorizeByNormal:
             result = colorizeByNormal(surfaceNormal(texel));
             break;
         case kColorizeByPlaneDistance:
-            result = colorizeByPlaneDistance(
-                exactWorldPosition.Load(int3(texel, 0)).xyz, colorization_start.xyz, colorization_end.xyz, color_map
-            );
+            result = planeDistanceColor(texel);
             break;
         case kColorizeByIntensity:
         case kUniformColor:
@@ -102,6 +131,7 @@ float4 pointColor(float4 col, int2 texel)
             break;
     }
     return result;
+#endif
 }
 
 // The texel that belongs to uv. Beside the borders of targets of some thousand pixels the place lies so close to the

@@ -26,7 +26,6 @@ namespace
 constexpr const char* kShader = "shaders/pointcloud.hlsl";
 constexpr UINT kCornersPerSplat = 4;
 constexpr std::size_t kBytesPerTexel = 4;
-constexpr std::size_t kMaxUploadPerFrame = std::size_t{64} << 20U;
 
 using Vertex = VertexPosColorIntensityClassIndexScanIndex;
 
@@ -82,7 +81,6 @@ LoDPointCloud::LoDPointCloud(
       mVertexShader(VertexShader::fromHlslResource(mDevice, kShader, pointInputLayout())),
       mPixelShader(PixelShader::fromHlslResource(mDevice, kShader)),
       mPrioritizer(prioritizerWithin(groupKey, checkedBudget(budget))),
-      mMaxUploadPerFrame(kMaxUploadPerFrame),
       mPoints(std::make_unique<PointStore>(mDevice, budget)),
       mRasterizer(std::make_unique<SplatRasterizer>(mDevice, SplatTargets::shared(groupKey, mDevice))),
       mOctreeTexture(octreeTexture(mDevice)),

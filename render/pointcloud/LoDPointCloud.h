@@ -22,6 +22,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -92,7 +93,7 @@ public:
     SplatRoad drawnRoad() const noexcept { return mDrawnRoad; }
 
     /// After so many bytes of new points the rest of a publication waits for the next frame; one node always
-    /// goes.
+    /// goes. No bound at first.
     void setMaxUploadPerFrame(std::size_t bytes) noexcept { mMaxUploadPerFrame = bytes; }
 
     /// Whether the last frame left something of a publication for the next one.
@@ -142,7 +143,7 @@ private:
     Core::TripleBuffer<Buffer> mBuffers;
     bool mNeedsUpload = false;
     bool mNeedsLevels = false;
-    std::size_t mMaxUploadPerFrame;
+    std::size_t mMaxUploadPerFrame = std::numeric_limits<std::size_t>::max();
     std::unique_ptr<PointStore> mPoints;
     std::unique_ptr<SplatRasterizer> mRasterizer;
     std::uint32_t mPlaneCount = 0;

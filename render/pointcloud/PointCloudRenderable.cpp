@@ -13,6 +13,7 @@
 #include "render/scene/Camera.h"
 
 #include <deque>
+#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -159,6 +160,7 @@ void PointCloudRenderable::init(
     cloud->setUniformColor(mUniformColor);
     cloud->setPointSize(mPointSize);
     cloud->setMaxPointSize(mMaxPointSize);
+    cloud->setSplatRoad(mSplatRoad);
     cloud->setTomographicContrast(mTomographicContrast);
     cloud->setRootNodeSize(mOctree->boundingCube().largestSize());
     cloud->setProjectionMatrix(camera->projectionMatrix());
@@ -238,6 +240,10 @@ void PointCloudRenderable::render()
     setNeedsRedraw(false);  // first: what is published from here on asks for the next frame
     if (mLoDPointCloud)
     {
+        const bool isLoading = isAsyncReloadActive() && !isAsyncReloadComplete();
+        mLoDPointCloud->setMaxUploadPerFrame(
+            isLoading ? mMaxUploadPerFrame : std::numeric_limits<std::size_t>::max()
+        );
         mLoDPointCloud->render();
         if (mLoDPointCloud->isUploading())
         {
@@ -351,6 +357,20 @@ void PointCloudRenderable::setMaxPointSize(float maxPointSize)
     if (mLoDPointCloud)
     {
         mLoDPointCloud->setMaxPointSize(maxPointSize);
+        setNeedsRedraw(true);
+    }
+}
+
+void PointCloudRenderable::setSplatRoad(SplatRoad road)
+{
+    if (road == mSplatRoad)
+    {
+        return;
+    }
+    mSplatRoad = road;
+    if (mLoDPointCloud)
+    {
+        mLoDPointCloud->setSplatRoad(road);
         setNeedsRedraw(true);
     }
 }

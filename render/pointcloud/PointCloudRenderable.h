@@ -17,6 +17,7 @@
 #include "render/pointcloud/NodePriority.h"
 #include "render/pointcloud/NodeRankingParameters.h"
 #include "render/pointcloud/PointCloudQuery.h"
+#include "render/pointcloud/chooseSplatRoad.h"
 #include "render/pointcloud/selectNodes.h"
 #include "render/scene/Renderable.h"
 
@@ -173,6 +174,19 @@ public:
 
     float maxPointSize() const noexcept { return mMaxPointSize; }
 
+    /// How points become splats where there is a choice; Automatic at first. The pictures are the same but for
+    /// single pixels at the rims of splats.
+    void setSplatRoad(SplatRoad road);
+
+    SplatRoad splatRoad() const noexcept { return mSplatRoad; }
+
+    /// Most bytes of new points that go to the device in one frame while the background loader runs, 64 MiB at
+    /// first; the rest follows in the next frames, coarse nodes first. One node always goes, and what a
+    /// finished pass has published goes at once.
+    void setMaxUploadPerFrame(std::size_t bytes) noexcept { mMaxUploadPerFrame = bytes; }
+
+    std::size_t maxUploadPerFrame() const noexcept { return mMaxUploadPerFrame; }
+
     /// How much a single point covers in the tomographic modes, 0 to 1.
     void setTomographicContrast(float contrast);
 
@@ -327,6 +341,8 @@ private:
     void getCaches();
 
     std::unique_ptr<AsyncReload> mAsyncReload;                    // absent until startAsyncReload
+    SplatRoad mSplatRoad = SplatRoad::Automatic;
+    std::size_t mMaxUploadPerFrame = std::size_t{64} << 20U;
     std::atomic<UpdateInterval::rep> mUpdateInterval{5'000'000};  // 0.5 s; read by the loader
     bool mRestartLoadingAfterCameraChange = true;
     std::shared_ptr<Octree::Octree> mOctree;

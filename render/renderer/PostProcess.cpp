@@ -10,6 +10,35 @@ namespace
 {
 const std::string kSource = "shaders/postprocessing.hlsl";
 
+/// Index of the pixel shader that serves a mode.
+enum PixelShaderIndex : std::size_t
+{
+    AllModes,  ///< the last resort: numbers that name no mode
+    ColorModes,
+    TomographicModes,
+    NormalMode,
+    DistanceMode,
+};
+
+PixelShaderIndex pixelShaderFor(RenderMode renderMode)
+{
+    switch (renderMode)
+    {
+        case RenderMode::Default:
+        case RenderMode::ColorizeByIntensity:
+        case RenderMode::UniformColor:
+            return ColorModes;
+        case RenderMode::TomographicDark:
+        case RenderMode::TomographicBright:
+            return TomographicModes;
+        case RenderMode::ColorizeByNormal:
+            return NormalMode;
+        case RenderMode::ColorizeByPlaneDistance:
+            return DistanceMode;
+    }
+    return AllModes;
+}
+
 std::array<float, 4> homogeneous(const Math::Point<float, 3>& point)
 {
     return {point.x, point.y, point.z, 1.0F};
@@ -19,7 +48,13 @@ std::array<float, 4> homogeneous(const Math::Point<float, 3>& point)
 PostProcess::PostProcess(const CComPtr<ID3D11Device>& device)
     : mConstants(device),
       mVertexShader(VertexShader::fromHlslResource(device, kSource, {})),
-      mPixelShader(PixelShader::fromHlslResource(device, kSource))
+      mPixelShaders{
+          PixelShader::fromHlslResource(device, kSource),
+          PixelShader::fromHlslResource(device, "shaders/postcolor.hlsl"),
+          PixelShader::fromHlslResource(device, "shaders/posttomographic.hlsl"),
+          PixelShader::fromHlslResource(device, "shaders/postnormal.hlsl"),
+          PixelShader::fromHlslResource(device, "shaders/postdistance.hlsl"),
+      }
 {
 }
 
@@ -96,15 +131,16 @@ void PostProcess::setColorizationRange(const Math::Point<float, 3>& start, const
 void PostProcess::draw(ID3D11DeviceContext* context)
 {
     constexpr UINT kCorners = 4;
+    const PixelShader& pixelShader = mPixelShaders[pixelShaderFor(renderMode())];
     mVertexShader.begin(context);
-    mPixelShader.begin(context);
+    pixelShader.begin(context);
     mConstants.begin(context, ShaderConfiguration::Pixel, 0);
 
     context->IASetPrimitiveTopology(D3D11_PRIMITIVE_TOPOLOGY_TRIANGLESTRIP);
     context->DrawInstanced(kCorners, 1, 0, 0);
 
     mVertexShader.end(context);
-    mPixelShader.end(context);
+    pixelShader.end(context);
     mConstants.end(context);
 }
 }  // namespace Render

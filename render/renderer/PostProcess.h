@@ -12,6 +12,8 @@
 #include "render/renderer/RenderMode.h"
 #include "render/scene/Viewport.h"
 
+#include <array>
+
 namespace Render
 {
 /// The full-screen pass that turns the scene pass's targets into the picture: render mode, colour map,
@@ -79,6 +81,6 @@ public:
 private:
     ConstantBlock<PostProcessConstants> mConstants;
     VertexShader mVertexShader;
-    PixelShader mPixelShader;
+    std::array<PixelShader, 5> mPixelShaders;  // by the modes that they serve, see PostProcess.cpp
 };
 }  // namespace Render

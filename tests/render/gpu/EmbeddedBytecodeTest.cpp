@@ -56,6 +56,16 @@ TEST_P(EmbeddedBytecode, IsWhatTheCompilerMakesOfTheSource)
 }
 
 INSTANTIATE_TEST_SUITE_P(
+    PixelShaders,
+    EmbeddedBytecode,
+    testing::Combine(
+        testing::Values("postcolor", "posttomographic", "postnormal", "postdistance"),
+        testing::Values(Render::kPixelProfile)
+    ),
+    [](const auto& parameters) { return std::string(std::get<0>(parameters.param)); }
+);
+
+INSTANTIATE_TEST_SUITE_P(
     ComputeShaders,
     EmbeddedBytecode,
     testing::Combine(

@@ -1,0 +1,2 @@
+#define POST_PROCESS_MODES COLOR_MODES
+#include "shaders/postprocessing.hlsl"

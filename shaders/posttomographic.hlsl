@@ -1,0 +1,2 @@
+#define POST_PROCESS_MODES TOMOGRAPHIC_MODES
+#include "shaders/postprocessing.hlsl"
