@@ -140,30 +140,41 @@ float splatSize(float level, float w)
     return clamp(pointSize, 1.0 / height * w, max_point_size / height * w);
 }
 
-VertexOut vs_main(VertexIn input)
+// A corner of a splat that vanishes: w = 0.
+VertexOut noCorner()
 {
     VertexOut result;
-    if (isClipped(input.position))
-    {
-        result.position = float4(0.0, 0.0, 0.0, 0.0);  // w = 0: the splat vanishes
-        result.color = float4(0.0, 0.0, 0.0, 0.0);
-        result.worldPosition = float4(0.0, 0.0, 0.0, 0.0);
-        result.exactWorldPosition = float4(0.0, 0.0, 0.0, 0.0);
-        result.uv = float2(0.0, 0.0);
-        return result;
-    }
+    result.position = float4(0.0, 0.0, 0.0, 0.0);
+    result.color = float4(0.0, 0.0, 0.0, 0.0);
+    result.worldPosition = float4(0.0, 0.0, 0.0, 0.0);
+    result.exactWorldPosition = float4(0.0, 0.0, 0.0, 0.0);
+    result.uv = float2(0.0, 0.0);
+    return result;
+}
 
-    result.position = mul(model_view_proj, input.position);
-    const float level = deepestLevel(input.position.xyz, node_index, float(node_depth), node_min);
+// A corner, 0 to 3 in the order of a triangle strip, of the splat of a point.
+VertexOut splatCorner(float4 position, float4 color, float intensity, float level, uint corner)
+{
+    VertexOut result;
+    result.position = mul(model_view_proj, position);
     const float size = splatSize(level, result.position.w);
-
-    result.uv = float2(((input.corner >> 1) & 1u) != 0u ? 1.0 : -1.0, (input.corner & 1u) != 0u ? 1.0 : -1.0);
+    result.uv = float2(((corner >> 1) & 1u) != 0u ? 1.0 : -1.0, (corner & 1u) != 0u ? 1.0 : -1.0);
     const float4 offset = float4(result.uv * float2(size / aspect, size), 0.0, 0.0);
     result.position += offset;
-    result.color = pointColor(input.color, input.intensity);
-    result.exactWorldPosition = mul(model, input.position);
+    result.color = pointColor(color, intensity);
+    result.exactWorldPosition = mul(model, position);
     result.worldPosition = result.exactWorldPosition + mul(inv_view_proj, offset);
     return result;
+}
+
+VertexOut vs_main(VertexIn input)
+{
+    if (isClipped(input.position))
+    {
+        return noCorner();
+    }
+    const float level = deepestLevel(input.position.xyz, node_index, float(node_depth), node_min);
+    return splatCorner(input.position, input.color, input.intensity, level, input.corner);
 }
 
 PixelOut ps_main(VertexOut input)

@@ -39,14 +39,11 @@ PictureOut ps_main(float4 pixel : SV_POSITION)
     const uint index = chunk.first + order % kChunkSize;
     const float4 position = float4(positionOf(index), 1.0);
     const Splat splat = splatOf(index, position);
-    const uint2 attributes = points.Load2(index * kBytesPerPoint + 12u);
-    const float4 color =
-        float4((attributes.x >> 16u) & 255u, (attributes.x >> 8u) & 255u, attributes.x & 255u, attributes.x >> 24u);
     const float2 uv = float2(1.0, -1.0) * (pixel.xy - splat.center) / splat.radius;
     const float4 offset = float4(uv * float2(splat.size / aspect, splat.size), 0.0, 0.0);
 
     PictureOut result;
-    result.color = pointColor(color / 255.0, float(attributes.y & 255u) / 255.0);
+    result.color = pointColor(colorOf(index), intensityOf(index));
     result.exactWorldPosition = mul(model, position);
     result.worldPosition = result.exactWorldPosition + mul(inv_view_proj, offset);
     result.depth = depthOfKey(depths[place]);

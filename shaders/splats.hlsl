@@ -55,6 +55,24 @@ float3 positionOf(uint index)
     return asfloat(points.Load3(index * kBytesPerPoint));
 }
 
+// Level of the deepest drawn node around the point.
+float levelOf(uint index)
+{
+    return float((levels.Load(index & ~3u) >> (8u * (index & 3u))) & 255u);
+}
+
+// Of the point's own colour and intensity: red, green, blue, alpha from 0 to 1.
+float4 colorOf(uint index)
+{
+    const uint bits = points.Load(index * kBytesPerPoint + 12u);
+    return float4((bits >> 16u) & 255u, (bits >> 8u) & 255u, bits & 255u, bits >> 24u) / 255.0;
+}
+
+float intensityOf(uint index)
+{
+    return float(points.Load(index * kBytesPerPoint + 16u) & 255u) / 255.0;
+}
+
 bool isCut(float4 position)
 {
     for (uint i = 0u; i < plane_count; ++i)
@@ -70,9 +88,8 @@ bool isCut(float4 position)
 // Each pass computes it anew, and all must find the same pixels and the same depth: hence precise.
 Splat splatOf(uint index, float4 position)
 {
-    const uint level = (levels.Load(index & ~3u) >> (8u * (index & 3u))) & 255u;
     precise const float4 clip = mul(model_view_proj, position);
-    precise const float size = splatSize(float(level), clip.w);
+    precise const float size = splatSize(levelOf(index), clip.w);
     precise const float2 center =
         viewport_min + viewport_size * (float2(0.5, -0.5) * (clip.xy / clip.w) + float2(0.5, 0.5));
     precise const float2 radius = 0.5 * viewport_size * (float2(size / aspect, size) / clip.w);

@@ -1,11 +1,10 @@
 #include "render/pointcloud/LoDPointCloud.h"
 
-#include "render/gpu/ShaderConfiguration.h"
-#include "render/gpu/inputLayouts.h"
 #include "render/pointcloud/NodePrioritizer.h"
 #include "render/pointcloud/OutputState.h"
 #include "render/pointcloud/PointStore.h"
-#include "render/pointcloud/ScopedBinding.h"
+#include "render/pointcloud/SplatList.h"
+#include "render/pointcloud/SplatQuads.h"
 #include "render/pointcloud/SplatRasterizer.h"
 #include "render/pointcloud/SplatTargets.h"
 #include "render/pointcloud/sharedNodePrioritizer.h"
@@ -23,8 +22,6 @@ namespace Render
 {
 namespace
 {
-constexpr const char* kShader = "shaders/pointcloud.hlsl";
-constexpr UINT kCornersPerSplat = 4;
 constexpr std::size_t kBytesPerTexel = 4;
 
 using Vertex = VertexPosColorIntensityClassIndexScanIndex;
@@ -77,12 +74,11 @@ LoDPointCloud::LoDPointCloud(
       mDevice(std::move(device)),
       mDeviceContext(std::move(deviceContext)),
       mPerFrame(mDevice),
-      mPerOctreeNode(mDevice, sizeof(PerOctreeNodeConstants)),
-      mVertexShader(VertexShader::fromHlslResource(mDevice, kShader, pointInputLayout())),
-      mPixelShader(PixelShader::fromHlslResource(mDevice, kShader)),
       mPrioritizer(prioritizerWithin(groupKey, checkedBudget(budget))),
       mPoints(std::make_unique<PointStore>(mDevice, budget)),
+      mSplats(std::make_unique<SplatList>(mDevice)),
       mRasterizer(std::make_unique<SplatRasterizer>(mDevice, SplatTargets::shared(groupKey, mDevice))),
+      mQuads(std::make_unique<SplatQuads>(mDevice)),
       mOctreeTexture(octreeTexture(mDevice)),
       mOctreeTextureView(mDevice, mOctreeTexture.get(), nullptr),
       mBoxes(mDevice, kMaxDrawnNodes)
@@ -231,6 +227,12 @@ void LoDPointCloud::draw()
     {
         return;
     }
+    if (mPoints->hasChanged() || mNeedsLevels)
+    {
+        mSplats->setNodes(mDeviceContext, *mPoints, mOctreeTextureView, mPerFrame);
+        mPoints->setHasChanged(false);
+        mNeedsLevels = false;
+    }
     const OutputState output = outputStateOf(mDeviceContext);
     mDrawnRoad = chooseSplatRoad({
         .wanted = mSplatRoad,
@@ -239,50 +241,13 @@ void LoDPointCloud::draw()
         .isOutputOrdered = output.depthRule.has_value(),
         .fitsBuffers = SplatRasterizer::fits(output.viewport),
     });
-    if (mDrawnRoad == SplatRoad::Quads)
+    if (mDrawnRoad == SplatRoad::Compute)
     {
-        drawQuads();
-        return;
+        mRasterizer->draw(mDeviceContext, *mSplats, output, mPlaneCount, mPerFrame);
     }
-    if (mPoints->hasChanged() || mNeedsLevels)
+    else
     {
-        mRasterizer->setNodes(mDeviceContext, *mPoints, mOctreeTextureView, mPerFrame);
-        mPoints->setHasChanged(false);
-        mNeedsLevels = false;
-    }
-    mRasterizer->draw(mDeviceContext, *mPoints, output, mPlaneCount, mPerFrame);
-}
-
-void LoDPointCloud::drawQuads()
-{
-    constexpr auto kStages = ShaderConfiguration::Vertex | ShaderConfiguration::Pixel;
-    const ScopedBinding vertexShader(mDeviceContext, mVertexShader);
-    const ScopedBinding pixelShader(mDeviceContext, mPixelShader);
-    const ScopedBinding perFrame(mDeviceContext, mPerFrame, kStages, 0U);
-    const ScopedBinding octreeTexture(mDeviceContext, mOctreeTextureView, ShaderConfiguration::Vertex, 0U);
-    const ScopedBinding perOctreeNode(mDeviceContext, mPerOctreeNode, ShaderConfiguration::Vertex, 1U);
-    mDeviceContext->IASetPrimitiveTopology(D3D11_PRIMITIVE_TOPOLOGY_TRIANGLESTRIP);
-
-    constexpr std::size_t kNoWindow = std::numeric_limits<std::size_t>::max();
-    std::size_t window = kNoWindow;
-    PerOctreeNodeConstants constants;
-    for (const DrawnNode& node : mPoints->drawnNodes())
-    {
-        if (std::exchange(window, node.slot.window) != node.slot.window)
-        {
-            ID3D11Buffer* const vertices = mPoints->windows()[window].points.buffer();
-            constexpr UINT kStride = sizeof(Vertex);
-            constexpr UINT kOffset = 0;
-            mDeviceContext->IASetVertexBuffers(0, 1, &vertices, &kStride, &kOffset);
-        }
-        const NodeRecord& record = node.record;
-        constants.node_min = {record.boxMin.x, record.boxMin.y, record.boxMin.z};
-        constants.node_index = static_cast<std::uint32_t>(record.index);
-        constants.node_depth = static_cast<std::uint32_t>(record.level);
-        mPerOctreeNode.update(mDeviceContext, std::as_bytes(std::span(&constants, 1)));
-        mDeviceContext->DrawInstanced(
-            kCornersPerSplat, static_cast<UINT>(record.pointCount), 0, static_cast<UINT>(node.slot.first)
-        );
+        mQuads->draw(mDeviceContext, *mSplats, mPlaneCount, mPerFrame);
     }
 }
 }  // namespace Render

@@ -6,11 +6,8 @@
 #include "math/ConvexPolytope.h"
 #include "render/Export.h"
 #include "render/gpu/ConstantBlock.h"
-#include "render/gpu/ConstantBuffer.h"
-#include "render/gpu/PixelShader.h"
 #include "render/gpu/ShaderResourceView.h"
 #include "render/gpu/Texture1d.h"
-#include "render/gpu/VertexShader.h"
 #include "render/pointcloud/Boxes.h"
 #include "render/pointcloud/Buffer.h"
 #include "render/pointcloud/PointShaderConstants.h"
@@ -30,6 +27,8 @@ namespace Render
 {
 class NodePrioritizer;
 class PointStore;
+class SplatList;
+class SplatQuads;
 class SplatRasterizer;
 class Viewport;
 struct OutputState;
@@ -127,7 +126,6 @@ private:
     void upload(const Buffer& buffer);
     void uploadOctreeTexture(const std::vector<std::uint8_t>& texels);
     void draw();
-    void drawQuads();
 
     std::uint64_t mCloudId;
     CComPtr<ID3D11Device> mDevice;
@@ -136,16 +134,15 @@ private:
     Eigen::Matrix4f mView = Eigen::Matrix4f::Identity();
     Eigen::Matrix4f mProjection = Eigen::Matrix4f::Identity();
     ConstantBlock<PerFrameConstants> mPerFrame;
-    ConstantBuffer mPerOctreeNode;
-    VertexShader mVertexShader;
-    PixelShader mPixelShader;
     std::shared_ptr<NodePrioritizer> mPrioritizer;
     Core::TripleBuffer<Buffer> mBuffers;
     bool mNeedsUpload = false;
     bool mNeedsLevels = false;
     std::size_t mMaxUploadPerFrame = std::numeric_limits<std::size_t>::max();
     std::unique_ptr<PointStore> mPoints;
+    std::unique_ptr<SplatList> mSplats;
     std::unique_ptr<SplatRasterizer> mRasterizer;
+    std::unique_ptr<SplatQuads> mQuads;
     std::uint32_t mPlaneCount = 0;
     SplatRoad mSplatRoad = SplatRoad::Automatic;
     SplatRoad mDrawnRoad = SplatRoad::Automatic;

@@ -66,6 +66,13 @@ INSTANTIATE_TEST_SUITE_P(
 );
 
 INSTANTIATE_TEST_SUITE_P(
+    VertexShaders,
+    EmbeddedBytecode,
+    testing::Combine(testing::Values("splatquads"), testing::Values(Render::kVertexProfile)),
+    [](const auto& parameters) { return std::string(std::get<0>(parameters.param)); }
+);
+
+INSTANTIATE_TEST_SUITE_P(
     ComputeShaders,
     EmbeddedBytecode,
     testing::Combine(

@@ -61,7 +61,8 @@ TEST(ShaderRegistry, HoldsTheSourcesInTheirOrder)
             "shaders/splatlevels.hlsl",
             "shaders/splatdepths.hlsl",
             "shaders/splatwinners.hlsl",
-            "shaders/splatpicture.hlsl"
+            "shaders/splatpicture.hlsl",
+            "shaders/splatquads.hlsl"
         )
     );
 }

@@ -1,0 +1,110 @@
+#pragma once
+
+#include "render/Render.h"
+#include "render/gpu/ComputeShader.h"
+#include "render/gpu/ConstantBlock.h"
+#include "render/gpu/ShaderBuffer.h"
+#include "render/gpu/ShaderConfiguration.h"
+#include "render/gpu/ShaderResourceView.h"
+#include "render/pointcloud/PointShaderConstants.h"
+#include "render/pointcloud/PointStore.h"
+#include "render/pointcloud/ScopedBinding.h"
+#include "render/pointcloud/SplatChunk.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+#include <vector>
+
+namespace Render
+{
+/// The constants of the splat shaders beside PerFrameConstants: cbSplats of shaders/splats.hlsl, with its
+/// field names.
+struct SplatConstants
+{
+    std::array<float, 2> viewport_min{};   // pixels
+    std::array<float, 2> viewport_size{};  // pixels
+    float min_depth = 0.0F;
+    float max_depth = 1.0F;
+    std::uint32_t columns = 0;
+    std::uint32_t rows = 0;
+    std::uint32_t chunk_count = 0;
+    std::uint32_t window = 0;
+    std::uint32_t plane_count = 0;
+    std::uint32_t depth_test = 0;
+    std::uint32_t order_flip = 0;
+    std::array<std::uint32_t, 3> padding{};
+
+    friend bool operator==(const SplatConstants&, const SplatConstants&) = default;
+};
+
+static_assert(std::is_trivially_copyable_v<SplatConstants> && sizeof(SplatConstants) == 64);
+
+/// What is drawn of one cloud, as the splat shaders read it: chunks of points in the order of drawing, with
+/// the level of the deepest drawn node around each point, found once for each set of nodes.
+///
+/// Threads  the thread of the immediate context; not locked.
+class SplatList
+{
+public:
+    // The registers of shaders/splats.hlsl.
+    static constexpr unsigned int kPerFrameSlot = 0;
+    static constexpr unsigned int kConstantSlot = 2;
+    static constexpr UINT kOctreeTextureSlot = 0;
+    static constexpr UINT kChunkSlot = 1;  // and points and levels behind it
+    static constexpr UINT kExtraSlot = 4;
+
+    /// @throws ComException  when a shader or buffer cannot be created
+    explicit SplatList(CComPtr<ID3D11Device> device);
+
+    /// Takes what is drawn from now on.
+    /// @param store          must live and stay the same until the next call
+    /// @param octreeTexture  of these nodes
+    /// @param perFrame       its root_node_size counts
+    /// @throws ComException  when something cannot be created or mapped
+    void setNodes(
+        ID3D11DeviceContext* context,
+        const PointStore& store,
+        ShaderResourceView& octreeTexture,
+        ConstantBlock<PerFrameConstants>& perFrame
+    );
+
+    std::uint32_t chunkCount() const noexcept { return static_cast<std::uint32_t>(mChunks.size()); }
+
+    /// Replaces the constants but for chunk_count and window.
+    void setConstants(SplatConstants constants);
+
+    /// Calls draw(views) for each buffer of points, with the constants bound at the stages.
+    /// @param draw  takes the views of chunks, points and levels, which belong at kChunkSlot
+    template <class Draw>
+    void forEachWindow(ID3D11DeviceContext* context, ShaderConfiguration stages, const Draw& draw)
+    {
+        for (std::size_t i = 0; i < mStore->windows().size(); ++i)
+        {
+            setWindow(static_cast<std::uint32_t>(i));
+            const ScopedBinding constants(context, mConstants, stages, kConstantSlot);
+            const PointStore::Window& window = mStore->windows()[i];
+            draw(Views{
+                mChunkBuffer.resourceView(), window.points.resourceView(), window.levels.resourceView()});
+        }
+    }
+
+    using Views = std::array<ID3D11ShaderResourceView*, 3>;
+
+    /// One group of threads a chunk; the compute shader and what it needs are bound.
+    void dispatch(ID3D11DeviceContext* context) const;
+
+private:
+    void setWindow(std::uint32_t window);
+
+    CComPtr<ID3D11Device> mDevice;
+    ComputeShader mLevelShader;
+    ConstantBlock<SplatConstants> mConstants;
+    const PointStore* mStore = nullptr;
+    std::vector<SplatChunk> mChunks;
+    std::vector<SplatNode> mNodes;
+    ShaderBuffer mChunkBuffer;
+    ShaderBuffer mNodeBuffer;
+};
+}  // namespace Render
