@@ -83,9 +83,12 @@ public:
         cloud->setOctreeNodePriorityThreshold(1.0F);
         const Math::NBoundingBox<float, 3> box = cloud->boundingBox();
         const Math::Point<float, 3> middle{
-            (box.min().x + box.max().x) / 2, (box.min().y + box.max().y) / 2, (box.min().z + box.max().z) / 2};
+            (box.min().x + box.max().x) / 2,
+            (box.min().y + box.max().y) / 2,
+            (box.min().z + box.max().z) / 2};
         const float size = box.max().x - box.min().x;
-        const Math::Point<float, 3> eye{middle.x - 0.7F * size, middle.y - 0.7F * size, middle.z + 0.5F * size};
+        const Math::Point<float, 3> eye{
+            middle.x - 0.7F * size, middle.y - 0.7F * size, middle.z + 0.5F * size};
         renderer.setPerspective(60.0F, 0.1F, 10'000.0F, 0.0F, 0.0F);
         renderer.setCameraPose(
             pointFrom("TARNEL_BENCH_EYE").value_or(eye),

@@ -58,7 +58,8 @@ bool isPlainRasterizer(ID3D11DeviceContext* context)
     }
     D3D11_RASTERIZER_DESC desc{};
     state->GetDesc(&desc);
-    const D3D11_CULL_MODE culledBacks = desc.FrontCounterClockwise != FALSE ? D3D11_CULL_FRONT : D3D11_CULL_BACK;
+    const D3D11_CULL_MODE culledBacks =
+        desc.FrontCounterClockwise != FALSE ? D3D11_CULL_FRONT : D3D11_CULL_BACK;
     return desc.FillMode == D3D11_FILL_SOLID &&
            (desc.CullMode == D3D11_CULL_NONE || desc.CullMode == culledBacks) && desc.DepthBias == 0 &&
            desc.SlopeScaledDepthBias == 0.0F && desc.DepthClipEnable != FALSE && desc.ScissorEnable == FALSE;

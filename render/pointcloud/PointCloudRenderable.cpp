@@ -375,6 +375,11 @@ void PointCloudRenderable::setSplatRoad(SplatRoad road)
     }
 }
 
+SplatRoad PointCloudRenderable::drawnSplatRoad() const noexcept
+{
+    return mLoDPointCloud ? mLoDPointCloud->drawnRoad() : SplatRoad::Automatic;
+}
+
 void PointCloudRenderable::setTomographicContrast(float contrast)
 {
     if (contrast == mTomographicContrast)

@@ -174,14 +174,17 @@ public:
 
     float maxPointSize() const noexcept { return mMaxPointSize; }
 
-    /// How points become splats where there is a choice; Automatic at first. The pictures are the same but for
-    /// single pixels at the rims of splats.
+    /// How points become splats where there is a choice; Automatic at first. The pictures are the same but
+    /// for single pixels at the rims of splats.
     void setSplatRoad(SplatRoad road);
 
     SplatRoad splatRoad() const noexcept { return mSplatRoad; }
 
-    /// Most bytes of new points that go to the device in one frame while the background loader runs, 64 MiB at
-    /// first; the rest follows in the next frames, coarse nodes first. One node always goes, and what a
+    /// The road that the last frame took; Automatic before init() and before the first frame with points.
+    SplatRoad drawnSplatRoad() const noexcept;
+
+    /// Most bytes of new points that go to the device in one frame while the background loader runs, 64 MiB
+    /// at first; the rest follows in the next frames, coarse nodes first. One node always goes, and what a
     /// finished pass has published goes at once.
     void setMaxUploadPerFrame(std::size_t bytes) noexcept { mMaxUploadPerFrame = bytes; }
 
@@ -340,7 +343,7 @@ private:
     );
     void getCaches();
 
-    std::unique_ptr<AsyncReload> mAsyncReload;                    // absent until startAsyncReload
+    std::unique_ptr<AsyncReload> mAsyncReload;  // absent until startAsyncReload
     SplatRoad mSplatRoad = SplatRoad::Automatic;
     std::size_t mMaxUploadPerFrame = std::size_t{64} << 20U;
     std::atomic<UpdateInterval::rep> mUpdateInterval{5'000'000};  // 0.5 s; read by the loader

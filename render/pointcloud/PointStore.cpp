@@ -1,6 +1,5 @@
 #include "render/pointcloud/PointStore.h"
 
-
 #include <algorithm>
 #include <optional>
 #include <span>
@@ -24,7 +23,8 @@ bool isSameDrawing(const DrawnNode& a, const DrawnNode& b)
 {
     return a.record.octreeNodeId == b.record.octreeNodeId && a.record.index == b.record.index &&
            a.record.level == b.record.level && a.record.pointCount == b.record.pointCount &&
-           a.record.boxMin == b.record.boxMin && a.slot.window == b.slot.window && a.slot.first == b.slot.first;
+           a.record.boxMin == b.record.boxMin && a.slot.window == b.slot.window &&
+           a.slot.first == b.slot.first;
 }
 }  // namespace
 
@@ -52,7 +52,8 @@ bool PointStore::update(ID3D11DeviceContext* context, const Buffer& publication,
         }
     }
     const std::vector<DrawnNode> before = std::exchange(mDrawn, {});
-    const bool hadChanged = std::exchange(mHasChanged, true);  // until it is known better, also after a failure
+    const bool hadChanged =
+        std::exchange(mHasChanged, true);  // until it is known better, also after a failure
     mHasMoved = false;
     letGo();
     shrink(context, needed);
@@ -65,9 +66,8 @@ bool PointStore::update(ID3D11DeviceContext* context, const Buffer& publication,
     else
     {
         isComplete = uploadBlocks(context, publication, mostBytes);
-        mHasChanged =
-            mHasMoved || hadChanged ||
-            !std::equal(before.begin(), before.end(), mDrawn.begin(), mDrawn.end(), isSameDrawing);
+        mHasChanged = mHasMoved || hadChanged ||
+                      !std::equal(before.begin(), before.end(), mDrawn.begin(), mDrawn.end(), isSameDrawing);
     }
     return isComplete;
 }
@@ -116,9 +116,7 @@ void PointStore::shrink(ID3D11DeviceContext* context, std::size_t needed)
     }
 }
 
-bool PointStore::uploadBlocks(
-    ID3D11DeviceContext* context, const Buffer& publication, std::size_t mostBytes
-)
+bool PointStore::uploadBlocks(ID3D11DeviceContext* context, const Buffer& publication, std::size_t mostBytes)
 {
     const auto pieceOf = [&](const NodeRecord& node)
     { return isWithinBudget(node) ? publication.vertices.pieceAt(node.firstPoint) : nullptr; };
@@ -266,7 +264,9 @@ PointSlot PointStore::allocate(ID3D11DeviceContext* context, std::size_t count, 
             return slotIn(mWindows.size() - 1).value();
         }
     }
-    mWindows.push_back(window(std::max(std::min(inSteps(std::max(length, stillToCome)), mLargestWindow), length)));
+    mWindows.push_back(
+        window(std::max(std::min(inSteps(std::max(length, stillToCome)), mLargestWindow), length))
+    );
     return slotIn(mWindows.size() - 1).value();
 }
 
@@ -305,12 +305,7 @@ void PointStore::resize(ID3D11DeviceContext* context, std::size_t number, std::s
     {
         const std::size_t from = moved[i]->slot.first * sizeof(Vertex);
         const D3D11_BOX box{
-            static_cast<UINT>(from),
-            0,
-            0,
-            static_cast<UINT>(from + moved[i]->count * sizeof(Vertex)),
-            1,
-            1};
+            static_cast<UINT>(from), 0, 0, static_cast<UINT>(from + moved[i]->count * sizeof(Vertex)), 1, 1};
         context->CopySubresourceRegion(
             fresh.points.buffer(),
             0,

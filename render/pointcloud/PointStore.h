@@ -20,9 +20,9 @@ namespace Render
 /// The points of one cloud on the GPU: what a publication shows keeps its place as long as it is shown, what
 /// is new is uploaded, what has left is given back.
 ///
-/// Nodes are told by their blocks of vertices. The points lie in one buffer, or in several where a view of one
-/// would be larger than every device admits; buffers grow in steps by which they become a quarter larger, and
-/// shrink when less than half of them is used.
+/// Nodes are told by their blocks of vertices. The points lie in one buffer, or in several where a view of
+/// one would be larger than every device admits; buffers grow in steps by which they become a quarter larger,
+/// and shrink when less than half of them is used.
 ///
 /// Threads  the thread of the immediate context; not locked.
 class PointStore

@@ -41,7 +41,8 @@ void SlotAllocator::free(std::size_t first, std::size_t count)
     const auto next = mFree.lower_bound(first);
     const auto previous = next == mFree.begin() ? mFree.end() : std::prev(next);
     const bool isInUse = first % kAlignment == 0 && count > 0 && count <= mCapacity &&
-                         first <= mCapacity - length && (next == mFree.end() || first + length <= next->first) &&
+                         first <= mCapacity - length &&
+                         (next == mFree.end() || first + length <= next->first) &&
                          (previous == mFree.end() || previous->first + previous->second <= first);
     if (!isInUse)
     {

@@ -55,7 +55,7 @@ private:
 
     std::size_t mCapacity;
     std::size_t mUsed = 0;
-    std::map<std::size_t, std::size_t> mFree;                 // first element to length
+    std::map<std::size_t, std::size_t> mFree;               // first element to length
     std::set<std::pair<std::size_t, std::size_t>> mBySize;  // (length, first) of the same ranges
 };
 }  // namespace Render

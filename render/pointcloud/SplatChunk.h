@@ -19,7 +19,8 @@ struct PointSlot
     std::uint32_t first = 0;   ///< its first point in that buffer, a multiple of 4
 };
 
-/// Some of a node's points as the splat shaders find them: Chunk of shaders/splats.hlsl, with its field names.
+/// Some of a node's points as the splat shaders find them: Chunk of shaders/splats.hlsl, with its field
+/// names.
 struct SplatChunk
 {
     static constexpr std::uint32_t kMostPoints = 64;

@@ -16,14 +16,18 @@ constexpr UINT kMostGroups = 65535;  // of one dimension
 /// Replaces the contents of a buffer that grows as needed.
 template <class Element>
 void assign(
-    ShaderBuffer& buffer, ID3D11Device* device, ID3D11DeviceContext* context, const std::vector<Element>& values
+    ShaderBuffer& buffer,
+    ID3D11Device* device,
+    ID3D11DeviceContext* context,
+    const std::vector<Element>& values
 )
 {
     const std::span<const std::byte> bytes = std::as_bytes(std::span(values));
     if (bytes.size() > buffer.byteWidth())
     {
         constexpr std::size_t kSmallest = 64;
-        buffer = ShaderBuffer::dynamic(device, sizeof(Element), std::bit_ceil(std::max(values.size(), kSmallest)));
+        buffer =
+            ShaderBuffer::dynamic(device, sizeof(Element), std::bit_ceil(std::max(values.size(), kSmallest)));
     }
     buffer.update(context, bytes);
 }

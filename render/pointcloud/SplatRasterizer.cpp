@@ -8,9 +8,7 @@
 
 namespace Render
 {
-SplatRasterizer::SplatRasterizer(
-    const CComPtr<ID3D11Device>& device, std::shared_ptr<SplatTargets> targets
-)
+SplatRasterizer::SplatRasterizer(const CComPtr<ID3D11Device>& device, std::shared_ptr<SplatTargets> targets)
     : mTargets(std::move(targets)),
       mDepthShader(ComputeShader::fromHlslResource(device, "shaders/splatdepths.hlsl")),
       mWinnerShader(ComputeShader::fromHlslResource(device, "shaders/splatwinners.hlsl")),

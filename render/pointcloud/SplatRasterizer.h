@@ -19,9 +19,9 @@ namespace Render
 /// nearest depth and the winning point of every pixel, then one full-screen pass writes the winners.
 ///
 /// The first pass takes the nearest depth of each pixel by an atomic maximum, the second, among the points
-/// that have it, the one that the depth test would leave; the pixels of a splat are those whose centres lie in
-/// its circle. The picture is then tested against what is in the targets already, so the cloud composes with
-/// whatever else is drawn.
+/// that have it, the one that the depth test would leave; the pixels of a splat are those whose centres lie
+/// in its circle. The picture is then tested against what is in the targets already, so the cloud composes
+/// with whatever else is drawn.
 ///
 /// Source   M. Schuetz, B. Kerbl, M. Wimmer, "Rendering Point Clouds with Compute Shaders and Vertex Order
 ///          Optimization" (2021), for resolving points by atomic operations; two passes stand here for the

@@ -35,8 +35,7 @@ void UploadRing::upload(
         std::memcpy(static_cast<std::byte*>(mapped.pData) + from, bytes.data(), count);
         context->Unmap(mMemory, 0);
 
-        const D3D11_BOX box{
-            static_cast<UINT>(from), 0, 0, static_cast<UINT>(from + count), 1, 1};
+        const D3D11_BOX box{static_cast<UINT>(from), 0, 0, static_cast<UINT>(from + count), 1, 1};
         context->CopySubresourceRegion(to, 0, static_cast<UINT>(offset), 0, 0, mMemory, 0, &box);
         mUsed = from + count;
         offset += count;

@@ -76,7 +76,8 @@ INSTANTIATE_TEST_SUITE_P(
     ComputeShaders,
     EmbeddedBytecode,
     testing::Combine(
-        testing::Values("splatlevels", "splatdepths", "splatwinners"), testing::Values(Render::kComputeProfile)
+        testing::Values("splatlevels", "splatdepths", "splatwinners"),
+        testing::Values(Render::kComputeProfile)
     ),
     [](const auto& parameters) { return std::string(std::get<0>(parameters.param)); }
 );

@@ -1,6 +1,7 @@
 #include "render/pointcloud/LoDPointCloud.h"
 #include "render/pointcloud/NodePrioritizer.h"
 #include "render/pointcloud/sharedNodePrioritizer.h"
+#include "render/pointcloud/writeOctreeTexture.h"
 #include "tests/render/pointcloud/PointPass.h"
 #include "tests/support/CheckedContext.h"
 #include "tests/support/messageOf.h"
@@ -38,47 +39,155 @@ std::size_t countOfCalls(const std::vector<std::string>& calls, const std::strin
 
 // Uploading and binding.
 
-TEST_F(LoDPointCloudUploadDeviceTest, UploadsOnlyWhatIsNew)
+namespace
+{
+std::shared_ptr<const Render::VertexBlock> blockOf(
+    const std::vector<Render::VertexContainer::Vertex>& vertices
+)
+{
+    Render::VertexContainer container;
+    container.resize(vertices.size());
+    std::copy(vertices.begin(), vertices.end(), container.data());
+    return container.share();
+}
+
+struct PublishedNode
+{
+    NodeRecord record;
+    std::shared_ptr<const Render::VertexBlock> block;
+};
+
+/// Publishes nodes as the prioritizer does: as blocks that stay the same.
+void publishNodes(LoDPointCloud& cloud, std::vector<PublishedNode> nodes)
+{
+    Render::Buffer& buffer = cloud.buffers().back();
+    buffer.nodes.clear();
+    buffer.vertices.clear();
+    buffer.boundingBoxes.clear();
+    for (PublishedNode& node : nodes)
+    {
+        node.record.index = buffer.nodes.size();
+        node.record.firstPoint = buffer.vertices.size();
+        node.record.pointCount = node.block->size();
+        buffer.nodes.push_back(node.record);
+        buffer.vertices.append(node.block);
+    }
+    Render::writeOctreeTexture(buffer.nodes, buffer.octreeTextureData);
+    cloud.buffers().publish();
+}
+
+/// A child of the root whose points cover a square of texels.
+PublishedNode square(unsigned child, unsigned firstTexel, unsigned size, const Math::Color& color)
+{
+    std::vector<Render::VertexContainer::Vertex> points;
+    for (unsigned y = firstTexel; y < firstTexel + size; ++y)
+    {
+        for (unsigned x = firstTexel; x < firstTexel + size; ++x)
+        {
+            points.push_back(pointAt(
+                (static_cast<float>(x) + 0.5f) / 32.0f - 1.0f,
+                1.0f - (static_cast<float>(y) + 0.5f) / 32.0f,
+                0.5f,
+                color
+            ));
+        }
+    }
+    NodeRecord node = record(0, 1, {});
+    node.octreeNodeId = Octree::OctreeNodeId().child(child);
+    return {node, blockOf(points)};
+}
+}  // namespace
+
+TEST_F(LoDPointCloudUploadDeviceTest, UploadsOnlyTheNodesThatAreNew)
 {
     CheckedContext watched(context());
-    const auto cloud = cloudInClipSpace(4.0f, 1000, &watched);
-    NodeRecord first = record(0, 0, {-1, -1, -1});
-    first.pointCount = 2;
-    NodeRecord second = record(1, 1, {0, 0, 0});
-    second.firstPoint = 2;
-    second.pointCount = 1;
-    publish(
-        *cloud,
-        {first, second},
-        {0b10000000, 0, 1, 0, 0, 0, 0, 0},
-        {pointAt(0, 0, 0.5f, kRed), pointAt(0.5f, 0, 0.5f, kRed), pointAt(0.5f, 0.5f, 0.5f, kGreen)}
-    );
-    const auto drawnNow = [&]
+    const auto cloud = cloudInClipSpace(1.0f, 1000, &watched);
+    const PublishedNode red = square(1, 4, 3, kRed);
+    const PublishedNode green = square(2, 20, 4, kGreen);
+    const auto copiesOfDrawing = [&]
     {
         watched.forgetCalls();
-        return picture(*cloud);
+        picture(*cloud);
+        return countOfCalls(watched.calls(), "CopySubresourceRegion");
     };
 
-    const PassPicture fresh = drawnNow();
-    EXPECT_EQ(countOfCalls(watched.calls(), "Map"), 6u)
-        << "octree texture, vertices, boxes, constants of the frame and of two nodes";
-    EXPECT_EQ(countOfCalls(watched.calls(), "DrawInstanced"), 2u);
-    EXPECT_THAT(watched.calls(), testing::Contains("DrawInstanced 4 2 0 0"));
-    EXPECT_THAT(watched.calls(), testing::Contains("DrawInstanced 4 1 0 2"));
+    publishNodes(*cloud, {red});
+    EXPECT_EQ(copiesOfDrawing(), 1u);
+    EXPECT_EQ(copiesOfDrawing(), 0u) << "nothing is new";
+    publishNodes(*cloud, {red});
+    EXPECT_EQ(copiesOfDrawing(), 0u) << "the same nodes again";
+    publishNodes(*cloud, {red, green});
+    EXPECT_EQ(copiesOfDrawing(), 1u) << "one more";
+    publishNodes(*cloud, {green});
+    EXPECT_EQ(copiesOfDrawing(), 0u) << "one less";
 
-    const PassPicture again = drawnNow();
-    EXPECT_EQ(countOfCalls(watched.calls(), "Map"), 2u) << "the constants of two nodes";
-    EXPECT_EQ(again.color.texels, fresh.color.texels);
+    const PassPicture result = picture(*cloud);
+    EXPECT_EQ(countOf(result.color, kRed), 0u);
+    EXPECT_EQ(countOf(result.color, kGreen), 16u);
+}
 
-    cloud->setPointSize(0.5f);
-    drawnNow();
-    EXPECT_EQ(countOfCalls(watched.calls(), "Map"), 3u) << "besides the constants of the frame";
+TEST_F(LoDPointCloudUploadDeviceTest, AFrameWithNothingNewMapsNothing)
+{
+    CheckedContext watched(context());
+    for (const Render::SplatRoad road : {Render::SplatRoad::Compute, Render::SplatRoad::Quads})
+    {
+        const auto cloud = cloudInClipSpace(1.0f, 1000, &watched);
+        cloud->setSplatRoad(road);
+        publishNodes(*cloud, {square(1, 4, 3, kRed), square(2, 20, 4, kGreen)});
+        const PassPicture fresh = picture(*cloud);
+        EXPECT_EQ(cloud->drawnRoad(), road);
 
-    publish(*cloud, {first}, {0, 0, 0, 0}, {pointAt(0, 0, 0.5f, kRed), pointAt(0.5f, 0, 0.5f, kRed)});
-    EXPECT_EQ(countOf(drawnNow().color, kGreen), 0u);
-    EXPECT_EQ(countOfCalls(watched.calls(), "Map"), 4u);
-    EXPECT_EQ(cloud->numVisiblePoints(), 2u);
-    EXPECT_EQ(cloud->numVisibleOctreeNodes(), 1u);
+        watched.forgetCalls();
+        const PassPicture again = picture(*cloud);
+        EXPECT_EQ(countOfCalls(watched.calls(), "Map"), 0u);
+        EXPECT_EQ(again.color.texels, fresh.color.texels);
+
+        cloud->setPointSize(0.5f);
+        watched.forgetCalls();
+        picture(*cloud);
+        EXPECT_EQ(countOfCalls(watched.calls(), "Map"), 1u) << "the constants of the frame";
+    }
+}
+
+TEST_F(LoDPointCloudUploadDeviceTest, MuchIsSpreadOverFramesCoarseNodesFirst)
+{
+    const auto cloud = cloudInClipSpace(1.0f, 1000);
+    NodeRecord rootRecord = record(0, 0, {-1, -1, -1});
+    const PublishedNode root{rootRecord, blockOf({pointAt(clipX(60.5f), clipY(60.5f), 0.5f, kBlue)})};
+    constexpr std::size_t kBytesOfRed = 9 * 20;
+    cloud->setMaxUploadPerFrame(kBytesOfRed + 20);
+
+    publishNodes(*cloud, {root, square(1, 4, 3, kRed), square(2, 20, 4, kGreen)});
+
+    const PassPicture first = picture(*cloud);
+    EXPECT_TRUE(cloud->isUploading());
+    EXPECT_EQ(countOf(first.color, kBlue), 1u);
+    EXPECT_EQ(countOf(first.color, kRed), 9u);
+    EXPECT_EQ(countOf(first.color, kGreen), 0u);
+    EXPECT_EQ(cloud->numVisibleOctreeNodes(), 2u);
+    EXPECT_EQ(cloud->numVisiblePoints(), 10u);
+
+    const PassPicture second = picture(*cloud);
+    EXPECT_FALSE(cloud->isUploading());
+    EXPECT_EQ(countOf(second.color, kGreen), 16u) << "one node always goes, also one above the bound";
+    EXPECT_EQ(cloud->numVisibleOctreeNodes(), 3u);
+    EXPECT_EQ(cloud->numVisiblePoints(), 26u);
+}
+
+TEST_F(LoDPointCloudUploadDeviceTest, ANewerPublicationReplacesOneThatIsStillUploading)
+{
+    const auto cloud = cloudInClipSpace(1.0f, 1000);
+    cloud->setMaxUploadPerFrame(1);
+    publishNodes(*cloud, {square(1, 4, 3, kRed), square(2, 20, 4, kGreen)});
+    picture(*cloud);
+    ASSERT_TRUE(cloud->isUploading());
+
+    publishNodes(*cloud, {square(3, 40, 2, kBlue)});
+
+    const PassPicture result = picture(*cloud);
+    EXPECT_FALSE(cloud->isUploading());
+    EXPECT_EQ(countOf(result.color, kRed), 0u);
+    EXPECT_EQ(countOf(result.color, kBlue), 4u);
 }
 
 TEST_F(LoDPointCloudUploadDeviceTest, LeavesNothingBoundButTheVertexBuffer)
