@@ -99,12 +99,18 @@ public:
 
     void STDMETHODCALLTYPE DrawIndexedInstanced(UINT, UINT, UINT, INT, UINT) override { ++calls; }
 
-    void STDMETHODCALLTYPE CopySubresourceRegion(
-        ID3D11Resource*, UINT, UINT, UINT, UINT, ID3D11Resource*, UINT, const D3D11_BOX*
-    ) override
+    void STDMETHODCALLTYPE
+    CopySubresourceRegion(ID3D11Resource*, UINT, UINT, UINT, UINT, ID3D11Resource*, UINT, const D3D11_BOX*)
+        override
     {
         ++calls;
     }
+
+    void STDMETHODCALLTYPE End(ID3D11Asynchronous*) override {}
+
+    void STDMETHODCALLTYPE Flush() override {}
+
+    HRESULT STDMETHODCALLTYPE GetData(ID3D11Asynchronous*, void*, UINT, UINT) override { return S_OK; }
 
     HRESULT STDMETHODCALLTYPE
     Map(ID3D11Resource*, UINT, D3D11_MAP, UINT, D3D11_MAPPED_SUBRESOURCE* mapped) override

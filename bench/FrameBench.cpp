@@ -7,6 +7,7 @@
 #include "octree/Location.h"
 #include "render/pointcloud/PointCloudRenderable.h"
 #include "render/renderer/Renderer.h"
+#include "render/scene/GroupRenderable.h"
 #include "samples/writeSampleDataset.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -141,6 +142,60 @@ void frame(benchmark::State& state, SplatRoad road)
     state.counters["nodes"] = static_cast<double>(loaded.cloud->numVisibleOctreeNodes());
 }
 
+/// A million points of several clouds side by side.
+void severalClouds(benchmark::State& state)
+{
+    const auto count = static_cast<std::size_t>(state.range(0));
+    const Size size = kSizes.at(static_cast<std::size_t>(state.range(1)));
+    constexpr std::size_t kBudget = 1'000'000;
+    Render::Renderer renderer;
+    const auto group = Render::GroupRenderable::create("clouds");
+    std::vector<std::shared_ptr<Render::PointCloudRenderable>> clouds;
+    float width = 0.0F;
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const auto cloud = Render::PointCloudRenderable::create(
+            Octree::Location::fromPath(dataset(kBudget)), "cloud", kBudget, 1.0
+        );
+        width = cloud->boundingBox().max().x - cloud->boundingBox().min().x;
+        Eigen::Matrix4f place = Eigen::Matrix4f::Identity();
+        place(0, 3) = 0.3F * width * static_cast<float>(i);
+        cloud->setMatrix(place);
+        group->add(cloud);
+        clouds.push_back(cloud);
+    }
+    renderer.setScene(group);
+    renderer.setViewport(size.width, size.height);
+    renderer.setPerspective(60.0F, 0.1F, 10'000.0F, 0.0F, 0.0F);
+    renderer.setCameraPose(
+        Math::Point<float, 3>{-0.7F * width, -0.7F * width, 0.7F * width},
+        Math::Point<float, 3>{0.5F * width, 0.5F * width, 0.0F},
+        Eigen::Vector3f(0, 0, 1)
+    );
+    renderer.setAutoAdjustZRange(true);
+    std::uint64_t points = 0;
+    for (const auto& cloud : clouds)
+    {
+        cloud->reloadPoints(nullptr, 23, {});
+    }
+    std::vector<std::byte> picture(size.width * size.height * 4);
+    const auto draw = [&]
+    {
+        renderer.render();
+        renderer.getColorImage(picture, size.width * 4, size.height);
+    };
+    draw();
+    for (auto _ : state)
+    {
+        draw();
+    }
+    for (const auto& cloud : clouds)
+    {
+        points += cloud->numVisiblePoints();
+    }
+    state.counters["points"] = static_cast<double>(points);
+}
+
 void cases(benchmark::internal::Benchmark* benchmark)
 {
     benchmark->ArgNames({"points", "size", "cap", "mode"})->Unit(benchmark::kMillisecond)->UseRealTime();
@@ -161,5 +216,10 @@ void cases(benchmark::internal::Benchmark* benchmark)
 }
 }  // namespace
 
+BENCHMARK(severalClouds)
+    ->ArgNames({"clouds", "size"})
+    ->ArgsProduct({{1, 2, 10}, {0, 1}})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 BENCHMARK_CAPTURE(frame, automatic, SplatRoad::Automatic)->Apply(cases);
 BENCHMARK_CAPTURE(frame, quads, SplatRoad::Quads)->Apply(cases);

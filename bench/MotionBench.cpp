@@ -1,8 +1,8 @@
-// A flight around a cloud that loads meanwhile, with a cold cache: how long its frames take, and whether those that upload
-// stand out.
+// A flight around a cloud that loads meanwhile, with a cold cache: how long its frames take, and whether
+// those that upload stand out.
 //
-// 600 frames of 640 x 360 pixels, each read back. "worst_ratio" is the longest frame over the median, "upload_ratio" the same
-// among frames that showed other points than the frame before.
+// 600 frames of 640 x 360 pixels, each read back. "worst_ratio" is the longest frame over the median,
+// "upload_ratio" the same among frames that showed other points than the frame before.
 
 #include "render/pointcloud/PointCloudRenderable.h"
 #include "render/renderer/Renderer.h"
@@ -39,7 +39,9 @@ double quantile(std::vector<double> values, double share)
     return *place;
 }
 
-std::vector<FrameTime> fly(const std::filesystem::path& folder, std::size_t budget, std::uint64_t& publications)
+std::vector<FrameTime> fly(
+    const std::filesystem::path& folder, std::size_t budget, std::uint64_t& publications
+)
 {
     const auto cloud =
         Render::PointCloudRenderable::create(Octree::Location::fromPath(folder), "cloud", budget, 1.0);
@@ -61,11 +63,14 @@ std::vector<FrameTime> fly(const std::filesystem::path& folder, std::size_t budg
     std::uint64_t points = 0;
     for (std::size_t i = 0; i < kFrames; ++i)
     {
-        const float turn = 2.0F * std::numbers::pi_v<float> * static_cast<float>(i) / static_cast<float>(kFrames);
+        const float turn =
+            2.0F * std::numbers::pi_v<float> * static_cast<float>(i) / static_cast<float>(kFrames);
         const float distance = size * (0.15F + 0.5F * std::abs(std::cos(turn)));
         const auto start = std::chrono::steady_clock::now();
         renderer.setCameraPose(
-            {middle.x + distance * std::cos(turn), middle.y + distance * std::sin(turn), middle.z + 0.3F * size},
+            {middle.x + distance * std::cos(turn),
+             middle.y + distance * std::sin(turn),
+             middle.z + 0.3F * size},
             middle,
             Eigen::Vector3f(0, 0, 1)
         );

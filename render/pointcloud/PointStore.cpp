@@ -11,7 +11,7 @@ namespace
 {
 using Vertex = VertexBlock::Vertex;
 
-constexpr std::size_t kRingBytes = std::size_t{4} << 20U;
+constexpr std::size_t kRingSegmentBytes = std::size_t{2} << 20U;
 constexpr std::size_t kStep = std::size_t{1} << 16U;  // points; buffers are multiples of it
 
 std::size_t inSteps(std::size_t points)
@@ -29,7 +29,10 @@ bool isSameDrawing(const DrawnNode& a, const DrawnNode& b)
 }  // namespace
 
 PointStore::PointStore(CComPtr<ID3D11Device> device, std::size_t budget, std::size_t largestWindow)
-    : mDevice(std::move(device)), mBudget(budget), mLargestWindow(largestWindow), mRing(mDevice, kRingBytes)
+    : mDevice(std::move(device)),
+      mBudget(budget),
+      mLargestWindow(largestWindow),
+      mRing(mDevice, kRingSegmentBytes)
 {
 }
 

@@ -5,18 +5,24 @@
 
 #include <algorithm>
 #include <cstring>
+#include <thread>
 
 namespace Render
 {
-UploadRing::UploadRing(ID3D11Device* device, std::size_t byteWidth) : mByteWidth(byteWidth), mUsed(byteWidth)
+UploadRing::UploadRing(ID3D11Device* device, std::size_t segmentBytes) : mSegmentBytes(segmentBytes)
 {
     D3D11_BUFFER_DESC desc{};
-    desc.ByteWidth = static_cast<UINT>(byteWidth);
+    desc.ByteWidth = static_cast<UINT>(mSegmentBytes * mSegments.size());
     desc.Usage = D3D11_USAGE_DYNAMIC;
     desc.BindFlags = D3D11_BIND_VERTEX_BUFFER;  // mapping without overwriting needs it to be one
     desc.CPUAccessFlags = D3D11_CPU_ACCESS_WRITE;
     throwIfFailed(device->CreateBuffer(&desc, nullptr, mMemory.put()));
     setDebugName(mMemory, "UploadRing");
+    for (Segment& segment : mSegments)
+    {
+        constexpr D3D11_QUERY_DESC kEvent{D3D11_QUERY_EVENT, 0};
+        throwIfFailed(device->CreateQuery(&kEvent, segment.hasBeenRead.put()));
+    }
 }
 
 void UploadRing::upload(
@@ -25,21 +31,45 @@ void UploadRing::upload(
 {
     while (!bytes.empty())
     {
-        const bool isFull = mUsed == mByteWidth;
-        const std::size_t from = isFull ? 0 : mUsed;
-        const std::size_t count = std::min(bytes.size(), mByteWidth - from);
+        if (mUsed == mSegmentBytes)
+        {
+            nextSegment(context);
+        }
+        const std::size_t from = mSegment * mSegmentBytes + mUsed;
+        const std::size_t count = std::min(bytes.size(), mSegmentBytes - mUsed);
         D3D11_MAPPED_SUBRESOURCE mapped{};
-        throwIfFailed(context->Map(
-            mMemory, 0, isFull ? D3D11_MAP_WRITE_DISCARD : D3D11_MAP_WRITE_NO_OVERWRITE, 0, &mapped
-        ));
+        throwIfFailed(context->Map(mMemory, 0, D3D11_MAP_WRITE_NO_OVERWRITE, 0, &mapped));
         std::memcpy(static_cast<std::byte*>(mapped.pData) + from, bytes.data(), count);
         context->Unmap(mMemory, 0);
 
         const D3D11_BOX box{static_cast<UINT>(from), 0, 0, static_cast<UINT>(from + count), 1, 1};
         context->CopySubresourceRegion(to, 0, static_cast<UINT>(offset), 0, 0, mMemory, 0, &box);
-        mUsed = from + count;
+        mUsed += count;
         offset += count;
         bytes = bytes.subspan(count);
     }
+}
+
+void UploadRing::nextSegment(ID3D11DeviceContext* context)
+{
+    Segment& left = mSegments[mSegment];
+    context->End(left.hasBeenRead);
+    left.isPending = true;
+    context->Flush();  // so that it is read while the other segment fills
+
+    const std::size_t next = (mSegment + 1) % mSegments.size();
+    if (mSegments[next].isPending)
+    {
+        BOOL isRead = FALSE;
+        HRESULT result = S_FALSE;
+        while ((result = context->GetData(mSegments[next].hasBeenRead, &isRead, sizeof isRead, 0)) == S_FALSE)
+        {
+            std::this_thread::yield();
+        }
+        throwIfFailed(result);
+        mSegments[next].isPending = false;
+    }
+    mSegment = next;
+    mUsed = 0;
 }
 }  // namespace Render

@@ -30,7 +30,10 @@ TEST(WriteSplatChunks, CutsEachNodeIntoPiecesOfSixtyFour)
     EXPECT_THAT(
         chunks,
         testing::ElementsAre(
-            SplatChunk{1000, 64, 0, 0}, SplatChunk{1064, 64, 0, 0}, SplatChunk{1128, 2, 0, 0}, SplatChunk{8, 64, 1, 1}
+            SplatChunk{1000, 64, 0, 0},
+            SplatChunk{1064, 64, 0, 0},
+            SplatChunk{1128, 2, 0, 0},
+            SplatChunk{8, 64, 1, 1}
         )
     );
 }

@@ -1,8 +1,8 @@
 // The splat rasterizer against quads: random scenes drawn on both roads.
 //
-// Pictures may differ in two kinds of pixels: at the rim of a splat, where the circle that is computed and the
-// triangles' interpolated place in it fall on different sides of a pixel's centre; and where two splats have
-// depths that are equal on one road and differ by rounding on the other. Both are rare.
+// Pictures may differ in two kinds of pixels: at the rim of a splat, where the circle that is computed and
+// the triangles' interpolated place in it fall on different sides of a pixel's centre; and where two splats
+// have depths that are equal on one road and differ by rounding on the other. Both are rare.
 #include "render/mesh/MeshLoader.h"
 #include "render/mesh/MeshRenderable.h"
 #include "render/pano/PanoRenderable.h"
@@ -104,7 +104,9 @@ protected:
         while (planes.size() < 8 && chance(0.4))
         {
             const Vector3f normal = Vector3f(between(-1, 1), between(-1, 1), between(-1, 1)).normalized();
-            planes.push_back({normal.x(), normal.y(), normal.z(), -normal.dot(Vector3f(8, 6, 2)) + between(0, 6)});
+            planes.push_back(
+                {normal.x(), normal.y(), normal.z(), -normal.dot(Vector3f(8, 6, 2)) + between(0, 6)}
+            );
         }
         return planes;
     }
@@ -155,7 +157,8 @@ protected:
         mRenderer->render();
         for (const auto& cloud : mClouds)
         {
-            const bool isForced = road == SplatRoad::Quads || mRenderer->renderMode() == RenderMode::TomographicDark ||
+            const bool isForced = road == SplatRoad::Quads ||
+                                  mRenderer->renderMode() == RenderMode::TomographicDark ||
                                   mRenderer->renderMode() == RenderMode::TomographicBright;
             if (cloud->visible() && cloud->numVisiblePoints() > 0)
             {
@@ -190,7 +193,8 @@ protected:
                     covered += quads.depth.pixel(x, y) != empty ? 1 : 0;
                     otherColors += computed.color.pixel(x, y) != quads.color.pixel(x, y) ? 1 : 0;
                     otherDepths +=
-                        std::abs(computed.depth.pixel(x, y) - quads.depth.pixel(x, y)) > kDepthTolerance ? 1 : 0;
+                        std::abs(computed.depth.pixel(x, y) - quads.depth.pixel(x, y)) > kDepthTolerance ? 1
+                                                                                                         : 0;
                 }
             }
             mCovered += covered;

@@ -31,8 +31,8 @@ Block block(std::size_t size, unsigned number)
     container.resize(size);
     for (std::size_t i = 0; i < size; ++i)
     {
-        container.data()[i] = Vertex{
-            {static_cast<float>(i), static_cast<float>(number), 0}, Math::Color(1, 2, 3, 4), 0, 0, 0};
+        container.data()[i] =
+            Vertex{{static_cast<float>(i), static_cast<float>(number), 0}, Math::Color(1, 2, 3, 4), 0, 0, 0};
     }
     return container.share();
 }
@@ -179,9 +179,9 @@ TEST_F(PointStoreDevice, AFailedUploadIsMadeGoodByTheNextCall)
     public:
         using ForwardingContext::ForwardingContext;
 
-        HRESULT STDMETHODCALLTYPE
-        Map(ID3D11Resource* resource, UINT index, D3D11_MAP type, UINT flags, D3D11_MAPPED_SUBRESOURCE* mapped)
-            override
+        HRESULT STDMETHODCALLTYPE Map(
+            ID3D11Resource* resource, UINT index, D3D11_MAP type, UINT flags, D3D11_MAPPED_SUBRESOURCE* mapped
+        ) override
         {
             return untilRefusal-- == 0 ? E_OUTOFMEMORY : inner()->Map(resource, index, type, flags, mapped);
         }
