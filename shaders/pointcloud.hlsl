@@ -114,23 +114,28 @@ float deepestLevel(float3 position, uint index, float depth, float3 corner)
     return depth;
 }
 
-float4 pointColor(float4 color, float intensity)
+float4 shownColor(float4 color, float intensity, int mode, float4 uniformValue)
 {
     float4 result = float4(0.0, 0.0, 0.0, 0.0);
-    if (point_render_mode == kDefault || point_render_mode == kColorizeByNormal)
+    if (mode == kDefault || mode == kColorizeByNormal)
     {
         result = color;
     }
-    else if (point_render_mode == kColorizeByIntensity)
+    else if (mode == kColorizeByIntensity)
     {
         result = gray(intensity);
     }
-    else if (point_render_mode == kUniformColor)
+    else if (mode == kUniformColor)
     {
         const float mean = (color.r + color.g + color.b) / 3.0;
-        result = float4(mean, mean, mean, 1.0) * uniformColor;
+        result = float4(mean, mean, mean, 1.0) * uniformValue;
     }
     return result;
+}
+
+float4 pointColor(float4 color, float intensity)
+{
+    return shownColor(color, intensity, point_render_mode, uniformColor);
 }
 
 // Half the splat's side in clip space; at its borders one pixel and max_point_size pixels.

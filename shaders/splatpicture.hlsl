@@ -1,12 +1,43 @@
 #include "shaders/splats.hlsl"
 
 // Last pass of the splat rasterizer: writes the winners into the targets, with their depth, so that they meet whatever
-// else is drawn there by the depth test. Three vertices cover the viewport.
+// else is drawn there by the depth test. Three vertices cover the viewport. With SEVERAL_CLOUDS the chunks are those of
+// several clouds one after the other, and a chunk's node is the number of its cloud.
 //
 // Out:  as pointcloud.hlsl, and the depth
 
 Buffer<uint> winners : register(t4);
 Buffer<uint> depths : register(t5);
+
+struct Cloud
+{
+    float4x4 model;
+    float4x4 model_view_proj;
+    float4x4 inv_view_proj;
+    float4 uniformColor;
+    int point_render_mode;
+    uint3 padding;
+};
+
+#ifdef SEVERAL_CLOUDS
+StructuredBuffer<Cloud> clouds : register(t6);
+#endif
+
+Cloud cloudOf(Chunk chunk)
+{
+#ifdef SEVERAL_CLOUDS
+    return clouds[chunk.node];
+#else
+    Cloud cloud;
+    cloud.model = model;
+    cloud.model_view_proj = model_view_proj;
+    cloud.inv_view_proj = inv_view_proj;
+    cloud.uniformColor = uniformColor;
+    cloud.point_render_mode = point_render_mode;
+    cloud.padding = uint3(0u, 0u, 0u);
+    return cloud;
+#endif
+}
 
 struct PictureOut
 {
@@ -38,14 +69,17 @@ PictureOut ps_main(float4 pixel : SV_POSITION)
 
     const uint index = chunk.first + order % kChunkSize;
     const float4 position = float4(positionOf(index), 1.0);
-    const Splat splat = splatOf(index, position);
-    const float2 uv = float2(1.0, -1.0) * (pixel.xy - splat.center) / splat.radius;
-    const float4 offset = float4(uv * float2(splat.size / aspect, splat.size), 0.0, 0.0);
+    const Cloud cloud = cloudOf(chunk);
+    // The pixel's place on the splat, which lies at one depth all over.
+    const float4 center = mul(cloud.model_view_proj, position);
+    const float2 onScreen = (pixel.xy - viewport_min) / viewport_size * float2(2.0, -2.0) + float2(-1.0, 1.0);
+    const float4 offset = float4(onScreen * center.w - center.xy, 0.0, 0.0);
 
     PictureOut result;
-    result.color = pointColor(colorOf(index), intensityOf(index));
-    result.exactWorldPosition = mul(model, position);
-    result.worldPosition = result.exactWorldPosition + mul(inv_view_proj, offset);
+    result.color =
+        shownColor(colorOf(index), intensityOf(index), cloud.point_render_mode, cloud.uniformColor);
+    result.exactWorldPosition = mul(cloud.model, position);
+    result.worldPosition = result.exactWorldPosition + mul(cloud.inv_view_proj, offset);
     result.depth = depthOfKey(depths[place]);
     return result;
 }

@@ -26,6 +26,7 @@ cbuffer cbSplats : register(b2)
     uint plane_count;    // planes in force
     uint depth_test;     // 0 none, 1 less is nearer, 2 greater is nearer
     uint order_flip;     // among equal depths: 0 the last drawn wins, all bits the first
+    uint first_order;    // place of the first chunk's first point among all clouds that share a picture
 };
 
 struct Chunk

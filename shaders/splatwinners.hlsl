@@ -32,7 +32,7 @@ RWBuffer<uint> winners : register(u0);
     }
 
     const uint key = depthKey(splat.depth);
-    const uint winner = orderKey(order * kChunkSize + lane);
+    const uint winner = orderKey(first_order + order * kChunkSize + lane);
     const int2 first = firstPixel(splat);
     const int2 last = lastPixel(splat);
     for (int y = first.y; y <= last.y; ++y)

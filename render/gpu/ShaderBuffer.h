@@ -4,6 +4,8 @@
 #include "render/gpu/ComPtr.h"
 #include "render/gpu/Direct3D.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <span>
 
@@ -44,6 +46,20 @@ public:
     /// @throws std::length_error  for more bytes than it holds
     /// @throws ComException       when it cannot be mapped
     void update(ID3D11DeviceContext* context, std::span<const std::byte> bytes);
+
+    /// Replaces the contents by an array; a buffer that is too small, or none yet, is replaced by a dynamic
+    /// one that has room to spare.
+    /// @throws ComException  when it cannot be created or mapped
+    template <class Element>
+    void assign(ID3D11Device* device, ID3D11DeviceContext* context, std::span<const Element> elements)
+    {
+        if (elements.size_bytes() > mByteWidth || !mBuffer)
+        {
+            constexpr std::size_t kSmallest = 64;
+            *this = dynamic(device, sizeof(Element), std::bit_ceil(std::max(elements.size(), kSmallest)));
+        }
+        update(context, std::as_bytes(elements));
+    }
 
     std::size_t byteWidth() const noexcept { return mByteWidth; }
 

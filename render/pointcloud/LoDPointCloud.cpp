@@ -6,9 +6,9 @@
 #include "render/pointcloud/SplatList.h"
 #include "render/pointcloud/SplatQuads.h"
 #include "render/pointcloud/SplatRasterizer.h"
-#include "render/pointcloud/SplatTargets.h"
 #include "render/pointcloud/sharedNodePrioritizer.h"
 #include "render/pointcloud/writeOctreeTexture.h"
+#include "render/scene/DrawQueue.h"
 #include "render/scene/Viewport.h"
 
 #include <algorithm>
@@ -75,9 +75,10 @@ LoDPointCloud::LoDPointCloud(
       mDeviceContext(std::move(deviceContext)),
       mPerFrame(mDevice),
       mPrioritizer(prioritizerWithin(groupKey, checkedBudget(budget))),
-      mPoints(std::make_unique<PointStore>(mDevice, budget)),
+      mDrawQueue(DrawQueue::shared(groupKey)),
+      mPoints(std::make_unique<PointStore>(PointWindows::shared(groupKey, mDevice), budget)),
       mSplats(std::make_unique<SplatList>(mDevice)),
-      mRasterizer(std::make_unique<SplatRasterizer>(mDevice, SplatTargets::shared(groupKey, mDevice))),
+      mRasterizer(SplatRasterizer::shared(groupKey, mDevice)),
       mQuads(std::make_unique<SplatQuads>(mDevice)),
       mOctreeTexture(octreeTexture(mDevice)),
       mOctreeTextureView(mDevice, mOctreeTexture.get(), nullptr),
@@ -171,6 +172,7 @@ void LoDPointCloud::render()
     mNeedsUpload |= mBuffers.update();
     if (mNeedsUpload)
     {
+        mDrawQueue->finish();  // what waits there lies where points may move now
         upload(std::as_const(mBuffers).front());
     }
     draw();
@@ -227,11 +229,11 @@ void LoDPointCloud::draw()
     {
         return;
     }
-    if (mPoints->hasChanged() || mNeedsLevels)
+    mNeedsLevels |= mPoints->takeChanged();
+    if (mNeedsLevels)
     {
         mSplats->setNodes(mDeviceContext, *mPoints, mOctreeTextureView, mPerFrame);
-        mPoints->setHasChanged(false);
-        mNeedsLevels = false;
+        mNeedsLevels = false;  // not before: after a failure the next frame tries again
     }
     const OutputState output = outputStateOf(mDeviceContext);
     mDrawnRoad = chooseSplatRoad({
@@ -241,13 +243,24 @@ void LoDPointCloud::draw()
         .isOutputOrdered = output.depthRule.has_value(),
         .fitsBuffers = SplatRasterizer::fits(output.viewport),
     });
-    if (mDrawnRoad == SplatRoad::Compute)
+    if (mDrawnRoad == SplatRoad::Quads)
     {
-        mRasterizer->draw(mDeviceContext, *mSplats, output, mPlaneCount, mPerFrame);
+        mDrawQueue->finish();
+        mQuads->draw(mDeviceContext, *mSplats, mPlaneCount, mPerFrame);
+        return;
+    }
+    mRasterizer->add(mDeviceContext, *mSplats, output, mPlaneCount, mPerFrame);
+    if (mDrawQueue->isOpen() && !mShowBoundingBoxes)
+    {
+        mDrawQueue->add(
+            mRasterizer.get(),
+            [this] { mRasterizer->flush(mDeviceContext); },
+            [rasterizer = mRasterizer] { rasterizer->drop(); }
+        );
     }
     else
     {
-        mQuads->draw(mDeviceContext, *mSplats, mPlaneCount, mPerFrame);
+        mRasterizer->flush(mDeviceContext);
     }
 }
 }  // namespace Render

@@ -25,6 +25,7 @@
 
 namespace Render
 {
+class DrawQueue;
 class NodePrioritizer;
 class PointStore;
 class SplatList;
@@ -106,7 +107,8 @@ public:
     float modelScale() const noexcept { return mPerFrame.values().model_scale; }
 
     /// Takes what has been published last, uploads what is new of it, and draws what is there, under the
-    /// depth, blend and rasterizer state and the viewport that are set.
+    /// depth, blend and rasterizer state and the viewport that are set. While the renderer's DrawQueue is
+    /// open the last step is left there.
     /// @throws ComException  when something cannot be uploaded
     void render();
 
@@ -136,12 +138,13 @@ private:
     ConstantBlock<PerFrameConstants> mPerFrame;
     std::shared_ptr<NodePrioritizer> mPrioritizer;
     Core::TripleBuffer<Buffer> mBuffers;
+    std::shared_ptr<DrawQueue> mDrawQueue;
     bool mNeedsUpload = false;
     bool mNeedsLevels = false;
     std::size_t mMaxUploadPerFrame = std::numeric_limits<std::size_t>::max();
     std::unique_ptr<PointStore> mPoints;
     std::unique_ptr<SplatList> mSplats;
-    std::unique_ptr<SplatRasterizer> mRasterizer;
+    std::shared_ptr<SplatRasterizer> mRasterizer;
     std::unique_ptr<SplatQuads> mQuads;
     std::uint32_t mPlaneCount = 0;
     SplatRoad mSplatRoad = SplatRoad::Automatic;

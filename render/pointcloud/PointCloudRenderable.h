@@ -132,6 +132,9 @@ public:
     /// Draws what has been published last.
     void render() override;
 
+    /// Clouds that are drawn one after the other share the last step.
+    bool joinsNeighbours() const override { return true; }
+
     /// Transparent black for the tomographic modes.
     std::optional<Math::Color> backgroundColor() override;
 

@@ -3,7 +3,7 @@
 #include "render/pointcloud/SplatViews.h"
 
 #include <algorithm>
-#include <bit>
+#include <atomic>
 #include <span>
 #include <utility>
 
@@ -13,24 +13,7 @@ namespace
 {
 constexpr UINT kMostGroups = 65535;  // of one dimension
 
-/// Replaces the contents of a buffer that grows as needed.
-template <class Element>
-void assign(
-    ShaderBuffer& buffer,
-    ID3D11Device* device,
-    ID3D11DeviceContext* context,
-    const std::vector<Element>& values
-)
-{
-    const std::span<const std::byte> bytes = std::as_bytes(std::span(values));
-    if (bytes.size() > buffer.byteWidth())
-    {
-        constexpr std::size_t kSmallest = 64;
-        buffer =
-            ShaderBuffer::dynamic(device, sizeof(Element), std::bit_ceil(std::max(values.size(), kSmallest)));
-    }
-    buffer.update(context, bytes);
-}
+std::atomic<std::uint64_t> lastRevision = 0;
 }  // namespace
 
 SplatList::SplatList(CComPtr<ID3D11Device> device)
@@ -47,14 +30,15 @@ void SplatList::setNodes(
     ConstantBlock<PerFrameConstants>& perFrame
 )
 {
-    mStore = &store;
+    mWindows = &store.windows();
+    mRevision = ++lastRevision;
     writeSplatChunks(store.drawnNodes(), mChunks, mNodes);
     if (mChunks.empty())
     {
         return;
     }
-    assign(mChunkBuffer, mDevice, context, mChunks);
-    assign(mNodeBuffer, mDevice, context, mNodes);
+    mChunkBuffer.assign(mDevice, context, std::span<const SplatChunk>(mChunks));
+    mNodeBuffer.assign(mDevice, context, std::span<const SplatNode>(mNodes));
 
     const ScopedBinding frame(context, perFrame, ShaderConfiguration::Compute, kPerFrameSlot);
     const ScopedBinding texture(context, octreeTexture, ShaderConfiguration::Compute, kOctreeTextureSlot);
@@ -66,8 +50,8 @@ void SplatList::setNodes(
         [&](Views views)
         {
             views[2] = nullptr;  // the levels are what is written
-            const ComputeSplatViews inputs(context, views, {mNodeBuffer.resourceView(), nullptr});
-            const ComputeOutput output(context, store.windows()[i++].levels.accessView());
+            const ComputeSplatViews inputs(context, views, {mNodeBuffer.resourceView()});
+            const ComputeOutput output(context, mWindows->windows()[i++].levels.accessView());
             dispatch(context);
         }
     );

@@ -34,7 +34,8 @@ struct SplatConstants
     std::uint32_t plane_count = 0;
     std::uint32_t depth_test = 0;
     std::uint32_t order_flip = 0;
-    std::array<std::uint32_t, 3> padding{};
+    std::uint32_t first_order = 0;
+    std::array<std::uint32_t, 2> padding{};
 
     friend bool operator==(const SplatConstants&, const SplatConstants&) = default;
 };
@@ -59,7 +60,7 @@ public:
     explicit SplatList(CComPtr<ID3D11Device> device);
 
     /// Takes what is drawn from now on.
-    /// @param store          must live and stay the same until the next call
+    /// @param store          its windows must live, and the places in them stay, until the next call
     /// @param octreeTexture  of these nodes
     /// @param perFrame       its root_node_size counts
     /// @throws ComException  when something cannot be created or mapped
@@ -72,6 +73,11 @@ public:
 
     std::uint32_t chunkCount() const noexcept { return static_cast<std::uint32_t>(mChunks.size()); }
 
+    const std::vector<SplatChunk>& chunks() const noexcept { return mChunks; }
+
+    /// Another number for every setNodes() of any list.
+    std::uint64_t revision() const noexcept { return mRevision; }
+
     /// Replaces the constants but for chunk_count and window.
     void setConstants(SplatConstants constants);
 
@@ -80,11 +86,11 @@ public:
     template <class Draw>
     void forEachWindow(ID3D11DeviceContext* context, ShaderConfiguration stages, const Draw& draw)
     {
-        for (std::size_t i = 0; i < mStore->windows().size(); ++i)
+        for (std::size_t i = 0; i < mWindows->windows().size(); ++i)
         {
             setWindow(static_cast<std::uint32_t>(i));
             const ScopedBinding constants(context, mConstants, stages, kConstantSlot);
-            const PointStore::Window& window = mStore->windows()[i];
+            const PointWindows::Window& window = mWindows->windows()[i];
             draw(Views{
                 mChunkBuffer.resourceView(), window.points.resourceView(), window.levels.resourceView()});
         }
@@ -101,7 +107,8 @@ private:
     CComPtr<ID3D11Device> mDevice;
     ComputeShader mLevelShader;
     ConstantBlock<SplatConstants> mConstants;
-    const PointStore* mStore = nullptr;
+    const PointWindows* mWindows = nullptr;
+    std::uint64_t mRevision = 0;
     std::vector<SplatChunk> mChunks;
     std::vector<SplatNode> mNodes;
     ShaderBuffer mChunkBuffer;

@@ -5,13 +5,10 @@
 #include "render/gpu/ShaderBuffer.h"
 
 #include <cstddef>
-#include <cstdint>
-#include <memory>
 
 namespace Render
 {
-/// What the splat rasterizer keeps of each pixel while it draws one cloud: the depth that is nearest and the
-/// point that wins there. All clouds of a group use the same.
+/// What the splat rasterizer keeps of each pixel: the depth that is nearest and the point that wins there.
 ///
 /// Shape    one unsigned 32-bit number a pixel each, row after row.
 /// Threads  the thread of the immediate context; not locked.
@@ -19,9 +16,6 @@ class SplatTargets
 {
 public:
     explicit SplatTargets(CComPtr<ID3D11Device> device);
-
-    /// The one that the clouds of a group on a device share; it lives as long as somebody holds it.
-    static std::shared_ptr<SplatTargets> shared(std::uint64_t groupKey, const CComPtr<ID3D11Device>& device);
 
     /// Whether buffers for so many pixels keep within what every device of feature level 11 admits.
     static bool fits(std::size_t pixelCount) noexcept;

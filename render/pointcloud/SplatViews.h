@@ -18,11 +18,11 @@ public:
     explicit SplatViews(
         ID3D11DeviceContext* context,
         const SplatList::Views& views,
-        const std::array<ID3D11ShaderResourceView*, 2>& extra = {}
+        const std::array<ID3D11ShaderResourceView*, 3>& extra = {}
     )
         : mContext(context)
     {
-        const All all{views[0], views[1], views[2], extra[0], extra[1]};
+        const All all{views[0], views[1], views[2], extra[0], extra[1], extra[2]};
         (mContext->*Set)(SplatList::kChunkSlot, static_cast<UINT>(all.size()), all.data());
     }
 
@@ -36,7 +36,7 @@ public:
     }
 
 private:
-    using All = std::array<ID3D11ShaderResourceView*, 5>;
+    using All = std::array<ID3D11ShaderResourceView*, 6>;
 
     ID3D11DeviceContext* mContext;
 };

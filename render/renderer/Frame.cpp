@@ -4,6 +4,7 @@
 #include "render/renderer/PostProcess.h"
 #include "render/renderer/View.h"
 #include "render/scene/Camera.h"
+#include "render/scene/DrawQueue.h"
 #include "render/scene/Renderable.h"
 
 #include <array>
@@ -153,14 +154,15 @@ private:
 };
 }  // namespace
 
-Frame::Frame(const CComPtr<ID3D11Device>& device, const Camera& camera)
+Frame::Frame(const CComPtr<ID3D11Device>& device, const Camera& camera, std::uint64_t rendererId)
     : mScenePass(Render::scenePass(device, camera)),
       mOutputPass(Render::outputPass(device, camera)),
       mDepthTested(device, camera.isZBufferReversed(), true, true),
       mDepthFree(device, camera.isZBufferReversed(), false, false),
       mBlendTransparent(device, transparentBlend()),
       mBlendNone(device, noBlend()),
-      mRasterizer(device, bothFacesFilled())
+      mRasterizer(device, bothFacesFilled()),
+      mDrawQueue(DrawQueue::shared(rendererId))
 {
 }
 
@@ -198,10 +200,18 @@ void Frame::drawScene(ID3D11DeviceContext* context, View& view, const Math::Colo
     }
     mRasterizer.set(context);
     mScenePass.clearAllRenderTargets(context, true);
-    if (scene && scene->visible())
+    if (!scene || !scene->visible())
+    {
+        return;
+    }
+    if (!scene->joinsNeighbours())
     {
         scene->render();
+        return;
     }
+    const DrawQueue::Opened opened(*mDrawQueue);
+    scene->render();
+    mDrawQueue->finish();
 }
 
 void Frame::drawOutput(

@@ -6,6 +6,9 @@
 #include "render/gpu/RasterizerState.h"
 #include "render/gpu/RenderPass.h"
 
+#include <cstdint>
+#include <memory>
+
 namespace Math
 {
 class Color;
@@ -13,6 +16,7 @@ class Color;
 
 namespace Render
 {
+class DrawQueue;
 class View;
 
 /// Draws one frame: the scene into the scene pass, then the post-process into the output pass.
@@ -24,8 +28,9 @@ class Frame
 {
 public:
     /// The depth convention is the camera's at this moment.
+    /// @param rendererId  under which renderables are initialised
     /// @throws ComException  when the device refuses a texture or state
-    Frame(const CComPtr<ID3D11Device>& device, const Camera& camera);
+    Frame(const CComPtr<ID3D11Device>& device, const Camera& camera, std::uint64_t rendererId);
 
     /// Resizes both passes.
     /// @throws ComException  when a texture cannot be made; a later call can still bring the passes in order
@@ -58,5 +63,6 @@ private:
     BlendState mBlendTransparent;
     BlendState mBlendNone;
     RasterizerState mRasterizer;
+    std::shared_ptr<DrawQueue> mDrawQueue;
 };
 }  // namespace Render

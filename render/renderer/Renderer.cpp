@@ -41,7 +41,7 @@ Renderer::Renderer(bool reversedZ)
     mDeviceContext = std::move(created.context);
     setOrthographic(2.0F, 2.0F, -1.0F, 1.0F);
     setBackgroundColor(255, 255, 255, 255);
-    mFrame = std::make_unique<Frame>(mDevice, *camera());
+    mFrame = std::make_unique<Frame>(mDevice, *camera(), id());
     mReadBack = std::make_unique<ReadBack>(mDevice, viewport());
     *mPostProcess = PostProcess(mDevice);
 }

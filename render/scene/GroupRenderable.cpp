@@ -162,6 +162,7 @@ void GroupRenderable::init(
     mCamera = std::move(camera);
     mDevice = std::move(device);
     mDeviceContext = std::move(deviceContext);
+    mDrawQueue = DrawQueue::shared(rendererId);
     for (const auto& child : mChildren)
     {
         child->init(mRendererId, mCamera, mDevice, mDeviceContext);
@@ -177,6 +178,7 @@ void GroupRenderable::deinit()
     mCamera.reset();
     mDevice.release();
     mDeviceContext.release();
+    mDrawQueue.reset();
 }
 
 void GroupRenderable::onUpdateProjectionMatrix(const std::shared_ptr<Camera>& camera)
@@ -227,6 +229,13 @@ void GroupRenderable::render()
     {
         if (child->visible())
         {
+            if (!mDrawQueue || child->joinsNeighbours())
+            {
+                child->render();
+                continue;
+            }
+            mDrawQueue->finish();
+            const DrawQueue::Closed closed(*mDrawQueue);
             child->render();
         }
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "render/renderer/RenderMode.h"
+#include "render/scene/DrawQueue.h"
 #include "render/scene/Renderable.h"
 
 #include <cstddef>
@@ -93,6 +94,8 @@ public:
     /// Draws the visible children in list order.
     void render() override;
 
+    bool joinsNeighbours() const override { return true; }
+
     /// That of the first child that has one.
     std::optional<Math::Color> backgroundColor() override;
 
@@ -117,6 +120,7 @@ private:
     std::shared_ptr<Camera> mCamera;
     CComPtr<ID3D11Device> mDevice;
     CComPtr<ID3D11DeviceContext> mDeviceContext;
+    std::shared_ptr<DrawQueue> mDrawQueue;
     RenderMode mRenderMode = RenderMode::Default;
     Children mChildren;
 };

@@ -57,6 +57,10 @@ public:
     /// decides from it whether another frame is needed.
     virtual void render();
 
+    /// Whether render() may leave a step of its drawing to a DrawQueue, so that neighbours of its kind share
+    /// it, and needs nothing finished before. False by default: whatever waits is then drawn before render().
+    virtual bool joinsNeighbours() const { return false; }
+
     /// The colour that this object wants behind it, if any.
     virtual std::optional<Math::Color> backgroundColor();
 

@@ -59,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(
     PixelShaders,
     EmbeddedBytecode,
     testing::Combine(
-        testing::Values("postcolor", "posttomographic", "postnormal", "postdistance"),
+        testing::Values("postcolor", "posttomographic", "postnormal", "postdistance", "splatpictures"),
         testing::Values(Render::kPixelProfile)
     ),
     [](const auto& parameters) { return std::string(std::get<0>(parameters.param)); }

@@ -62,6 +62,7 @@ TEST(ShaderRegistry, HoldsTheSourcesInTheirOrder)
             "shaders/splatdepths.hlsl",
             "shaders/splatwinners.hlsl",
             "shaders/splatpicture.hlsl",
+            "shaders/splatpictures.hlsl",
             "shaders/splatquads.hlsl"
         )
     );

@@ -27,7 +27,7 @@ namespace
 using Eigen::Vector3f;
 using Position = Math::Point<float, 3>;
 
-constexpr int kScenes = 100;  // of each depth convention
+constexpr int kScenes = 50;  // of each test
 constexpr double kMostDifferentShare = 0.002;
 constexpr std::size_t kMostDifferent = 12;  // where little is covered
 constexpr float kDepthTolerance = 1e-5F;
@@ -59,7 +59,8 @@ struct Frame
 class SplatRoadsDevice : public TestCloudFixture
 {
 protected:
-    void build(bool reversedZ)
+    /// @param isMeshBetween  whether the triangle is drawn between the clouds, which then cannot share a step
+    void build(bool reversedZ, bool isMeshBetween)
     {
         mFolder = std::make_unique<TemporaryFolder>();
         writeMeadow(mFolder->path());
@@ -74,8 +75,15 @@ protected:
         tiles->depthAt = [](auto, auto, auto) { return 9.0F; };
         mPanorama = PanoRenderable::create(tiles, "panorama");
         mScene->add(mClouds[0]);
-        mScene->add(mMesh);
+        if (isMeshBetween)
+        {
+            mScene->add(mMesh);
+        }
         mScene->add(mClouds[1]);
+        if (!isMeshBetween)
+        {
+            mScene->add(mMesh);
+        }
         mScene->add(mPanorama);
         mRenderer->setScene(mScene);
         mPanorama->startAsyncPanoramaTilesLoading([] {});
@@ -171,13 +179,13 @@ protected:
         return frame;
     }
 
-    void compareScenes(bool reversedZ)
+    void compareScenes(bool reversedZ, bool isMeshBetween)
     {
-        build(reversedZ);
+        build(reversedZ, isMeshBetween);
         for (int i = 0; i < kScenes; ++i)
         {
             SCOPED_TRACE(i);
-            mRandom.seed(static_cast<unsigned>(i));
+            mRandom.seed(static_cast<unsigned>(i + (isMeshBetween ? kScenes : 0)));
             randomize();
             const Frame computed = drawn(SplatRoad::Compute);
             const Frame quads = drawn(SplatRoad::Quads);
@@ -225,11 +233,21 @@ protected:
 
 TEST_F(SplatRoadsDevice, DrawTheSamePicturesWithAReversedDepthBuffer)
 {
-    compareScenes(true);
+    compareScenes(true, false);
 }
 
 TEST_F(SplatRoadsDevice, DrawTheSamePicturesWithANormalDepthBuffer)
 {
-    compareScenes(false);
+    compareScenes(false, false);
+}
+
+TEST_F(SplatRoadsDevice, DrawTheSamePicturesAroundAMeshWithAReversedDepthBuffer)
+{
+    compareScenes(true, true);
+}
+
+TEST_F(SplatRoadsDevice, DrawTheSamePicturesAroundAMeshWithANormalDepthBuffer)
+{
+    compareScenes(false, true);
 }
 }  // namespace Render

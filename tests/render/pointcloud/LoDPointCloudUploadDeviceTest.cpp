@@ -2,6 +2,8 @@
 #include "render/pointcloud/NodePrioritizer.h"
 #include "render/pointcloud/sharedNodePrioritizer.h"
 #include "render/pointcloud/writeOctreeTexture.h"
+#include "render/scene/DrawQueue.h"
+#include "render/scene/Viewport.h"
 #include "tests/render/pointcloud/PointPass.h"
 #include "tests/support/CheckedContext.h"
 #include "tests/support/messageOf.h"
@@ -147,6 +149,95 @@ TEST_F(LoDPointCloudUploadDeviceTest, AFrameWithNothingNewMapsNothing)
         picture(*cloud);
         EXPECT_EQ(countOfCalls(watched.calls(), "Map"), 1u) << "the constants of the frame";
     }
+}
+
+namespace
+{
+/// Two clouds of one group that cover the whole target; `inFront` is the nearer one.
+struct Neighbours : private Core::NonCopyable
+{
+    Neighbours(ID3D11Device* device, ID3D11DeviceContext* context, unsigned size)
+        : inFront(kGroup, device, context, 1, 5000), behind(kGroup, device, context, 2, 5000)
+    {
+        for (LoDPointCloud* const cloud : {&inFront, &behind})
+        {
+            cloud->setViewport(Render::Viewport(size, size));
+            cloud->setPointSize(1.0f / static_cast<float>(size));
+            cloud->setRootNodeSize(2.0f);
+        }
+    }
+
+    static constexpr std::uint64_t kGroup = 83;
+    LoDPointCloud inFront;
+    LoDPointCloud behind;
+};
+}  // namespace
+
+TEST_F(LoDPointCloudUploadDeviceTest, CloudsDrawnOneAfterTheOtherShareTheLastStep)
+{
+    CheckedContext watched(context());
+    Neighbours clouds(device(), &watched, kSize);
+    publishNodes(clouds.behind, {square(1, 10, 20, kRed)});
+    publishNodes(clouds.inFront, {square(1, 20, 20, kGreen)});
+    Eigen::Affine3f nearer = Eigen::Affine3f::Identity();
+    nearer.translate(Eigen::Vector3f(0, 0, -0.25f));
+    clouds.inFront.setModelMatrix(nearer.matrix());
+    const auto queue = Render::DrawQueue::shared(Neighbours::kGroup);
+    const auto drawTogether = [&]
+    {
+        return drawn(
+            [&]
+            {
+                const Render::DrawQueue::Opened opened(*queue);
+                clouds.inFront.render();
+                clouds.behind.render();
+                queue->finish();
+            }
+        );
+    };
+    drawTogether();  // what uploads finishes what waits
+
+    watched.forgetCalls();
+    const PassPicture result = drawTogether();
+
+    EXPECT_EQ(countOfCalls(watched.calls(), "Draw "), 1u);
+    EXPECT_EQ(countOf(result.color, kGreen), 400u);
+    EXPECT_EQ(countOf(result.color, kRed), 400u - 100u);
+    EXPECT_EQ(result.depth.at(25, 25), 0.25f);
+    EXPECT_EQ(result.depth.at(15, 15), 0.5f);
+    EXPECT_EQ(result.exactWorldPosition.at(25, 25)[2], 0.25f);
+}
+
+TEST_F(LoDPointCloudUploadDeviceTest, WithoutAnOpenQueueACloudIsDrawnAtOnce)
+{
+    CheckedContext watched(context());
+    Neighbours clouds(device(), &watched, kSize);
+    publishNodes(clouds.behind, {square(1, 10, 20, kRed)});
+
+    const PassPicture result = drawn([&] { clouds.behind.render(); });
+
+    EXPECT_EQ(countOfCalls(watched.calls(), "Draw "), 1u);
+    EXPECT_EQ(countOf(result.color, kRed), 400u);
+}
+
+TEST_F(LoDPointCloudUploadDeviceTest, AFailedFrameLeavesNothingForTheNextOne)
+{
+    Neighbours clouds(device(), context(), kSize);
+    publishNodes(clouds.behind, {square(1, 10, 20, kRed)});
+    publishNodes(clouds.inFront, {square(1, 40, 4, kGreen)});
+    const auto queue = Render::DrawQueue::shared(Neighbours::kGroup);
+    drawn(
+        [&]
+        {
+            const Render::DrawQueue::Opened opened(*queue);
+            clouds.behind.render();  // and nobody finishes
+        }
+    );
+
+    const PassPicture result = drawn([&] { clouds.inFront.render(); });
+
+    EXPECT_EQ(countOf(result.color, kRed), 0u);
+    EXPECT_EQ(countOf(result.color, kGreen), 16u);
 }
 
 TEST_F(LoDPointCloudUploadDeviceTest, MuchIsSpreadOverFramesCoarseNodesFirst)

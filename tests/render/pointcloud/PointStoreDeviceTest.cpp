@@ -66,7 +66,7 @@ protected:
             std::vector<std::byte>& bytes = windows[slot.window];
             if (bytes.empty())
             {
-                bytes = readBack(store.windows().at(slot.window).points.buffer());
+                bytes = readBack(store.windows().windows().at(slot.window).points.buffer());
             }
             const std::size_t size = blocks[i]->size() * sizeof(Vertex);
             ASSERT_LE(slot.first * sizeof(Vertex) + size, bytes.size());
@@ -78,7 +78,7 @@ protected:
     static std::size_t capacityOf(const PointStore& store)
     {
         std::size_t capacity = 0;
-        for (const PointStore::Window& window : store.windows())
+        for (const PointWindows::Window& window : store.windows().windows())
         {
             capacity += window.slots.capacity();
         }
@@ -89,39 +89,66 @@ protected:
 
 TEST_F(PointStoreDevice, HoldsWhatIsPublishedAndNothingElse)
 {
-    PointStore store(device(), kBudget);
+    PointStore store(std::make_shared<PointWindows>(device()), kBudget);
     const Block a = block(10, 1);
     const Block b = block(1000, 2);
 
     EXPECT_TRUE(store.update(context(), publicationOf({a, b}), kNoBound));
     expectHolds(store, {a, b});
-    EXPECT_EQ(store.windows().at(0).slots.used(), 12u + 1000u);
+    EXPECT_EQ(store.windows().windows().at(0).slots.used(), 12u + 1000u);
 
     EXPECT_TRUE(store.update(context(), publicationOf({b}), kNoBound));
     expectHolds(store, {b});
-    EXPECT_EQ(store.windows().at(0).slots.used(), 1000u);
+    EXPECT_EQ(store.windows().windows().at(0).slots.used(), 1000u);
 }
 
 TEST_F(PointStoreDevice, TellsWhetherAnythingHasChanged)
 {
-    PointStore store(device(), kBudget);
+    PointStore store(std::make_shared<PointWindows>(device()), kBudget);
     const Block a = block(10, 1);
+    const Block b = block(1, 2);
     store.update(context(), publicationOf({a}), kNoBound);
-    EXPECT_TRUE(store.hasChanged());
+    EXPECT_TRUE(store.takeChanged());
+    EXPECT_FALSE(store.takeChanged());
 
-    store.setHasChanged(false);
     store.update(context(), publicationOf({a}), kNoBound);
-    EXPECT_FALSE(store.hasChanged());
+    EXPECT_FALSE(store.takeChanged());
 
-    store.update(context(), publicationOf({a, block(1, 2)}), kNoBound);
-    EXPECT_TRUE(store.hasChanged());
-    store.update(context(), publicationOf({a, block(1, 2)}), kNoBound);
-    EXPECT_TRUE(store.hasChanged()) << "nobody has looked at the change before";
+    store.update(context(), publicationOf({a, b}), kNoBound);
+    store.update(context(), publicationOf({a, b}), kNoBound);
+    EXPECT_TRUE(store.takeChanged()) << "nobody has asked in between";
+
+    store.update(context(), publicationOf({a, block(1, 3)}), kNoBound);
+    EXPECT_TRUE(store.takeChanged()) << "other points at the same place";
+}
+
+TEST_F(PointStoreDevice, CloudsShareTheBuffersAndFollowWhenPointsMove)
+{
+    const auto windows = std::make_shared<PointWindows>(device());
+    PointStore first(windows, kBudget);
+    const std::vector<Block> blocks{block(1000, 1), block(2000, 2)};
+    first.update(context(), publicationOf(blocks), kNoBound);
+    ASSERT_TRUE(first.takeChanged());
+    {
+        PointStore second(windows, kBudget);
+        const Block large = block(100'000, 3);  // more than the first step of the buffer
+        second.update(context(), publicationOf({large}), kNoBound);
+
+        EXPECT_TRUE(first.takeChanged()) << "its points have moved into a larger buffer";
+        expectHolds(first, blocks);
+        expectHolds(second, {large});
+        EXPECT_EQ(windows->windows().size(), 1u);
+        EXPECT_EQ(windows->windows().at(0).slots.used(), 103'000u);
+    }
+    EXPECT_EQ(windows->windows().at(0).slots.used(), 3000u) << "a cloud that ends gives its places back";
+    first.update(context(), publicationOf(blocks), kNoBound);
+    EXPECT_EQ(windows->windows().at(0).slots.capacity(), 65'536u);
+    expectHolds(first, blocks);
 }
 
 TEST_F(PointStoreDevice, GrowsInStepsAndGivesBack)
 {
-    PointStore store(device(), kBudget);
+    PointStore store(std::make_shared<PointWindows>(device()), kBudget);
     EXPECT_EQ(capacityOf(store), 0u) << "nothing is shown, nothing is taken";
     std::vector<Block> blocks;
     for (unsigned i = 0; i < 12; ++i)
@@ -144,7 +171,7 @@ TEST_F(PointStoreDevice, GrowsInStepsAndGivesBack)
 TEST_F(PointStoreDevice, SeveralBuffersHoldWhatOneMustNot)
 {
     constexpr std::size_t kLargestWindow = 65'536;
-    PointStore store(device(), kBudget, kLargestWindow);
+    PointStore store(std::make_shared<PointWindows>(device(), kLargestWindow), kBudget);
     std::vector<Block> blocks;
     for (unsigned i = 0; i < 8; ++i)
     {
@@ -153,8 +180,8 @@ TEST_F(PointStoreDevice, SeveralBuffersHoldWhatOneMustNot)
 
     store.update(context(), publicationOf(blocks), kNoBound);
 
-    EXPECT_GE(store.windows().size(), 3u) << "three blocks fit a buffer";
-    for (const PointStore::Window& window : store.windows())
+    EXPECT_GE(store.windows().windows().size(), 3u) << "three blocks fit a buffer";
+    for (const PointWindows::Window& window : store.windows().windows())
     {
         EXPECT_LE(window.slots.capacity(), kLargestWindow);
     }
@@ -163,7 +190,7 @@ TEST_F(PointStoreDevice, SeveralBuffersHoldWhatOneMustNot)
 
 TEST_F(PointStoreDevice, NodesBehindTheBudgetAreLeftOut)
 {
-    PointStore store(device(), 15);
+    PointStore store(std::make_shared<PointWindows>(device()), 15);
     const Block a = block(10, 1);
 
     EXPECT_TRUE(store.update(context(), publicationOf({a, block(10, 2)}), kNoBound));
@@ -192,7 +219,7 @@ TEST_F(PointStoreDevice, AFailedUploadIsMadeGoodByTheNextCall)
     const std::vector<Block> blocks{block(100, 1), block(200, 2), block(300, 3)};
     for (int refused = 0; refused < 3; ++refused)
     {
-        PointStore store(device(), kBudget);
+        PointStore store(std::make_shared<PointWindows>(device()), kBudget);
         Refusing refusing(context());
         refusing.untilRefusal = refused;
 
@@ -200,7 +227,7 @@ TEST_F(PointStoreDevice, AFailedUploadIsMadeGoodByTheNextCall)
         EXPECT_TRUE(store.update(&refusing, publicationOf(blocks), kNoBound));
 
         expectHolds(store, blocks);
-        EXPECT_EQ(store.windows().at(0).slots.used(), 600u);
+        EXPECT_EQ(store.windows().windows().at(0).slots.used(), 600u);
     }
 }
 
@@ -208,7 +235,7 @@ TEST_F(PointStoreDevice, RandomPublicationsAreAlwaysThere)
 {
     constexpr std::size_t kLargestWindow = 131'072;
     std::mt19937 random(7);
-    PointStore store(device(), kBudget, kLargestWindow);
+    PointStore store(std::make_shared<PointWindows>(device(), kLargestWindow), kBudget);
     std::vector<Block> pool;
     for (unsigned i = 0; i < 60; ++i)
     {

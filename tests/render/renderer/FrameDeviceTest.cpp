@@ -31,7 +31,7 @@ protected:
         }
         mView = std::make_unique<View>(true);
         mView->camera()->setViewport(16, 8);
-        mFrame = std::make_unique<Frame>(device(), *mView->camera());
+        mFrame = std::make_unique<Frame>(device(), *mView->camera(), 1);
         mPostProcess = PostProcess(device());
         mPostProcess.setViewport(mView->camera()->viewport());
     }

@@ -1,0 +1,2 @@
+#define SEVERAL_CLOUDS
+#include "shaders/splatpicture.hlsl"
