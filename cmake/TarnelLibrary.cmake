@@ -105,3 +105,15 @@ function(tarnel_static_library target)
     target_link_libraries(${target} PUBLIC ${ARG_LIBS} PRIVATE tarnel_build_options)
     set_target_properties(${target} PROPERTIES FOLDER libraries)
 endfunction()
+
+# tarnel_instruction_variants(<sources>...): one function in several variants for different instructions, which give the
+# same bits. Multiplications and additions stay apart, whatever processor the build is for. GCC for Windows does not keep
+# the stack aligned to 32 bytes, so the assembler makes unaligned moves of aligned ones.
+function(tarnel_instruction_variants)
+    if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+        set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_OPTIONS -ffp-contract=off)
+        if(MINGW)
+            set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_OPTIONS -Wa,-muse-unaligned-vector-move)
+        endif()
+    endif()
+endfunction()

@@ -2,10 +2,15 @@
 
 #include "fuzz/FuzzInput.h"
 #include "octree/Octree.h"
+#include "octree/PointBlock.h"
+#include "octree/PointSink.h"
 #include "octree/kMaxPointsPerNode.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
+#include <span>
 #include <stdexcept>
 #include <vector>
 
@@ -43,6 +48,64 @@ void check(const Octree::NodePointColumns& columns)
         }
     }
 }
+
+/// Notices blocks that do not add up to the points that were announced.
+class CountingSink final : public Octree::PointSink
+{
+public:
+    void begin(std::size_t pointCount, std::size_t visibleCount) override
+    {
+        mLeft = pointCount;
+        mVisibleLeft = visibleCount;
+    }
+
+    void take(Octree::PointBlock& block) override
+    {
+        const std::span visibilities(block.visibilities.data(), block.pointCount);
+        const auto visible = static_cast<std::size_t>(std::ranges::count(visibilities, std::uint8_t{0}));
+        if (block.pointCount == 0 || block.pointCount > mLeft || visible > mVisibleLeft)
+        {
+            throw BrokenPromise("a block without points or with more than were announced");
+        }
+        mLeft -= block.pointCount;
+        mVisibleLeft -= visible;
+    }
+
+    void checkEnd() const
+    {
+        if (mLeft != 0 || mVisibleLeft != 0)
+        {
+            throw BrokenPromise("fewer points than were announced");
+        }
+    }
+
+private:
+    std::size_t mLeft = 0;
+    std::size_t mVisibleLeft = 0;
+};
+
+/// Both ways of reading a node.
+void readBoth(const Octree::Octree& octree, const Octree::OctreeNodeId& id, Octree::NodePointData& data)
+{
+    CountingSink sink;
+    bool passed = false;
+    try
+    {
+        octree.passNodePoints(id, data.attributeMask(), sink);
+        passed = true;
+        sink.checkEnd();
+    }
+    catch (const std::runtime_error& error)
+    {
+        checkMessage(error.what());
+    }
+    octree.readNodePointData(id, data);
+    if (!passed)
+    {
+        throw BrokenPromise("arrays of a node that cannot be passed on");
+    }
+    check(data.columns());
+}
 }  // namespace
 
 void walkOctree(const Octree::Location& location)
@@ -56,8 +119,7 @@ void walkOctree(const Octree::Location& location)
         {
             try
             {
-                octree.readNodePointData(nodes[i], data);
-                check(data.columns());
+                readBoth(octree, nodes[i], data);
             }
             catch (const std::runtime_error& error)
             {

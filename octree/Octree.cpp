@@ -1,16 +1,20 @@
 #include "octree/Octree.h"
 
 #include "core/shownText.h"
+#include "octree/PointBlock.h"
+#include "octree/PointSink.h"
 #include "octree/Tree.h"
 #include "octree/fileError.h"
 #include "octree/fillWithGrey.h"
 #include "octree/nodeBox.h"
+#include "octree/passColumns.h"
 
 #include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <exception>
 #include <mutex>
+#include <span>
 #include <stdexcept>
 #include <utility>
 
@@ -91,6 +95,59 @@ void moveArrays(NodePointColumns& from, unsigned attributes, NodePointColumns& o
     move(kScanIndexAttribute, from.scanIndices, out.scanIndices);
     move(kVisibilityAttribute, from.visibilities, out.visibilities);
     move(kNormalAttribute, from.normals, out.normals);
+}
+
+/// Gives points without colours those to draw with on their way to another sink.
+class ColoringSink final : public PointSink
+{
+public:
+    /// @param wanted  AttributeMask bits; intensities that are not among them go no further
+    ColoringSink(
+        PointSink& next, unsigned wanted, std::pair<std::uint16_t, std::uint16_t> intensityRange
+    ) noexcept
+        : mNext(next), mWanted(wanted), mIntensityRange(intensityRange)
+    {
+    }
+
+    void begin(std::size_t pointCount, std::size_t visibleCount) override
+    {
+        mNext.begin(pointCount, visibleCount);
+    }
+
+    void take(PointBlock& block) override
+    {
+        if (hasColor(mWanted) && !hasColor(block.attributes))
+        {
+            const std::span colors(block.colors.data(), block.pointCount);
+            if (hasIntensity(block.attributes))
+            {
+                fillWithGrey({block.intensities.data(), block.pointCount}, mIntensityRange, colors);
+            }
+            else
+            {
+                std::ranges::fill(colors, Math::Color::white(255));
+            }
+            block.attributes |= kColorAttribute;
+        }
+        if (hasIntensity(block.attributes) && !hasIntensity(mWanted))
+        {
+            block.intensities.fill(0);
+            block.attributes &= ~static_cast<unsigned>(kIntensityAttribute);
+        }
+        mNext.take(block);
+    }
+
+private:
+    PointSink& mNext;
+    unsigned mWanted;
+    std::pair<std::uint16_t, std::uint16_t> mIntensityRange;
+};
+
+/// What has to be read to get the wanted attributes of points that have those present.
+unsigned neededAttributes(unsigned wanted, unsigned present)
+{
+    const bool grey = hasColor(wanted) && !hasColor(present) && hasIntensity(present);
+    return wanted | (grey ? unsigned{kIntensityAttribute} : 0U);
 }
 }  // namespace
 
@@ -339,9 +396,7 @@ bool Octree::getNodePointData(const OctreeNodeId& id, NodePointData& out, std::s
 bool Octree::readNodePointData(const OctreeNodeId& id, NodePointData& out, std::stop_token stopToken) const
 {
     const unsigned wanted = out.attributeMask();
-    const unsigned present = attributeMask();
-    const bool grey = hasColor(wanted) && !hasColor(present) && hasIntensity(present);
-    const unsigned needed = wanted | (grey ? unsigned{kIntensityAttribute} : 0U);
+    const unsigned needed = neededAttributes(wanted, attributeMask());
     const double scale = unitScale();
     const std::shared_ptr<const Trees> externals = mImplementation->externalTrees();
     NodePointColumns& columns = out.columns();
@@ -382,6 +437,27 @@ bool Octree::readNodePointData(const OctreeNodeId& id, NodePointData& out, std::
         columns.intensities.clear();
     }
     return true;
+}
+
+bool Octree::passNodePoints(
+    const OctreeNodeId& id, unsigned attributes, PointSink& sink, std::stop_token stopToken
+) const
+{
+    if (!mImplementation->externalTrees()->empty())
+    {
+        // Data sets may disagree on the number of points, so all are read before any point is handed over.
+        NodePointData points(attributes & ~static_cast<unsigned>(kNormalAttribute));
+        const bool isRead = readNodePointData(id, points, std::move(stopToken));
+        if (isRead)
+        {
+            passColumns(points.columns(), sink);
+        }
+        return isRead;
+    }
+    const TreeDescription& description = mImplementation->description;
+    const unsigned needed = neededAttributes(attributes, description.attributeMask);
+    ColoringSink coloring(sink, attributes, description.intensityRange);
+    return mImplementation->tree->passNodePoints(id, needed, unitScale(), coloring, std::move(stopToken));
 }
 
 unsigned Octree::attributeMask() const noexcept

@@ -20,6 +20,8 @@
 
 namespace Octree
 {
+class PointSink;
+
 /// One attribute of a data set as its metadata describes it.
 struct AttributeInfo
 {
@@ -128,6 +130,15 @@ public:
     /// The same, but a failure is thrown with the file's name and what was wrong.
     /// @return false only when a stop was requested
     bool readNodePointData(const OctreeNodeId& id, NodePointData& out, std::stop_token stopToken = {}) const;
+
+    /// The same without arrays of the whole node: hands the points to a sink as they are decoded, without
+    /// normals. Every block has colours if they are wanted.
+    /// @param attributes  AttributeMask bits
+    /// @return false only when a stop was requested; `sink` was not called then
+    /// @throws std::runtime_error  naming the file and what was wrong; `sink` may have got points
+    bool passNodePoints(
+        const OctreeNodeId& id, unsigned attributes, PointSink& sink, std::stop_token stopToken = {}
+    ) const;
 
     /// The attributes that points have, external ones included.
     unsigned attributeMask() const noexcept;

@@ -18,6 +18,8 @@
 
 namespace Octree
 {
+class PointSink;
+
 /// What an opened data set says about itself.
 ///
 /// Frame    absolute coordinates, in data units.
@@ -63,6 +65,18 @@ public:
         unsigned attributes,
         double unitScale,
         NodePointColumns& out,
+        std::stop_token stopToken
+    ) const = 0;
+
+    /// The same without arrays: hands the points to a sink as they are decoded, without normals. A visibility
+    /// that the hierarchy alone determines is not handed over.
+    /// @return false when a stop was requested; `sink` was not called then
+    /// @throws std::runtime_error  naming the file and what is wrong with it; `sink` may have got points
+    virtual bool passNodePoints(
+        const OctreeNodeId& id,
+        unsigned attributes,
+        double unitScale,
+        PointSink& sink,
         std::stop_token stopToken
     ) const = 0;
 };

@@ -1,6 +1,7 @@
 #include "octree/entwine/EntwineTree.h"
 
 #include "core/toUtf8.h"
+#include "octree/PointSink.h"
 #include "octree/ScratchLoan.h"
 #include "octree/entwine/nodeKey.h"
 #include "octree/fileError.h"
@@ -100,6 +101,39 @@ std::optional<Octree::NodeInfo> EntwineTree::nodeById(const OctreeNodeId& id, st
     return info;
 }
 
+std::optional<Hierarchy::Node> EntwineTree::existingNode(
+    const OctreeNodeId& id, const std::stop_token& stopToken
+) const
+{
+    const std::optional<Hierarchy::Node> node = mHierarchy.find(id, stopToken);
+    if (stopToken.stop_requested())
+    {
+        return std::nullopt;
+    }
+    if (!node)
+    {
+        throw Octree::fileError(mHierarchy.fileOf({}).parent_path(), "there is no node " + nodeKey(id));
+    }
+    return node;
+}
+
+std::optional<TileConversion> EntwineTree::conversion(
+    unsigned attributes, double unitScale, const std::stop_token& stopToken
+) const
+{
+    TileConversion conversion{mDescription.position, unitScale, false};
+    if (Octree::hasColor(attributes) && mLayout.rgb)
+    {
+        const std::optional<bool> wide = hasWideColors(stopToken);
+        if (!wide)
+        {
+            return std::nullopt;
+        }
+        conversion.wideColors = *wide;
+    }
+    return conversion;
+}
+
 bool EntwineTree::getNodePointData(
     const OctreeNodeId& id,
     unsigned attributes,
@@ -108,39 +142,48 @@ bool EntwineTree::getNodePointData(
     std::stop_token stopToken
 ) const
 {
-    const std::optional<Hierarchy::Node> node = mHierarchy.find(id, stopToken);
-    if (stopToken.stop_requested())
-    {
-        return false;
-    }
+    const std::optional<Hierarchy::Node> node = existingNode(id, stopToken);
     if (!node)
     {
-        throw Octree::fileError(mHierarchy.fileOf({}).parent_path(), "there is no node " + nodeKey(id));
+        return false;
     }
     if (node->pointCount == 0)
     {
         out.clear();
         return true;
     }
-    TileConversion conversion{mDescription.position, unitScale, false};
-    if (Octree::hasColor(attributes) && mLayout.rgb)
+    const std::optional<TileConversion> how = conversion(attributes, unitScale, stopToken);
+    const auto decode = [&](const Tile& tile) { decodeTile(tile.layout, *how, tile.rows, attributes, out); };
+    return how && readTile(id, node->pointCount, decode, stopToken);
+}
+
+bool EntwineTree::passNodePoints(
+    const OctreeNodeId& id,
+    unsigned attributes,
+    double unitScale,
+    Octree::PointSink& sink,
+    std::stop_token stopToken
+) const
+{
+    const std::optional<Hierarchy::Node> node = existingNode(id, stopToken);
+    if (!node)
     {
-        const std::optional<bool> wide = hasWideColors(stopToken);
-        if (!wide)
-        {
-            return false;
-        }
-        conversion.wideColors = *wide;
+        return false;
     }
-    return readTile(id, node->pointCount, attributes, conversion, out, stopToken);
+    if (node->pointCount == 0)
+    {
+        sink.begin(0, 0);
+        return true;
+    }
+    const std::optional<TileConversion> how = conversion(attributes, unitScale, stopToken);
+    const auto decode = [&](const Tile& tile) { decodeTile(tile.layout, *how, tile.rows, attributes, sink); };
+    return how && readTile(id, node->pointCount, decode, stopToken);
 }
 
 bool EntwineTree::readTile(
     const OctreeNodeId& id,
     std::uint64_t pointCount,
-    unsigned attributes,
-    const TileConversion& conversion,
-    Octree::NodePointColumns& out,
+    const std::function<void(const Tile&)>& decode,
     const std::stop_token& stopToken
 ) const
 {
@@ -152,11 +195,10 @@ bool EntwineTree::readTile(
     }
     try
     {
-        decodeTile(tile->layout, conversion, tile->rows, attributes, out);
+        decode(*tile);
     }
     catch (const std::runtime_error& error)
     {
-        out.clear();
         throw Octree::fileError(mTiles.fileOf(id), error.what());
     }
     return true;

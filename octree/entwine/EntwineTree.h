@@ -11,6 +11,7 @@
 #include "octree/entwine/decodeTile.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <stop_token>
 
@@ -40,13 +41,27 @@ public:
         std::stop_token stopToken
     ) const override;
 
+    bool passNodePoints(
+        const Octree::OctreeNodeId& id,
+        unsigned attributes,
+        double unitScale,
+        Octree::PointSink& sink,
+        std::stop_token stopToken
+    ) const override;
+
 private:
+    // Nothing when a stop was requested.
+    std::optional<Hierarchy::Node> existingNode(
+        const Octree::OctreeNodeId& id, const std::stop_token& stopToken
+    ) const;
+    std::optional<TileConversion> conversion(
+        unsigned attributes, double unitScale, const std::stop_token& stopToken
+    ) const;
+
     bool readTile(
         const Octree::OctreeNodeId& id,
         std::uint64_t pointCount,
-        unsigned attributes,
-        const TileConversion& conversion,
-        Octree::NodePointColumns& out,
+        const std::function<void(const Tile&)>& decode,
         const std::stop_token& stopToken
     ) const;
 

@@ -1,5 +1,8 @@
 #include "octree/entwine/decodeTile.h"
 
+#include "octree/ColumnSink.h"
+#include "octree/PointBlock.h"
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -140,45 +143,37 @@ void forEachValue(const Rows& rows, const Dimension& dimension, const Write& wri
 }
 
 template <class T>
-void decodeColumn(const Rows& rows, const Dimension& dimension, std::vector<T>& out)
+void decodeColumn(const Rows& rows, const Dimension& dimension, T* out)
 {
-    forEachValue<T>(rows, dimension, [&out](std::size_t i, T value) { out[i] = value; });
+    forEachValue<T>(rows, dimension, [out](std::size_t i, T value) { out[i] = value; });
 }
 
-void decodePositions(
-    const Rows& rows,
-    const TileLayout& layout,
-    const TileConversion& conversion,
-    std::vector<Math::Point<double, 3>>& out
+void decodeCoordinate(
+    const Rows& rows, const Dimension& dimension, double origin, double unitScale, double* out
 )
 {
-    for (std::size_t axis = 0; axis < 3; ++axis)
+    const std::size_t count = rows.count();
+    const std::byte* const first = rows.bytes.data() + dimension.byteOffset;
+    const double shift = dimension.offset - origin;  // 0 as a rule, and then exact
+    bool good = true;
+    const auto loop = [&](const auto& read)
     {
-        const Dimension& dimension = layout.position[axis];
-        const std::byte* const first = rows.bytes.data() + dimension.byteOffset;
-        const double shift = dimension.offset - conversion.origin[axis];  // 0 as a rule, and then exact
-        bool good = true;
-        const auto loop = [&](const auto& read)
+        for (std::size_t i = 0; i < count; ++i)
         {
-            for (std::size_t i = 0; i < out.size(); ++i)
-            {
-                const double relative =
-                    static_cast<double>(read(first + i * rows.stride)) * dimension.scale + shift;
-                good &= std::abs(relative) <= kLargestCoordinate;
-                out[i][axis] = relative * conversion.unitScale;
-            }
-        };
-        withReader(dimension, loop);
-        if (!good)
-        {
-            throw std::runtime_error("bad " + dimension.name + " of a point, expected numbers within 1e30");
+            const double relative =
+                static_cast<double>(read(first + i * rows.stride)) * dimension.scale + shift;
+            good &= std::abs(relative) <= kLargestCoordinate;
+            out[i] = relative * unitScale;
         }
+    };
+    withReader(dimension, loop);
+    if (!good)
+    {
+        throw std::runtime_error("bad " + dimension.name + " of a point, expected numbers within 1e30");
     }
 }
 
-void decodeColors(
-    const Rows& rows, const TileLayout::Triple& channels, bool wide, std::vector<Math::Color>& out
-)
+void decodeColors(const Rows& rows, const TileLayout::Triple& channels, bool wide, Math::Color* out)
 {
     const auto toByte = [wide](std::uint16_t value)
     { return static_cast<unsigned char>(wide ? value >> 8U : std::min<unsigned>(value, 255U)); };
@@ -196,56 +191,88 @@ void decodeColors(
         [&](std::size_t i, std::uint16_t blue) { out[i].set(out[i].r(), out[i].g(), toByte(blue), 255); }
     );
 }
+
+/// Fills the columns that the block is to have from as many rows.
+void fillBlock(
+    const Rows& rows, const TileLayout& layout, const TileConversion& conversion, Octree::PointBlock& block
+)
+{
+    if (Octree::hasPosition(block.attributes))
+    {
+        const auto& [origin, unitScale, wideColors] = conversion;
+        decodeCoordinate(rows, layout.position[0], origin.x, unitScale, block.x.data());
+        decodeCoordinate(rows, layout.position[1], origin.y, unitScale, block.y.data());
+        decodeCoordinate(rows, layout.position[2], origin.z, unitScale, block.z.data());
+    }
+    if (Octree::hasColor(block.attributes))
+    {
+        decodeColors(rows, *layout.rgb, conversion.wideColors, block.colors.data());
+    }
+    if (Octree::hasIntensity(block.attributes))
+    {
+        decodeColumn(rows, *layout.intensity, block.intensities.data());
+    }
+    if (Octree::hasClassification(block.attributes))
+    {
+        decodeColumn(rows, *layout.classification, block.classifications.data());
+    }
+    if (Octree::hasScanIndex(block.attributes))
+    {
+        decodeColumn(rows, *layout.scanIndex, block.scanIndices.data());
+    }
+}
 }  // namespace
 
 void decodeTile(
     const TileLayout& layout,
     const TileConversion& conversion,
-    std::span<const std::byte> bytes,
+    std::span<const std::byte> rows,
+    unsigned attributes,
+    Octree::PointSink& sink
+)
+{
+    const std::size_t stride = layout.bytesPerPoint;
+    const std::size_t count = rows.size() / stride;
+    const unsigned filled =
+        attributes & layout.attributeMask() & ~static_cast<unsigned>(Octree::kNormalAttribute);
+    sink.begin(count, count);
+
+    Octree::PointBlock block;
+    for (std::size_t first = 0; first < count; first += Octree::PointBlock::kCapacity)
+    {
+        block.pointCount = std::min(Octree::PointBlock::kCapacity, count - first);
+        block.attributes = filled;
+        const auto bytes = rows.subspan(first * stride, block.pointCount * stride);
+        fillBlock(Rows{bytes, stride}, layout, conversion, block);
+        sink.take(block);
+    }
+}
+
+void decodeTile(
+    const TileLayout& layout,
+    const TileConversion& conversion,
+    std::span<const std::byte> rows,
     unsigned attributes,
     Octree::NodePointColumns& out
 )
 {
-    const Rows rows{bytes, layout.bytesPerPoint};
     const unsigned filled = attributes & layout.attributeMask();
-    const auto resize = [&](unsigned attribute, auto& array)
-    { array.resize((filled & attribute) != 0 ? rows.count() : 0); };
-
-    out.clear();
-    out.pointCount = rows.count();
-    resize(Octree::kPositionAttribute, out.positions);
-    resize(Octree::kColorAttribute, out.colors);
-    resize(Octree::kIntensityAttribute, out.intensities);
-    resize(Octree::kClassificationAttribute, out.classifications);
-    resize(Octree::kScanIndexAttribute, out.scanIndices);
-    resize(Octree::kNormalAttribute, out.normals);
-
-    if (Octree::hasPosition(filled))
+    Octree::ColumnSink sink(out, filled);
+    try
     {
-        decodePositions(rows, layout, conversion, out.positions);
+        decodeTile(layout, conversion, rows, filled, sink);
     }
-    if (Octree::hasColor(filled))
+    catch (...)
     {
-        decodeColors(rows, *layout.rgb, conversion.wideColors, out.colors);
-    }
-    if (Octree::hasIntensity(filled))
-    {
-        decodeColumn(rows, *layout.intensity, out.intensities);
-    }
-    if (Octree::hasClassification(filled))
-    {
-        decodeColumn(rows, *layout.classification, out.classifications);
-    }
-    if (Octree::hasScanIndex(filled))
-    {
-        decodeColumn(rows, *layout.scanIndex, out.scanIndices);
+        out.clear();
+        throw;
     }
     if (Octree::hasNormal(filled))
     {
         for (std::size_t axis = 0; axis < 3; ++axis)
         {
             forEachValue<float>(
-                rows,
+                Rows{rows, layout.bytesPerPoint},
                 (*layout.normal)[axis],
                 [&](std::size_t i, float value) { out.normals[i][axis] = value; }
             );

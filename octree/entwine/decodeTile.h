@@ -8,6 +8,11 @@
 #include <cstddef>
 #include <span>
 
+namespace Octree
+{
+class PointSink;
+}
+
 namespace Entwine
 {
 /// How values become coordinates and colours.
@@ -18,14 +23,24 @@ struct TileConversion
     bool wideColors = false;        ///< colour channels have 16 bits, otherwise 8
 };
 
-/// Turns the rows of a tile into arrays.
+/// Decodes the rows of a tile in one pass.
 ///
 /// Positions are (value - origin) x unit scale. Values of the other attributes are rounded and cut to the
-/// range of their array; what is not a number becomes 0. Arrays not wanted or not in the data set become
-/// empty. Storage of `out` is reused.
+/// range of their array; what is not a number becomes 0.
 /// @param rows        a whole number of points: the size is a multiple of layout.bytesPerPoint
-/// @param attributes  Octree::AttributeMask bits
-/// @throws std::runtime_error  for coordinates that are not finite or beyond 1e30
+/// @param attributes  Octree::AttributeMask bits; blocks have those that the data set has, but no normals
+/// @throws std::runtime_error  for coordinates that are not finite or beyond 1e30; the points before those
+///                             have been handed over then
+OCTREE_API void decodeTile(
+    const TileLayout& layout,
+    const TileConversion& conversion,
+    std::span<const std::byte> rows,
+    unsigned attributes,
+    Octree::PointSink& sink
+);
+
+/// The same into arrays. Those not wanted or not in the data set become empty, after an exception all.
+/// Storage of `out` is reused.
 OCTREE_API void decodeTile(
     const TileLayout& layout,
     const TileConversion& conversion,

@@ -3,6 +3,7 @@
 #include "core/brotliDecode.h"
 #include "core/errorReason.h"
 #include "core/toUtf8.h"
+#include "octree/PointSink.h"
 #include "octree/ScratchLoan.h"
 #include "octree/fileError.h"
 #include "octree/kMaxPointsPerNode.h"
@@ -261,6 +262,47 @@ std::optional<std::span<const std::byte>> PoTreeTree::unpacked(
     return bytes;
 }
 
+/// Null when a stop was requested.
+std::shared_ptr<const Node> PoTreeTree::existingNode(const OctreeNodeId& id, const std::stop_token& stopToken)
+    const
+{
+    std::shared_ptr<const Node> node = findNode(id, stopToken);
+    if (stopToken.stop_requested())
+    {
+        return nullptr;
+    }
+    if (!node)
+    {
+        throw Octree::fileError(mLoader.hierarchyFile(), "there is no node " + id.name());
+    }
+    return node;
+}
+
+PointConversion PoTreeTree::conversion(double unitScale) const
+{
+    // Nothing is added where stored integers count from the octree's position, so nothing is rounded then.
+    const Math::Point<double, 3>& origin = mDescription.position;
+    const Math::Point<double, 3> shift{
+        mMetadata.offset.x - origin.x, mMetadata.offset.y - origin.y, mMetadata.offset.z - origin.z};
+    return {mMetadata.scale, shift, unitScale, mMetadata.hasWideColors()};
+}
+
+/// The bytes of a node that has points; nothing when a stop was requested.
+std::optional<std::span<const std::byte>> PoTreeTree::readUnpacked(
+    const Node& node, const Octree::ScratchLoan& scratch, const std::stop_token& stopToken
+) const
+{
+    const std::uint64_t largestSize = largestUnpackedSize(node);
+    const std::uint64_t largestStored =
+        mMetadata.encoding == Encoding::Brotli ? largestSize + kStoredSlack : largestSize;
+    if (!mLoader.readOctreeChunk(node, largestStored, scratch.stored, stopToken) ||
+        stopToken.stop_requested())
+    {
+        return std::nullopt;
+    }
+    return unpacked(node, largestSize, scratch, stopToken);
+}
+
 bool PoTreeTree::getNodePointData(
     const OctreeNodeId& id,
     unsigned attributes,
@@ -269,14 +311,10 @@ bool PoTreeTree::getNodePointData(
     std::stop_token stopToken
 ) const
 {
-    const std::shared_ptr<const Node> node = findNode(id, stopToken);
-    if (stopToken.stop_requested())
-    {
-        return false;
-    }
+    const std::shared_ptr<const Node> node = existingNode(id, stopToken);
     if (!node)
     {
-        throw Octree::fileError(mLoader.hierarchyFile(), "there is no node " + id.name());
+        return false;
     }
     if (node->pointCount == 0 || node->byteSize == 0)
     {
@@ -295,25 +333,40 @@ bool PoTreeTree::getNodePointData(
     }
 
     const Octree::ScratchLoan scratch;
-    const std::uint64_t largestSize = largestUnpackedSize(*node);
-    const std::uint64_t largestStored =
-        mMetadata.encoding == Encoding::Brotli ? largestSize + kStoredSlack : largestSize;
-    if (!mLoader.readOctreeChunk(*node, largestStored, scratch.stored, stopToken) ||
-        stopToken.stop_requested())
-    {
-        return false;
-    }
-    const std::optional<std::span<const std::byte>> bytes = unpacked(*node, largestSize, scratch, stopToken);
+    const std::optional<std::span<const std::byte>> bytes = readUnpacked(*node, scratch, stopToken);
     if (!bytes)
     {
         return false;
     }
-    // Nothing is added where stored integers count from the octree's position, so nothing is rounded then.
-    const Math::Point<double, 3>& origin = mDescription.position;
-    const Math::Point<double, 3> shift{
-        mMetadata.offset.x - origin.x, mMetadata.offset.y - origin.y, mMetadata.offset.z - origin.z};
-    const PointConversion conversion{mMetadata.scale, shift, unitScale, mMetadata.hasWideColors()};
-    decodePoints(mLayout, conversion, *bytes, attributes, out);
+    decodePoints(mLayout, conversion(unitScale), *bytes, attributes, out);
+    return true;
+}
+
+bool PoTreeTree::passNodePoints(
+    const OctreeNodeId& id,
+    unsigned attributes,
+    double unitScale,
+    Octree::PointSink& sink,
+    std::stop_token stopToken
+) const
+{
+    const std::shared_ptr<const Node> node = existingNode(id, stopToken);
+    if (!node)
+    {
+        return false;
+    }
+    if (node->pointCount == 0 || node->byteSize == 0)
+    {
+        sink.begin(0, 0);
+        return true;
+    }
+    const Octree::ScratchLoan scratch;
+    const std::optional<std::span<const std::byte>> bytes = readUnpacked(*node, scratch, stopToken);
+    if (!bytes)
+    {
+        return false;
+    }
+    decodePoints(mLayout, conversion(unitScale), *bytes, attributes, sink);
     return true;
 }
 }  // namespace PoTree

@@ -8,6 +8,7 @@
 #include "octree/potree/FileSystemLocation.h"
 #include "octree/potree/Metadata.h"
 #include "octree/potree/Node.h"
+#include "octree/potree/PointConversion.h"
 #include "octree/potree/PointLayout.h"
 
 #include <cstdint>
@@ -52,6 +53,14 @@ public:
         std::stop_token stopToken
     ) const override;
 
+    bool passNodePoints(
+        const Octree::OctreeNodeId& id,
+        unsigned attributes,
+        double unitScale,
+        Octree::PointSink& sink,
+        std::stop_token stopToken
+    ) const override;
+
     /// The node through the hierarchy cache; null when it does not exist or a stop was requested. Never a
     /// proxy.
     /// @throws std::runtime_error  naming the file and what is wrong with it
@@ -75,6 +84,13 @@ private:
     ) const;
     void claimChunk(const Octree::OctreeNodeId& owner, std::uint64_t offset, std::uint64_t size) const;
 
+    std::shared_ptr<const Node> existingNode(const Octree::OctreeNodeId& id, const std::stop_token& stopToken)
+        const;
+    PointConversion conversion(double unitScale) const;
+
+    std::optional<std::span<const std::byte>> readUnpacked(
+        const Node& node, const Octree::ScratchLoan& scratch, const std::stop_token& stopToken
+    ) const;
     std::uint64_t largestUnpackedSize(const Node& node) const;
     std::optional<std::span<const std::byte>> unpacked(
         const Node& node,

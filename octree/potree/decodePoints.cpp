@@ -1,12 +1,15 @@
 #include "octree/potree/decodePoints.h"
 
+#include "octree/ColumnSink.h"
+#include "octree/PointBlock.h"
 #include "octree/decodeOctahedralNormal.h"
-#include "octree/potree/MortonTriple.h"
+#include "octree/potree/MortonDecoder.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 namespace PoTree
@@ -15,7 +18,7 @@ namespace
 {
 static_assert(std::endian::native == std::endian::little, "values are copied out as they lie in the file");
 
-using Position = Math::Point<double, 3>;
+using Octree::PointBlock;
 using Normal = Math::Point<float, 3>;
 
 /// The values of one attribute: where the first lies, and how far apart they are.
@@ -31,6 +34,9 @@ struct Column
         std::memcpy(&result, first + i * stride + byteOffset, sizeof result);
         return result;
     }
+
+    /// The same without the values before the one with that index.
+    Column from(std::size_t i) const noexcept { return {first + i * stride, stride}; }
 };
 
 /// The node's bytes seen as columns, in either encoding.
@@ -60,48 +66,19 @@ private:
     std::size_t mCount;
 };
 
-Position toPosition(double x, double y, double z, const PointConversion& conversion) noexcept
+std::int32_t plainCoordinate(const Column& integers, std::size_t i, std::size_t axis) noexcept
 {
-    return {
-        (x * conversion.scale.x + conversion.shift.x) * conversion.unitScale,
-        (y * conversion.scale.y + conversion.shift.y) * conversion.unitScale,
-        (z * conversion.scale.z + conversion.shift.z) * conversion.unitScale};
+    return integers.value<std::int32_t>(i, axis * sizeof(std::int32_t));
 }
 
-void decodePositionCodes(const Column& codes, const PointConversion& conversion, std::vector<Position>& out)
+void decodePlainPositions(const Column& integers, const PointConversion& conversion, PointBlock& out)
 {
-    std::uint64_t lastUpper = 0;
-    MortonTriple upper(0);
-    for (std::size_t i = 0; i < out.size(); ++i)
+    const auto& [scale, shift, unitScale, wideColors] = conversion;
+    for (std::size_t i = 0; i < out.pointCount; ++i)
     {
-        const auto upperCode = codes.value<std::uint64_t>(i);
-        if (upperCode != lastUpper)  // seldom: points are sorted by it
-        {
-            lastUpper = upperCode;
-            upper = MortonTriple(upperCode);
-        }
-        const MortonTriple lower(codes.value<std::uint64_t>(i, sizeof(std::uint64_t)));
-        out[i] = toPosition(
-            upper.first() << 16U | lower.first(),
-            upper.second() << 16U | lower.second(),
-            upper.third() << 16U | lower.third(),
-            conversion
-        );
-    }
-}
-
-void decodePlainPositions(
-    const Column& integers, const PointConversion& conversion, std::vector<Position>& out
-)
-{
-    for (std::size_t i = 0; i < out.size(); ++i)
-    {
-        out[i] = toPosition(
-            integers.value<std::int32_t>(i),
-            integers.value<std::int32_t>(i, 4),
-            integers.value<std::int32_t>(i, 8),
-            conversion
-        );
+        out.x[i] = (plainCoordinate(integers, i, 0) * scale.x + shift.x) * unitScale;
+        out.y[i] = (plainCoordinate(integers, i, 1) * scale.y + shift.y) * unitScale;
+        out.z[i] = (plainCoordinate(integers, i, 2) * scale.z + shift.z) * unitScale;
     }
 }
 
@@ -111,20 +88,11 @@ unsigned char toByte(std::uint32_t channel, bool wide) noexcept
     return static_cast<unsigned char>(wide ? channel >> 8U : std::min(channel, 255U));
 }
 
-void decodeColorCodes(const Column& codes, bool wide, std::vector<Math::Color>& out)
+void decodePlainColors(const Column& channels, bool wide, PointBlock& out)
 {
-    for (std::size_t i = 0; i < out.size(); ++i)
+    for (std::size_t i = 0; i < out.pointCount; ++i)
     {
-        const MortonTriple rgb(codes.value<std::uint64_t>(i));
-        out[i].set(toByte(rgb.first(), wide), toByte(rgb.second(), wide), toByte(rgb.third(), wide), 255);
-    }
-}
-
-void decodePlainColors(const Column& channels, bool wide, std::vector<Math::Color>& out)
-{
-    for (std::size_t i = 0; i < out.size(); ++i)
-    {
-        out[i].set(
+        out.colors[i].set(
             toByte(channels.value<std::uint16_t>(i), wide),
             toByte(channels.value<std::uint16_t>(i, 2), wide),
             toByte(channels.value<std::uint16_t>(i, 4), wide),
@@ -134,17 +102,83 @@ void decodePlainColors(const Column& channels, bool wide, std::vector<Math::Colo
 }
 
 template <class T>
-void copyValues(const Column& column, std::vector<T>& out)
+void copyValues(const Column& column, std::size_t count, T* out)
 {
     if (column.stride == sizeof(T))
     {
-        std::memcpy(out.data(), column.first, out.size() * sizeof(T));
+        std::memcpy(out, column.first, count * sizeof(T));
         return;
     }
-    for (std::size_t i = 0; i < out.size(); ++i)
+    for (std::size_t i = 0; i < count; ++i)
     {
         out[i] = column.value<T>(i);
     }
+}
+
+/// Fills the columns that the block is to have from the points that begin with `first`.
+void fillBlock(
+    const StoredPoints& points,
+    std::size_t first,
+    const PointLayout& layout,
+    const PointConversion& conversion,
+    PointBlock& block
+)
+{
+    const auto column = [&](const std::optional<std::uint64_t>& offset, std::size_t valueSize)
+    { return points.column(*offset, valueSize).from(first); };
+    const bool coded = layout.encoding == Encoding::Brotli;
+    const MortonDecoder& morton = MortonDecoder::best();
+    const std::size_t count = block.pointCount;
+    if (Octree::hasPosition(block.attributes))
+    {
+        const Column values = column(layout.position, 16);
+        if (coded)
+        {
+            morton.positions(values.first, count, conversion, block.x.data(), block.y.data(), block.z.data());
+        }
+        else
+        {
+            decodePlainPositions(values, conversion, block);
+        }
+    }
+    if (Octree::hasColor(block.attributes))
+    {
+        const Column values = column(layout.rgb, 8);
+        if (coded)
+        {
+            morton.colors(values.first, count, conversion.wideColors, block.colors.data());
+        }
+        else
+        {
+            decodePlainColors(values, conversion.wideColors, block);
+        }
+    }
+    if (Octree::hasIntensity(block.attributes))
+    {
+        copyValues(column(layout.intensity, 2), count, block.intensities.data());
+    }
+    if (Octree::hasClassification(block.attributes))
+    {
+        copyValues(column(layout.classification, 1), count, block.classifications.data());
+    }
+    if (Octree::hasScanIndex(block.attributes))
+    {
+        copyValues(column(layout.scanIndex, 4), count, block.scanIndices.data());
+    }
+    if (Octree::hasVisibility(block.attributes))
+    {
+        copyValues(column(layout.visibility, 1), count, block.visibilities.data());
+    }
+}
+
+std::size_t countVisible(const Column& visibilities, std::size_t count) noexcept
+{
+    std::size_t visible = 0;
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        visible += visibilities.value<std::uint8_t>(i) == 0 ? 1 : 0;
+    }
+    return visible;
 }
 
 void decodeNormals(const StoredPoints& points, const PointLayout& layout, std::vector<Normal>& out)
@@ -174,53 +208,42 @@ void decodePoints(
     const PointConversion& conversion,
     std::span<const std::byte> bytes,
     unsigned attributes,
-    Octree::NodePointColumns& out
+    Octree::PointSink& sink
 )
 {
     const StoredPoints points(layout, bytes);
+    PointBlock block;
+    block.attributes = attributes & layout.attributeMask() & ~static_cast<unsigned>(Octree::kNormalAttribute);
+    sink.begin(
+        points.count(),
+        Octree::hasVisibility(block.attributes)
+            ? countVisible(points.column(*layout.visibility, 1), points.count())
+            : points.count()
+    );
+    const unsigned filled = block.attributes;
+    for (std::size_t first = 0; first < points.count(); first += PointBlock::kCapacity)
+    {
+        block.pointCount = std::min(PointBlock::kCapacity, points.count() - first);
+        block.attributes = filled;
+        fillBlock(points, first, layout, conversion, block);
+        sink.take(block);
+    }
+}
+
+void decodePoints(
+    const PointLayout& layout,
+    const PointConversion& conversion,
+    std::span<const std::byte> bytes,
+    unsigned attributes,
+    Octree::NodePointColumns& out
+)
+{
     const unsigned filled = bytes.empty() ? 0U : attributes & layout.attributeMask();
-    const auto resize = [&](unsigned attribute, auto& array)
-    { array.resize((filled & attribute) != 0 ? points.count() : 0); };
-
-    out.pointCount = points.count();
-    resize(Octree::kPositionAttribute, out.positions);
-    resize(Octree::kColorAttribute, out.colors);
-    resize(Octree::kIntensityAttribute, out.intensities);
-    resize(Octree::kClassificationAttribute, out.classifications);
-    resize(Octree::kScanIndexAttribute, out.scanIndices);
-    resize(Octree::kVisibilityAttribute, out.visibilities);
-    resize(Octree::kNormalAttribute, out.normals);
-
-    const bool coded = layout.encoding == Encoding::Brotli;
-    if (Octree::hasPosition(filled))
-    {
-        const Column column = points.column(*layout.position, 16);
-        (coded ? decodePositionCodes : decodePlainPositions)(column, conversion, out.positions);
-    }
-    if (Octree::hasColor(filled))
-    {
-        const Column column = points.column(*layout.rgb, 8);
-        (coded ? decodeColorCodes : decodePlainColors)(column, conversion.wideColors, out.colors);
-    }
-    if (Octree::hasIntensity(filled))
-    {
-        copyValues(points.column(*layout.intensity, 2), out.intensities);
-    }
-    if (Octree::hasClassification(filled))
-    {
-        copyValues(points.column(*layout.classification, 1), out.classifications);
-    }
-    if (Octree::hasScanIndex(filled))
-    {
-        copyValues(points.column(*layout.scanIndex, 4), out.scanIndices);
-    }
-    if (Octree::hasVisibility(filled))
-    {
-        copyValues(points.column(*layout.visibility, 1), out.visibilities);
-    }
+    Octree::ColumnSink sink(out, filled);
+    decodePoints(layout, conversion, bytes, filled, sink);
     if (Octree::hasNormal(filled))
     {
-        decodeNormals(points, layout, out.normals);
+        decodeNormals(StoredPoints(layout, bytes), layout, out.normals);
     }
 }
 }  // namespace PoTree
