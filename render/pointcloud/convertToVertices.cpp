@@ -1,14 +1,15 @@
 #include "render/pointcloud/convertToVertices.h"
 
-#include "core/NonCopyable.h"
 #include "octree/Octree.h"
+#include "octree/PointBlock.h"
+#include "octree/PointSink.h"
+#include "octree/passColumns.h"
 #include "render/gpu/VertexContainer.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
-#include <vector>
 
 namespace Render
 {
@@ -17,88 +18,65 @@ namespace
 constexpr unsigned kDrawnAttributes =
     Octree::kAllAttributes & ~static_cast<unsigned>(Octree::kNormalAttribute);
 
-// Of the scratch memory of each thread: some 9 MB, more than the points of an ordinary node take.
-constexpr std::size_t kMaxKeptPoints = std::size_t{1} << 18U;
-
-/// The calling thread's points, reused from node to node; what an exceptionally large node took is given up
-/// at the end of the loan.
-class PointLoan : private Core::NonCopyable
+/// Makes vertices of the points of one node.
+class VertexSink final : public Octree::PointSink
 {
 public:
-    PointLoan() = default;
+    explicit VertexSink(VertexContainer& out) noexcept : mOut(out) {}
 
-    ~PointLoan() { points.columns().releaseAbove(kMaxKeptPoints); }
-
-    Octree::NodePointData& points = perThread();
-
-private:
-    static Octree::NodePointData& perThread()
+    void begin(std::size_t, std::size_t visibleCount) override
     {
-        thread_local Octree::NodePointData scratch(kDrawnAttributes);
-        return scratch;
-    }
-};
-
-/// A column of one attribute, or the same value for every point where the points lack it.
-template <class T>
-class Column
-{
-public:
-    Column(const std::vector<T>& values, std::size_t pointCount, const T& absent) noexcept
-        : mValues(values.size() == pointCount ? values.data() : &absent),
-          mStride(values.size() == pointCount ? 1 : 0)
-    {
+        mOut = VertexContainer();
+        mOut.resizeForOverwrite(visibleCount);  // hidden points never have a place
+        mNext = mOut.data();
     }
 
-    const T& operator[](std::size_t i) const noexcept { return mValues[i * mStride]; }
+    void take(Octree::PointBlock& block) override
+    {
+        if (!Octree::hasColor(block.attributes))
+        {
+            std::fill_n(block.colors.begin(), block.pointCount, Math::Color::white(255));
+        }
+        const auto visibilities = block.visibilities.begin();
+        const auto end = visibilities + static_cast<std::ptrdiff_t>(block.pointCount);
+        if (std::all_of(visibilities, end, [](std::uint8_t value) { return value == 0; }))
+        {
+            for (std::size_t i = 0; i < block.pointCount; ++i)
+            {
+                *mNext++ = vertexOf(block, i);
+            }
+            return;
+        }
+        for (std::size_t i = 0; i < block.pointCount; ++i)
+        {
+            if (block.visibilities[i] == 0)
+            {
+                *mNext++ = vertexOf(block, i);
+            }
+        }
+    }
 
 private:
-    const T* mValues;
-    std::size_t mStride;
+    // Instructions for four points at a time were measured no faster than what the compiler makes of this.
+    static VertexContainer::Vertex vertexOf(const Octree::PointBlock& block, std::size_t i) noexcept
+    {
+        return {
+            {static_cast<float>(block.x[i]), static_cast<float>(block.y[i]), static_cast<float>(block.z[i])},
+            block.colors[i],
+            static_cast<std::uint8_t>(block.intensities[i] >> 8U),
+            block.classifications[i],
+            static_cast<std::uint16_t>(block.scanIndices[i] & 0xFFFFU)};
+    }
+
+    VertexContainer& mOut;
+    VertexContainer::Vertex* mNext = nullptr;
 };
 }  // namespace
 
 void convertToVertices(const Octree::NodePointData& points, VertexContainer& vertices)
 {
-    const Octree::NodePointColumns& columns = points.columns();
-    const std::size_t pointCount = points.size();
-    const Math::Point<double, 3> origin;
-    const Math::Color white = Math::Color::white(255);
-    const std::uint16_t noIntensity = 0;
-    const std::uint8_t noClass = 0;
-    const std::uint32_t noScan = 0;
-
-    const Column positions(columns.positions, pointCount, origin);
-    const Column colors(columns.colors, pointCount, white);
-    const Column intensities(columns.intensities, pointCount, noIntensity);
-    const Column classifications(columns.classifications, pointCount, noClass);
-    const Column scanIndices(columns.scanIndices, pointCount, noScan);
-
-    // Counted before, so that hidden points never have a place.
-    const std::vector<std::uint8_t>& visibilities = columns.visibilities;
-    const bool hasHidden = visibilities.size() == pointCount;
-    const std::size_t vertexCount =
-        hasHidden
-            ? static_cast<std::size_t>(std::count(visibilities.begin(), visibilities.end(), std::uint8_t{0}))
-            : pointCount;
-
-    vertices = VertexContainer();
-    vertices.resizeForOverwrite(vertexCount);
-    VertexContainer::Vertex* out = vertices.data();
-    for (std::size_t i = 0; i < pointCount; ++i)
-    {
-        if (hasHidden && visibilities[i] != 0)
-        {
-            continue;
-        }
-        const Math::Point<double, 3>& position = positions[i];
-        *out++ = {
-            {static_cast<float>(position.x), static_cast<float>(position.y), static_cast<float>(position.z)},
-            colors[i],
-            static_cast<std::uint8_t>(intensities[i] >> 8U),
-            classifications[i],
-            static_cast<std::uint16_t>(scanIndices[i] & 0xFFFFU)};
-    }
+    VertexSink sink(vertices);
+    Octree::passColumns(points.columns(), sink);
     vertices.share();
 }
 
@@ -109,12 +87,12 @@ bool convertToVertices(
     std::stop_token stopToken
 )
 {
-    const PointLoan scratch;
-    if (!octree.readNodePointData(id, scratch.points, std::move(stopToken)))
+    VertexSink sink(vertices);
+    if (!octree.passNodePoints(id, kDrawnAttributes, sink, std::move(stopToken)))
     {
         return false;
     }
-    convertToVertices(scratch.points, vertices);
+    vertices.share();
     return true;
 }
 }  // namespace Render
