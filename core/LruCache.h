@@ -50,9 +50,8 @@ public:
     {
         {
             const std::scoped_lock lock(mMutex);
-            if (contains(key))
+            if (copyUsed(key, out))
             {
-                out = get(key);
                 return true;
             }
         }
@@ -64,9 +63,8 @@ public:
         }
 
         std::unique_lock lock(mMutex);
-        if (contains(key))
+        if (copyUsed(key, out))
         {
-            out = get(key);
             return true;
         }
         const std::uint64_t weight = Size{}(loaded);
@@ -142,6 +140,19 @@ private:
         Value value;
         std::uint64_t weight;
     };
+
+    /// Copies the key's value, which becomes the most recently used one; false when it is absent.
+    bool copyUsed(const Key& key, Value& out)
+    {
+        const auto found = mPositions.find(key);
+        if (found == mPositions.end())
+        {
+            return false;
+        }
+        mEntries.splice(mEntries.begin(), mEntries, found->second);
+        out = found->second->value;
+        return true;
+    }
 
     void evictLeastRecentlyUsed()
     {

@@ -183,6 +183,31 @@ struct Octree::Implementation
         std::stop_token stopToken
     ) const;
 
+    /// What is known of a node, where not knowing it is a failure.
+    template <class Fetch>
+    auto fetched(const OctreeNodeId& id, const std::stop_token& stopToken, const Fetch& fetch) const
+    {
+        constexpr const char* kFailure = "Failed to fetch node by id";
+        decltype(fetch()) known;
+        try
+        {
+            known = fetch();
+            if (!known && !stopToken.stop_requested())
+            {
+                throw fileError(location.folder(), "there is no node " + id.name());
+            }
+        }
+        catch (const std::exception&)
+        {
+            std::throw_with_nested(std::runtime_error(kFailure));
+        }
+        if (!known)
+        {
+            throw std::runtime_error(kFailure);
+        }
+        return *known;
+    }
+
     std::atomic<double> unitScale;  // relaxed: readers need the old or the new value, nothing else
     const Location location;
     const std::shared_ptr<const Tree> tree;
@@ -332,25 +357,16 @@ std::uint64_t Octree::level(const OctreeNodeId& id) const noexcept
 
 NodeInfo Octree::nodeInfo(const OctreeNodeId& id, std::stop_token stopToken) const
 {
-    constexpr const char* kFailure = "Failed to fetch node by id";
-    std::optional<NodeInfo> info;
-    try
-    {
-        info = mImplementation->tree->nodeById(id, stopToken);
-        if (!info && !stopToken.stop_requested())
-        {
-            throw fileError(location().folder(), "there is no node " + id.name());
-        }
-    }
-    catch (const std::exception&)
-    {
-        std::throw_with_nested(std::runtime_error(kFailure));
-    }
-    if (!info)
-    {
-        throw std::runtime_error(kFailure);
-    }
-    return *info;
+    return mImplementation->fetched(
+        id, stopToken, [&] { return mImplementation->tree->nodeById(id, stopToken); }
+    );
+}
+
+ChildSummary Octree::childSummary(const OctreeNodeId& id, std::stop_token stopToken) const
+{
+    return mImplementation->fetched(
+        id, stopToken, [&] { return mImplementation->tree->childSummary(id, stopToken); }
+    );
 }
 
 OctreeChildNodeIdRange Octree::children(const OctreeNodeId& id, std::stop_token stopToken) const

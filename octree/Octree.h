@@ -3,6 +3,7 @@
 #include "math/NBoundingBox.h"
 #include "math/Point.h"
 #include "octree/CacheIdentifier.h"
+#include "octree/ChildSummary.h"
 #include "octree/Export.h"
 #include "octree/Location.h"
 #include "octree/NodePointData.h"
@@ -110,6 +111,10 @@ public:
     /// @throws std::runtime_error  "Failed to fetch node by id" when reading was stopped or failed (nested
     ///                             exceptions name the file), or the node does not exist
     NodeInfo nodeInfo(const OctreeNodeId& id, std::stop_token stopToken = {}) const;
+
+    /// The node's children in one look-up, however many they are.
+    /// @throws std::runtime_error  as nodeInfo()
+    ChildSummary childSummary(const OctreeNodeId& id, std::stop_token stopToken = {}) const;
 
     /// The node's existing children in child order.
     OctreeChildNodeIdRange children(const OctreeNodeId& id, std::stop_token stopToken = {}) const;

@@ -9,8 +9,8 @@
 
 namespace Octree
 {
-/// Some consecutive points of a node, decoded, one array per attribute. Small enough for the nearest cache, so
-/// that what is made of the points never goes through memory in between.
+/// Some consecutive points of a node, decoded, one array per attribute. Small enough for the nearest cache,
+/// so that what is made of the points never goes through memory in between.
 ///
 /// The first pointCount entries of an array hold values; an attribute that is not there is 0 for every point.
 /// Frame    positions relative to the octree's position, times its unit scale.

@@ -51,6 +51,12 @@ public:
     /// @throws std::runtime_error  naming the file and what is wrong with it
     virtual std::optional<NodeInfo> nodeById(const OctreeNodeId& id, std::stop_token stopToken) const = 0;
 
+    /// The children of a node in one look-up, or nothing when the node does not exist or a stop was
+    /// requested.
+    /// @throws std::runtime_error  naming the file and what is wrong with it
+    virtual std::optional<ChildSummary> childSummary(const OctreeNodeId& id, std::stop_token stopToken)
+        const = 0;
+
     /// Reads the points of an existing node: fills the arrays of the attributes asked for that the data set
     /// has, empties the others. Colours only from colours; what to do without them is not the tree's
     /// affair.

@@ -101,6 +101,13 @@ std::optional<Octree::NodeInfo> EntwineTree::nodeById(const OctreeNodeId& id, st
     return info;
 }
 
+std::optional<Octree::ChildSummary> EntwineTree::childSummary(
+    const OctreeNodeId& id, std::stop_token stopToken
+) const
+{
+    return mHierarchy.childSummary(id, std::move(stopToken));
+}
+
 std::optional<Hierarchy::Node> EntwineTree::existingNode(
     const OctreeNodeId& id, const std::stop_token& stopToken
 ) const

@@ -1,8 +1,10 @@
 #include "octree/entwine/Hierarchy.h"
 
 #include "core/readLocalFile.h"
+#include "octree/OctreeChildNodeIdRange.h"
 #include "octree/entwine/nodeKey.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Entwine
@@ -41,15 +43,15 @@ Hierarchy::SharedFile Hierarchy::cachedFile(const OctreeNodeId& first, std::stop
 }
 
 // Each step goes to a file that begins deeper in the tree, so there are at most 22.
-std::optional<Hierarchy::Node> Hierarchy::find(const OctreeNodeId& id, std::stop_token stopToken) const
+Hierarchy::SharedFile Hierarchy::fileWith(const OctreeNodeId& id, const std::stop_token& stopToken) const
 {
     OctreeNodeId first;
     for (;;)
     {
-        const SharedFile file = cachedFile(first, stopToken);
+        SharedFile file = cachedFile(first, stopToken);
         if (!file)
         {
-            return std::nullopt;
+            return nullptr;
         }
         OctreeNodeId listed = id;  // the deepest node on the way to the wanted one that this file has
         std::optional<std::int64_t> count = file->count(listed);
@@ -60,10 +62,44 @@ std::optional<Hierarchy::Node> Hierarchy::find(const OctreeNodeId& id, std::stop
         }
         if (*count != HierarchyFile::kElsewhere)
         {
-            return listed == id ? std::optional(Node{static_cast<std::uint64_t>(*count), file->childMask(id)})
-                                : std::nullopt;
+            return listed == id ? file : nullptr;
         }
         first = listed;
     }
+}
+
+std::optional<Hierarchy::Node> Hierarchy::find(const OctreeNodeId& id, std::stop_token stopToken) const
+{
+    const SharedFile file = fileWith(id, stopToken);
+    return file ? std::optional(Node{static_cast<std::uint64_t>(*file->count(id)), file->childMask(id)})
+                : std::nullopt;
+}
+
+std::optional<Octree::ChildSummary> Hierarchy::childSummary(const OctreeNodeId& id, std::stop_token stopToken)
+    const
+{
+    const SharedFile file = fileWith(id, stopToken);
+    if (!file)
+    {
+        return std::nullopt;
+    }
+    Octree::ChildSummary summary;
+    summary.mask = file->childMask(id);
+    for (const OctreeNodeId& child : Octree::OctreeChildNodeIdRange(id, summary.mask))
+    {
+        const std::int64_t listed = *file->count(child);
+        std::uint64_t count = static_cast<std::uint64_t>(listed);
+        if (listed == HierarchyFile::kElsewhere)
+        {
+            const std::optional<Node> node = find(child, stopToken);
+            if (!node)
+            {
+                return std::nullopt;
+            }
+            count = node->pointCount;
+        }
+        summary.fewestPoints = std::min(summary.fewestPoints, count);
+    }
+    return summary;
 }
 }  // namespace Entwine

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/LruCache.h"
+#include "octree/ChildSummary.h"
 #include "octree/Export.h"
 #include "octree/OctreeNodeId.h"
 #include "octree/entwine/HierarchyFile.h"
@@ -33,6 +34,12 @@ public:
     /// @throws std::runtime_error  naming the file and what is wrong with it
     OCTREE_API std::optional<Node> find(const Octree::OctreeNodeId& id, std::stop_token stopToken) const;
 
+    /// The node's children, or nothing when it does not exist or a stop was requested.
+    /// @throws std::runtime_error  as find()
+    OCTREE_API std::optional<Octree::ChildSummary> childSummary(
+        const Octree::OctreeNodeId& id, std::stop_token stopToken
+    ) const;
+
     /// The file whose subtree begins with that node.
     OCTREE_API std::filesystem::path fileOf(const Octree::OctreeNodeId& first) const;
 
@@ -49,6 +56,9 @@ private:
     {
         std::uint64_t operator()(const SharedFile& file) const noexcept { return file->size(); }
     };
+
+    /// The file that has the node's own count; null when there is none or a stop was requested.
+    SharedFile fileWith(const Octree::OctreeNodeId& id, const std::stop_token& stopToken) const;
 
     SharedFile cachedFile(const Octree::OctreeNodeId& first, std::stop_token stopToken) const;
 

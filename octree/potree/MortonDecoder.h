@@ -13,14 +13,13 @@ struct MortonDecoder
 {
     /// Codes of 16 bytes, the upper 16 bits of each coordinate first, become (integer x scale + shift) x unit
     /// scale.
-    void (*positions)(
-        const std::byte* codes,
-        std::size_t count,
-        const PointConversion& conversion,
-        double* x,
-        double* y,
-        double* z
-    );
+    void (*positions
+    )(const std::byte* codes,
+      std::size_t count,
+      const PointConversion& conversion,
+      double* x,
+      double* y,
+      double* z);
 
     /// Codes of 8 bytes become opaque colours: of 16-bit channels the high byte, narrow ones cut off at 255.
     void (*colors)(const std::byte* codes, std::size_t count, bool wide, Math::Color* out);

@@ -64,9 +64,7 @@ TARNEL_AVX2_INLINE Triples triplesOf(__m256i codes)
 TARNEL_AVX2_INLINE __m256d toDouble(__m256i value)
 {
     const __m256i twoTo52 = _mm256_set1_epi64x(0x4330000000000000);
-    return _mm256_sub_pd(
-        _mm256_castsi256_pd(_mm256_or_si256(value, twoTo52)), _mm256_castsi256_pd(twoTo52)
-    );
+    return _mm256_sub_pd(_mm256_castsi256_pd(_mm256_or_si256(value, twoTo52)), _mm256_castsi256_pd(twoTo52));
 }
 
 TARNEL_AVX2_INLINE void storeCoordinates(
@@ -121,7 +119,12 @@ TARNEL_AVX2 void decodePositions(
             _mm256_permute4x64_epi64(upper.third, kLastInAll)};
     }
     MortonDecoder::plain().positions(
-        codes + 16 * wholeCount, count - wholeCount, conversion, x + wholeCount, y + wholeCount, z + wholeCount
+        codes + 16 * wholeCount,
+        count - wholeCount,
+        conversion,
+        x + wholeCount,
+        y + wholeCount,
+        z + wholeCount
     );
 }
 

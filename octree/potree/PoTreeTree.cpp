@@ -36,6 +36,11 @@ constexpr std::uint64_t kStoredSlack = 64U << 10U;
 constexpr std::uint8_t kAllVisibleFlag = 1;
 constexpr std::uint8_t kAllHiddenFlag = 2;
 
+std::uint64_t storedPointCount(const Node& node) noexcept
+{
+    return node.byteSize > 0 ? node.pointCount : 0;
+}
+
 Octree::TreeDescription describe(
     const Metadata& metadata, const PointLayout& layout, const FileSystemLocation& location
 )
@@ -78,7 +83,7 @@ std::optional<Octree::NodeInfo> PoTreeTree::nodeById(const OctreeNodeId& id, std
     }
     Octree::NodeInfo info;
     info.id = id;
-    info.pointCount = node->byteSize > 0 ? node->pointCount : 0;
+    info.pointCount = storedPointCount(*node);
     info.childMask = id.level() < OctreeNodeId::MAX_REPRESENTABLE_LEVEL ? node->childMask : 0U;
     if (mLayout.visibility)
     {
@@ -87,6 +92,35 @@ std::optional<Octree::NodeInfo> PoTreeTree::nodeById(const OctreeNodeId& id, std
                                                           : NodeVisibilityType::PerPoint;
     }
     return info;
+}
+
+std::optional<Octree::ChildSummary> PoTreeTree::childSummary(
+    const OctreeNodeId& id, std::stop_token stopToken
+) const
+{
+    const std::shared_ptr<const Node> node = findNode(id, stopToken);
+    if (!node)
+    {
+        return std::nullopt;
+    }
+    Octree::ChildSummary summary;
+    summary.mask = id.level() < OctreeNodeId::MAX_REPRESENTABLE_LEVEL ? node->childMask : 0U;
+    for (const OctreeNodeId& childId : Octree::OctreeChildNodeIdRange(id, summary.mask))
+    {
+        const Node* child = node->children[childId.childIndex()].get();
+        std::shared_ptr<const Node> ofOtherChunk;
+        if (child == nullptr || child->type == NodeType::Proxy)
+        {
+            ofOtherChunk = findNode(childId, stopToken);
+            child = ofOtherChunk.get();
+        }
+        if (child == nullptr)
+        {
+            return std::nullopt;
+        }
+        summary.fewestPoints = std::min(summary.fewestPoints, storedPointCount(*child));
+    }
+    return summary;
 }
 
 std::shared_ptr<const Node> PoTreeTree::findNode(const OctreeNodeId& id, std::stop_token stopToken) const

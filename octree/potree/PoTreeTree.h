@@ -45,6 +45,10 @@ public:
     std::optional<Octree::NodeInfo> nodeById(const Octree::OctreeNodeId& id, std::stop_token stopToken)
         const override;
 
+    std::optional<Octree::ChildSummary> childSummary(
+        const Octree::OctreeNodeId& id, std::stop_token stopToken
+    ) const override;
+
     bool getNodePointData(
         const Octree::OctreeNodeId& id,
         unsigned attributes,

@@ -11,11 +11,20 @@ void offerChildren(
     CandidateQueue& candidates
 )
 {
-    if (parent.level() >= pass.maxLevel)
+    if (parent.level() < pass.maxLevel)
     {
-        return;
+        offerChildren(pass, pass.tree.children(parent, stopToken), stopToken, candidates);
     }
-    for (const Octree::OctreeNodeId& child : pass.tree.children(parent, stopToken))
+}
+
+void offerChildren(
+    const SelectionPass& pass,
+    const Octree::OctreeChildNodeIdRange& children,
+    const std::stop_token& stopToken,
+    CandidateQueue& candidates
+)
+{
+    for (const Octree::OctreeNodeId& child : children)
     {
         if (pass.tree.nodeVisibility(child, stopToken) == Octree::NodeVisibilityType::Hidden)
         {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "octree/OctreeChildNodeIdRange.h"
 #include "octree/OctreeNodeId.h"
 #include "render/pointcloud/NodePriority.h"
 
@@ -26,6 +27,14 @@ using CandidateQueue = std::priority_queue<Candidate>;
 void offerChildren(
     const SelectionPass& pass,
     const Octree::OctreeNodeId& parent,
+    const std::stop_token& stopToken,
+    CandidateQueue& candidates
+);
+
+/// The same where it is known which children there are.
+void offerChildren(
+    const SelectionPass& pass,
+    const Octree::OctreeChildNodeIdRange& children,
     const std::stop_token& stopToken,
     CandidateQueue& candidates
 );

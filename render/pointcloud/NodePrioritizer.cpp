@@ -7,6 +7,7 @@
 #include <array>
 #include <exception>
 #include <iterator>
+#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -24,6 +25,14 @@ constexpr double kColoredPriorityWidth = 1000.0;  // pixels from the bright to t
 
 /// Puts the node with the lowest rank on top of a heap.
 constexpr auto kLowestOnTop = [](const auto& a, const auto& b) { return a.priority > b.priority; };
+
+/// What is not above either, also where a priority is not a number.
+float lesser(float least, const NodePriority& priority)
+{
+    return priority.priority() >= least  ? least
+           : priority.priority() < least ? priority.priority()
+                                         : -std::numeric_limits<float>::infinity();
+}
 
 Math::Color boxColor(const NodePriority& priority)
 {
@@ -87,6 +96,7 @@ void NodePrioritizer::setTotalMaxPointCount(std::size_t totalMaxPointCount)
     std::vector<PrioritizedNode> dropped;  // outlives the lock: giving memory back takes long
     const std::scoped_lock lock(mMutex);
     mTotalMaxPointCount = totalMaxPointCount;
+    ++mChangeCount;
     if (mTotalUsedPointCount > mTotalMaxPointCount)
     {
         makeHeap();
@@ -136,10 +146,31 @@ bool NodePrioritizer::mayAdmitLater(const NodePriority& priority, std::size_t po
                      );
 }
 
+NodePrioritizer::Bar NodePrioritizer::bar() const
+{
+    const std::scoped_lock lock(mMutex);
+    return {
+        mNodes.empty() ? -std::numeric_limits<float>::infinity() : mLeastPriority,  // the first node gets in
+        mTotalMaxPointCount - std::min(mTotalUsedPointCount, mTotalMaxPointCount),
+        mChangeCount};
+}
+
+bool NodePrioritizer::confirmRefusals(std::uint64_t changeCount)
+{
+    const std::scoped_lock lock(mMutex);
+    if (mChangeCount != changeCount)
+    {
+        return false;
+    }
+    makeHeap();
+    return true;
+}
+
 void NodePrioritizer::clear()
 {
     std::vector<PrioritizedNode> dropped;  // outlives the lock
     const std::scoped_lock lock(mMutex);
+    ++mChangeCount;
     mIsHeap = false;
     mTotalUsedPointCount = 0;
     mNodes.swap(dropped);
@@ -150,6 +181,7 @@ void NodePrioritizer::clear(std::size_t cloudId)
 {
     std::vector<PrioritizedNode> dropped;  // outlives the lock
     const std::scoped_lock lock(mMutex);
+    ++mChangeCount;
     mIsHeap = false;
     const auto firstDropped = std::partition(
         mNodes.begin(), mNodes.end(), [cloudId](const auto& node) { return node.nodeId.cloudId != cloudId; }
@@ -166,7 +198,10 @@ void NodePrioritizer::clear(std::size_t cloudId)
 void NodePrioritizer::rerank(std::size_t cloudId, const NodeRanking& ranking, std::stop_token stopToken)
 {
     const std::scoped_lock lock(mMutex);
+    ++mChangeCount;
     mIsHeap = false;
+    mLeastPriority = -std::numeric_limits<float>::infinity();  // should the walk end early
+    float least = std::numeric_limits<float>::max();
     for (PrioritizedNode& node : mNodes)
     {
         if (stopToken.stop_requested())
@@ -177,7 +212,9 @@ void NodePrioritizer::rerank(std::size_t cloudId, const NodeRanking& ranking, st
         {
             node.priority = ranking(node.nodeId.octreeNodeId.level(), node.boundingBox);
         }
+        least = lesser(least, node.priority);
     }
+    mLeastPriority = least;
 }
 
 bool NodePrioritizer::addNode(
@@ -226,6 +263,8 @@ bool NodePrioritizer::addNode(
     makeRoomForOneNode();
     mIndex.insert(nodeId);
     mNodes.push_back({box, nodeId, priority, std::move(block)});  // cannot fail any more
+    ++mChangeCount;
+    mLeastPriority = lesser(mLeastPriority, priority);
     mTotalUsedPointCount += pointCount;
     resident = true;
     if (mIsHeap)

@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <stop_token>
@@ -59,6 +60,22 @@ public:
     /// The same for a node that is not yet to be offered: an estimate that changes nothing, not even the
     /// order of the nodes.
     bool mayAdmitLater(const NodePriority& priority, std::size_t pointCount) const;
+
+    /// By what nodes are refused at the moment: whatever the state, one whose priority is more than
+    /// NodePriority::kTolerance below the least and that has as many points as reach the budget.
+    struct Bar
+    {
+        float leastPriority;        ///< no resident node has a lower one
+        std::size_t pointCount;     ///< fewest points that reach the budget
+        std::uint64_t changeCount;  ///< the same as long as nothing has changed
+    };
+
+    Bar bar() const;
+
+    /// Counts as the refusal of nodes that were left out because of bar(): from then on the nodes are in the
+    /// order in which they leave.
+    /// @return false when something has changed since; nothing is done then
+    bool confirmRefusals(std::uint64_t changeCount);
 
     /// Drops every node of every cloud.
     void clear();
@@ -130,6 +147,8 @@ private:
     mutable std::mutex mMutex;  // guards everything below
     std::size_t mTotalMaxPointCount;
     std::size_t mTotalUsedPointCount = 0;
+    std::uint64_t mChangeCount = 0;
+    float mLeastPriority = std::numeric_limits<float>::max();  // not above that of any node
     std::vector<PrioritizedNode>
         mNodes;  // a heap with the lowest rank on top while mIsHeap, else in any order
     bool mIsHeap = false;

@@ -11,9 +11,6 @@ namespace Render
 {
 namespace
 {
-constexpr float kTolerance =
-    0.1F;  // pixels; below it the eye sees no difference in size, so nearness decides
-
 struct BoundingSphere
 {
     explicit BoundingSphere(const Math::NBoundingBox<float, 3>& box)

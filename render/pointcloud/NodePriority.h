@@ -19,6 +19,9 @@ class Viewport;
 class RENDER_API NodePriority
 {
 public:
+    /// Priorities closer than this, in pixels, count as equal: below it the eye sees no difference in size.
+    static constexpr float kTolerance = 0.1F;
+
     /// Greater than any computed priority.
     static NodePriority keep() noexcept;
 

@@ -48,5 +48,14 @@ struct NodeRankingParameters
     /// Levels below the minimum are kept, levels above the maximum discarded, the maximum first; the rest
     /// is ranked by its size on screen.
     RENDER_API NodePriority rank(std::size_t level, const Math::NBoundingBox<float, 3>& box) const;
+
+    /// What no priority of a node's children comes near to, by a thousandth; infinite where that is not
+    /// known.
+    /// @param level      that of the children
+    /// @param box        the node's own
+    /// @param childMask  bit i: child i exists
+    RENDER_API float mostOfChildren(
+        std::size_t level, const Math::NBoundingBox<float, 3>& box, unsigned childMask
+    ) const;
 };
 }  // namespace Render

@@ -605,6 +605,8 @@ void PointCloudRenderable::reloadPoints(
         .onProgress = std::move(onProgress),
         .loader = mNodeLoader.get(),
         .stopped = &mStoppedPublication,
+        .childrenBound = [this](std::size_t level, const Math::NBoundingBox<float, 3>& box, unsigned mask)
+        { return ranking()->mostOfChildren(level, box, mask); },
     };
     try
     {

@@ -16,6 +16,12 @@ std::optional<std::size_t> SelectionTree::exactPointCount(const Octree::OctreeNo
     return std::nullopt;
 }
 
+std::optional<Octree::ChildSummary> SelectionTree::childSummary(const Octree::OctreeNodeId&, std::stop_token)
+    const
+{
+    return std::nullopt;
+}
+
 OctreeSelectionTree::OctreeSelectionTree(const Octree::Octree& octree)
     : mOctree(octree), mHasVisibility(Octree::hasVisibility(octree.attributeMask()))
 {
@@ -52,5 +58,16 @@ std::optional<std::size_t> OctreeSelectionTree::exactPointCount(
 ) const
 {
     return mHasVisibility ? std::nullopt : storedPointCount(id, std::move(stopToken));
+}
+
+std::optional<Octree::ChildSummary> OctreeSelectionTree::childSummary(
+    const Octree::OctreeNodeId& id, std::stop_token stopToken
+) const
+{
+    if (mHasVisibility)
+    {
+        return std::nullopt;
+    }
+    return mOctree.childSummary(id, std::move(stopToken));
 }
 }  // namespace Render

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "math/NBoundingBox.h"
+#include "octree/ChildSummary.h"
 #include "octree/NodeVisibilityType.h"
 #include "octree/OctreeChildNodeIdRange.h"
 #include "octree/OctreeNodeId.h"
@@ -45,6 +46,11 @@ public:
     virtual std::optional<std::size_t> exactPointCount(
         const Octree::OctreeNodeId& id, std::stop_token stopToken
     ) const;
+
+    /// The children with their exact counts; nothing where counts are not known before nodes are read.
+    virtual std::optional<Octree::ChildSummary> childSummary(
+        const Octree::OctreeNodeId& id, std::stop_token stopToken
+    ) const;
 };
 
 /// An octree on disk as the selection pass sees it.
@@ -63,6 +69,9 @@ public:
         const override;
     std::optional<std::size_t> exactPointCount(const Octree::OctreeNodeId& id, std::stop_token stopToken)
         const override;
+    std::optional<Octree::ChildSummary> childSummary(
+        const Octree::OctreeNodeId& id, std::stop_token stopToken
+    ) const override;
 
 private:
     const Octree::Octree& mOctree;

@@ -1,6 +1,7 @@
 #include "render/pointcloud/selectNodes.h"
 
 #include "render/pointcloud/CandidateQueue.h"
+#include "render/pointcloud/ChildrenSetAside.h"
 #include "render/pointcloud/LookAhead.h"
 #include "render/pointcloud/NodeLoader.h"
 
@@ -79,14 +80,15 @@ private:
 class PassSource
 {
 public:
-    PassSource(const SelectionPass& pass, const CandidateQueue& candidates)
-        : mPass(pass), mCandidates(candidates)
+    PassSource(const SelectionPass& pass, const CandidateQueue& candidates, const ChildrenSetAside& setAside)
+        : mPass(pass), mCandidates(candidates), mSetAside(setAside)
     {
     }
 
     bool fetch(const Candidate& candidate, VertexContainer& vertices, const std::stop_token& stopToken)
     {
-        if (isRefusedForItsSize(candidate, stopToken))
+        mMayChangeSomething = !isRefusedForItsSize(candidate, stopToken);
+        if (!mMayChangeSomething || !mSetAside.empty())
         {
             vertices.resize(0);  // a node without points is refused as well
             return true;
@@ -105,6 +107,9 @@ public:
         return mPass.vertexSource(candidate.id, vertices, stopToken);
     }
 
+    /// Whether the last candidate may get in, but has to wait for what is set aside; true once for each.
+    bool takePostponed() noexcept { return std::exchange(mMayChangeSomething, false) && !mSetAside.empty(); }
+
 private:
     bool isRefusedForItsSize(const Candidate& candidate, const std::stop_token& stopToken) const
     {
@@ -122,6 +127,8 @@ private:
 
     const SelectionPass& mPass;
     const CandidateQueue& mCandidates;
+    const ChildrenSetAside& mSetAside;
+    bool mMayChangeSomething = false;
     std::optional<LookAhead> mLookAhead;  // from the first node that has to be fetched
 };
 
@@ -136,9 +143,19 @@ void runPass(const SelectionPass& pass, const std::stop_token& stopToken)
     CandidateQueue candidates;
     candidates.push({Octree::OctreeNodeId(), NodePriority::keep()});
     Publisher publisher(pass);
-    PassSource passSource(pass, candidates);
-    while (!candidates.empty())
+    ChildrenSetAside setAside(pass);
+    PassSource passSource(pass, candidates, setAside);
+    for (;;)
     {
+        if (candidates.empty())
+        {
+            if (setAside.refuse())
+            {
+                break;
+            }
+            setAside.offerAll(stopToken, candidates);
+            continue;
+        }
         publisher.flushWhenDue();
 
         const Candidate best = candidates.top();
@@ -146,14 +163,10 @@ void runPass(const SelectionPass& pass, const std::stop_token& stopToken)
         const VertexSource source =
             [&](const Octree::OctreeNodeId&, VertexContainer& vertices, const std::stop_token& stop)
         { return passSource.fetch(best, vertices, stop); };
+        const Math::NBoundingBox<float, 3> box = pass.tree.boundingCube(best.id);
         bool resident = false;
         if (pass.prioritizer.addNode(
-                {pass.cloudId, best.id},
-                pass.tree.boundingCube(best.id),
-                best.priority,
-                source,
-                resident,
-                stopToken
+                {pass.cloudId, best.id}, box, best.priority, source, resident, stopToken
             ))
         {
             publisher.markDirty();
@@ -162,9 +175,14 @@ void runPass(const SelectionPass& pass, const std::stop_token& stopToken)
         {
             return;
         }
-        if (resident)
+        if (passSource.takePostponed())
         {
-            offerChildren(pass, best.id, stopToken, candidates);
+            candidates.push(best);
+            setAside.offerAll(stopToken, candidates);
+        }
+        else if (resident)
+        {
+            setAside.offerOrTake(best, box, stopToken, candidates);
         }
     }
     publisher.flushAtTheEnd();

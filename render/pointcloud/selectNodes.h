@@ -49,6 +49,11 @@ private:
     std::atomic<TimePoint::rep> mTicks{kNone};
 };
 
+/// What no priority of a node's children exceeds, by their level, the node's bounding cube and the mask of
+/// those that exist.
+using ChildrenBound =
+    std::function<float(std::size_t level, const Math::NBoundingBox<float, 3>& box, unsigned childMask)>;
+
 /// Everything one selection pass works with.
 struct SelectionPass
 {
@@ -66,10 +71,14 @@ struct SelectionPass
     std::function<std::chrono::steady_clock::time_point()> now = &std::chrono::steady_clock::now;
     NodeLoader* loader = nullptr;           ///< instead of `vertexSource`: nodes are read ahead
     StoppedPublication* stopped = nullptr;  ///< the cloud's, where its passes follow one another
+    ChildrenBound childrenBound = {};  ///< of `ranking`; may be empty: then no child is left out unranked
 };
 
 /// Offers the nodes of an octree to the prioritizer, the most valuable first, children only once their parent
 /// is resident, and publishes what is resident now and then and at the end.
+///
+/// Children that would be refused in any case are not ranked and not offered as long as nothing becomes
+/// resident, so a large data set at its budget costs what a small one costs.
 ///
 /// A stop request ends the pass at once; what has become resident since the last publication is then not
 /// published. With `pass.stopped` the next pass does so first when the interval since then is exceeded, else

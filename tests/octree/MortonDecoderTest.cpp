@@ -60,8 +60,7 @@ Coordinates decodedBitByBit(const Words& codes, const PointConversion& conversio
     {
         for (unsigned axis = 0; axis < 3; ++axis)
         {
-            const double stored =
-                everyThirdBit(codes[i], axis) * 65536.0 + everyThirdBit(codes[i + 1], axis);
+            const double stored = everyThirdBit(codes[i], axis) * 65536.0 + everyThirdBit(codes[i + 1], axis);
             volatile double scaled = stored * conversion.scale[axis];  // rounded before the sum
             out[axis].push_back((scaled + conversion.shift[axis]) * conversion.unitScale);
         }
@@ -196,14 +195,22 @@ TEST(MortonDecoder, NothingIsWrittenBehindTheLastPoint)
             std::vector<Math::Color> colors(10, Math::Color(1, 2, 3, 4));
 
             variant.decoder->positions(
-                bytesOf(codes), count, {{1.0, 1.0, 1.0}, {}, 1.0, false}, out[0].data(), out[1].data(), out[2].data()
+                bytesOf(codes),
+                count,
+                {{1.0, 1.0, 1.0}, {}, 1.0, false},
+                out[0].data(),
+                out[1].data(),
+                out[2].data()
             );
             variant.decoder->colors(bytesOf(codes), count, true, colors.data());
 
-            EXPECT_EQ(std::count(out[0].begin(), out[0].end(), -1.0), 10 - static_cast<int>(count)) << variant.name;
-            EXPECT_EQ(std::count(out[2].begin(), out[2].end(), -1.0), 10 - static_cast<int>(count)) << variant.name;
+            EXPECT_EQ(std::count(out[0].begin(), out[0].end(), -1.0), 10 - static_cast<int>(count))
+                << variant.name;
+            EXPECT_EQ(std::count(out[2].begin(), out[2].end(), -1.0), 10 - static_cast<int>(count))
+                << variant.name;
             EXPECT_EQ(
-                std::count(colors.begin(), colors.end(), Math::Color(1, 2, 3, 4)), 10 - static_cast<int>(count)
+                std::count(colors.begin(), colors.end(), Math::Color(1, 2, 3, 4)),
+                10 - static_cast<int>(count)
             ) << variant.name;
         }
     }

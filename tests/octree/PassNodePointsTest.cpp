@@ -162,7 +162,13 @@ TEST_F(PassNodePoints, BlocksHoldWhatTheArraysHoldInEachEncoding)
         {
             SCOPED_TRACE(count);
             const Octree::Octree octree(
-                write(kEverything, count, encoding, std::to_string(static_cast<int>(encoding)) + std::to_string(count)), 1.0
+                write(
+                    kEverything,
+                    count,
+                    encoding,
+                    std::to_string(static_cast<int>(encoding)) + std::to_string(count)
+                ),
+                1.0
             );
 
             expectSamePoints(octree, octree.root(), kWithoutNormals);
@@ -226,7 +232,9 @@ TEST_F(PassNodePoints, WithoutColorsAndIntensitiesTheyAreWhite)
     octree.passNodePoints(octree.root(), kWithoutNormals, sink);
 
     EXPECT_EQ(sink.columns.colors, std::vector(600, Math::Color::white(255)));
-    EXPECT_EQ(sink.attributes, std::vector<unsigned>(3, Octree::kPositionAttribute | Octree::kColorAttribute));
+    EXPECT_EQ(
+        sink.attributes, std::vector<unsigned>(3, Octree::kPositionAttribute | Octree::kColorAttribute)
+    );
 }
 
 TEST_F(PassNodePoints, AttributesOfExternalDataSetsCountToo)
