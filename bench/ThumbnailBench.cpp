@@ -5,16 +5,11 @@
 // milliseconds: `start` (device, shaders, metadata), `load` (selection pass: read, unpack, convert, publish),
 // `draw` (until the frame is in memory that can be mapped), `read` (map and copy), `write` (PNG). The memory
 // round prints what the process holds more than before, per visible point.
+#include "bench/sampleThumbnail.h"
 #include "graphics/ColorImage.h"
-#include "octree/OctreeNodeId.h"
-#include "octree/potree/FileSystemLocation.h"
 #include "render/gpu/Direct3D.h"
-#include "render/pointcloud/PointCloudRenderable.h"
-#include "render/pointcloud/thumbnailEye.h"
-#include "render/renderer/Renderer.h"
 #include "samples/writeSampleDataset.h"
 
-#include <Eigen/Core>
 #include <benchmark/benchmark.h>
 
 #include <chrono>
@@ -33,10 +28,6 @@
 namespace
 {
 using Clock = std::chrono::steady_clock;
-
-constexpr std::size_t kBudget = 10'000'000;
-constexpr std::uint64_t kWidth = 640;
-constexpr std::uint64_t kHeight = 480;
 
 /// The sample scene on disk, written once and removed at the end.
 class SampleFolder
@@ -70,23 +61,7 @@ const std::filesystem::path& sampleFolder()
 
 std::shared_ptr<Render::PointCloudRenderable> openSample()
 {
-    return Render::PointCloudRenderable::create(PoTree::FileSystemLocation(sampleFolder()), "", kBudget, 1.0);
-}
-
-void show(Render::Renderer& renderer, const std::shared_ptr<Render::PointCloudRenderable>& cloud)
-{
-    renderer.setScene(cloud);
-    renderer.setViewport(kWidth, kHeight);
-    const Math::NBoundingBox<float, 3> box = cloud->boundingBoxWorld();
-    const auto aspect = static_cast<float>(renderer.aspectRatio());
-    renderer.setCameraPose(Render::thumbnailEye(box, aspect), box.center(), Eigen::Vector3f::UnitZ());
-    renderer.setPerspective(Render::kThumbnailFovYDeg, 0.01F, 1000.0F, 0.0F, 0.0F);
-    renderer.setZNearAndFarViaBoundingBox(box);
-}
-
-void load(Render::PointCloudRenderable& cloud)
-{
-    cloud.reloadPoints(nullptr, Octree::OctreeNodeId::MAX_REPRESENTABLE_LEVEL, {});
+    return SampleThumbnail::open(sampleFolder());
 }
 
 #if defined(_WIN32)
@@ -145,9 +120,9 @@ void coldThumbnail(benchmark::State& state)
         Phases phases(state);
         const auto cloud = openSample();
         Render::Renderer renderer;
-        show(renderer, cloud);
+        SampleThumbnail::show(renderer, cloud);
         phases.end("start");
-        load(*cloud);
+        SampleThumbnail::load(*cloud);
         phases.end("load");
         renderer.render();
         Graphics::ColorImage image;
@@ -166,10 +141,10 @@ void memoryPerVisiblePoint(benchmark::State& state)
     {
         const auto cloud = openSample();
         Render::Renderer renderer;
-        show(renderer, cloud);
+        SampleThumbnail::show(renderer, cloud);
         renderer.render();
         const double before = committedBytes();
-        load(*cloud);
+        SampleThumbnail::load(*cloud);
         renderer.render();
         const double after = committedBytes();
         const auto points = static_cast<double>(cloud->numVisiblePoints());

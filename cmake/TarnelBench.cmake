@@ -1,6 +1,7 @@
 # tarnel_bench(<Name> SOURCES <files>... [LIBS <targets>...])
 #
-# One Google Benchmark program; its name ends in "Bench", by which scripts/bench.sh finds it.
+# One Google Benchmark program; its name ends in "Bench", by which scripts/bench.sh finds it. It may have a main of its
+# own.
 function(tarnel_bench name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})

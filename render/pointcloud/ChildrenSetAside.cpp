@@ -74,7 +74,10 @@ unsigned ChildrenSetAside::refusedOf(
 ) const
 {
     const auto areTooSmall = [&](unsigned mask)
-    { return mPass.childrenBound(parent.level() + 1, box, mask) + NodePriority::kTolerance < mBar.leastPriority; };
+    {
+        return mPass.childrenBound(parent.level() + 1, box, mask) + NodePriority::kTolerance <
+               mBar.leastPriority;
+    };
     if (children.mask == 0 || children.fewestPoints < mBar.pointCount)
     {
         return 0;

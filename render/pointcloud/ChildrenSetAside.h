@@ -18,8 +18,8 @@ struct SelectionPass;
 /// The children of resident nodes that a selection pass does not offer, because as things are each would be
 /// refused.
 ///
-/// A refusal changes nothing, so leaving it out changes nothing either, while nothing else changes: before a node
-/// gets in, the pass offers what is set aside here too, and goes on with the best of all.
+/// A refusal changes nothing, so leaving it out changes nothing either, while nothing else changes: before a
+/// node gets in, the pass offers what is set aside here too, and goes on with the best of all.
 ///
 /// Threads  the pass's.
 class ChildrenSetAside : private Core::NonCopyable

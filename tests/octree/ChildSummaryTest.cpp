@@ -80,7 +80,8 @@ TEST(ChildSummary, ChildrenInOtherChunksAndWithoutPointsCount)
     EXPECT_EQ(octree.childSummary({}).fewestPoints, 0U);
     EXPECT_EQ(octree.childSummary(OctreeNodeId::fromName("r0")).fewestPoints, 3U);
     EXPECT_EQ(
-        octree.childSummary(OctreeNodeId::fromName("r5")).fewestPoints, std::numeric_limits<std::uint64_t>::max()
+        octree.childSummary(OctreeNodeId::fromName("r5")).fewestPoints,
+        std::numeric_limits<std::uint64_t>::max()
     );
 }
 

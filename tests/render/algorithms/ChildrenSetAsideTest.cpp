@@ -82,7 +82,8 @@ public:
         return pointCount(id);
     }
 
-    std::optional<Octree::ChildSummary> childSummary(const OctreeNodeId& id, std::stop_token stop) const override
+    std::optional<Octree::ChildSummary> childSummary(const OctreeNodeId& id, std::stop_token stop)
+        const override
     {
         Octree::ChildSummary summary{.mask = mNodes.at(id).childMask};
         for (const OctreeNodeId& child : children(id, std::move(stop)))
@@ -158,7 +159,9 @@ public:
         std::ranges::sort(records, {}, &NodeRecord::firstPoint);
         Names names;
         std::ranges::transform(
-            records, std::back_inserter(names), [](const NodeRecord& node) { return node.octreeNodeId.name(); }
+            records,
+            std::back_inserter(names),
+            [](const NodeRecord& node) { return node.octreeNodeId.name(); }
         );
         return names;
     }
@@ -196,7 +199,11 @@ NodeRankingParameters randomParameters(std::mt19937& random)
     const Math::Point<float, 3> eye(
         between(random, -100.0F, 160.0F), between(random, -100.0F, 160.0F), between(random, -50.0F, 150.0F)
     );
-    camera.setPose(eye, Math::Point<float, 3>(between(random, 20.0F, 44.0F), 32.0F, 31.0F), Eigen::Vector3f(0.01F, 0.02F, 1.0F));
+    camera.setPose(
+        eye,
+        Math::Point<float, 3>(between(random, 20.0F, 44.0F), 32.0F, 31.0F),
+        Eigen::Vector3f(0.01F, 0.02F, 1.0F)
+    );
     Eigen::Affine3f model = Eigen::Affine3f::Identity();
     model.scale(between(random, 0.5F, 2.0F));
     NodeRankingParameters parameters;
@@ -325,7 +332,9 @@ TEST(NodePrioritizerBar, TellsTheLeastPriorityAndTheRoomAndWhetherAnythingHasCha
     const NodePrioritizer::Bar bar = prioritizer.bar();
     EXPECT_EQ(bar.pointCount, 70U);
     EXPECT_TRUE(prioritizer.confirmRefusals(bar.changeCount));
-    prioritizer.addNode({1, OctreeNodeId().child(1)}, cubeOf({}), NodePriority::discard(), thirty, resident, {});
+    prioritizer.addNode(
+        {1, OctreeNodeId().child(1)}, cubeOf({}), NodePriority::discard(), thirty, resident, {}
+    );
 
     EXPECT_FALSE(prioritizer.confirmRefusals(bar.changeCount));
     EXPECT_EQ(prioritizer.bar().leastPriority, 0.0F);
