@@ -1,9 +1,9 @@
-// How long a process takes from its start to a thumbnail of the sample scene: each round is a new process, which says
-// what it has reached. Only the operating system's file cache is warm.
+// How long a process takes from its start to a thumbnail of the sample scene: each round is a new process,
+// which says what it has reached. Only the operating system's file cache is warm.
 //
-// Counters, in milliseconds since the process was asked for: `main`; `device`, when the renderer is ready; `firstPicture`,
-// when a frame with the root's points is in memory; `complete`, when all points are drawn and the PNG is written.
-// `deviceAfterMain` is the difference of the first two.
+// Counters, in milliseconds since the process was asked for: `main`; `device`, when the renderer is ready;
+// `firstPicture`, when a frame with the root's points is in memory; `complete`, when all points are drawn and
+// the PNG is written. `deviceAfterMain` is the difference of the first two.
 #include "bench/sampleThumbnail.h"
 #include "graphics/ColorImage.h"
 #include "samples/writeSampleDataset.h"
@@ -65,8 +65,8 @@ void drawThumbnail(const std::filesystem::path& folder, const std::filesystem::p
 /// Runs this program again and returns what it says it has reached, and when.
 std::map<std::string, std::int64_t> stampsOfNewProcess(const std::filesystem::path& folder)
 {
-    const std::string command =
-        '"' + programPath + "\" --thumbnail \"" + folder.string() + "\" \"" + (folder / "bench.png").string() + '"';
+    const std::string command = '"' + programPath + "\" --thumbnail \"" + folder.string() + "\" \"" +
+                                (folder / "bench.png").string() + '"';
     std::FILE* const output = popen(command.c_str(), "r");
     if (output == nullptr)
     {
