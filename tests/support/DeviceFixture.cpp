@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 using Render::CComPtr;
 using Render::throwIfFailed;
@@ -88,7 +89,15 @@ void DeviceFixture::SetUpTestSuite()
         sPlainDevice = checked.device;
         sContext = checked.context;
     }
-    Render::setDeviceDecorator(strict);
+    Render::setDeviceDecorator(
+        [](const Render::Device& plain)
+        {
+            const Render::Device checked = strict(plain);
+            const auto [number, kind] = std::exchange(sNextFault, {0, CallFaults::Kind::OutOfMemory});
+            faultsOf(checked.device).failAt(number, kind);
+            return checked;
+        }
+    );
 }
 
 void DeviceFixture::TearDownTestSuite()

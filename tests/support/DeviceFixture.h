@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// A red, green, blue, alpha texel of DXGI_FORMAT_R32G32B32A32_FLOAT.
@@ -95,6 +96,9 @@ protected:
         return dynamic_cast<StrictDevice&>(*device).faults();
     }
 
+    /// Lets a call fail of the device that createDevice makes next.
+    static void failNextDevice(int number, CallFaults::Kind kind) { sNextFault = {number, kind}; }
+
     /// How many references there are to a device, which every object that was made with it holds one of.
     static ULONG objectsOf(ID3D11Device* device)
     {
@@ -110,6 +114,7 @@ private:
     static inline StrictDevice* sDevice = nullptr;  // kept by the next
     static inline Render::CComPtr<ID3D11Device> sPlainDevice;
     static inline Render::CComPtr<ID3D11DeviceContext> sContext;
+    static inline std::pair<int, CallFaults::Kind> sNextFault{0, CallFaults::Kind::OutOfMemory};
     static inline HRESULT sDeviceResult = S_OK;
 };
 
