@@ -37,7 +37,8 @@ public:
     {
         for (const float y : {-3.0F, 1.0F})
         {
-            const auto corner = [y](float right, float up) {
+            const auto corner = [y](float right, float up)
+            {
                 return VertexPosNormalTexCoordColor(
                     {13.0F, 8.0F + y + right, 6.0F + up}, Vector3f::UnitX(), {0.0F, 0.0F}, kPaint
                 );
