@@ -44,9 +44,7 @@ std::vector<Samples::SampleNode> smallCloud()
 template <class Value>
 std::string digest(const std::vector<Value>& values)
 {
-    const std::string_view bytes(
-        reinterpret_cast<const char*>(values.data()), values.size() * sizeof(Value)
-    );
+    const std::string_view bytes(reinterpret_cast<const char*>(values.data()), values.size() * sizeof(Value));
     return std::to_string(values.size()) + ":" + std::to_string(std::hash<std::string_view>()(bytes)) + " ";
 }
 
@@ -163,7 +161,8 @@ std::string readMesh(const Path& folder)
                 for (const Render::VertexPosNormalTexCoordColor& corner : part)
                 {
                     std::ostringstream numbers;
-                    numbers << corner.position.x << ',' << corner.position.y << ',' << corner.position.z << ' ';
+                    numbers << corner.position.x << ',' << corner.position.y << ',' << corner.position.z
+                            << ' ';
                     text += numbers.str();
                 }
             }
@@ -173,10 +172,16 @@ std::string readMesh(const Path& folder)
 }  // namespace
 
 const DataSet kDataSets[7] = {
-    {"BrotliOctree", [](const Path& folder) { writeOctree(folder, Samples::OctreeEncoding::Brotli); }, readOctree},
-    {"PlainOctree", [](const Path& folder) { writeOctree(folder, Samples::OctreeEncoding::Default); }, readOctree},
+    {"BrotliOctree",
+     [](const Path& folder) { writeOctree(folder, Samples::OctreeEncoding::Brotli); },
+     readOctree},
+    {"PlainOctree",
+     [](const Path& folder) { writeOctree(folder, Samples::OctreeEncoding::Default); },
+     readOctree},
     {"BinaryTiles", [](const Path& folder) { writeEpt(folder, Samples::EptDataType::Binary); }, readEpt},
-    {"ZstandardTiles", [](const Path& folder) { writeEpt(folder, Samples::EptDataType::Zstandard); }, readEpt},
+    {"ZstandardTiles",
+     [](const Path& folder) { writeEpt(folder, Samples::EptDataType::Zstandard); },
+     readEpt},
     {"LaszipTiles", writeLaszip, readEpt},
     {"Panorama", writePanorama, readPanorama},
     {"Mesh", writeMesh, readMesh},

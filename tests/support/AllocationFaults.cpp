@@ -81,6 +81,27 @@ void* operator new[](std::size_t size, std::align_val_t alignment)
     return allocateAligned(size, alignment);
 }
 
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    const bool mustFail = isWatching && ++allocations == failing;
+    return mustFail ? nullptr : std::malloc(size == 0 ? 1 : size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& nothrow) noexcept
+{
+    return operator new(size, nothrow);
+}
+
+void operator delete(void* memory, const std::nothrow_t&) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete[](void* memory, const std::nothrow_t&) noexcept
+{
+    std::free(memory);
+}
+
 void operator delete(void* memory) noexcept
 {
     std::free(memory);

@@ -1,11 +1,10 @@
 #include "tests/support/FileFaults.h"
 
-#include <dlfcn.h>
-#include <sys/types.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <dlfcn.h>
+#include <sys/types.h>
 
 namespace
 {
