@@ -33,7 +33,8 @@ ProcessUse processUse()
     const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
     THREADENTRY32 entry{};
     entry.dwSize = sizeof entry;
-    for (BOOL isThere = Thread32First(snapshot, &entry); isThere != 0; isThere = Thread32Next(snapshot, &entry))
+    for (BOOL isThere = Thread32First(snapshot, &entry); isThere != 0;
+         isThere = Thread32Next(snapshot, &entry))
     {
         use.threads += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1 : 0;
     }

@@ -98,27 +98,13 @@ void RandomHost::move()
     using Move = void (RandomHost::*)();
     // As often as they stand here.
     constexpr std::array<Move, 22> kMoves{
-        &RandomHost::moveCamera,
-        &RandomHost::moveCamera,
-        &RandomHost::moveCamera,
-        &RandomHost::moveCamera,
-        &RandomHost::moveCamera,
-        &RandomHost::moveCamera,
-        &RandomHost::project,
-        &RandomHost::resize,
-        &RandomHost::set,
-        &RandomHost::set,
-        &RandomHost::setCloud,
-        &RandomHost::setCloud,
-        &RandomHost::clip,
-        &RandomHost::pick,
-        &RandomHost::exportPoints,
-        &RandomHost::query,
-        &RandomHost::query,
-        &RandomHost::changeScene,
-        &RandomHost::changeScene,
-        &RandomHost::changeScene,
-        &RandomHost::changeLoading,
+        &RandomHost::moveCamera,   &RandomHost::moveCamera,  &RandomHost::moveCamera,
+        &RandomHost::moveCamera,   &RandomHost::moveCamera,  &RandomHost::moveCamera,
+        &RandomHost::project,      &RandomHost::resize,      &RandomHost::set,
+        &RandomHost::set,          &RandomHost::setCloud,    &RandomHost::setCloud,
+        &RandomHost::clip,         &RandomHost::pick,        &RandomHost::exportPoints,
+        &RandomHost::query,        &RandomHost::query,       &RandomHost::changeScene,
+        &RandomHost::changeScene,  &RandomHost::changeScene, &RandomHost::changeLoading,
         &RandomHost::changeLoading};
     constexpr int kMovesPerRenderer = 400;
     if (below(kMovesPerRenderer) == 0)
@@ -156,7 +142,9 @@ void RandomHost::project()
 
 void RandomHost::resize()
 {
-    mRenderer->setViewport(static_cast<std::uint64_t>(8 + below(240)), static_cast<std::uint64_t>(8 + below(160)));
+    mRenderer->setViewport(
+        static_cast<std::uint64_t>(8 + below(240)), static_cast<std::uint64_t>(8 + below(160))
+    );
 }
 
 void RandomHost::set()

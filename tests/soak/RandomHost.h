@@ -48,6 +48,7 @@ private:
     std::shared_ptr<Render::PointCloudRenderable> anyCloud();
     int below(int limit);
     float between(float low, float high);
+
     bool maybe() { return below(2) == 0; }
 
     Scenery mScenery;

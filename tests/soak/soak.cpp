@@ -1,5 +1,5 @@
-// Runs a host that does everything at random, for minutes or hours, and looks at what the process uses: memory
-// that grows, handles and threads that stay.
+// Runs a host that does everything at random, for minutes or hours, and looks at what the process uses:
+// memory that grows, handles and threads that stay.
 #include "tests/soak/ProcessUse.h"
 #include "tests/soak/RandomHost.h"
 #include "tests/soak/Scenery.h"
@@ -92,9 +92,9 @@ int run(double minutes, std::uint64_t seed)
     std::fflush(stdout);
     const TemporaryFolder folder;
     RandomHost host(writeScenery(folder.path()), seed);
-    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                                        std::chrono::duration<double, std::ratio<60>>(minutes)
-                                    );
+    const auto end =
+        Clock::now() +
+        std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double, std::ratio<60>>(minutes));
     std::vector<ProcessUse> uses;
     while (Clock::now() < end || uses.size() < kFewestLaps)
     {
@@ -102,14 +102,12 @@ int run(double minutes, std::uint64_t seed)
         host.rest();
         uses.push_back(processUse());
     }
-    std::printf(
-        "soak: %zu laps, %llu frames\n", uses.size(), static_cast<unsigned long long>(host.frames())
-    );
+    std::printf("soak: %zu laps, %llu frames\n", uses.size(), static_cast<unsigned long long>(host.frames()));
 
     // Drivers compile and keep what they meet for the first time.
     uses.erase(uses.begin(), uses.begin() + static_cast<std::ptrdiff_t>(uses.size() / 2));
     const double framesThatCount = static_cast<double>(host.frames()) / 2.0;
-    const double tolerance = kResidentTolerance + kDriverKeepsOfAFrame * framesThatCount;
+    [[maybe_unused]] const double tolerance = kResidentTolerance + kDriverKeepsOfAFrame * framesThatCount;
 #if defined(_WIN32)
     const double heapTolerance = tolerance;  // it is the driver's too
 #else
