@@ -24,6 +24,18 @@ bool tellsOfLoss(long result)
 }
 }  // namespace
 
+void throwIfFailed(long result)
+{
+    if (result < 0)
+    {
+        if (tellsOfLoss(result))
+        {
+            throw DeviceLostException(result);
+        }
+        throw ComException(result);
+    }
+}
+
 void throwIfLost(ID3D11Device* device)
 {
     const HRESULT reason = device->GetDeviceRemovedReason();

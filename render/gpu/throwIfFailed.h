@@ -10,14 +10,9 @@ struct ID3D11DeviceContext;
 namespace Render
 {
 /// Lets a successful HRESULT pass.
-/// @throws ComException  carrying the result when it is negative
-inline void throwIfFailed(long result)
-{
-    if (result < 0)
-    {
-        throw ComException(result);
-    }
-}
+/// @throws DeviceLostException  when the result tells that the device is lost
+/// @throws ComException         carrying the result when it is negative otherwise
+void throwIfFailed(long result);
 
 /// The same for a call of this device or context, which is asked whether it still works.
 /// @param detail  follows the message of a ComException, if there is one

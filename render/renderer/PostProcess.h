@@ -86,6 +86,6 @@ private:
     ConstantBlock<PostProcessConstants> mConstants;
     VertexShader mVertexShader;
     std::array<PixelShader, 5> mPixelShaders;  // by the modes that they serve, see PostProcess.cpp
-    bool mIsCutShort = false;  // a draw has begun and not ended
+    bool mIsCutShort = false;                  // a draw has begun and not ended
 };
 }  // namespace Render
