@@ -32,7 +32,7 @@ protected:
             return;
         }
         mCamera.setViewport(kWidth, kHeight);
-        mFrame = std::make_unique<Frame>(device(), mCamera);
+        mFrame = std::make_unique<Frame>(device(), mCamera, 1);
         mReadBack = std::make_unique<ReadBack>(device(), kWidth, kHeight);
     }
 
