@@ -2,6 +2,7 @@
 
 #include "core/shownText.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <stdexcept>
 #include <string>
@@ -83,7 +84,30 @@ private:
     int mDepth = 0;
     std::size_t mValueCount = 0;
 };
+
+/// Leaves an array or object without elements. Those that are taken apart before need no memory to end.
+void takeApart(json& tree) noexcept
+{
+    if (auto* const array = tree.get_ptr<json::array_t*>())
+    {
+        std::for_each(array->begin(), array->end(), takeApart);
+        array->clear();
+    }
+    else if (auto* const object = tree.get_ptr<json::object_t*>())
+    {
+        for (auto& [key, value] : *object)
+        {
+            takeApart(value);
+        }
+        object->clear();
+    }
+}
 }  // namespace
+
+JsonTree::~JsonTree()
+{
+    takeApart(mTree);
+}
 
 json parseJson(std::string_view text)
 {

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "core/Export.h"
+#include "core/NonCopyable.h"
 
 #include <nlohmann/json.hpp>
 
 #include <string_view>
+#include <utility>
 
 namespace Core
 {
@@ -16,4 +18,22 @@ namespace Core
 /// Threads  any.
 /// @throws std::runtime_error  saying what is wrong and where, not naming a file
 CORE_API nlohmann::json parseJson(std::string_view text);
+
+/// Owns a tree and ends it without taking memory, of which there may be none: the tree's own destructor takes
+/// some, and would end the program.
+///
+/// Threads  a plain value.
+class CORE_API JsonTree : private NonCopyable
+{
+public:
+    /// @param tree  nested not more than parseJson lets pass
+    explicit JsonTree(nlohmann::json&& tree) noexcept : mTree(std::move(tree)) {}
+
+    ~JsonTree();
+
+    const nlohmann::json& operator*() const noexcept { return mTree; }
+
+private:
+    nlohmann::json mTree;
+};
 }  // namespace Core

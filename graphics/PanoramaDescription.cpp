@@ -154,7 +154,8 @@ Eigen::Matrix4d poseMatrix(const Json& value)
 
 PanoramaDescription parsePanoramaDescription(std::string_view text)
 {
-    const Json json = Core::parseJson(text);
+    const Core::JsonTree tree(Core::parseJson(text));
+    const Json& json = *tree;
     if (!json.is_object())
     {
         fail("an object is expected");
@@ -163,7 +164,9 @@ PanoramaDescription parsePanoramaDescription(std::string_view text)
     {
         fail("\"version\" is " + shown(version) + ", only " + std::to_string(kVersion) + " is supported");
     }
-    if (const Json& projection = member(json, "projection"); projection != kProjection)
+    // The library's comparison with a text takes memory, and ends the program when there is none.
+    const Json& projection = member(json, "projection");
+    if (!projection.is_string() || projection.get_ref<const std::string&>() != kProjection)
     {
         fail(
             "\"projection\" is " + shown(projection) + ", only \"" + std::string(kProjection) +

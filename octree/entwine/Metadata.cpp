@@ -1,5 +1,6 @@
 #include "octree/entwine/Metadata.h"
 
+#include "core/parseJson.h"
 #include "core/readLocalFile.h"
 #include "octree/JsonField.h"
 #include "octree/fileError.h"
@@ -213,7 +214,8 @@ std::pair<std::uint16_t, std::uint16_t> Metadata::intensityRange() const noexcep
 
 Metadata parseMetadata(std::string_view text, const std::filesystem::path& file)
 {
-    const nlohmann::json document = Octree::parsedJson(text, file);
+    const Core::JsonTree tree(Octree::parsedJson(text, file));
+    const nlohmann::json& document = *tree;
     if (!document.is_object())
     {
         throw Octree::fileError(file, "expected an object at the top");

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 #include <laszip/lasreadpoint.hpp>
+#include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -213,6 +215,21 @@ void setUp(LASreadPoint& reader, LASzip& compression, const LazHeader& header)
     }
 }
 
+/// Owns a reader. Where memory ran out inside LASzip, its lists hold pointers that were never set, and its
+/// destructors would follow them: such a reader is forgotten.
+class OwnedReader
+{
+public:
+    OwnedReader() : mReader(std::make_unique<LASreadPoint>(kWantedLayers)) {}
+
+    LASreadPoint& operator*() const noexcept { return *mReader; }
+
+    void forget() noexcept { static_cast<void>(mReader.release()); }
+
+private:
+    std::unique_ptr<LASreadPoint> mReader;
+};
+
 [[noreturn]] void failBroken(const LASreadPoint& reader, std::uint32_t point)
 {
     const char* const reason = reader.error();
@@ -221,9 +238,9 @@ void setUp(LASreadPoint& reader, LASzip& compression, const LazHeader& header)
         (reason != nullptr ? reason : "no reason known") + ')'
     );
 }
-}  // namespace
 
-bool lazDecode(
+bool decode(
+    LASreadPoint& reader,
     std::span<const std::byte> file,
     const LazHeader& header,
     std::vector<std::byte>& out,
@@ -232,7 +249,6 @@ bool lazDecode(
 {
     ChunkStream stream(file.subspan(header.pointsBegin, header.chunkTableBegin - header.pointsBegin));
     LASzip compression;
-    LASreadPoint reader(kWantedLayers);
     setUp(reader, compression, header);
     reader.init(&stream);
 
@@ -274,6 +290,26 @@ bool lazDecode(
         );
     }
     return true;
+}
+}  // namespace
+
+bool lazDecode(
+    std::span<const std::byte> file,
+    const LazHeader& header,
+    std::vector<std::byte>& out,
+    const std::stop_token& stopToken
+)
+{
+    OwnedReader reader;
+    try
+    {
+        return decode(*reader, file, header, out, stopToken);
+    }
+    catch (const std::bad_alloc&)
+    {
+        reader.forget();
+        throw;
+    }
 }
 
 TileLayout lazLayout(const LazHeader& header, const TileLayout& declared)

@@ -1,5 +1,6 @@
 #include "octree/potree/Metadata.h"
 
+#include "core/parseJson.h"
 #include "core/readLocalFile.h"
 #include "octree/JsonField.h"
 #include "octree/fileError.h"
@@ -235,7 +236,8 @@ bool Metadata::hasWideColors() const noexcept
 
 Metadata parseMetadata(std::string_view text, const std::filesystem::path& file)
 {
-    const json document = Octree::parsedJson(text, file);
+    const Core::JsonTree tree(Octree::parsedJson(text, file));
+    const json& document = *tree;
     if (!document.is_object())
     {
         throw Octree::fileError(file, "expected an object at the top");

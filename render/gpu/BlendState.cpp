@@ -7,7 +7,7 @@ namespace Render
 {
 BlendState::BlendState(ID3D11Device* device, const D3D11_BLEND_DESC& desc)
 {
-    throwIfFailed(device->CreateBlendState(&desc, mState.put()));
+    throwIfFailed(device->CreateBlendState(&desc, mState.put()), device);
     setDebugName(mState, "BlendState");
 }
 

@@ -5,6 +5,7 @@
 #include <array>
 #include <cinttypes>
 #include <cstdio>
+#include <utility>
 
 namespace Render
 {
@@ -38,6 +39,16 @@ ComException::ComException(long result)
     {
         mMessage = numberText(mResult);
     }
+}
+
+ComException::ComException(long result, const std::string& detail) : ComException(result)
+{
+    mMessage += ": " + detail;
+}
+
+ComException::ComException(long result, WholeMessage message)
+    : mResult(static_cast<std::int32_t>(result)), mMessage(std::move(message.text))
+{
 }
 
 const char* ComException::what() const noexcept

@@ -20,10 +20,22 @@ public:
     /// @param result  the HRESULT of the call; of a longer number its lower 32 bits
     explicit ComException(long result);
 
+    /// The same message, then a colon and what was being done.
+    ComException(long result, const std::string& detail);
+
     const char* what() const noexcept override;
 
     /// The HRESULT: a number of 32 bits, negative for failures.
     long result() const noexcept;
+
+protected:
+    struct WholeMessage
+    {
+        std::string text;
+    };
+
+    /// A message of a derived class's own.
+    ComException(long result, WholeMessage message);
 
 private:
     std::int32_t mResult;

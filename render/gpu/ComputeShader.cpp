@@ -41,7 +41,7 @@ ComputeShader ComputeShader::fromCsoFile(
 ComputeShader ComputeShader::fromCsoString(const CComPtr<ID3D11Device>& device, const std::string& bytes)
 {
     CComPtr<ID3D11ComputeShader> shader;
-    throwIfFailed(device->CreateComputeShader(bytes.data(), bytes.size(), nullptr, shader.put()));
+    throwIfFailed(device->CreateComputeShader(bytes.data(), bytes.size(), nullptr, shader.put()), device);
     return ComputeShader(shader);
 }
 

@@ -30,6 +30,13 @@ public:
     {
     }
 
+    /// Gives the device's buffer back and keeps the values.
+    void releaseBuffer() noexcept
+    {
+        mBuffer = ConstantBuffer();
+        mDirty = true;
+    }
+
     const Block& values() const noexcept { return mValues; }
 
     /// The values for changing; they count as changed from now on.
@@ -44,8 +51,8 @@ public:
 
     /// Uploads the values if they have changed, then binds the buffer to the slot of each named stage.
     /// @throws std::logic_error  "Error: end call is missing" when it is bound; nothing changes then
-    /// @throws ComException      when the buffer cannot be mapped; it then counts as bound, its values as
-    /// uploaded
+    /// @throws ComException      when the buffer cannot be mapped; it is not bound then, and the next begin
+    /// uploads
     void begin(ID3D11DeviceContext* context, ShaderConfiguration configuration, unsigned int slot)
     {
         if (!mDirty || mBuffer.isBound())
@@ -53,8 +60,8 @@ public:
             mBuffer.begin(context, configuration, slot);
             return;
         }
-        mDirty = false;
         mBuffer.begin(context, configuration, slot, std::as_bytes(std::span(&mValues, 1)));
+        mDirty = false;
     }
 
     /// Sets no buffer where begin has bound this one.

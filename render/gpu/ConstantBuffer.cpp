@@ -4,8 +4,9 @@
 #include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
-#include <cassert>
 #include <cstring>
+#include <stdexcept>
+#include <string>
 
 namespace Render
 {
@@ -19,15 +20,21 @@ ConstantBuffer::ConstantBuffer(ID3D11Device* device, unsigned int sizeInBytes) :
         .MiscFlags = 0,
         .StructureByteStride = 0,
     };
-    throwIfFailed(device->CreateBuffer(&desc, nullptr, mBuffer.put()));
+    throwIfFailed(device->CreateBuffer(&desc, nullptr, mBuffer.put()), device);
     setDebugName(mBuffer, "ConstantBuffer");
 }
 
 void ConstantBuffer::update(ID3D11DeviceContext* context, std::span<const std::byte> bytes)
 {
-    assert(bytes.size() == mSizeInBytes);
+    if (bytes.size() != mSizeInBytes)
+    {
+        throw std::invalid_argument(
+            "Error: a constant buffer of " + std::to_string(mSizeInBytes) + " bytes cannot take " +
+            std::to_string(bytes.size())
+        );
+    }
     D3D11_MAPPED_SUBRESOURCE mapped{};
-    throwIfFailed(context->Map(mBuffer, 0, D3D11_MAP_WRITE_DISCARD, 0, &mapped));
+    throwIfFailed(context->Map(mBuffer, 0, D3D11_MAP_WRITE_DISCARD, 0, &mapped), context);
     std::memcpy(mapped.pData, bytes.data(), bytes.size());
     context->Unmap(mBuffer, 0);
 }
@@ -45,8 +52,10 @@ void ConstantBuffer::begin(
     std::span<const std::byte> bytes
 )
 {
-    mBinding.begin(configuration, slot);
+    StageBinding binding = mBinding;
+    binding.begin(configuration, slot);
     update(context, bytes);
+    mBinding = binding;
     bindToStages(context, mBinding, mBuffer.get());
 }
 

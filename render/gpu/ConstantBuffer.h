@@ -32,15 +32,16 @@ public:
 
     /// Replaces the contents, whether bound or not.
     /// @param bytes  as many as the buffer has
-    /// @throws ComException  when the buffer cannot be mapped
+    /// @throws std::invalid_argument  for more or fewer bytes; nothing is written then
+    /// @throws ComException           when the buffer cannot be mapped
     void update(ID3D11DeviceContext* context, std::span<const std::byte> bytes);
 
     /// Binds the buffer to the slot of each named stage.
     /// @throws std::logic_error  "Error: end call is missing" when it is bound; the old binding then stays
     void begin(ID3D11DeviceContext* context, ShaderConfiguration configuration, unsigned int slot);
 
-    /// The same, replacing the contents first. After a failure of that the buffer counts as bound.
-    /// @throws ComException  when the buffer cannot be mapped
+    /// The same, replacing the contents first. After a failure of that the buffer is not bound.
+    /// @throws std::invalid_argument, ComException  as update
     void begin(
         ID3D11DeviceContext* context,
         ShaderConfiguration configuration,

@@ -45,7 +45,7 @@ D3D11_DEPTH_STENCIL_DESC description(bool reversed, bool depthEnable, bool depth
 
 DepthStencilState::DepthStencilState(ID3D11Device* device, const D3D11_DEPTH_STENCIL_DESC& desc)
 {
-    throwIfFailed(device->CreateDepthStencilState(&desc, mState.put()));
+    throwIfFailed(device->CreateDepthStencilState(&desc, mState.put()), device);
     setDebugName(mState, "DepthStencilState");
 }
 

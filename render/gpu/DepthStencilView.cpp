@@ -23,7 +23,7 @@ DepthStencilView::DepthStencilView(
     desc.ViewDimension = D3D11_DSV_DIMENSION_TEXTURE2D;
     desc.Flags = 0;
     desc.Texture2D.MipSlice = 0;
-    throwIfFailed(device->CreateDepthStencilView(resource, &desc, mView.put()));
+    throwIfFailed(device->CreateDepthStencilView(resource, &desc, mView.put()), device);
     setDebugName(mView, "DepthStencilView");
 }
 

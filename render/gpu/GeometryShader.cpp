@@ -41,7 +41,7 @@ GeometryShader GeometryShader::fromCsoFile(
 GeometryShader GeometryShader::fromCsoString(const CComPtr<ID3D11Device>& device, const std::string& bytes)
 {
     CComPtr<ID3D11GeometryShader> shader;
-    throwIfFailed(device->CreateGeometryShader(bytes.data(), bytes.size(), nullptr, shader.put()));
+    throwIfFailed(device->CreateGeometryShader(bytes.data(), bytes.size(), nullptr, shader.put()), device);
     return GeometryShader(shader);
 }
 

@@ -25,7 +25,7 @@ IndexBuffer::IndexBuffer(ID3D11Device* device, const unsigned int* indices, std:
         .StructureByteStride = 0,
     };
     const D3D11_SUBRESOURCE_DATA initialData{indices, 0, 0};
-    throwIfFailed(device->CreateBuffer(&desc, &initialData, mBuffer.put()));
+    throwIfFailed(device->CreateBuffer(&desc, &initialData, mBuffer.put()), device);
     setDebugName(mBuffer, "IndexBuffer");
 }
 

@@ -37,7 +37,7 @@ PixelShader PixelShader::fromCsoFile(const CComPtr<ID3D11Device>& device, const 
 PixelShader PixelShader::fromCsoString(const CComPtr<ID3D11Device>& device, const std::string& bytes)
 {
     CComPtr<ID3D11PixelShader> shader;
-    throwIfFailed(device->CreatePixelShader(bytes.data(), bytes.size(), nullptr, shader.put()));
+    throwIfFailed(device->CreatePixelShader(bytes.data(), bytes.size(), nullptr, shader.put()), device);
     return PixelShader(shader);
 }
 

@@ -7,7 +7,7 @@ namespace Render
 {
 RasterizerState::RasterizerState(ID3D11Device* device, const D3D11_RASTERIZER_DESC& desc)
 {
-    throwIfFailed(device->CreateRasterizerState(&desc, mState.put()));
+    throwIfFailed(device->CreateRasterizerState(&desc, mState.put()), device);
     setDebugName(mState, "RasterizerState");
 }
 

@@ -14,12 +14,12 @@ constexpr std::array<float, 4> kInitialClearValue{};
 /// Ready to be set in place of as many targets as there can be.
 constexpr std::array<ID3D11RenderTargetView*, D3D11_SIMULTANEOUS_RENDER_TARGET_COUNT> kNoViews{};
 
-D3D11_TEXTURE2D_DESC depthTextureDesc(unsigned int width, unsigned int height)
+D3D11_TEXTURE2D_DESC depthTextureDesc(unsigned int width, unsigned int height, unsigned int mipLevels)
 {
     return {
         .Width = width,
         .Height = height,
-        .MipLevels = 0,
+        .MipLevels = mipLevels,
         .ArraySize = 1,
         .Format = DXGI_FORMAT_R32_TYPELESS,
         .SampleDesc = {.Count = 1, .Quality = 0},
@@ -112,10 +112,10 @@ std::uint64_t RenderPass::addRenderTarget(const std::string& name, DXGI_FORMAT f
 }
 
 void RenderPass::addDepthBuffer(
-    unsigned int clearFlags, float depthClearValue, unsigned char stencilClearValue
+    unsigned int clearFlags, float depthClearValue, unsigned char stencilClearValue, unsigned int mipLevels
 )
 {
-    auto texture = std::make_unique<Texture2d>(mDevice, depthTextureDesc(mWidth, mHeight));
+    auto texture = std::make_unique<Texture2d>(mDevice, depthTextureDesc(mWidth, mHeight, mipLevels));
     auto shaderView = std::make_unique<ShaderResourceView>(makeDepthShaderResourceView(mDevice, *texture));
     auto depthView = std::make_unique<DepthStencilView>(
         mDevice, texture->get(), clearFlags, depthClearValue, stencilClearValue
@@ -126,32 +126,64 @@ void RenderPass::addDepthBuffer(
     mDepthStencilView = std::move(depthView);
 }
 
-void RenderPass::setViewport(unsigned int width, unsigned int height)
+RenderPass::Textures RenderPass::texturesOfSize(unsigned int width, unsigned int height) const
 {
-    mWidth = width;
-    mHeight = height;
-    for (auto& [name, target] : mRenderTargets)
+    const auto resized = [&](const Texture2d& texture)
     {
-        target.texture.resize(mDevice, width, height);
-        target.shaderResourceView = ShaderResourceView(mDevice, target.texture.get(), nullptr);
-        const std::array<float, 4> clearValue = target.renderTargetView.clearValue();
-        target.renderTargetView = RenderTargetView(mDevice, target.texture.get(), clearValue);
-        setDebugNames(target.texture, target.shaderResourceView, target.renderTargetView, name);
-        mRenderTargetViews[target.index] = target.renderTargetView.get();
+        Texture2d result(mDevice, texture.desc(), 0U, 0U);  // empty
+        result.resize(mDevice, width, height);
+        return result;
+    };
+    Textures made;
+    made.width = width;
+    made.height = height;
+    for (const auto& [name, target] : mRenderTargets)
+    {
+        RenderTarget& other = made.targets[name];
+        other.texture = resized(target.texture);
+        other.shaderResourceView = ShaderResourceView(mDevice, other.texture.get(), nullptr);
+        other.renderTargetView =
+            RenderTargetView(mDevice, other.texture.get(), target.renderTargetView.clearValue());
+        other.index = target.index;
+        setDebugNames(other.texture, other.shaderResourceView, other.renderTargetView, name);
     }
     if (mDepthTexture)
     {
-        mDepthTexture->resize(mDevice, width, height);
-        *mDepthShaderResourceView = makeDepthShaderResourceView(mDevice, *mDepthTexture);
-        *mDepthStencilView = DepthStencilView(
+        made.depthTexture = std::make_unique<Texture2d>(resized(*mDepthTexture));
+        made.depthShaderResourceView =
+            std::make_unique<ShaderResourceView>(makeDepthShaderResourceView(mDevice, *made.depthTexture));
+        made.depthStencilView = std::make_unique<DepthStencilView>(
             mDevice,
-            mDepthTexture->get(),
+            made.depthTexture->get(),
             mDepthStencilView->clearFlags(),
             mDepthStencilView->depthClearValue(),
             mDepthStencilView->stencilClearValue()
         );
-        setDebugNames(*mDepthTexture, *mDepthShaderResourceView, *mDepthStencilView, "depth");
+        setDebugNames(*made.depthTexture, *made.depthShaderResourceView, *made.depthStencilView, "depth");
     }
+    return made;
+}
+
+void RenderPass::use(Textures textures) noexcept
+{
+    mWidth = textures.width;
+    mHeight = textures.height;
+    for (auto& [name, target] : mRenderTargets)
+    {
+        target = std::move(textures.targets.at(name));  // in place: references to textures stay valid
+        mRenderTargetViews[target.index] = target.renderTargetView.get();
+    }
+    if (mDepthTexture)
+    {
+        *mDepthTexture = std::move(*textures.depthTexture);
+        *mDepthShaderResourceView = std::move(*textures.depthShaderResourceView);
+        *mDepthStencilView = std::move(*textures.depthStencilView);
+    }
+}
+
+void RenderPass::setViewport(unsigned int width, unsigned int height)
+{
+    use(texturesOfSize(width, height));
 }
 
 void RenderPass::setClearValue(const std::string& name, float r, float g, float b, float a)

@@ -63,12 +63,35 @@ public:
     /// Adds a depth buffer of 32-bit floats, or replaces it.
     /// @param clearFlags  D3D11_CLEAR_FLAG bits
     /// @throws ComException  when a texture or view cannot be created; the old depth buffer stays then
-    void addDepthBuffer(unsigned int clearFlags, float depthClearValue, unsigned char stencilClearValue);
+    /// @param mipLevels  0 for all; only level 0 is drawn to
+    void addDepthBuffer(
+        unsigned int clearFlags,
+        float depthClearValue,
+        unsigned char stencilClearValue,
+        unsigned int mipLevels = 0
+    );
 
-    /// Makes all textures anew in another size. Clear values stay; whatever was bound as a texture counts as
-    /// unbound. The viewport of the context is not touched.
-    /// @throws ComException  when a texture or view cannot be created; a later call can still bring the pass
-    /// in order
+    /// All that a pass has in one size, made and not yet in use.
+    struct Textures
+    {
+        unsigned int width = 0;
+        unsigned int height = 0;
+        std::unordered_map<std::string, RenderTarget> targets;
+        std::unique_ptr<Texture2d> depthTexture;
+        std::unique_ptr<ShaderResourceView> depthShaderResourceView;
+        std::unique_ptr<DepthStencilView> depthStencilView;
+    };
+
+    /// What setViewport would bring into use.
+    /// @throws ComException  when a texture or view cannot be created
+    Textures texturesOfSize(unsigned int width, unsigned int height) const;
+
+    /// @param textures  what texturesOfSize of this pass has given, with no target added since
+    void use(Textures textures) noexcept;
+
+    /// Makes all textures anew in another size; for a moment old and new ones exist. Clear values stay;
+    /// whatever was bound as a texture counts as unbound. The viewport of the context is not touched.
+    /// @throws ComException  when a texture or view cannot be created; nothing has changed then
     void setViewport(unsigned int width, unsigned int height);
 
     void setClearValue(const std::string& name, float r, float g, float b, float a);

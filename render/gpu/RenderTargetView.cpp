@@ -14,7 +14,7 @@ RenderTargetView::RenderTargetView(
     {
         throwIfFailed(E_INVALIDARG);
     }
-    throwIfFailed(device->CreateRenderTargetView(resource, nullptr, mView.put()));
+    throwIfFailed(device->CreateRenderTargetView(resource, nullptr, mView.put()), device);
     setDebugName(mView, "RenderTargetView");
     mClearValue = clearValue;
 }

@@ -8,7 +8,7 @@ namespace Render
 {
 SamplerState::SamplerState(ID3D11Device* device, const D3D11_SAMPLER_DESC& desc)
 {
-    throwIfFailed(device->CreateSamplerState(&desc, mSampler.put()));
+    throwIfFailed(device->CreateSamplerState(&desc, mSampler.put()), device);
     setDebugName(mSampler, "SamplerState");
 }
 

@@ -62,7 +62,7 @@ ShaderBuffer::ShaderBuffer(
         );
     }
     desc.ByteWidth = static_cast<UINT>(byteWidth);
-    throwIfFailed(device->CreateBuffer(&desc, nullptr, mBuffer.put()));
+    throwIfFailed(device->CreateBuffer(&desc, nullptr, mBuffer.put()), device);
     setDebugName(mBuffer, name);
 
     D3D11_SHADER_RESOURCE_VIEW_DESC resource{};
@@ -70,7 +70,7 @@ ShaderBuffer::ShaderBuffer(
     resource.ViewDimension = D3D11_SRV_DIMENSION_BUFFEREX;
     resource.BufferEx.NumElements = elementCount(desc);
     resource.BufferEx.Flags = isRaw(desc) ? static_cast<UINT>(D3D11_BUFFEREX_SRV_FLAG_RAW) : 0U;
-    throwIfFailed(device->CreateShaderResourceView(mBuffer, &resource, mResourceView.put()));
+    throwIfFailed(device->CreateShaderResourceView(mBuffer, &resource, mResourceView.put()), device);
 
     if ((desc.BindFlags & D3D11_BIND_UNORDERED_ACCESS) != 0)
     {
@@ -79,7 +79,7 @@ ShaderBuffer::ShaderBuffer(
         access.ViewDimension = D3D11_UAV_DIMENSION_BUFFER;
         access.Buffer.NumElements = elementCount(desc);
         access.Buffer.Flags = isRaw(desc) ? static_cast<UINT>(D3D11_BUFFER_UAV_FLAG_RAW) : 0U;
-        throwIfFailed(device->CreateUnorderedAccessView(mBuffer, &access, mAccessView.put()));
+        throwIfFailed(device->CreateUnorderedAccessView(mBuffer, &access, mAccessView.put()), device);
     }
 }
 
@@ -137,7 +137,7 @@ void ShaderBuffer::update(ID3D11DeviceContext* context, std::span<const std::byt
         );
     }
     D3D11_MAPPED_SUBRESOURCE mapped{};
-    throwIfFailed(context->Map(mBuffer, 0, D3D11_MAP_WRITE_DISCARD, 0, &mapped));
+    throwIfFailed(context->Map(mBuffer, 0, D3D11_MAP_WRITE_DISCARD, 0, &mapped), context);
     if (!bytes.empty())
     {
         std::memcpy(mapped.pData, bytes.data(), bytes.size());

@@ -14,7 +14,7 @@ ShaderResourceView::ShaderResourceView(
     {
         throwIfFailed(E_INVALIDARG);
     }
-    throwIfFailed(device->CreateShaderResourceView(resource, desc, mView.put()));
+    throwIfFailed(device->CreateShaderResourceView(resource, desc, mView.put()), device);
     setDebugName(mView, "ShaderResourceView");
 }
 

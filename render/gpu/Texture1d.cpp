@@ -7,7 +7,7 @@ namespace Render
 {
 Texture1d::Texture1d(ID3D11Device* device, const D3D11_TEXTURE1D_DESC& desc)
 {
-    throwIfFailed(device->CreateTexture1D(&desc, nullptr, mTexture.put()));
+    throwIfFailed(device->CreateTexture1D(&desc, nullptr, mTexture.put()), device);
     setDebugName(mTexture, "Texture1d");
 }
 
@@ -19,7 +19,7 @@ void Texture1d::copy(ID3D11DeviceContext* context, const Texture1d& source)
 D3D11_MAPPED_SUBRESOURCE Texture1d::map(ID3D11DeviceContext* context, D3D11_MAP type)
 {
     D3D11_MAPPED_SUBRESOURCE mapped{};
-    throwIfFailed(context->Map(mTexture, 0, type, 0, &mapped));
+    throwIfFailed(context->Map(mTexture, 0, type, 0, &mapped), context);
     return mapped;
 }
 

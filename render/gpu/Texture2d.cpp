@@ -201,7 +201,7 @@ void Texture2d::create(ID3D11Device* device, const D3D11_SUBRESOURCE_DATA* initi
         // Direct3D would read an array with data for every mip level and slice, past the end of ours.
         throwIfFailed(E_INVALIDARG);
     }
-    throwIfFailed(device->CreateTexture2D(&mDesc, initialData, mTexture.put()));
+    throwIfFailed(device->CreateTexture2D(&mDesc, initialData, mTexture.put()), device);
     setDebugName(mTexture, "Texture2d");
 }
 
@@ -300,7 +300,7 @@ void Texture2d::drawImageTile(
 D3D11_MAPPED_SUBRESOURCE Texture2d::map(ID3D11DeviceContext* context, D3D11_MAP type)
 {
     D3D11_MAPPED_SUBRESOURCE mapped{};
-    throwIfFailed(context->Map(mTexture, 0, type, 0, &mapped));
+    throwIfFailed(context->Map(mTexture, 0, type, 0, &mapped), context);
     return mapped;
 }
 

@@ -50,14 +50,17 @@ VertexShader VertexShader::fromCsoString(
 )
 {
     CComPtr<ID3D11VertexShader> shader;
-    throwIfFailed(device->CreateVertexShader(bytes.data(), bytes.size(), nullptr, shader.put()));
+    throwIfFailed(device->CreateVertexShader(bytes.data(), bytes.size(), nullptr, shader.put()), device);
 
     CComPtr<ID3D11InputLayout> inputLayout;
     if (!layout.empty())
     {
-        throwIfFailed(device->CreateInputLayout(
-            layout.data(), static_cast<UINT>(layout.size()), bytes.data(), bytes.size(), inputLayout.put()
-        ));
+        throwIfFailed(
+            device->CreateInputLayout(
+                layout.data(), static_cast<UINT>(layout.size()), bytes.data(), bytes.size(), inputLayout.put()
+            ),
+            device
+        );
     }
     return VertexShader(shader, inputLayout);
 }

@@ -15,6 +15,12 @@ namespace Render
 {
 namespace
 {
+std::function<Device(const Device&)>& decorator()
+{
+    static std::function<Device(const Device&)> current;
+    return current;
+}
+
 /// Lets a successful result pass; else says why there is no device where the system knows.
 void throwIfNoDevice(HRESULT result)
 {
@@ -116,6 +122,11 @@ Device createDevice()
     {
         throw std::runtime_error("needs at least a DirectX 11.0 graphics card");
     }
-    return result;
+    return decorator() ? decorator()(result) : result;
+}
+
+void setDeviceDecorator(std::function<Device(const Device&)> replacement)
+{
+    decorator() = std::move(replacement);
 }
 }  // namespace Render

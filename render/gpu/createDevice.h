@@ -3,6 +3,8 @@
 #include "render/gpu/ComPtr.h"
 #include "render/gpu/Direct3D.h"
 
+#include <functional>
+
 namespace Render
 {
 /// A device and its immediate context.
@@ -20,4 +22,10 @@ struct Device
 /// missing
 ///                             when there is no driver; when no adapter fits the choice
 Device createDevice();
+
+/// What stands in for every device that createDevice makes from now on, given that device: tests watch the
+/// calls, or let them fail. Empty for the devices themselves.
+///
+/// Threads  while no device is being created.
+void setDeviceDecorator(std::function<Device(const Device&)> decorator);
 }  // namespace Render

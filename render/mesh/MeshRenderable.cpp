@@ -2,6 +2,7 @@
 
 #include "render/gpu/Direct3D.h"
 #include "render/gpu/ShaderConfiguration.h"
+#include "render/gpu/bufferSize.h"
 #include "render/gpu/inputLayouts.h"
 #include "render/gpu/throwIfFailed.h"
 #include "render/mesh/ObjMeshLoader.h"
@@ -10,8 +11,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace Render
@@ -73,9 +74,11 @@ void MeshRenderable::init(
     CComPtr<ID3D11DeviceContext> deviceContext
 )
 {
-    mVertexShader = VertexShader::fromHlslResource(device, kShader, meshInputLayout());
-    mPixelShader = PixelShader::fromHlslResource(device, kShader);
+    auto vertexShader = VertexShader::fromHlslResource(device, kShader, meshInputLayout());
+    auto pixelShader = PixelShader::fromHlslResource(device, kShader);
     mConstants = ConstantBlock<Constants>(device, mConstants.values());
+    mVertexShader = std::move(vertexShader);
+    mPixelShader = std::move(pixelShader);
     mDevice = std::move(device);
     mContext = std::move(deviceContext);
     mCamera = std::move(camera);
@@ -90,9 +93,21 @@ void MeshRenderable::init(
     }
     catch (...)
     {
+        deinit();
         forgetMesh();
         throw;
     }
+}
+
+void MeshRenderable::deinit()
+{
+    mParts.clear();
+    mVertexShader = VertexShader();
+    mPixelShader = PixelShader();
+    mConstants.releaseBuffer();
+    mCamera.reset();
+    mContext.release();
+    mDevice.release();
 }
 
 void MeshRenderable::forgetMesh() noexcept
@@ -108,18 +123,15 @@ void MeshRenderable::addMeshPart(std::span<const VertexPosNormalTexCoordColor> v
     {
         return;  // Direct3D has no empty buffers
     }
-    if (vertices.size_bytes() > std::numeric_limits<UINT>::max())
-    {
-        throwIfFailed(E_OUTOFMEMORY);
-    }
+    const std::string what = "a part of the mesh of " + std::to_string(vertices.size()) + " vertices";
     D3D11_BUFFER_DESC desc{};
-    desc.ByteWidth = static_cast<UINT>(vertices.size_bytes());
+    desc.ByteWidth = bufferSize(vertices.size(), kStride, what);
     desc.Usage = D3D11_USAGE_IMMUTABLE;
     desc.BindFlags = D3D11_BIND_VERTEX_BUFFER;
     const D3D11_SUBRESOURCE_DATA data{vertices.data(), 0, 0};
     MeshPart part;
     part.vertexCount = static_cast<UINT>(vertices.size());
-    throwIfFailed(mDevice->CreateBuffer(&desc, &data, part.vertices.put()));
+    throwIfFailed(mDevice->CreateBuffer(&desc, &data, part.vertices.put()), mDevice, what);
     mParts.push_back(std::move(part));
 
     for (const VertexPosNormalTexCoordColor& vertex : vertices)

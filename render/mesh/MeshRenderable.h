@@ -64,14 +64,19 @@ public:
     ~MeshRenderable() override;
 
     /// Loads the mesh, on this thread. A mesh that enters a scene again is loaded again.
-    /// @throws ComException        when a shader or buffer cannot be created
-    /// @throws std::runtime_error  when the loader fails; the mesh then has no parts
+    /// @throws ComException           when a shader or buffer cannot be created
+    /// @throws std::invalid_argument  for a part with more vertices than a buffer holds
+    /// @throws std::runtime_error     when the loader fails
+    /// After each the mesh is as before init() and has no parts; init() can be tried again.
     void init(
         unsigned long long rendererId,
         std::shared_ptr<Camera> camera,
         CComPtr<ID3D11Device> device,
         CComPtr<ID3D11DeviceContext> deviceContext
     ) override;
+
+    /// Gives shaders and buffers back. The box and the number of triangles stay until the next init().
+    void deinit() override;
 
     void onUpdateProjectionMatrix(const std::shared_ptr<Camera>& camera) override;
     void onUpdateViewMatrix(const std::shared_ptr<Camera>& camera) override;

@@ -19,6 +19,7 @@
 #include <stdexcept>
 #include <stop_token>
 #include <thread>
+#include <utility>
 
 namespace Render
 {
@@ -105,18 +106,40 @@ void PanoRenderable::init(
 {
     if (!mDeviceObjects || mDeviceObjects->device.get() != device.get())
     {
-        const bool hadOthers = mDeviceObjects != nullptr;
+        deinit();
         auto objects = std::make_unique<DeviceObjects>(mTiles->loader(), device, std::move(deviceContext));
         mConstants = ConstantBlock<Constants>(device, mConstants.values());
         mDeviceObjects = std::move(objects);
-        if (hadOthers)
-        {
-            mTiles->forgetTaken();
-        }
     }
     mModel = worldMatrix();
     updateCamera(*camera);
     updateModel();
+    if (std::exchange(mIsLost, false))
+    {
+        loadAgain();
+    }
+}
+
+void PanoRenderable::deinit()
+{
+    mDeviceObjects.reset();
+    mConstants.releaseBuffer();
+    mIsLost |= mTiles->forgetTaken();
+}
+
+void PanoRenderable::loadAgain()
+{
+    switch (mRoad)
+    {
+        case Road::CallingThread:
+            mTiles->load(std::stop_token(), nullptr);
+            break;
+        case Road::OwnThread:
+            startAsyncPanoramaTilesLoading(std::function<void()>(mOnTile));
+            break;
+        case Road::None:
+            break;
+    }
 }
 
 void PanoRenderable::onUpdateProjectionMatrix(const std::shared_ptr<Camera>& camera)
@@ -208,14 +231,22 @@ void PanoRenderable::render()
 void PanoRenderable::updatePanoramaTextures()
 {
     const Graphics::PanoramaLoader& loader = *mTiles->loader();
-    const PanoramaTiles::Batch batch = mTiles->take();
-    for (const PanoramaTiles::ColorTile& tile : batch.colorTiles)
+    PanoramaTiles::Batch batch = mTiles->take();
+    try
     {
-        mDeviceObjects->colors.upload(mDeviceObjects->context, loader, tile.index, tile.image);
+        for (const PanoramaTiles::ColorTile& tile : batch.colorTiles)
+        {
+            mDeviceObjects->colors.upload(mDeviceObjects->context, loader, tile.index, tile.image);
+        }
+        for (const PanoramaTiles::DepthTile& tile : batch.depthTiles)
+        {
+            mDeviceObjects->depths.upload(mDeviceObjects->context, loader, tile.index, tile.image);
+        }
     }
-    for (const PanoramaTiles::DepthTile& tile : batch.depthTiles)
+    catch (...)
     {
-        mDeviceObjects->depths.upload(mDeviceObjects->context, loader, tile.index, tile.image);
+        mTiles->giveBack(std::move(batch));
+        throw;
     }
     mDeviceObjects->shownColorLevel = batch.colorLevel;
     mDeviceObjects->shownDepthLevel = batch.depthLevel;
@@ -239,14 +270,17 @@ bool PanoRenderable::needsRedraw() const
 Core::JobState PanoRenderable::loadPanoramaTiles()
 {
     stopAsyncPanoramaTilesLoading();
+    mRoad = Road::CallingThread;
     return mTiles->load(std::stop_token(), nullptr);
 }
 
 void PanoRenderable::startAsyncPanoramaTilesLoading(std::function<void()> onTile)
 {
     stopAsyncPanoramaTilesLoading();
-    mThread = std::make_unique<Core::BackgroundThread>(
-        [this, onTile = std::move(onTile)](std::stop_token stopToken) { mTiles->load(stopToken, onTile); }
+    mRoad = Road::OwnThread;
+    mOnTile = std::move(onTile);
+    mThread = std::make_unique<Core::BackgroundThread>([this, onTile = mOnTile](std::stop_token stopToken)
+                                                       { mTiles->load(stopToken, onTile); }
     );  // what load() throws it has kept, and the thread drops it
     mTiles->announceLoad();
     mThread->restart();
@@ -263,6 +297,10 @@ void PanoRenderable::stopAsyncPanoramaTilesLoading()
     {
         mThread.reset();
         mTiles->withdrawLoad();
+        if (loadingState() == Core::JobState::Stopped)
+        {
+            mRoad = Road::None;
+        }
     }
 }
 

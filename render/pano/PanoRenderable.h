@@ -61,14 +61,20 @@ public:
     /// Stops the loading.
     ~PanoRenderable() override;
 
-    /// On another device than before, what has been loaded is lost and must be loaded again.
+    /// What an earlier device had is lost, and comes back by the road that it came on: what was loaded on the
+    /// calling thread is loaded again here, a loading on a thread of its own begins anew. One that was
+    /// stopped stays so.
     /// @throws ComException  when a shader, texture, view, buffer or sampler cannot be created
+    /// @throws  what loadPanoramaTiles() throws
     void init(
         unsigned long long rendererId,
         std::shared_ptr<Camera> camera,
         CComPtr<ID3D11Device> device,
         CComPtr<ID3D11DeviceContext> deviceContext
     ) override;
+
+    /// Gives textures and shaders back. A loading in progress goes on.
+    void deinit() override;
 
     void onUpdateProjectionMatrix(const std::shared_ptr<Camera>& camera) override;
     void onUpdateViewMatrix(const std::shared_ptr<Camera>& camera) override;
@@ -78,7 +84,9 @@ public:
     void invalidateWorldMatrix() override;
 
     /// Uploads the tiles that have arrived, then draws.
-    /// @throws ComException  when a texture cannot be mapped
+    /// @throws ComException  when a texture or buffer cannot be mapped; the next frame uploads what this one
+    /// could
+    ///                       not
     void render() override;
 
     /// Always empty: the panorama has no part in the extent of a scene.
@@ -152,6 +160,15 @@ private:
 
     struct DeviceObjects;
 
+    /// By which road the tiles have come.
+    enum class Road
+    {
+        None,
+        CallingThread,
+        OwnThread
+    };
+
+    void loadAgain();
     void updateCamera(const Camera& camera);
     void updateModel();
     void updateInverses();
@@ -164,6 +181,9 @@ private:
     Eigen::Matrix4f mModel = Eigen::Matrix4f::Identity();
     ConstantBlock<Constants> mConstants;
     std::atomic<bool> mNeedsRedraw{true};
+    Road mRoad = Road::None;
+    bool mIsLost = false;  // tiles had been uploaded to a device that is gone
+    std::function<void()> mOnTile;
     std::unique_ptr<Core::BackgroundThread>
         mThread;  // absent unless tiles are loaded on it; last, so that it stops before the rest goes
 };

@@ -38,9 +38,9 @@ UINT saturated(std::uint64_t size)
     return static_cast<UINT>(std::min<std::uint64_t>(size, std::numeric_limits<UINT>::max()));
 }
 
-/// One mip level that the CPU can write.
+/// One mip level.
 D3D11_TEXTURE2D_DESC textureDesc(
-    std::uint64_t width, std::uint64_t height, DXGI_FORMAT format, D3D11_USAGE usage, UINT bindFlags
+    std::uint64_t width, std::uint64_t height, DXGI_FORMAT format, D3D11_USAGE usage
 )
 {
     D3D11_TEXTURE2D_DESC desc{};
@@ -51,16 +51,16 @@ D3D11_TEXTURE2D_DESC textureDesc(
     desc.Format = format;
     desc.SampleDesc.Count = 1;
     desc.Usage = usage;
-    desc.BindFlags = bindFlags;
-    desc.CPUAccessFlags = D3D11_CPU_ACCESS_WRITE;
+    const bool isStaging = usage == D3D11_USAGE_STAGING;
+    desc.BindFlags = isStaging ? 0U : UINT{D3D11_BIND_SHADER_RESOURCE};
+    desc.CPUAccessFlags = isStaging ? UINT{D3D11_CPU_ACCESS_WRITE} : 0U;
     return desc;
 }
 
 template <class Image>
 Texture2d unknownTexture(ID3D11Device* device, std::uint64_t width, std::uint64_t height)
 {
-    const D3D11_TEXTURE2D_DESC desc =
-        textureDesc(width, height, Kind<Image>::kFormat, D3D11_USAGE_DYNAMIC, D3D11_BIND_SHADER_RESOURCE);
+    const D3D11_TEXTURE2D_DESC desc = textureDesc(width, height, Kind<Image>::kFormat, D3D11_USAGE_DEFAULT);
     if (width > D3D11_REQ_TEXTURE2D_U_OR_V_DIMENSION || height > D3D11_REQ_TEXTURE2D_U_OR_V_DIMENSION)
     {
         return Texture2d(device, desc);  // fails before memory is taken for what cannot be
@@ -86,7 +86,7 @@ PanoramaPyramid<Image>::PanoramaPyramid(
     for (std::uint64_t level = 0; level < levelCount; ++level)
     {
         const D3D11_TEXTURE2D_DESC uploadDesc = textureDesc(
-            loader.tileWidth(level), loader.tileHeight(level), Kind<Image>::kFormat, D3D11_USAGE_STAGING, 0
+            loader.tileWidth(level), loader.tileHeight(level), Kind<Image>::kFormat, D3D11_USAGE_STAGING
         );
         addLevel(
             unknownTexture<Image>(device, loader.width(level), loader.height(level)),

@@ -47,7 +47,7 @@ private:
     {
         Texture2d texture;
         ShaderResourceView view;
-        Texture2d uploadTexture;  // as large as a tile; the CPU cannot write a part of a dynamic texture
+        Texture2d uploadTexture;  // as large as a tile; tiles go through it
     };
 
     std::vector<Level> mLevels;

@@ -1,6 +1,7 @@
 #include "render/pano/PanoramaTiles.h"
 
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -147,13 +148,30 @@ std::exception_ptr PanoramaTiles::error() const
 PanoramaTiles::Batch PanoramaTiles::take()
 {
     const std::scoped_lock lock(mMutex);
+    mHasGiven |= !mPending.colorTiles.empty() || !mPending.depthTiles.empty();
     return std::exchange(mPending, Batch{{}, {}, mPending.colorLevel, mPending.depthLevel});
 }
 
-void PanoramaTiles::forgetTaken()
+void PanoramaTiles::giveBack(Batch batch)
 {
     const std::scoped_lock lock(mMutex);
-    mPending.colorLevel = 0;
-    mPending.depthLevel = 0;
+    const auto append = [](auto& tiles, auto& more) {
+        tiles.insert(tiles.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+    };
+    append(batch.colorTiles, mPending.colorTiles);
+    append(batch.depthTiles, mPending.depthTiles);
+    mPending.colorTiles = std::move(batch.colorTiles);
+    mPending.depthTiles = std::move(batch.depthTiles);
+    mRequestFrame();
+}
+
+bool PanoramaTiles::forgetTaken()
+{
+    const std::scoped_lock lock(mMutex);
+    if (mHasGiven)
+    {
+        mPending = Batch();
+    }
+    return std::exchange(mHasGiven, false);
 }
 }  // namespace Render

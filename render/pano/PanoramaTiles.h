@@ -75,8 +75,12 @@ public:
     /// Hands over what is pending.
     Batch take();
 
-    /// The next batch begins with level 0 again: what was taken is lost.
-    void forgetTaken();
+    /// Lets the next batch begin with what could not be used of an earlier one.
+    void giveBack(Batch batch);
+
+    /// What was taken is lost, and nothing is pending any more; the next batch begins with level 0 again.
+    /// @returns  whether anything had been taken
+    bool forgetTaken();
 
     Graphics::PanoramaLoader* loader() const noexcept { return mLoader.get(); }
 
@@ -104,6 +108,7 @@ private:
 
     mutable std::recursive_mutex mMutex;  // guards what follows; recursive, since onTile may take()
     Batch mPending;
+    bool mHasGiven = false;  // something has been taken
     std::exception_ptr mError;
 };
 }  // namespace Render

@@ -3,7 +3,6 @@
 #include "render/gpu/ShaderConfiguration.h"
 #include "render/pointcloud/ScopedBinding.h"
 
-#include <cassert>
 #include <span>
 #include <utility>
 
@@ -55,7 +54,6 @@ Boxes::Boxes(
 
 void Boxes::update(ID3D11DeviceContext* context, const std::vector<BoxWithColor>& boxes)
 {
-    assert(boxes.size() <= mInstances.capacity());
     mInstances.update(context, std::as_bytes(std::span(boxes)));
     mBoxCount = boxes.size();
 }

@@ -42,16 +42,16 @@ public:
     ~Boxes() = default;
 
     /// Replaces the boxes.
-    /// @param boxes  no more than there was room for at construction; not checked, the owner sizes the
-    ///               buffer
-    /// @throws ComException  when the buffer cannot be mapped; the old boxes stay
+    /// @param boxes  no more than there was room for at construction
+    /// @throws std::invalid_argument  for more; the old boxes stay
+    /// @throws ComException           when the buffer cannot be mapped; the old boxes stay
     void update(ID3D11DeviceContext* context, const std::vector<BoxWithColor>& boxes);
 
     void setModelViewProjection(const Eigen::Matrix4f& matrix);
     void setModelViewProjection(const ShaderMatrix& matrix);
 
     /// Draws into the bound targets; leaves shaders, layout and constants unbound.
-    /// @throws std::logic_error  "Error: end call is missing" when an earlier draw was cut short
+    /// @throws ComException  when the constants cannot be uploaded; a later draw tries again
     void draw(ID3D11DeviceContext* context);
 
 private:

@@ -1,13 +1,11 @@
 #include "render/pointcloud/DynamicVertexBuffer.h"
 
+#include "render/gpu/bufferSize.h"
 #include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
 #include <algorithm>
-#include <cassert>
-#include <cstdint>
 #include <cstring>
-#include <limits>
 #include <stdexcept>
 #include <string>
 
@@ -15,17 +13,9 @@ namespace Render
 {
 namespace
 {
-UINT byteWidth(std::size_t capacity, unsigned int stride)
+std::string nameOf(std::size_t capacity)
 {
-    constexpr std::uint64_t kLargest = std::numeric_limits<UINT>::max();
-    if (capacity > kLargest / stride)
-    {
-        throw std::invalid_argument(
-            "A vertex buffer of " + std::to_string(capacity) + " elements of " + std::to_string(stride) +
-            " bytes is larger than the " + std::to_string(kLargest) + " bytes that Direct3D can address"
-        );
-    }
-    return static_cast<UINT>(capacity * stride);
+    return "A budget of " + std::to_string(capacity) + " elements";
 }
 }  // namespace
 
@@ -46,18 +36,26 @@ DynamicVertexBuffer::DynamicVertexBuffer(
 void DynamicVertexBuffer::create(ID3D11Device* device, const void* initialData)
 {
     D3D11_BUFFER_DESC desc{};
-    desc.ByteWidth = byteWidth(mCapacity, mStride);
+    desc.ByteWidth = bufferSize(mCapacity, mStride, nameOf(mCapacity));
     desc.Usage = D3D11_USAGE_DYNAMIC;
     desc.BindFlags = D3D11_BIND_VERTEX_BUFFER;
     desc.CPUAccessFlags = D3D11_CPU_ACCESS_WRITE;
     const D3D11_SUBRESOURCE_DATA data{initialData, 0, 0};
-    throwIfFailed(device->CreateBuffer(&desc, initialData != nullptr ? &data : nullptr, mBuffer.put()));
+    throwIfFailed(
+        device->CreateBuffer(&desc, initialData != nullptr ? &data : nullptr, mBuffer.put()), device
+    );
     setDebugName(mBuffer, "DynamicVertexBuffer");
 }
 
 void DynamicVertexBuffer::update(ID3D11DeviceContext* context, std::span<const std::byte> bytes)
 {
-    assert(bytes.size() <= mCapacity * mStride);
+    if (bytes.size() > mCapacity * mStride)
+    {
+        throw std::invalid_argument(
+            "Error: a vertex buffer of " + std::to_string(mCapacity * mStride) + " bytes cannot take " +
+            std::to_string(bytes.size())
+        );
+    }
     update(context, std::span(&bytes, 1));
 }
 
@@ -66,7 +64,7 @@ void DynamicVertexBuffer::update(
 )
 {
     D3D11_MAPPED_SUBRESOURCE mapped{};
-    throwIfFailed(context->Map(mBuffer, 0, D3D11_MAP_WRITE_DISCARD, 0, &mapped));
+    throwIfFailed(context->Map(mBuffer, 0, D3D11_MAP_WRITE_DISCARD, 0, &mapped), context);
     auto* to = static_cast<std::byte*>(mapped.pData);
     std::size_t room = mCapacity * mStride;
     for (const std::span<const std::byte> piece : pieces)

@@ -32,7 +32,8 @@ public:
 
     /// Replaces the contents.
     /// @param bytes  whole elements, at most the capacity
-    /// @throws ComException  when the buffer cannot be mapped
+    /// @throws std::invalid_argument  for more; nothing is written then
+    /// @throws ComException           when the buffer cannot be mapped
     void update(ID3D11DeviceContext* context, std::span<const std::byte> bytes);
 
     /// Replaces the contents by these, one after the other; what has no room is left out.

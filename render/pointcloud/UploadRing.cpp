@@ -16,12 +16,12 @@ UploadRing::UploadRing(ID3D11Device* device, std::size_t segmentBytes) : mSegmen
     desc.Usage = D3D11_USAGE_DYNAMIC;
     desc.BindFlags = D3D11_BIND_VERTEX_BUFFER;  // mapping without overwriting needs it to be one
     desc.CPUAccessFlags = D3D11_CPU_ACCESS_WRITE;
-    throwIfFailed(device->CreateBuffer(&desc, nullptr, mMemory.put()));
+    throwIfFailed(device->CreateBuffer(&desc, nullptr, mMemory.put()), device);
     setDebugName(mMemory, "UploadRing");
     for (Segment& segment : mSegments)
     {
         constexpr D3D11_QUERY_DESC kEvent{D3D11_QUERY_EVENT, 0};
-        throwIfFailed(device->CreateQuery(&kEvent, segment.hasBeenRead.put()));
+        throwIfFailed(device->CreateQuery(&kEvent, segment.hasBeenRead.put()), device);
     }
 }
 
@@ -38,7 +38,7 @@ void UploadRing::upload(
         const std::size_t from = mSegment * mSegmentBytes + mUsed;
         const std::size_t count = std::min(bytes.size(), mSegmentBytes - mUsed);
         D3D11_MAPPED_SUBRESOURCE mapped{};
-        throwIfFailed(context->Map(mMemory, 0, D3D11_MAP_WRITE_NO_OVERWRITE, 0, &mapped));
+        throwIfFailed(context->Map(mMemory, 0, D3D11_MAP_WRITE_NO_OVERWRITE, 0, &mapped), context);
         std::memcpy(static_cast<std::byte*>(mapped.pData) + from, bytes.data(), count);
         context->Unmap(mMemory, 0);
 
@@ -66,7 +66,7 @@ void UploadRing::nextSegment(ID3D11DeviceContext* context)
         {
             std::this_thread::yield();
         }
-        throwIfFailed(result);
+        throwIfFailed(result, context);
         mSegments[next].isPending = false;
     }
     mSegment = next;

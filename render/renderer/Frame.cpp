@@ -9,6 +9,7 @@
 
 #include <array>
 #include <string>
+#include <utility>
 
 namespace Render
 {
@@ -83,14 +84,23 @@ RenderPass emptyPass(const CComPtr<ID3D11Device>& device, const Viewport& viewpo
     );
 }
 
+/// Nothing reads the other mip levels.
+D3D11_TEXTURE2D_DESC oneMipLevel(DXGI_FORMAT format)
+{
+    D3D11_TEXTURE2D_DESC desc{};
+    desc.MipLevels = 1;
+    desc.Format = format;
+    return desc;
+}
+
 RenderPass scenePass(const CComPtr<ID3D11Device>& device, const Camera& camera)
 {
     RenderPass pass = emptyPass(device, camera.viewport());
-    pass.addDepthBuffer(D3D11_CLEAR_DEPTH, camera.clearDepthValue(), 0);
-    pass.addRenderTarget("color", DXGI_FORMAT_B8G8R8A8_UNORM);
+    pass.addDepthBuffer(D3D11_CLEAR_DEPTH, camera.clearDepthValue(), 0, 1);
+    pass.addRenderTarget("color", oneMipLevel(DXGI_FORMAT_B8G8R8A8_UNORM));
     for (const char* const name : {"worldPosition", "exactWorldPosition"})
     {
-        pass.addRenderTarget(name, DXGI_FORMAT_R32G32B32A32_FLOAT);
+        pass.addRenderTarget(name, oneMipLevel(DXGI_FORMAT_R32G32B32A32_FLOAT));
         pass.setClearValue(name, 0.0F, 0.0F, 0.0F, 0.0F);  // w = 0 marks a pixel that nothing covered
     }
     return pass;
@@ -99,8 +109,8 @@ RenderPass scenePass(const CComPtr<ID3D11Device>& device, const Camera& camera)
 RenderPass outputPass(const CComPtr<ID3D11Device>& device, const Camera& camera)
 {
     RenderPass pass = emptyPass(device, camera.viewport());
-    pass.addRenderTarget("color", DXGI_FORMAT_B8G8R8A8_UNORM);
-    pass.addRenderTarget("worldPosition", DXGI_FORMAT_R32G32B32A32_FLOAT);
+    pass.addRenderTarget("color", oneMipLevel(DXGI_FORMAT_B8G8R8A8_UNORM));
+    pass.addRenderTarget("worldPosition", oneMipLevel(DXGI_FORMAT_R32G32B32A32_FLOAT));
     pass.setClearValue("worldPosition", 0.0F, 0.0F, 0.0F, 0.0F);
     return pass;
 }
@@ -166,10 +176,15 @@ Frame::Frame(const CComPtr<ID3D11Device>& device, const Camera& camera, std::uin
 {
 }
 
-void Frame::setViewport(unsigned int width, unsigned int height)
+Frame::Textures Frame::texturesOfSize(unsigned int width, unsigned int height) const
 {
-    mScenePass.setViewport(width, height);
-    mOutputPass.setViewport(width, height);
+    return {mScenePass.texturesOfSize(width, height), mOutputPass.texturesOfSize(width, height)};
+}
+
+void Frame::use(Textures textures) noexcept
+{
+    mScenePass.use(std::move(textures.scene));
+    mOutputPass.use(std::move(textures.output));
 }
 
 void Frame::draw(
@@ -230,6 +245,7 @@ void Frame::drawOutput(
     mOutputPass.clearAllRenderTargets(context, true);
 
     const BoundInputs inputs(context, mScenePass);
+    postProcess.recover();  // nothing of a frame that failed is bound any more
     postProcess.draw(context);
 }
 }  // namespace Render

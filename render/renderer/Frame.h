@@ -32,9 +32,19 @@ public:
     /// @throws ComException  when the device refuses a texture or state
     Frame(const CComPtr<ID3D11Device>& device, const Camera& camera, std::uint64_t rendererId);
 
-    /// Resizes both passes.
-    /// @throws ComException  when a texture cannot be made; a later call can still bring the passes in order
-    void setViewport(unsigned int width, unsigned int height);
+    /// What both passes have in one size.
+    struct Textures
+    {
+        RenderPass::Textures scene;
+        RenderPass::Textures output;
+    };
+
+    /// @throws ComException  when a texture or view cannot be made
+    Textures texturesOfSize(unsigned int width, unsigned int height) const;
+
+    /// Draws into these from now on.
+    /// @param textures  what texturesOfSize has given
+    void use(Textures textures) noexcept;
 
     /// Fits the depth range if the view asks for it, then draws; leaves nothing bound, also when a renderable
     /// throws. An invisible scene still decides whether the frame is blended.

@@ -14,11 +14,13 @@ namespace
 template <class Image>
 void copyWholeInto(const MappedImage& source, std::uint64_t width, std::uint64_t height, Image& image)
 {
-    image.resize(width, height, source.rowPitch);
-    if (image.sizeInBytes() != source.sizeInBytes)
+    const bool fits = width <= source.rowPitch / sizeof(typename Image::PixelType) &&
+                      source.sizeInBytes == source.rowPitch * height;
+    if (!fits)
     {
         throw std::runtime_error("image size does not match");
     }
+    image.resize(width, height, source.rowPitch);
     std::memcpy(image.data(), source.data, source.sizeInBytes);
 }
 }  // namespace

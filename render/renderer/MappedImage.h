@@ -33,7 +33,8 @@ struct MappedImage
 };
 
 /// Copies everything in one piece; the image takes the size in pixels and the row pitch.
-/// @throws std::runtime_error  "image size does not match" when the image then has another size in bytes
+/// @throws std::runtime_error  "image size does not match" when the source has another number of rows, or
+///                             shorter ones; the image stays as it is then
 void copyWhole(
     const MappedImage& source, std::uint64_t width, std::uint64_t height, Graphics::ColorImage& image
 );

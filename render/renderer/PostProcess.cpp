@@ -2,6 +2,7 @@
 
 #include "render/scene/Viewport.h"
 
+#include <stdexcept>
 #include <string>
 
 namespace Render
@@ -134,6 +135,11 @@ void PostProcess::draw(ID3D11DeviceContext* context)
     const PixelShader& pixelShader = mPixelShaders[pixelShaderFor(renderMode())];
     mVertexShader.begin(context);
     pixelShader.begin(context);
+    if (mIsCutShort)
+    {
+        throw std::logic_error("Error: end call is missing");
+    }
+    mIsCutShort = true;
     mConstants.begin(context, ShaderConfiguration::Pixel, 0);
 
     context->IASetPrimitiveTopology(D3D11_PRIMITIVE_TOPOLOGY_TRIANGLESTRIP);
@@ -142,5 +148,6 @@ void PostProcess::draw(ID3D11DeviceContext* context)
     mVertexShader.end(context);
     pixelShader.end(context);
     mConstants.end(context);
+    mIsCutShort = false;
 }
 }  // namespace Render

@@ -68,9 +68,13 @@ public:
     void setColorizationRange(const Math::Point<float, 3>& start, const Math::Point<float, 3>& end);
 
     /// Uploads changed settings and draws; unbinds what it has bound.
-    /// @throws ComException      when the constants cannot be uploaded; they then count as bound
-    /// @throws std::logic_error  "Error: end call is missing" when they are still bound from such a failure
+    /// @throws ComException      when the constants cannot be uploaded; on purpose they then count as bound
+    /// @throws std::logic_error  "Error: end call is missing" when they count as bound from such a failure
     void draw(ID3D11DeviceContext* context);
+
+    /// Lets draw begin anew after a failure, in a context where nothing of it is bound any more. Harmless
+    /// else.
+    void recover() noexcept { mIsCutShort = false; }
 
     /// The settings as they are uploaded.
     const PostProcessConstants& constants() const noexcept { return mConstants.values(); }
@@ -82,5 +86,6 @@ private:
     ConstantBlock<PostProcessConstants> mConstants;
     VertexShader mVertexShader;
     std::array<PixelShader, 5> mPixelShaders;  // by the modes that they serve, see PostProcess.cpp
+    bool mIsCutShort = false;                  // a draw has begun and not ended
 };
 }  // namespace Render

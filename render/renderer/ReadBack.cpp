@@ -1,42 +1,35 @@
 #include "render/renderer/ReadBack.h"
 
-#include "render/scene/Viewport.h"
-
 namespace Render
 {
 namespace
 {
-Texture2d stagingTexture(ID3D11Device* device, const Viewport& viewport, DXGI_FORMAT format)
+Texture2d stagingTexture(ID3D11Device* device, unsigned int width, unsigned int height, DXGI_FORMAT format)
 {
     D3D11_TEXTURE2D_DESC desc{};
-    desc.MipLevels = 0;  // all, as the targets have them: a whole copy needs equal numbers
+    desc.MipLevels = 1;
     desc.ArraySize = 1;
     desc.Format = format;
     desc.SampleDesc.Count = 1;
     desc.Usage = D3D11_USAGE_STAGING;
     desc.CPUAccessFlags = D3D11_CPU_ACCESS_READ;
-    return Texture2d(
-        device,
-        desc,
-        static_cast<unsigned int>(viewport.width()),
-        static_cast<unsigned int>(viewport.height())
-    );
+    return Texture2d(device, desc, width, height);
 }
 }  // namespace
 
-ReadBack::ReadBack(const CComPtr<ID3D11Device>& device, const Viewport& viewport)
-    : mDepth(stagingTexture(device, viewport, DXGI_FORMAT_D32_FLOAT)),
-      mColor(stagingTexture(device, viewport, DXGI_FORMAT_B8G8R8A8_UNORM)),
-      mWorldPosition(stagingTexture(device, viewport, DXGI_FORMAT_R32G32B32A32_FLOAT)),
-      mExactWorldPosition(stagingTexture(device, viewport, DXGI_FORMAT_R32G32B32A32_FLOAT))
+ReadBack::ReadBack(ID3D11Device* device, unsigned int width, unsigned int height)
+    : mDepth{stagingTexture(device, width, height, DXGI_FORMAT_D32_FLOAT)},
+      mColor{stagingTexture(device, width, height, DXGI_FORMAT_B8G8R8A8_UNORM)},
+      mWorldPosition{stagingTexture(device, width, height, DXGI_FORMAT_R32G32B32A32_FLOAT)},
+      mExactWorldPosition{stagingTexture(device, width, height, DXGI_FORMAT_R32G32B32A32_FLOAT)}
 {
 }
 
-void ReadBack::setViewport(ID3D11Device* device, unsigned int width, unsigned int height)
+void ReadBack::forget() noexcept
 {
-    for (Texture2d* const texture : {&mDepth, &mColor, &mWorldPosition, &mExactWorldPosition})
+    for (Copy* const copy : {&mDepth, &mColor, &mWorldPosition, &mExactWorldPosition})
     {
-        texture->resize(device, width, height);
+        copy->isCurrent = false;
     }
 }
 
@@ -52,31 +45,40 @@ ReadBack::Mapped::~Mapped()
 
 MappedImage ReadBack::Mapped::image() const noexcept
 {
+    // Direct3D gives two-dimensional textures no depth pitch to rely on.
     return {
-        static_cast<const std::byte*>(mSubresource.pData), mSubresource.RowPitch, mSubresource.DepthPitch};
+        static_cast<const std::byte*>(mSubresource.pData),
+        mSubresource.RowPitch,
+        std::size_t{mSubresource.RowPitch} * mStaging.desc().Height};
+}
+
+ReadBack::Mapped ReadBack::mapped(ID3D11DeviceContext* context, const Texture2d& source, Copy& copy)
+{
+    if (!copy.isCurrent)
+    {
+        copy.texture.copySubRegion(context, source, 0, 0, 0);
+        copy.isCurrent = true;
+    }
+    return Mapped(context, copy.texture);
 }
 
 ReadBack::Mapped ReadBack::depth(ID3D11DeviceContext* context, const Texture2d& source)
 {
-    mDepth.copy(context, source);
-    return Mapped(context, mDepth);
+    return mapped(context, source, mDepth);
 }
 
 ReadBack::Mapped ReadBack::color(ID3D11DeviceContext* context, const Texture2d& source)
 {
-    mColor.copy(context, source);
-    return Mapped(context, mColor);
+    return mapped(context, source, mColor);
 }
 
 ReadBack::Mapped ReadBack::worldPosition(ID3D11DeviceContext* context, const Texture2d& source)
 {
-    mWorldPosition.copy(context, source);
-    return Mapped(context, mWorldPosition);
+    return mapped(context, source, mWorldPosition);
 }
 
 ReadBack::Mapped ReadBack::exactWorldPosition(ID3D11DeviceContext* context, const Texture2d& source)
 {
-    mExactWorldPosition.copy(context, source);
-    return Mapped(context, mExactWorldPosition);
+    return mapped(context, source, mExactWorldPosition);
 }
 }  // namespace Render

@@ -9,17 +9,30 @@ namespace Render
 {
 /// Brings the targets of a frame to the CPU, through four staging textures of the frame's size.
 ///
+/// A target is copied when it is asked for first after a frame; what follows reads the copy.
 /// Threads  rendering thread only, not locked.
 class ReadBack
 {
-public:
-    /// @param viewport  the frame's size
-    /// @throws ComException  when a texture cannot be made
-    ReadBack(const CComPtr<ID3D11Device>& device, const Viewport& viewport);
+    /// A staging texture of one mip level.
+    struct Copy
+    {
+        Texture2d texture;
+        bool isCurrent = false;
+    };
 
-    /// Makes the textures anew in another size.
-    /// @throws ComException  when a texture cannot be made; a later call can still bring them in order
-    void setViewport(ID3D11Device* device, unsigned int width, unsigned int height);
+public:
+    /// @param width, height  the frame's size, in pixels
+    /// @throws ComException  when a texture cannot be made
+    ReadBack(ID3D11Device* device, unsigned int width, unsigned int height);
+
+    ReadBack(const ReadBack&) = delete;
+    ReadBack& operator=(const ReadBack&) = delete;
+    ReadBack(ReadBack&&) noexcept = default;
+    ReadBack& operator=(ReadBack&&) noexcept = default;
+    ~ReadBack() = default;
+
+    /// The targets are about to change: the next of each kind that is asked for is copied anew.
+    void forget() noexcept;
 
     /// A staging texture that the CPU reads; gives it back at the end of its life.
     class [[nodiscard]] Mapped
@@ -40,8 +53,8 @@ public:
         D3D11_MAPPED_SUBRESOURCE mSubresource;
     };
 
-    // Each copies the whole source, which has the frame's size and the format that the name tells, and waits
-    // for that. Only one of the same name may live at a time.
+    // Each has mip level 0 of the source, which has the frame's size and the format that the name tells, and
+    // waits for its copy. Only one of the same name may live at a time.
 
     Mapped depth(ID3D11DeviceContext* context, const Texture2d& source);
     Mapped color(ID3D11DeviceContext* context, const Texture2d& source);
@@ -49,9 +62,11 @@ public:
     Mapped exactWorldPosition(ID3D11DeviceContext* context, const Texture2d& source);
 
 private:
-    Texture2d mDepth;
-    Texture2d mColor;
-    Texture2d mWorldPosition;
-    Texture2d mExactWorldPosition;
+    static Mapped mapped(ID3D11DeviceContext* context, const Texture2d& source, Copy& copy);
+
+    Copy mDepth;
+    Copy mColor;
+    Copy mWorldPosition;
+    Copy mExactWorldPosition;
 };
 }  // namespace Render

@@ -4,6 +4,7 @@
 #include "graphics/DepthImage.h"
 #include "render/gpu/Direct3D.h"
 #include "render/gpu/createDevice.h"
+#include "render/gpu/throwIfFailed.h"
 #include "render/renderer/Frame.h"
 #include "render/renderer/Picking.h"
 #include "render/renderer/PointExport.h"
@@ -16,6 +17,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <stdexcept>
 #include <utility>
 
 namespace Render
@@ -42,7 +44,9 @@ Renderer::Renderer(bool reversedZ)
     setOrthographic(2.0F, 2.0F, -1.0F, 1.0F);
     setBackgroundColor(255, 255, 255, 255);
     mFrame = std::make_unique<Frame>(mDevice, *camera(), id());
-    mReadBack = std::make_unique<ReadBack>(mDevice, viewport());
+    mReadBack = std::make_unique<ReadBack>(
+        mDevice, textureSize(viewport().width()), textureSize(viewport().height())
+    );
     *mPostProcess = PostProcess(mDevice);
 }
 
@@ -146,6 +150,11 @@ void Renderer::setOrthographic(float height, float zNear, float zFar)
 
 void Renderer::setProjection(const Eigen::Matrix4f& projection, float minDepth, float maxDepth, bool reversed)
 {
+    if (!(minDepth >= 0.0F && minDepth <= maxDepth && maxDepth <= 1.0F))
+    {
+        throw std::invalid_argument("Error: a depth range must lie in 0..1, its minimum not above its maximum"
+        );
+    }
     mView->setProjection(projection, minDepth, maxDepth, reversed);
 }
 
@@ -217,35 +226,21 @@ void Renderer::getZRange(float& zNear, float& zFar) const noexcept
 
 void Renderer::setViewport(std::uint64_t width, std::uint64_t height)
 {
-    const std::uint64_t oldWidth = viewport().width();
-    const std::uint64_t oldHeight = viewport().height();
-    if (width == oldWidth && height == oldHeight)
+    if (width == viewport().width() && height == viewport().height())
     {
         return;
     }
+    Frame::Textures targets = mFrame->texturesOfSize(textureSize(width), textureSize(height));
+    ReadBack readBack(mDevice, textureSize(width), textureSize(height));
     camera()->setViewport(width, height);
-    try
-    {
-        resizeTextures(width, height);
-    }
-    catch (...)
-    {
-        camera()->setViewport(oldWidth, oldHeight);
-        resizeTextures(oldWidth, oldHeight);
-        throw;
-    }
+    mFrame->use(std::move(targets));
+    *mReadBack = std::move(readBack);
     if (scene())
     {
         scene()->onUpdateViewport(camera());
     }
     mPostProcess->setViewport(viewport());
     raiseRedraw();
-}
-
-void Renderer::resizeTextures(std::uint64_t width, std::uint64_t height)
-{
-    mFrame->setViewport(textureSize(width), textureSize(height));
-    mReadBack->setViewport(mDevice, textureSize(width), textureSize(height));
 }
 
 const Viewport& Renderer::viewport() const noexcept
@@ -364,7 +359,19 @@ void Renderer::autoAdjustBrightnessAndContrast(float quantile, float range)
 
 void Renderer::render()
 {
-    mFrame->draw(mDeviceContext, *mView, *mPostProcess, mBackgroundColor);
+    try
+    {
+        mFrame->draw(mDeviceContext, *mView, *mPostProcess, mBackgroundColor);
+        mDeviceContext->Flush();  // the device begins, whenever the host may come back for the picture
+        mReadBack->forget();
+        throwIfLost(mDevice);
+    }
+    catch (...)
+    {
+        mReadBack->forget();
+        raiseRedraw();  // what the scene has drawn of it counts as drawn there
+        throw;
+    }
     camera()->setNeedsRedraw(false);
     mPointExport->reset();
 }

@@ -55,6 +55,7 @@ public:
     /// @throws std::runtime_error  "needs at least a DirectX 11.0 graphics card"
     explicit Renderer(bool reversedZ);
 
+    /// Deinitialises the scene, which may then enter another renderer.
     virtual ~Renderer();
 
     const CComPtr<ID3D11Device>& device() const noexcept;
@@ -111,6 +112,8 @@ public:
 
     /// Takes a projection built elsewhere. The depth test and the clear depth stay those of the renderer's
     /// construction: keep to its depth convention.
+    /// @param minDepth, maxDepth  the viewport's depth range, 0 <= minDepth <= maxDepth <= 1
+    /// @throws std::invalid_argument  for another depth range; nothing changes then
     void setProjection(const Eigen::Matrix4f& projection, float minDepth, float maxDepth, bool reversed);
 
     /// Fits near and far to a box in world coordinates.
@@ -133,8 +136,8 @@ public:
     void getZRange(float& zNear, float& zFar) const noexcept;
 
     /// Resizes the picture, in pixels. The projection keeps its aspect ratio: set it again afterwards.
-    /// @throws ComException  when the device cannot make textures of this size; the old size is then in force
-    /// again
+    /// @throws ComException  when the device cannot make textures of this size, old and new ones at once; the
+    ///                       old size then stays in force
     void setViewport(std::uint64_t width, std::uint64_t height);
 
     const Viewport& viewport() const noexcept;
@@ -175,7 +178,10 @@ public:
 
     // Frames.
 
-    /// Draws one frame, after which no redraw is due. Nothing stays bound to the context.
+    /// Draws one frame, after which no redraw is due, and has the device begin with it. Nothing stays bound
+    /// to the context. After an exception a redraw is due, and the next frame tries again.
+    /// @throws DeviceLostException  when the device is lost, see there how to go on
+    /// @throws ComException         when something cannot be uploaded
     void render();
 
     /// The picture of the last frame; the image takes its size and the row pitch of the read-back.
@@ -262,7 +268,6 @@ public:
     void writePoints(const std::filesystem::path& file);
 
 private:
-    void resizeTextures(std::uint64_t width, std::uint64_t height);
     void raiseRedraw();
     Picking picking();
 

@@ -4,13 +4,68 @@
 #include "render/scene/Camera.h"
 #include "render/scene/Renderable.h"
 
+#include <mutex>
+#include <unordered_map>
 #include <utility>
 
 namespace Render
 {
+namespace
+{
+/// Which view has brought a scene to life last: a host may hand a scene on before it ends the old renderer.
+class LiveScenes
+{
+public:
+    void begin(const View& view, const Renderable* scene)
+    {
+        const std::scoped_lock lock(mMutex);
+        mViews[scene] = &view;
+    }
+
+    /// @returns whether the scene has been this view's until now
+    bool end(const View& view, const Renderable* scene) noexcept
+    {
+        const std::scoped_lock lock(mMutex);
+        const auto found = mViews.find(scene);
+        const bool wasLive = found != mViews.end() && found->second == &view;
+        std::erase_if(mViews, [&view](const auto& entry) { return entry.second == &view; });
+        return wasLive;
+    }
+
+private:
+    std::mutex mMutex;
+    std::unordered_map<const Renderable*, const View*> mViews;
+};
+
+LiveScenes& liveScenes()
+{
+    static LiveScenes scenes;
+    return scenes;
+}
+
+/// Where another error is the one to report, or none can be.
+void deinitQuietly(Renderable& scene) noexcept
+{
+    try
+    {
+        scene.deinit();
+    }
+    catch (...)
+    {
+        // what it took it gives back at the end of its life
+    }
+}
+}  // namespace
+
 View::View(bool reversedZ) : mCamera(std::make_shared<Camera>(reversedZ)) {}
 
-View::~View() = default;
+View::~View()
+{
+    if (liveScenes().end(*this, mScene.get()))
+    {
+        deinitQuietly(*mScene);
+    }
+}
 
 void View::setScene(
     std::shared_ptr<Renderable> scene,
@@ -19,6 +74,7 @@ void View::setScene(
     const CComPtr<ID3D11DeviceContext>& context
 )
 {
+    liveScenes().end(*this, mScene.get());
     if (mScene)
     {
         mScene->deinit();
@@ -37,16 +93,10 @@ void View::setScene(
     {
         // Half of it may lack its device objects; what the other half took is given back.
         const std::shared_ptr<Renderable> failed = std::exchange(mScene, nullptr);
-        try
-        {
-            failed->deinit();
-        }
-        catch (...)
-        {
-            // the first error is the one to report
-        }
+        deinitQuietly(*failed);
         throw;
     }
+    liveScenes().begin(*this, mScene.get());
 }
 
 template <class Change>

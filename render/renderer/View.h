@@ -26,6 +26,7 @@ public:
     /// @param reversedZ  depth convention of the camera
     explicit View(bool reversedZ);
 
+    /// Gives the scene's device objects back, unless the scene has come to life elsewhere since.
     ~View();
     View(const View&) = delete;
     View& operator=(const View&) = delete;

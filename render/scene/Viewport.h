@@ -33,7 +33,8 @@ public:
 
     void setDepthRange(float min, float max) noexcept;
 
-    /// Makes this the only viewport of the rasterizer stage.
+    /// Makes this the only viewport of the rasterizer stage. The depth range is cut to what Direct3D allows:
+    /// both limits lie in 0..1 and the lower one not above the upper one.
     void set(ID3D11DeviceContext* context) const;
 
     std::int32_t x() const noexcept { return mX; }

@@ -30,6 +30,13 @@ std::string repeated(std::size_t count, std::string_view text)
     return result;
 }
 
+TEST(JsonTree, GivesItsTree)
+{
+    const Core::JsonTree tree(Core::parseJson(R"({"a": [1, {"b": [2, 3]}], "c": {}})"));
+
+    EXPECT_EQ((*tree)["a"][1]["b"][1], 3);
+}
+
 TEST(ParseJson, GivesTheTree)
 {
     const nlohmann::json tree = Core::parseJson(R"({"a": [1, 2.5, "x", null, true], "b": {}})");

@@ -229,7 +229,9 @@ TEST_P(ReferenceData, FactsOfTheDataSetAreThoseOfItsMetadata)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    DataSets, ReferenceData, testing::Values("test14_brotli", "autzen_brotli", "autzen_default")
+    DataSets,
+    ReferenceData,
+    testing::Values("test14_brotli", "autzen_brotli", "autzen_default", "lonestar_brotli")
 );
 
 TEST(ReferenceDataSha256, MatchesThePublishedDigestOfThreeLetters)

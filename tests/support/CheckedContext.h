@@ -3,15 +3,12 @@
 #include "tests/support/ForwardingContext.h"
 
 #include <map>
-#include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
-/// A device context for tests: passes every call on, writes down those that bind, draw, copy, clear and map,
-/// and fails the test on a call that Direct3D 11 does not allow although drivers may accept it: copies
-/// between unlike resources, boxes that leave a texture, maps that do not fit the usage, a resource as target
-/// and shader view at once, targets of different sizes.
+/// A device context for tests: passes every call on and writes down those that bind, draw, copy, clear and
+/// map. It is made from the context of DeviceFixture, which fails the test on calls that are not allowed, see
+/// StrictContext.
 ///
 /// A call is written as "PSSetShaderResources 2 color": the function, its numbers, and its objects by the
 /// names that the test has given them; "null" is no object and "?" one without a name.
@@ -101,13 +98,8 @@ private:
     template <class... Words>
     void write(const Words&... words);
 
-    void checkNotTarget(UINT count, ID3D11ShaderResourceView* const* views) const;
-    void checkTargets(UINT count, ID3D11RenderTargetView* const* views, ID3D11DepthStencilView* depthView)
-        const;
-
     std::map<const IUnknown*, std::string> mNames;
     std::vector<std::string> mCalls;
-    std::set<std::pair<ID3D11Resource*, UINT>> mMapped;
 };
 
 /// What is bound in a context, one text each, such as "PS shader resource 2": shaders, views, samplers,

@@ -1,11 +1,13 @@
 #include "tests/support/DeviceFixture.h"
 
+#include "render/gpu/createDevice.h"
 #include "render/gpu/throwIfFailed.h"
 #include "render/platform/direct3dLibrary.h"
 
 #include <cstdlib>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 using Render::CComPtr;
 using Render::throwIfFailed;
@@ -16,6 +18,15 @@ bool isDeviceRequired()
 {
     const char* const value = std::getenv("TARNEL_REQUIRE_DEVICE");
     return value != nullptr && std::string_view(value) == "1";
+}
+
+Render::Device strict(const Render::Device& plain)
+{
+    Render::Device result;
+    auto* const device = new StrictDevice(plain.device, plain.context);
+    result.device.attach(device);  // the reference that it is born with
+    result.context = &device->context();
+    return result;
 }
 
 std::size_t texelSize(DXGI_FORMAT format)
@@ -69,13 +80,32 @@ D3D11_MAPPED_SUBRESOURCE mapForReading(ID3D11DeviceContext* context, ID3D11Resou
 
 void DeviceFixture::SetUpTestSuite()
 {
-    sDeviceResult = Render::Direct3DLibrary::createDevice(nullptr, sDevice.put(), sContext.put());
+    Render::Device made;
+    sDeviceResult = Render::Direct3DLibrary::createDevice(nullptr, made.device.put(), made.context.put());
+    if (SUCCEEDED(sDeviceResult))
+    {
+        const Render::Device checked = strict(made);
+        sDevice = &dynamic_cast<StrictDevice&>(*checked.device.get());
+        sPlainDevice = checked.device;
+        sContext = checked.context;
+    }
+    Render::setDeviceDecorator(
+        [](const Render::Device& plain)
+        {
+            const Render::Device checked = strict(plain);
+            const auto [number, kind] = std::exchange(sNextFault, {0, CallFaults::Kind::OutOfMemory});
+            faultsOf(checked.device).failAt(number, kind);
+            return checked;
+        }
+    );
 }
 
 void DeviceFixture::TearDownTestSuite()
 {
+    Render::setDeviceDecorator(nullptr);
     sContext.release();
-    sDevice.release();
+    sPlainDevice.release();
+    sDevice = nullptr;
 }
 
 void DeviceFixture::SetUp()

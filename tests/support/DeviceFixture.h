@@ -4,6 +4,7 @@
 #include "render/gpu/Direct3D.h"
 #include "render/gpu/Texture1d.h"
 #include "render/gpu/Texture2d.h"
+#include "tests/support/StrictDevice.h"
 
 #include <gtest/gtest.h>
 
@@ -11,6 +12,7 @@
 #include <cstddef>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// A red, green, blue, alpha texel of DXGI_FORMAT_R32G32B32A32_FLOAT.
@@ -33,6 +35,9 @@ struct TexelGrid
 
 /// Base of the tests that need Direct3D. Without a device they are skipped with the reason, or fail where the
 /// environment variable TARNEL_REQUIRE_DEVICE is 1. Each test starts and ends with an empty context.
+///
+/// The device, and that of every renderer, is a StrictDevice: a call that Direct3D 11 does not allow fails
+/// the test.
 class DeviceFixture : public testing::Test
 {
 public:
@@ -78,16 +83,38 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    static const Render::CComPtr<ID3D11Device>& device() { return sDevice; }
+    static const Render::CComPtr<ID3D11Device>& device() { return sPlainDevice; }
 
     static const Render::CComPtr<ID3D11DeviceContext>& context() { return sContext; }
+
+    /// Which calls of the fixture's device fail.
+    static CallFaults& faults() { return sDevice->faults(); }
+
+    /// The same of another device that createDevice has made.
+    static CallFaults& faultsOf(ID3D11Device* device)
+    {
+        return dynamic_cast<StrictDevice&>(*device).faults();
+    }
+
+    /// Lets a call fail of the device that createDevice makes next.
+    static void failNextDevice(int number, CallFaults::Kind kind) { sNextFault = {number, kind}; }
+
+    /// How many references there are to a device, which every object that was made with it holds one of.
+    static ULONG objectsOf(ID3D11Device* device)
+    {
+        ID3D11Device* const inner = dynamic_cast<StrictDevice&>(*device).inner();
+        inner->AddRef();
+        return inner->Release();
+    }
 
     /// Makes the whole of a target of this size the drawing area.
     static void setViewport(unsigned int width, unsigned int height);
 
 private:
-    static inline Render::CComPtr<ID3D11Device> sDevice;
+    static inline StrictDevice* sDevice = nullptr;  // kept by the next
+    static inline Render::CComPtr<ID3D11Device> sPlainDevice;
     static inline Render::CComPtr<ID3D11DeviceContext> sContext;
+    static inline std::pair<int, CallFaults::Kind> sNextFault{0, CallFaults::Kind::OutOfMemory};
     static inline HRESULT sDeviceResult = S_OK;
 };
 

@@ -119,6 +119,14 @@ bool hasAccess(const Shape& shape, UINT access)
     return (shape.cpuAccess & access) == access;
 }
 
+/// What the GPU may write by a copy. Dynamic resources it only reads.
+std::string brokenByDestination(const Shape& shape)
+{
+    return shape.usage == D3D11_USAGE_DEFAULT || shape.usage == D3D11_USAGE_STAGING
+               ? ""
+               : "copy to an immutable or dynamic resource";
+}
+
 Shape shapeOfView(ID3D11View* view)
 {
     CComPtr<ID3D11Resource> resource;
@@ -183,11 +191,7 @@ std::string brokenByCopy(ID3D11Resource* destination, ID3D11Resource* source)
     {
         return "copy between unlike formats";
     }
-    if (to.usage == D3D11_USAGE_IMMUTABLE)
-    {
-        return "copy to an immutable resource";
-    }
-    return "";
+    return brokenByDestination(to);
 }
 
 std::string brokenByRegionCopy(
@@ -206,6 +210,21 @@ std::string brokenByRegionCopy(
     if (to.dimension != from.dimension || family(to.format) != family(from.format))
     {
         return "region copy between unlike resources";
+    }
+    if (const std::string broken = brokenByDestination(to); !broken.empty())
+    {
+        return broken;
+    }
+    if (destinationSubresource >= to.mipLevels * to.arraySize ||
+        sourceSubresource >= from.mipLevels * from.arraySize)
+    {
+        return "region copy of a subresource that is not there";
+    }
+    const bool isDepth =
+        ((to.bindFlags | from.bindFlags) & D3D11_BIND_DEPTH_STENCIL) != 0 || from.samples > 1;
+    if (isDepth && (box != nullptr || x != 0 || y != 0 || z != 0))
+    {
+        return "region copy of a part of a depth buffer";
     }
     if (destination == source && destinationSubresource == sourceSubresource)
     {
@@ -233,6 +252,60 @@ std::string brokenByRegionCopy(
         return "region copy to a place that leaves the destination";
     }
     return "";
+}
+
+std::string brokenByUpdate(ID3D11Resource* resource, UINT subresource, const D3D11_BOX* box)
+{
+    const Shape shape = shapeOf(resource);
+    if (shape.usage != D3D11_USAGE_DEFAULT || (shape.bindFlags & D3D11_BIND_DEPTH_STENCIL) != 0 ||
+        shape.samples > 1)
+    {
+        return "update of what is not of default usage, or of a depth buffer";
+    }
+    if (subresource >= shape.mipLevels * shape.arraySize)
+    {
+        return "update of a subresource that is not there";
+    }
+    if (box == nullptr)
+    {
+        return "";
+    }
+    if ((shape.bindFlags & D3D11_BIND_CONSTANT_BUFFER) != 0)
+    {
+        return "update of a part of a constant buffer";
+    }
+    const auto [width, height, depth] = sizeOf(shape, subresource);
+    const bool isInside = box->left < box->right && box->top < box->bottom && box->front < box->back &&
+                          box->right <= width && box->bottom <= height && box->back <= depth;
+    return isInside ? "" : "update of a box that leaves the resource";
+}
+
+std::string brokenByViewports(UINT count, const D3D11_VIEWPORT* viewports)
+{
+    for (UINT i = 0; i < count; ++i)
+    {
+        const D3D11_VIEWPORT& viewport = viewports[i];
+        if (!(viewport.MinDepth >= 0.0F && viewport.MinDepth <= viewport.MaxDepth && viewport.MaxDepth <= 1.0F
+            ))
+        {
+            return "viewport with a depth range outside 0..1 or the wrong way round";
+        }
+        const auto isInBounds = [](FLOAT value)
+        { return value >= D3D11_VIEWPORT_BOUNDS_MIN && value <= D3D11_VIEWPORT_BOUNDS_MAX; };
+        if (!(viewport.Width >= 0.0F && viewport.Height >= 0.0F && isInBounds(viewport.TopLeftX) &&
+              isInBounds(viewport.TopLeftY) && isInBounds(viewport.TopLeftX + viewport.Width) &&
+              isInBounds(viewport.TopLeftY + viewport.Height)))
+        {
+            return "viewport that is larger than the rasterizer knows";
+        }
+    }
+    return "";
+}
+
+std::string brokenByDepthClear(UINT flags, FLOAT depth)
+{
+    constexpr UINT kKnown = D3D11_CLEAR_DEPTH | D3D11_CLEAR_STENCIL;
+    return (flags & ~kKnown) == 0 && depth >= 0.0F && depth <= 1.0F ? "" : "clear of depth outside 0..1";
 }
 
 std::string brokenByTargets(

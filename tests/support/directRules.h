@@ -26,6 +26,15 @@ std::string brokenByRegionCopy(
     const D3D11_BOX* box
 );
 
+/// A resource of default usage that the CPU gives new contents, a box inside it, and of constant buffers all.
+std::string brokenByUpdate(ID3D11Resource* resource, UINT subresource, const D3D11_BOX* box);
+
+/// Depth ranges inside 0..1 with the lower limit not above the upper one, sizes that the rasterizer knows.
+std::string brokenByViewports(UINT count, const D3D11_VIEWPORT* viewports);
+
+/// Depth inside 0..1, known flags.
+std::string brokenByDepthClear(UINT flags, FLOAT depth);
+
 /// Targets of one size.
 std::string brokenByTargets(
     UINT count, ID3D11RenderTargetView* const* views, ID3D11DepthStencilView* depthView

@@ -2,6 +2,8 @@
 #include "tests/support/DeviceFixture.h"
 
 #include <array>
+#include <limits>
+#include <utility>
 
 namespace Render
 {
@@ -36,6 +38,25 @@ TEST_F(ViewportDevice, SetGivesTheRasterizerPositionSizeAndDepthRange)
     EXPECT_EQ(current.Height, 60.0F);
     EXPECT_EQ(current.MinDepth, 0.25F);
     EXPECT_EQ(current.MaxDepth, 0.75F);
+}
+
+TEST_F(ViewportDevice, SetCutsTheDepthRangeToWhatDirect3DAllows)
+{
+    const auto rangeOf = [this](float low, float high)
+    {
+        Viewport viewport(5, 5);
+        viewport.setDepthRange(low, high);
+        viewport.set(context());
+        UINT count = 0;
+        const D3D11_VIEWPORT current = currentViewports(count)[0];
+        return std::pair(current.MinDepth, current.MaxDepth);
+    };
+    constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+    EXPECT_EQ(rangeOf(-1.0F, 2.0F), std::pair(0.0F, 1.0F));
+    EXPECT_EQ(rangeOf(0.75F, 0.25F), std::pair(0.75F, 0.75F));
+    EXPECT_EQ(rangeOf(3.0F, 4.0F), std::pair(1.0F, 1.0F));
+    EXPECT_EQ(rangeOf(kNaN, kNaN), std::pair(0.0F, 0.0F));
 }
 
 TEST_F(ViewportDevice, SetReplacesAllOtherViewports)

@@ -75,6 +75,34 @@ TEST_F(ConstantBufferDevice, UpdateReplacesTheContents)
     EXPECT_THAT(checked.calls(), ElementsAre("Map ? 4", "Unmap ?"));  // D3D11_MAP_WRITE_DISCARD
 }
 
+TEST_F(ConstantBufferDevice, BytesOfAnotherNumberAreRefused)
+{
+    ConstantBuffer buffer(device(), 32);
+
+    EXPECT_EQ(
+        messageOf<std::invalid_argument>(
+            [&] {
+                buffer.update(context(), bytesOf({5.0f, 6.0f, 7.0f, 8.0f}));
+            }
+        ),
+        "Error: a constant buffer of 32 bytes cannot take 16"
+    );
+}
+
+TEST_F(ConstantBufferDevice, AfterAFailedUploadABlockIsNotBoundAndUploadsAgain)
+{
+    ConstantBlock<Block> block(device());
+    faults().failAt(1, CallFaults::Kind::OutOfMemory);
+
+    EXPECT_EQ(resultOf([&] { block.begin(context(), ShaderConfiguration::Pixel, 0); }), E_OUTOFMEMORY);
+    EXPECT_TRUE(block.isDirty());
+    EXPECT_THAT(boundObjects(context()), IsEmpty());
+
+    block.begin(context(), ShaderConfiguration::Pixel, 0);
+    EXPECT_FALSE(block.isDirty());
+    block.end(context());
+}
+
 TEST_F(ConstantBufferDevice, BeginBindsTheStagesInOrderAndEndUnbindsThem)
 {
     ConstantBuffer buffer(device(), 16);

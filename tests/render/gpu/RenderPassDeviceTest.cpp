@@ -361,13 +361,15 @@ TEST_F(RenderPassDevice, SetViewportForgetsBindings)
     EXPECT_NO_THROW(pass.bindDepthTexture(context(), ShaderConfiguration::Pixel, 1));
 }
 
-TEST_F(RenderPassDevice, AFailedSetViewportCanBePutRight)
+TEST_F(RenderPassDevice, AFailedSetViewportChangesNothing)
 {
     RenderPass pass = fullPass();
     pass.setClearValue("color", Color(10, 20, 30, 40));
+    ID3D11Texture2D* const before = pass.texture("color").get();
 
     EXPECT_EQ(resultOf([&] { pass.setViewport(0, 0); }), E_INVALIDARG);
     EXPECT_EQ(resultOf([&] { pass.setViewport(20000, 4); }), E_INVALIDARG);
+    EXPECT_EQ(pass.texture("color").get(), before);
     pass.setViewport(6, 4);
 
     CheckedContext watch(context());

@@ -1,3 +1,4 @@
+#include "render/gpu/ComException.h"
 #include "render/mesh/MeshLoader.h"
 #include "render/mesh/MeshRenderable.h"
 #include "render/scene/GroupRenderable.h"
@@ -12,6 +13,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -51,6 +53,17 @@ public:
 
     std::vector<Part> parts;
     bool mustFail = false;
+};
+
+/// One part a vertex larger than a buffer; nobody may look at it.
+class HugePartLoader : public MeshLoader
+{
+public:
+    void load(const MeshPartReceiver& receivePart) const override
+    {
+        const VertexPosNormalTexCoordColor one{};
+        receivePart(std::span(&one, std::size_t{59652324}));
+    }
 };
 
 /// Two triangles over a rectangle of constant z.
@@ -344,6 +357,48 @@ TEST_F(MeshRenderableDevice, EnteringASceneAgainLoadsItOnce)
     EXPECT_EQ(mesh->numTriangles(), 2U);
 }
 
+TEST_F(MeshRenderableDevice, GivesItsBuffersBackAndComesBack)
+{
+    const auto before = objectsOf(mRenderer->device());
+    const auto mesh = showMesh({wholePlate(0.0F)});
+    ASSERT_GT(objectsOf(mRenderer->device()), before);
+
+    mRenderer->setScene(nullptr);
+    EXPECT_EQ(objectsOf(mRenderer->device()), before);
+    EXPECT_EQ(mesh->numTriangles(), 2U);
+
+    mRenderer->setScene(mesh);
+    mRenderer->render();
+    EXPECT_TRUE(isShown(3, 3));
+    EXPECT_EQ(mesh->numTriangles(), 2U);
+}
+
+TEST_F(MeshRenderableDevice, AfterAFailedUploadTheNextFrameIsRight)
+{
+    const auto mesh = showMesh({wholePlate(0.0F)});
+    mesh->setMatrix(Eigen::Matrix4f(Eigen::Matrix4f::Identity() * 1.0F));
+    mRenderer->setCameraPose(
+        Point3(0.0F, 0.0F, 2.0F), Eigen::Vector3f(0.0F, 0.0F, -1.0F), Eigen::Vector3f::UnitY()
+    );
+    faultsOf(mRenderer->device()).failAt(1, CallFaults::Kind::OutOfMemory);
+
+    EXPECT_THROW(mRenderer->render(), ComException);
+    mRenderer->render();
+
+    expectLit(3, 3, 0.0F, Eigen::Vector3f::UnitZ());
+}
+
+TEST_F(MeshRenderableDevice, APartThatNoBufferHoldsIsRefusedByName)
+{
+    const auto mesh = MeshRenderable::create(std::make_shared<HugePartLoader>(), 1.0, "mesh");
+
+    EXPECT_EQ(
+        messageOf<std::invalid_argument>([&] { mRenderer->setScene(mesh); }),
+        "a part of the mesh of 59652324 vertices needs a buffer of more than the 2147483648 bytes that "
+        "Direct3D allows: at most 59652323 of 36 bytes"
+    );
+}
+
 TEST_F(MeshRenderableDevice, LeavesTheContextAsItFoundIt)
 {
     CheckedContext checked(context());
@@ -351,6 +406,7 @@ TEST_F(MeshRenderableDevice, LeavesTheContextAsItFoundIt)
         std::make_shared<PartLoader>(std::vector<Part>{wholePlate(0.0F)}), 1.0, "mesh"
     );
     mesh->init(1, std::make_shared<Camera>(), device(), &checked);
+    setViewport(8, 6);
 
     mesh->render();
 

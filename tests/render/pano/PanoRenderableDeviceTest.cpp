@@ -582,9 +582,80 @@ TEST_F(PanoRenderableDevice, OnAnotherDeviceItIsLoadedAgain)
     makeRenderer(true);
 
     showPano();
-    EXPECT_EQ(shownAt(1, 1), kWhite);
-    pano->loadPanoramaTiles();
+
+    EXPECT_EQ(shownAt(1, 1), Color(60, 0, 0, 255));
+}
+
+TEST_F(PanoRenderableDevice, OnAnotherDeviceALoadingOnItsOwnThreadBeginsAnew)
+{
+    makePano(2, 2);
+    pano->startAsyncPanoramaTilesLoading(nullptr);
+    pano->waitForLoadingComplete();
+    showPano();
+    makeRenderer(true);
+
+    showPano();
+    pano->waitForLoadingComplete();
     mRenderer->render();
+
+    EXPECT_EQ(shownAt(1, 1), Color(60, 0, 0, 255));
+}
+
+TEST_F(PanoRenderableDevice, OnAnotherDeviceALoadingThatWasStoppedStaysSo)
+{
+    makePano(2, 2);
+    std::atomic<int> tiles = 0;
+    pano->startAsyncPanoramaTilesLoading(
+        [&]
+        {
+            ++tiles;
+            tiles.notify_all();
+        }
+    );
+    tiles.wait(0);
+    pano->stopAsyncPanoramaTilesLoading();
+    if (pano->isLoadingComplete())
+    {
+        GTEST_SKIP() << "all tiles came before the stop";
+    }
+    showPano();
+    makeRenderer(true);
+    tiles = 0;
+
+    showPano();
+
+    EXPECT_EQ(pano->loadingState(), JobState::Stopped);
+    EXPECT_EQ(tiles, 0);
+    EXPECT_EQ(shownAt(1, 1), kWhite);
+}
+
+TEST_F(PanoRenderableDevice, GivesItsTexturesBack)
+{
+    makePano(2, 2);
+    pano->loadPanoramaTiles();
+    const auto before = objectsOf(mRenderer->device());
+    showPano();
+    ASSERT_GT(objectsOf(mRenderer->device()), before);
+
+    pano->deinit();
+
+    EXPECT_EQ(objectsOf(mRenderer->device()), before);
+    mRenderer->render();  // nothing of it, and no failure
+    EXPECT_EQ(shownAt(1, 1), kBlack);
+}
+
+TEST_F(PanoRenderableDevice, TilesThatCouldNotBeUploadedAreUploadedByTheNextFrame)
+{
+    makePano(2, 2);
+    pano->loadPanoramaTiles();
+    mRenderer->setScene(pano);
+    faultsOf(mRenderer->device()).failAt(2, CallFaults::Kind::OutOfMemory);
+    EXPECT_THROW(mRenderer->render(), ComException);
+    ASSERT_EQ(faultsOf(mRenderer->device()).failed(), "Map");
+
+    EXPECT_TRUE(mRenderer->needsRedraw());
+    mRenderer->render();
+
     EXPECT_EQ(shownAt(1, 1), Color(60, 0, 0, 255));
 }
 
@@ -601,6 +672,7 @@ TEST_F(PanoRenderableDevice, LeavesTheContextAsItFoundIt)
     CheckedContext checked(context());
     pano->loadPanoramaTiles();
     pano->init(1, std::make_shared<Camera>(), device(), &checked);
+    setViewport(8, 6);
 
     pano->render();
 

@@ -339,10 +339,42 @@ TEST_F(PanoramaTilesLoading, WhatWasTakenCanBeForgotten)
 {
     makeTiles(2, 2);
     tiles->load(std::stop_token(), nullptr);
+    tiles->take();
 
-    tiles->forgetTaken();
+    EXPECT_TRUE(tiles->forgetTaken());
 
     const PanoramaTiles::Batch batch = tiles->take();
     EXPECT_EQ(batch.colorLevel, 0U);
     EXPECT_EQ(batch.depthLevel, 0U);
+    EXPECT_FALSE(tiles->forgetTaken());
+}
+
+TEST_F(PanoramaTilesLoading, WhatIsPendingIsNotForgotten)
+{
+    makeTiles(2, 2);
+    tiles->load(std::stop_token(), nullptr);
+
+    EXPECT_FALSE(tiles->forgetTaken());
+
+    const PanoramaTiles::Batch batch = tiles->take();
+    EXPECT_EQ(batch.colorLevel, 1U);
+    EXPECT_FALSE(batch.colorTiles.empty());
+}
+
+TEST_F(PanoramaTilesLoading, WhatIsGivenBackComesFirstInTheNextBatch)
+{
+    makeTiles(1, 1);
+    tiles->load(std::stop_token(), nullptr);
+    PanoramaTiles::Batch first = tiles->take();
+    const std::size_t colorCount = first.colorTiles.size();
+    const auto firstIndex = first.colorTiles.front().index;
+    tiles->load(std::stop_token(), nullptr);
+
+    tiles->giveBack(std::move(first));
+
+    const PanoramaTiles::Batch batch = tiles->take();
+    EXPECT_EQ(batch.colorTiles.size(), 2 * colorCount);
+    EXPECT_EQ(batch.colorTiles.front().index.column, firstIndex.column);
+    EXPECT_EQ(batch.colorTiles.front().index.row, firstIndex.row);
+    EXPECT_FALSE(batch.colorTiles.front().image.empty());
 }

@@ -1,12 +1,15 @@
+#include "render/gpu/ComException.h"
 #include "render/pointcloud/Boxes.h"
 #include "tests/render/pointcloud/PointPass.h"
 #include "tests/support/CheckedContext.h"
+#include "tests/support/messageOf.h"
 #include "tests/support/printColor.h"
 
 #include <Eigen/Geometry>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <type_traits>
 
 namespace
@@ -194,6 +197,7 @@ TEST_F(BoxesDeviceTest, UploadsTheMatrixOnlyWhenItHasChanged)
 TEST_F(BoxesDeviceTest, LeavesNoShaderLayoutOrConstantsBound)
 {
     Boxes boxes(device(), boxOver(10, 10, 20, 20), kRed);
+    setViewport(64, 64);
 
     boxes.draw(context());
 
@@ -204,6 +208,32 @@ TEST_F(BoxesDeviceTest, LeavesNoShaderLayoutOrConstantsBound)
     D3D11_PRIMITIVE_TOPOLOGY topology{};
     context()->IAGetPrimitiveTopology(&topology);
     EXPECT_EQ(topology, D3D11_PRIMITIVE_TOPOLOGY_UNDEFINED);
+}
+
+TEST_F(BoxesDeviceTest, MoreBoxesThanThereIsRoomForAreRefused)
+{
+    Boxes boxes(device(), boxOver(10, 10, 20, 20), kRed);
+    const BoxWithColor box{{0, 0, 0}, {1, 1, 1}, kBlue};
+
+    EXPECT_EQ(
+        messageOf<std::invalid_argument>(
+            [&] {
+                boxes.update(context(), {box, box});
+            }
+        ),
+        "Error: a vertex buffer of 28 bytes cannot take 56"
+    );
+    EXPECT_NO_THROW(boxes.update(context(), {box}));
+}
+
+TEST_F(BoxesDeviceTest, AfterAFailedUploadTheNextDrawIsRight)
+{
+    Boxes boxes(device(), boxOver(10, 10, 20, 20), kRed);
+    setViewport(64, 64);
+    faults().failAt(1, CallFaults::Kind::OutOfMemory);
+
+    EXPECT_THROW(boxes.draw(context()), Render::ComException);
+    EXPECT_NO_THROW(boxes.draw(context()));
 }
 
 TEST_F(BoxesDeviceTest, AMovedObjectDrawsTheSame)

@@ -286,6 +286,7 @@ TEST_F(LoDPointCloudUploadDeviceTest, LeavesNothingBoundButTheVertexBuffer)
     const auto cloud = cloudInClipSpace(4.0f);
     publish(*cloud, {pointAt(0, 0, 0.5f, kRed)});
     cloud->setShowBoundingBoxes(true);
+    setViewport(64, 64);
 
     cloud->render();
 

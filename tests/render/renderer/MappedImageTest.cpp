@@ -159,8 +159,13 @@ TEST_F(MappedImageOfTwoRows, NothingIsWrittenBehindTheTarget)
 
 TEST_F(MappedImageOfTwoRows, AnEmptyTargetTakesNothing)
 {
-    copyRows(image(), 2, {}, 4, 2);
-    copyRows(image(), 2, {}, 0, 2);
+    std::vector<std::byte> memory(16, kUntouched);
+    const std::span<std::byte> nothing = std::span(memory).subspan(8, 0);
+
+    copyRows(image(), 2, nothing, 4, 2);
+    copyRows(image(), 2, nothing, 0, 2);
+
+    EXPECT_EQ(memory, std::vector<std::byte>(16, kUntouched));
 }
 
 TEST_F(MappedImageOfTwoRows, RowsWithoutLengthTakeNothing)

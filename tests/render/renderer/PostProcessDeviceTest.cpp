@@ -259,17 +259,21 @@ public:
 };
 }  // namespace
 
-TEST_F(PostProcessDevice, AFailedUploadLeavesItsConstantsBoundAndIsNotTriedAgain)
+TEST_F(PostProcessDevice, AFailedUploadLeavesItsConstantsBoundUntilItRecovers)
 {
     UnmappableContext unmappable(context());
 
     EXPECT_EQ(resultOf([&] { mPostProcess.draw(&unmappable); }), E_OUTOFMEMORY);
 
-    EXPECT_FALSE(mPostProcess.isDirty());
+    EXPECT_TRUE(mPostProcess.isDirty());
     EXPECT_EQ(
         messageOf<std::logic_error>([&] { mPostProcess.draw(context()); }), "Error: end call is missing"
     );
     context()->ClearState();
+
+    mPostProcess.recover();
+    EXPECT_EQ(drawnPoint(Color(1, 2, 3, 255)), Color(1, 2, 3, 255));
+    EXPECT_FALSE(mPostProcess.isDirty());
 }
 
 TEST_F(PostProcessDevice, EverySetterMarksTheConstantsForUpload)
@@ -317,12 +321,8 @@ TEST_F(PostProcessDevice, SettingsAreUploadedOnceForAllChanges)
 
 TEST_F(PostProcessDevice, LeavesNothingOfItsOwnBound)
 {
-    setViewport(kSize, kSize);
-    mOutput->begin(context());
+    draw();
 
-    mPostProcess.draw(context());
-
-    mOutput->end(context());
     EXPECT_EQ(boundObjects(context()), std::vector<std::string>{});
 }
 

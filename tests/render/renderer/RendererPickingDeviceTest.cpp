@@ -106,7 +106,7 @@ TEST_F(RendererPicking, APixelOutsideThePictureCostsNoReadBack)
     Camera camera;
     camera.setViewport(8, 6);
     const Frame frame(device(), camera, 1);
-    ReadBack readBack(device(), camera.viewport());
+    ReadBack readBack(device(), 8, 6);
     CheckedContext checked(context());
     const Picking picking(&checked, camera, frame, readBack);
     Point point;
