@@ -50,7 +50,10 @@ PointWindows::Handle PointWindows::add(
     try
     {
         mRing.upload(
-            context, std::as_bytes(vertices), mWindows[slot.window].points.buffer(), slot.first * sizeof(Vertex)
+            context,
+            std::as_bytes(vertices),
+            mWindows[slot.window].points.buffer(),
+            slot.first * sizeof(Vertex)
         );
     }
     catch (...)

@@ -22,8 +22,8 @@ namespace Render
 /// give them back.
 ///
 /// The points lie in one buffer, or in several where a view of one would be larger than every device admits.
-/// Buffers grow in steps by which they become a quarter larger, and shrink when less than half is used; places
-/// may move then, so that a node is known by a number and not by its place.
+/// Buffers grow in steps by which they become a quarter larger, and shrink when less than half is used;
+/// places may move then, so that a node is known by a number and not by its place.
 ///
 /// Threads  the thread of the immediate context; not locked.
 class PointWindows : private Core::NonCopyable

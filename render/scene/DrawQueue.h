@@ -14,8 +14,8 @@ namespace Render
 /// What neighbours in a scene have left to do together: renderables of one kind that are drawn one after the
 /// other may share the last step of their drawing.
 ///
-/// A frame opens the queue while it draws the scene. A renderable that could share leaves its step here instead
-/// of doing it; whoever is going to draw something else finishes the queue first, see
+/// A frame opens the queue while it draws the scene. A renderable that could share leaves its step here
+/// instead of doing it; whoever is going to draw something else finishes the queue first, see
 /// Renderable::joinsNeighbours.
 ///
 /// Threads  the rendering thread only, but for shared().

@@ -20,7 +20,9 @@ struct Recorded
     void add(int owner, const std::string& name)
     {
         queue.add(
-            &owners[owner], [this, name] { calls.push_back(name); }, [this, name] { calls.push_back("no " + name); }
+            &owners[owner],
+            [this, name] { calls.push_back(name); },
+            [this, name] { calls.push_back("no " + name); }
         );
     }
 };
@@ -85,7 +87,9 @@ TEST(DrawQueue, AFrameThatFailsDropsWhatIsLeft)
 TEST(DrawQueue, AStepThatFailsIsNotTriedAgain)
 {
     Recorded recorded;
-    recorded.queue.add(&recorded.owners[0], [] { throw std::runtime_error("step"); }, [] {});
+    recorded.queue.add(
+        &recorded.owners[0], [] { throw std::runtime_error("step"); }, [] {}
+    );
     recorded.add(1, "b");
 
     EXPECT_THROW(recorded.queue.finish(), std::runtime_error);
