@@ -570,7 +570,7 @@ void StrictContext::checkVertices(UINT vertexEnd, UINT instanceEnd) const
     }
 }
 
-void StrictContext::checkIndices(UINT startIndex, UINT indexCount) const
+bool StrictContext::checkIndices(UINT startIndex, UINT indexCount) const
 {
     CComPtr<ID3D11Buffer> indices;
     DXGI_FORMAT format = DXGI_FORMAT_UNKNOWN;
@@ -579,7 +579,7 @@ void StrictContext::checkIndices(UINT startIndex, UINT indexCount) const
     if (indices == nullptr)
     {
         expectAllowed("draw without an index buffer");
-        return;
+        return false;  // which drivers may not survive
     }
     const UINT size = format == DXGI_FORMAT_R16_UINT ? 2 : 4;
     const bool isKnown = format == DXGI_FORMAT_R16_UINT || format == DXGI_FORMAT_R32_UINT;
@@ -587,6 +587,7 @@ void StrictContext::checkIndices(UINT startIndex, UINT indexCount) const
     expectAllowed(isKnown && offset % size == 0 ? "" : "draw with indices of another format or place");
     expectAllowed(end <= descOf(indices).ByteWidth ? "" : "draw beyond the index buffer");
     checkUnmapped(indices, "draw");
+    return true;
 }
 
 void StrictContext::checkDraw(UINT vertexEnd, UINT instanceEnd) const
@@ -640,7 +641,10 @@ void StrictContext::DrawInstanced(UINT vertexCount, UINT instanceCount, UINT sta
 
 void StrictContext::DrawIndexed(UINT indexCount, UINT startIndex, INT baseVertex)
 {
-    checkIndices(startIndex, indexCount);
+    if (!checkIndices(startIndex, indexCount))
+    {
+        return;
+    }
     checkDraw(0, 1);
     ForwardingContext::DrawIndexed(indexCount, startIndex, baseVertex);
 }
@@ -649,7 +653,10 @@ void StrictContext::DrawIndexedInstanced(
     UINT indexCount, UINT instanceCount, UINT startIndex, INT baseVertex, UINT startInstance
 )
 {
-    checkIndices(startIndex, indexCount);
+    if (!checkIndices(startIndex, indexCount))
+    {
+        return;
+    }
     checkDraw(0, instanceCount == 0 ? 0 : startInstance + instanceCount);
     ForwardingContext::DrawIndexedInstanced(indexCount, instanceCount, startIndex, baseVertex, startInstance);
 }

@@ -128,7 +128,7 @@ private:
     void checkUnordered(UINT count, ID3D11UnorderedAccessView* const* views) const;
     void checkUnmapped(ID3D11Resource* resource, const char* use) const;
     void checkVertices(UINT vertexEnd, UINT instanceEnd) const;
-    void checkIndices(UINT startIndex, UINT indexCount) const;
+    bool checkIndices(UINT startIndex, UINT indexCount) const;
     void checkDraw(UINT vertexEnd, UINT instanceEnd) const;
     void checkBindings(const ShaderFacts& shader, int stage) const;
 

@@ -87,6 +87,7 @@ protected:
         mScene->add(mPanorama);
         mRenderer->setScene(mScene);
         mPanorama->startAsyncPanoramaTilesLoading([] {});
+        mPanorama->waitForLoadingComplete();  // so that both roads show the same of it
     }
 
     float between(float low, float high) { return std::uniform_real_distribution<float>(low, high)(mRandom); }
