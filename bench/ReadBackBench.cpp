@@ -1,10 +1,11 @@
-// What Renderer::getColorImage costs beyond a memcpy of the mapped image.
+// What Renderer::getColorImage costs beyond a memcpy of the mapped image, the first time after a frame.
 //
-// Each round reads the picture of one frame twice: through the renderer, and by hand into memory that is
+// Each round draws a frame, waits for it, and reads its picture twice: through the renderer, and by hand into memory that is
 // ready, from textures of the same kind on the same device. `byHand` is the median of the renderer's time
 // over that of copy, map and memcpy by hand; `byMemcpy` leaves the GPU's copy and the wait for it out on both
 // sides: the renderer's time less that of copy and map by hand, over the memcpy alone.
 #include "graphics/ColorImage.h"
+#include "graphics/DepthImage.h"
 #include "render/gpu/Direct3D.h"
 #include "render/gpu/Texture2d.h"
 #include "render/renderer/Renderer.h"
@@ -39,7 +40,7 @@ D3D11_TEXTURE2D_DESC pictureDesc(std::uint64_t width, std::uint64_t height)
     D3D11_TEXTURE2D_DESC desc{};
     desc.Width = static_cast<UINT>(width);
     desc.Height = static_cast<UINT>(height);
-    desc.MipLevels = 0;  // as the renderer's targets have them
+    desc.MipLevels = 1;  // as the renderer's targets have them
     desc.ArraySize = 1;
     desc.Format = DXGI_FORMAT_B8G8R8A8_UNORM;
     desc.SampleDesc.Count = 1;
@@ -98,6 +99,7 @@ void getColorImage(benchmark::State& state)
     renderer.setViewport(width, height);
     renderer.render();
     Graphics::ColorImage image;
+    Graphics::DepthImage depth;
     ReadBackByHand byHand(renderer, width, height);
     renderer.getColorImage(image);
     byHand.run();
@@ -106,6 +108,8 @@ void getColorImage(benchmark::State& state)
     std::vector<double> ofMemcpy;
     for (const auto round : state)
     {
+        renderer.render();
+        renderer.getDepthImage(depth);  // waits for the frame
         const Clock::time_point start = Clock::now();
         renderer.getColorImage(image);
         const double seconds = secondsBetween(start, Clock::now());
