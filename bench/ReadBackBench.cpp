@@ -1,9 +1,9 @@
 // What Renderer::getColorImage costs beyond a memcpy of the mapped image, the first time after a frame.
 //
-// Each round draws a frame, waits for it, and reads its picture twice: through the renderer, and by hand into memory that is
-// ready, from textures of the same kind on the same device. `byHand` is the median of the renderer's time
-// over that of copy, map and memcpy by hand; `byMemcpy` leaves the GPU's copy and the wait for it out on both
-// sides: the renderer's time less that of copy and map by hand, over the memcpy alone.
+// Each round draws a frame, waits for it, and reads its picture twice: through the renderer, and by hand into
+// memory that is ready, from textures of the same kind on the same device. `byHand` is the median of the
+// renderer's time over that of copy, map and memcpy by hand; `byMemcpy` leaves the GPU's copy and the wait
+// for it out on both sides: the renderer's time less that of copy and map by hand, over the memcpy alone.
 #include "graphics/ColorImage.h"
 #include "graphics/DepthImage.h"
 #include "render/gpu/Direct3D.h"
