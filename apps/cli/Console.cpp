@@ -16,8 +16,6 @@
 //
 #include <shellapi.h>
 #else
-#include <fstream>
-#include <iterator>
 #include <unistd.h>
 #endif
 
@@ -40,7 +38,7 @@ std::string toUtf8(const wchar_t* text)
 }
 }  // namespace
 
-std::vector<std::string> commandLineArguments()
+std::vector<std::string> commandLineArguments(int, const char* const*)
 {
     int count = 0;
     wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
@@ -69,20 +67,12 @@ bool isErrorStreamTerminal()
     return _isatty(_fileno(stderr)) != 0;
 }
 #else
-std::vector<std::string> commandLineArguments()
+std::vector<std::string> commandLineArguments(int count, const char* const* words)
 {
-    std::ifstream file("/proc/self/cmdline", std::ios::binary);
-    const std::string words{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     std::vector<std::string> arguments;
-    for (std::size_t begin = 0; begin < words.size();)
+    for (int i = 1; i < count; ++i)
     {
-        const std::size_t end = words.find('\0', begin);
-        arguments.push_back(words.substr(begin, end - begin));
-        begin = end == std::string::npos ? words.size() : end + 1;
-    }
-    if (!arguments.empty())
-    {
-        arguments.erase(arguments.begin());
+        arguments.emplace_back(words[i]);
     }
     return arguments;
 }

@@ -7,7 +7,8 @@
 namespace Cli
 {
 /// The program's arguments without its name, in UTF-8 whatever the code page.
-std::vector<std::string> commandLineArguments();
+/// @param count, words  as main() gets them; on Windows, where they are in the code page, the system is asked
+std::vector<std::string> commandLineArguments(int count, const char* const* words);
 
 /// Makes the standard streams pass bytes through unchanged: lines end in a bare line feed, text is UTF-8.
 void prepareConsole();

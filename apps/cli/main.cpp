@@ -13,7 +13,7 @@ namespace
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
 
-int run()
+int run(int count, const char* const* words)
 {
     CLI::App app{"Looks at very large point clouds: facts, points, pictures."};
     app.name("tarnel");
@@ -41,7 +41,7 @@ int run()
 
     try
     {
-        const std::vector<std::string> arguments = Cli::commandLineArguments();
+        const std::vector<std::string> arguments = Cli::commandLineArguments(count, words);
         // the parser takes its words from the back
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
         if (app.get_subcommands().empty())
@@ -71,8 +71,8 @@ int run()
 }
 }  // namespace
 
-int main()
+int main(int count, char** words)
 {
     Cli::prepareConsole();
-    return run();
+    return run(count, words);
 }
