@@ -32,6 +32,7 @@ for target in "${targets[@]}"; do
         -print_final_stats=1 -artifact_prefix="$findings/" \
         "$corpus" "build/fuzz/seeds/$target" "fuzz/regressions/$target" 2>"build/fuzz/$target.log" ||
         { tail -n 60 "build/fuzz/$target.log"; echo "fuzz: $target has found something, see $findings"; exit 1; }
+    grep -m 1 -E 'inline 8-bit counters' "build/fuzz/$target.log" # how many edges there are; cov: those that were seen
     grep -E 'cov:' "build/fuzz/$target.log" | tail -n 1
     grep -E 'stat::(number_of_executed_units|average_exec_per_sec|peak_rss_mb)' "build/fuzz/$target.log"
 done

@@ -3,8 +3,10 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <stdexcept>
+#include <string>
 
 #if defined(_WIN32)
 #ifndef NOMINMAX
@@ -86,14 +88,30 @@ int runProgram(
     startup.hStdOutput = createInheritable(output);
     startup.hStdError = createInheritable(errors);
     PROCESS_INFORMATION process{};
-    const BOOL isStarted = CreateProcessW(
-        program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process
-    );
+    BOOL isStarted = FALSE;
+    DWORD error = 0;
+    for (int attempt = 0; attempt < 3 && isStarted == FALSE;
+         ++attempt)  // Wine refuses about one start in 5000
+    {
+        isStarted = CreateProcessW(
+            program.c_str(),
+            commandLine.data(),
+            nullptr,
+            nullptr,
+            TRUE,
+            0,
+            nullptr,
+            nullptr,
+            &startup,
+            &process
+        );
+        error = GetLastError();
+    }
     CloseHandle(startup.hStdOutput);
     CloseHandle(startup.hStdError);
     if (isStarted == FALSE)
     {
-        throw std::runtime_error("cannot start tarnel.exe");
+        throw std::runtime_error("cannot start tarnel.exe: error " + std::to_string(error));
     }
     WaitForSingleObject(process.hProcess, INFINITE);  // the test's own time limit ends a hanging program
     DWORD exitCode = 0;
@@ -136,7 +154,7 @@ int runProgram(
     posix_spawn_file_actions_destroy(&actions);
     if (started != 0)
     {
-        throw std::runtime_error("cannot start tarnel");
+        throw std::runtime_error("cannot start tarnel: " + std::string(std::strerror(started)));
     }
     int status = 0;
     while (waitpid(process, &status, 0) < 0 && errno == EINTR

@@ -1,4 +1,5 @@
 #include "core/brotliDecode.h"
+#include "tests/support/ThreadSignals.h"
 #include "tests/support/messageOf.h"
 
 #include <brotli/encode.h>
@@ -6,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <latch>
 #include <limits>
 #include <random>
 #include <stdexcept>
@@ -177,15 +177,15 @@ TEST(BrotliDecode, AStopRequestEndsAStreamThatIsBeingUnpacked)
     {
         std::stop_source stop;
         Bytes out;
-        std::latch begins(2);
+        Rendezvous begins(2);
         const std::jthread requester(
             [&]
             {
-                begins.arrive_and_wait();
+                begins.arriveAndWait();
                 stop.request_stop();
             }
         );
-        begins.arrive_and_wait();
+        begins.arriveAndWait();
 
         wasStopped = !Core::brotliDecode(bomb, out, kNoBound, stop.get_token());
     }

@@ -1,9 +1,9 @@
 #include "octree/entwine/RememberedAnswer.h"
+#include "tests/support/ThreadSignals.h"
 #include "tests/support/messageOf.h"
 
 #include <gtest/gtest.h>
 
-#include <latch>
 #include <new>
 #include <optional>
 #include <stdexcept>
@@ -48,8 +48,8 @@ TEST(RememberedAnswer, ASearchThatWasGivenUpIsMadeAgain)
 TEST(RememberedAnswer, NobodyWaitsForTheSearchOfAnother)
 {
     const Answer answer;
-    std::latch begun(1);
-    std::latch mayEnd(1);
+    Semaphore begun;
+    Semaphore mayEnd;
     std::optional<int> slow;
     std::jthread searcher(
         [&]
@@ -57,17 +57,17 @@ TEST(RememberedAnswer, NobodyWaitsForTheSearchOfAnother)
             slow = answer.get(
                 [&]() -> std::optional<int>
                 {
-                    begun.count_down();
-                    mayEnd.wait();
+                    begun.release();
+                    mayEnd.acquire();
                     return 1;
                 }
             );
         }
     );
-    begun.wait();
+    begun.acquire();
 
     const std::optional<int> quick = answer.get([] { return std::optional(2); });  // hangs under a lock
-    mayEnd.count_down();
+    mayEnd.release();
     searcher.join();
 
     EXPECT_EQ(quick, 2);

@@ -2,12 +2,12 @@
 
 #include "render/pointcloud/selectNodes.h"
 #include "tests/render/algorithms/rankOf.h"
+#include "tests/support/ThreadSignals.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <atomic>
-#include <latch>
 #include <random>
 #include <stop_token>
 #include <thread>
@@ -122,7 +122,7 @@ TEST(NodePrioritizerThreads, LoadersRenderThreadAndUserShareOnePrioritizer)
     NodePrioritizer prioritizer(kLargestBudget);
     std::array<Cloud, kCloudCount> clouds;
     std::atomic<std::size_t> loadersLeft{kCloudCount};
-    std::latch start(kCloudCount + 2);
+    Rendezvous start(kCloudCount + 2);
     std::size_t faults = 0;
     std::size_t taken = 0;
     {
@@ -132,7 +132,7 @@ TEST(NodePrioritizerThreads, LoadersRenderThreadAndUserShareOnePrioritizer)
             threads.emplace_back(
                 [&, cloudId]
                 {
-                    start.arrive_and_wait();
+                    start.arriveAndWait();
                     load(prioritizer, cloudId, clouds[cloudId]);
                     --loadersLeft;
                 }
@@ -141,7 +141,7 @@ TEST(NodePrioritizerThreads, LoadersRenderThreadAndUserShareOnePrioritizer)
         threads.emplace_back(
             [&]
             {
-                start.arrive_and_wait();
+                start.arriveAndWait();
                 bool isLastLook = false;
                 while (!isLastLook)
                 {
@@ -161,7 +161,7 @@ TEST(NodePrioritizerThreads, LoadersRenderThreadAndUserShareOnePrioritizer)
         threads.emplace_back(
             [&]
             {
-                start.arrive_and_wait();
+                start.arriveAndWait();
                 std::mt19937 random(99);
                 for (std::size_t change = 0; change < kBudgetChanges; ++change)
                 {

@@ -627,14 +627,15 @@ TEST_F(PanoRenderableDevice, OnAnotherDeviceALoadingThatWasStoppedStaysSo)
 
     pano = PanoRenderable::create(std::make_shared<StallingLoader>(2, 2), "pano");
     std::atomic<int> tiles = 0;
+    Semaphore tileCame;
     pano->startAsyncPanoramaTilesLoading(
         [&]
         {
             ++tiles;
-            tiles.notify_all();
+            tileCame.release();
         }
     );
-    tiles.wait(0);
+    tileCame.acquire();
     pano->stopAsyncPanoramaTilesLoading();
     ASSERT_FALSE(pano->isLoadingComplete());
     showPano();
