@@ -4,19 +4,16 @@
 // files into memory that is ready and has the Zstandard library unpack each frame in one call, or the LASzip
 // library each point with all its fields; "decoded" reads all nodes to arrays through the octree. Compare
 // points per second.
+#include "bench/compressTiles.h"
 #include "octree/Octree.h"
-#include "octree/entwine/nodeKey.h"
 #include "samples/EptWriter.h"
 #include "samples/writeSampleDataset.h"
-#include "tests/support/lazEncoded.h"
 
 #include <benchmark/benchmark.h>
-#include <nlohmann/json.hpp>
 #include <zstd.h>
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -41,49 +38,6 @@ enum class Kind
     Zstandard,
     Laszip,
 };
-
-const LazOptions kLazOptions{.pointFormat = 7, .scale = {0.001, 0.001, 0.001}, .offset = {0, 0, 0}};
-
-/// Turns a data set of binary tiles into one of laszip tiles.
-void compressTiles(const std::filesystem::path& folder)
-{
-    std::ifstream stream(folder / "ept.json");
-    nlohmann::json ept = nlohmann::json::parse(stream);
-    stream.close();
-    const Octree::Octree octree(Octree::Location::fromPath(folder), 1.0);
-    LazOptions options = kLazOptions;
-    for (std::size_t axis = 0; axis < 3; ++axis)
-    {
-        options.offset[axis] = octree.position()[axis];
-    }
-    std::vector<OctreeNodeId> nodes{octree.root()};
-    Octree::NodePointData data;
-    for (std::size_t n = 0; n < nodes.size(); ++n)
-    {
-        const auto children = octree.children(nodes[n]);
-        nodes.insert(nodes.end(), children.begin(), children.end());
-        octree.readNodePointData(nodes[n], data);
-        std::vector<LazPoint> points(data.size());
-        for (std::size_t i = 0; i < points.size(); ++i)
-        {
-            for (std::size_t axis = 0; axis < 3; ++axis)
-            {
-                points[i].position[axis] =
-                    static_cast<std::int32_t>(std::lround(data.position(i)[axis] * 1000));
-            }
-            const Math::Color color = data.columns().colors[i];
-            points[i].color = {color.r(), color.g(), color.b()};
-            points[i].intensity = data.columns().intensities[i];
-            points[i].classification = data.columns().classifications[i];
-            points[i].time = 0.001 * static_cast<double>(i);
-        }
-        const std::string bytes = lazEncoded(points, options);
-        std::ofstream tile(folder / "ept-data" / (Entwine::nodeKey(nodes[n]) + ".laz"), std::ios::binary);
-        tile.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    }
-    ept["dataType"] = "laszip";
-    std::ofstream(folder / "ept.json") << ept.dump();
-}
 
 /// Tiles in a folder that goes away with the object.
 class Tiles
@@ -163,13 +117,13 @@ void readLazPoints(const std::vector<char>& stored, std::uint64_t count)
 {
     LASzip compression;
     compression.compressor = LASZIP_COMPRESSOR_LAYERED_CHUNKED;
-    compression.chunk_size = kLazOptions.chunkSize;
+    compression.chunk_size = kLaszipTileOptions.chunkSize;
     compression.num_items = 2;
     compression.items =
         new LASitem[2]{{LASitem::POINT14, 30, 3}, {LASitem::RGB14, 6, 3}};  // which it deletes
     LASreadPoint reader;
     ByteStreamInArrayLE stream(reinterpret_cast<const U8*>(stored.data()), static_cast<I64>(stored.size()));
-    stream.seek(static_cast<I64>(pointsPosition(kLazOptions)));
+    stream.seek(static_cast<I64>(pointsPosition(kLaszipTileOptions)));
     reader.setup(compression.num_items, compression.items, &compression);
     reader.init(&stream);
     alignas(8) std::array<U8, 128> point{};
