@@ -51,7 +51,11 @@ D3D11_BUFFER_DESC description(D3D11_USAGE usage, UINT bindFlags, UINT miscFlags,
 }  // namespace
 
 ShaderBuffer::ShaderBuffer(
-    ID3D11Device* device, D3D11_BUFFER_DESC desc, std::size_t byteWidth, const char* name
+    ID3D11Device* device,
+    D3D11_BUFFER_DESC desc,
+    std::size_t byteWidth,
+    const char* name,
+    const std::string& purpose
 )
     : mByteWidth(byteWidth)
 {
@@ -62,7 +66,7 @@ ShaderBuffer::ShaderBuffer(
         );
     }
     desc.ByteWidth = static_cast<UINT>(byteWidth);
-    throwIfFailed(device->CreateBuffer(&desc, nullptr, mBuffer.put()), device);
+    throwIfFailed(device->CreateBuffer(&desc, nullptr, mBuffer.put()), device, purpose);
     setDebugName(mBuffer, name);
 
     D3D11_SHADER_RESOURCE_VIEW_DESC resource{};
@@ -70,7 +74,7 @@ ShaderBuffer::ShaderBuffer(
     resource.ViewDimension = D3D11_SRV_DIMENSION_BUFFEREX;
     resource.BufferEx.NumElements = elementCount(desc);
     resource.BufferEx.Flags = isRaw(desc) ? static_cast<UINT>(D3D11_BUFFEREX_SRV_FLAG_RAW) : 0U;
-    throwIfFailed(device->CreateShaderResourceView(mBuffer, &resource, mResourceView.put()), device);
+    throwIfFailed(device->CreateShaderResourceView(mBuffer, &resource, mResourceView.put()), device, purpose);
 
     if ((desc.BindFlags & D3D11_BIND_UNORDERED_ACCESS) != 0)
     {
@@ -79,7 +83,9 @@ ShaderBuffer::ShaderBuffer(
         access.ViewDimension = D3D11_UAV_DIMENSION_BUFFER;
         access.Buffer.NumElements = elementCount(desc);
         access.Buffer.Flags = isRaw(desc) ? static_cast<UINT>(D3D11_BUFFER_UAV_FLAG_RAW) : 0U;
-        throwIfFailed(device->CreateUnorderedAccessView(mBuffer, &access, mAccessView.put()), device);
+        throwIfFailed(
+            device->CreateUnorderedAccessView(mBuffer, &access, mAccessView.put()), device, purpose
+        );
     }
 }
 
@@ -103,7 +109,9 @@ ShaderBuffer ShaderBuffer::writable(ID3D11Device* device, std::size_t count)
     );
 }
 
-ShaderBuffer ShaderBuffer::writableBytes(ID3D11Device* device, std::size_t byteWidth)
+ShaderBuffer ShaderBuffer::writableBytes(
+    ID3D11Device* device, std::size_t byteWidth, const std::string& purpose
+)
 {
     return ShaderBuffer(
         device,
@@ -111,11 +119,14 @@ ShaderBuffer ShaderBuffer::writableBytes(ID3D11Device* device, std::size_t byteW
             D3D11_USAGE_DEFAULT, D3D11_BIND_UNORDERED_ACCESS, D3D11_RESOURCE_MISC_BUFFER_ALLOW_RAW_VIEWS, 0
         ),
         byteWidth,
-        "ShaderBuffer writable bytes"
+        "ShaderBuffer writable bytes",
+        purpose
     );
 }
 
-ShaderBuffer ShaderBuffer::vertexBytes(ID3D11Device* device, std::size_t byteWidth)
+ShaderBuffer ShaderBuffer::vertexBytes(
+    ID3D11Device* device, std::size_t byteWidth, const std::string& purpose
+)
 {
     return ShaderBuffer(
         device,
@@ -123,7 +134,8 @@ ShaderBuffer ShaderBuffer::vertexBytes(ID3D11Device* device, std::size_t byteWid
             D3D11_USAGE_DEFAULT, D3D11_BIND_VERTEX_BUFFER, D3D11_RESOURCE_MISC_BUFFER_ALLOW_RAW_VIEWS, 0
         ),
         byteWidth,
-        "ShaderBuffer vertex bytes"
+        "ShaderBuffer vertex bytes",
+        purpose
     );
 }
 

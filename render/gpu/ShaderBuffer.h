@@ -8,6 +8,7 @@
 #include <bit>
 #include <cstddef>
 #include <span>
+#include <string>
 
 namespace Render
 {
@@ -31,10 +32,16 @@ public:
 
     /// Written and read by shaders as a ByteAddressBuffer.
     /// @param byteWidth  a multiple of 4, at least 4
-    static ShaderBuffer writableBytes(ID3D11Device* device, std::size_t byteWidth);
+    /// @param purpose    what it is for, in the exception
+    static ShaderBuffer writableBytes(
+        ID3D11Device* device, std::size_t byteWidth, const std::string& purpose = {}
+    );
 
     /// Filled by copies, read by shaders as a ByteAddressBuffer and by the input assembler as vertices.
-    static ShaderBuffer vertexBytes(ID3D11Device* device, std::size_t byteWidth);
+    /// @param purpose  what it is for, in the exception
+    static ShaderBuffer vertexBytes(
+        ID3D11Device* device, std::size_t byteWidth, const std::string& purpose = {}
+    );
 
     ShaderBuffer(const ShaderBuffer&) = delete;
     ShaderBuffer& operator=(const ShaderBuffer&) = delete;
@@ -71,7 +78,13 @@ public:
     ID3D11UnorderedAccessView* accessView() const noexcept { return mAccessView; }
 
 private:
-    ShaderBuffer(ID3D11Device* device, D3D11_BUFFER_DESC desc, std::size_t byteWidth, const char* name);
+    ShaderBuffer(
+        ID3D11Device* device,
+        D3D11_BUFFER_DESC desc,
+        std::size_t byteWidth,
+        const char* name,
+        const std::string& purpose = {}
+    );
 
     CComPtr<ID3D11Buffer> mBuffer;
     CComPtr<ID3D11ShaderResourceView> mResourceView;

@@ -4,6 +4,7 @@
 #include "render/pointcloud/GroupOnDevice.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 namespace Render
@@ -140,8 +141,15 @@ PointWindows::Window PointWindows::window(std::size_t capacity) const
 {
     Window result;
     result.slots = SlotAllocator(capacity);
-    result.points = ShaderBuffer::vertexBytes(mDevice, capacity * sizeof(Vertex));
-    result.levels = ShaderBuffer::writableBytes(mDevice, capacity);
+    std::size_t points = capacity;
+    for (const Window& other : mWindows)
+    {
+        points += other.slots.capacity();
+    }
+    const std::string purpose =
+        "room for " + std::to_string(points) + " points; a smaller point budget needs less";
+    result.points = ShaderBuffer::vertexBytes(mDevice, capacity * sizeof(Vertex), purpose);
+    result.levels = ShaderBuffer::writableBytes(mDevice, capacity, purpose);
     return result;
 }
 

@@ -3,7 +3,9 @@
 #include "render/pointcloud/PointStore.h"
 #include "tests/support/DeviceFixture.h"
 #include "tests/support/ForwardingContext.h"
+#include "tests/support/messageOf.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace Render
@@ -229,6 +232,18 @@ TEST_F(PointStoreDevice, AFailedUploadIsMadeGoodByTheNextCall)
         expectHolds(store, blocks);
         EXPECT_EQ(store.windows().windows().at(0).slots.used(), 600u);
     }
+}
+
+TEST_F(PointStoreDevice, ARefusedBufferNamesWhatItWasForAndTheBudget)
+{
+    PointStore store(std::make_shared<PointWindows>(device()), kBudget);
+    faultsOf(device()).failAt(1, CallFaults::Kind::OutOfMemory);
+
+    const std::string message =
+        messageOf<ComException>([&] { store.update(context(), publicationOf({block(100, 1)}), kNoBound); });
+
+    faultsOf(device()).failNone();
+    EXPECT_THAT(message, testing::EndsWith(": room for 65536 points; a smaller point budget needs less"));
 }
 
 TEST_F(PointStoreDevice, RandomPublicationsAreAlwaysThere)
