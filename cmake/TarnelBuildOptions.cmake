@@ -36,6 +36,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
     if("${CMAKE_CXX_FLAGS_${buildType}}" MATCHES "-O[23]")
         target_compile_options(tarnel_build_options INTERFACE -Wno-stringop-overflow -Wno-stringop-overread)
     endif()
+    # With less, initialisations that it does not follow into constructors.
+    if("${CMAKE_CXX_FLAGS_${buildType}}" MATCHES "-Og")
+        target_compile_options(tarnel_build_options INTERFACE -Wno-maybe-uninitialized)
+    endif()
 endif()
 
 if(WIN32)
