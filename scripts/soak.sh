@@ -19,10 +19,12 @@ fi
 
 scripts/install-packages.sh "$preset" tests
 scripts/deps.sh "$preset"
+build=build/soak-$preset # of its own: others build this preset without tests
 mkdir -p build
-cmake --preset "$preset" -DTARNEL_QUICK_TESTS=ON >"build/soak-configure.log" || { cat build/soak-configure.log; exit 1; }
-cmake --build --preset "$preset" --target soak
+cmake --preset "$preset" -B "$build" -DTARNEL_BUILD_TESTS=ON -DTARNEL_QUICK_TESTS=ON >build/soak-configure.log ||
+    { cat build/soak-configure.log; exit 1; }
+cmake --build "$build" --target soak
 if [ "$preset" = windows ]; then
-    exec scripts/with-wine-session.sh scripts/wine.sh build/windows/bin/soak.exe "$@"
+    exec scripts/with-wine-session.sh scripts/wine.sh "$build/bin/soak.exe" "$@"
 fi
-exec build/native/bin/soak "$@"
+exec "$build/bin/soak" "$@"
