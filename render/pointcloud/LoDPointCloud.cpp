@@ -125,7 +125,8 @@ void LoDPointCloud::setViewport(const Viewport& viewport)
 
 void LoDPointCloud::setClippingVolume(const Math::ConvexPolytope<float, 3>& volume)
 {
-    setClippingPlanes(mPerFrame.edit(), volume);
+    const ClippingPlanes planes = toClippingPlanes(volume);
+    mPerFrame.edit().clipping_planes = planes;
     mPlaneCount = static_cast<std::uint32_t>(volume.size());
 }
 

@@ -2,15 +2,15 @@
 
 #include "math/transform.h"
 #include "octree/Octree.h"
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 #include "render/pointcloud/AsyncReload.h"
 #include "render/pointcloud/BrightnessHistogram.h"
 #include "render/pointcloud/LoDPointCloud.h"
 #include "render/pointcloud/NodeLoader.h"
 #include "render/pointcloud/NodePrioritizer.h"
 #include "render/pointcloud/defaultUniformColor.h"
-#include "render/renderer/RenderMode.h"
 #include "render/scene/Camera.h"
+#include "render/scene/RenderMode.h"
 
 #include <deque>
 #include <limits>

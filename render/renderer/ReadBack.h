@@ -1,8 +1,8 @@
 #pragma once
 
 #include "render/Render.h"
-#include "render/gpu/ComPtr.h"
 #include "render/gpu/Texture2d.h"
+#include "render/platform/ComPtr.h"
 #include "render/renderer/MappedImage.h"
 
 namespace Render

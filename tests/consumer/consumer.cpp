@@ -88,8 +88,7 @@ void expectConstantsThatCanBeReferredTo()
                      hasAddress(Graphics::DeepZoomPanoramaLoader::kLargestSide) &&
                      hasAddress(Graphics::PanoramaDescription::kFileName) &&
                      hasAddress(Render::MeshRenderable::CLIPPING_PLANES_MAX_COUNT) &&
-                     hasAddress(Render::NodeRankingParameters::kLoadingFrustumScale) &&
-                     hasAddress(Render::PerFrameConstants::kPlaneCount);
+                     hasAddress(Render::NodeRankingParameters::kLoadingFrustumScale);
     if (!all)
     {
         throw std::logic_error("a constant has no address");

@@ -1,4 +1,4 @@
-#include "render/pointcloud/thumbnailEye.h"
+#include "render/thumbnail/thumbnailEye.h"
 
 #include <Eigen/Geometry>
 
