@@ -13,11 +13,11 @@
 #include "graphics/DeepZoomPanoramaLoader.h"
 #include "graphics/DepthImage.h"
 #include "graphics/writePanorama.h"
-#include "render/gpu/Direct3D.h"
 #include "render/mesh/MeshLoader.h"
 #include "render/mesh/MeshRenderable.h"
 #include "render/mesh/ObjMeshLoader.h"
 #include "render/pano/PanoRenderable.h"
+#include "render/platform/Direct3D.h"
 #include "render/renderer/Renderer.h"
 #include "tests/support/TemporaryFolder.h"
 

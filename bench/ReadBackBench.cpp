@@ -6,8 +6,8 @@
 // for it out on both sides: the renderer's time less that of copy and map by hand, over the memcpy alone.
 #include "graphics/ColorImage.h"
 #include "graphics/DepthImage.h"
-#include "render/gpu/Direct3D.h"
 #include "render/gpu/Texture2d.h"
+#include "render/platform/Direct3D.h"
 #include "render/renderer/Renderer.h"
 
 #include <benchmark/benchmark.h>

@@ -7,7 +7,7 @@
 // round prints what the process holds more than before, per visible point.
 #include "bench/sampleThumbnail.h"
 #include "graphics/ColorImage.h"
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 #include "samples/writeSampleDataset.h"
 
 #include <benchmark/benchmark.h>

@@ -3,8 +3,8 @@
 #include "octree/OctreeNodeId.h"
 #include "octree/potree/FileSystemLocation.h"
 #include "render/pointcloud/PointCloudRenderable.h"
-#include "render/pointcloud/thumbnailEye.h"
 #include "render/renderer/Renderer.h"
+#include "render/thumbnail/thumbnailEye.h"
 
 #include <Eigen/Core>
 

@@ -187,10 +187,11 @@ void DeepZoomPanoramaLoader::Implementation::checkLevels(const DeepZoomPyramid& 
     {
         const std::string what = std::string(name) + " level " + std::to_string(level);
         const Size size = levelSize(pyramid, level);
-        if (size.width > kLargestSide || size.height > kLargestSide)
+        if (size.width > PictureLimits::kLargestSide || size.height > PictureLimits::kLargestSide)
         {
             fail(
-                what + " has " + toText(size) + ", more than " + std::to_string(kLargestSide) + " on a side"
+                what + " has " + toText(size) + ", more than " + std::to_string(PictureLimits::kLargestSide) +
+                " on a side"
             );
         }
         const auto tilesAcross = [](std::uint64_t length, std::uint64_t tileLength)

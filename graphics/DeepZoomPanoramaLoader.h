@@ -15,13 +15,6 @@
 
 namespace Graphics
 {
-/// Bounds of DeepZoomPanoramaLoader, apart from it so that a program that uses the DLL can refer to them.
-struct DeepZoomLimits
-{
-    /// Longest side of a level, that of a Direct3D 11 texture.
-    static constexpr std::uint32_t kLargestSide = PictureLimits::kLargestSide;
-};
-
 /// A panorama in a folder: panorama.json and two Deep Zoom pyramids, colour as PNG or JPEG tiles, depth as
 /// PNG tiles of 16-bit grey.
 ///
@@ -31,7 +24,7 @@ struct DeepZoomLimits
 /// size.
 ///
 /// Threads  as its base says.
-class GRAPHICS_API DeepZoomPanoramaLoader : public PanoramaLoader, public DeepZoomLimits
+class GRAPHICS_API DeepZoomPanoramaLoader : public PanoramaLoader
 {
 public:
     /// Reads the descriptions, no tile.

@@ -46,9 +46,11 @@ class DepthStencilState;
 class BlendState;
 class RasterizerState;
 class VertexShader;
-class PixelShader;
-class GeometryShader;
-class ComputeShader;
+template <class Interface>
+class StageShader;
+using PixelShader = StageShader<ID3D11PixelShader>;
+using GeometryShader = StageShader<ID3D11GeometryShader>;
+using ComputeShader = StageShader<ID3D11ComputeShader>;
 class RenderPass;
 
 // renderer

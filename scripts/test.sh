@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The whole check: formatting, headers, all tests with a Direct3D device under the sanitizers on this host, all tests as
-# Windows programs under Wine, programs that use the install tree of either, and the pictures of both against each other.
+# The whole check: formatting, layers, headers, all tests with a Direct3D device under the sanitizers on this host, all
+# tests as Windows programs under Wine, programs that use the install tree of either, and the pictures of both.
 # Installs what it needs on a fresh Debian machine. Logs lie in build/logs.
 set -uo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -94,6 +94,7 @@ embedded() {
 
 runAll() {
     check format "checking the formatting" tools/check-format
+    check layers "comparing what folders include with what they may" tools/check-layers
     check notices "comparing the third-party notices with what is used" tools/update-notices --check
     check headers "compiling every header alone" tools/check-headers
     if build native-asan "for this host with address and undefined behaviour sanitizers"; then

@@ -12,7 +12,7 @@ namespace
 constexpr const char* kPoints = "Point clouds";
 
 constexpr double kSmallest = 1e-6;  // of what must be above 0
-constexpr double kLargestPointInPixels = 16384.0;
+constexpr double kLargestPointInPixels = kLargestSide;
 constexpr double kLargest = 1e9;  // of lengths in data units: far more than the earth measures in metres
 }  // namespace
 

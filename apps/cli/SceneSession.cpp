@@ -2,10 +2,10 @@
 
 #include "apps/cli/Console.h"
 #include "apps/cli/Progress.h"
-#include "apps/cli/fitCamera.h"
 #include "apps/cli/openDataset.h"
 #include "apps/cli/parsePlanes.h"
 #include "apps/cli/parseValue.h"
+#include "apps/cli/placeCamera.h"
 #include "apps/cli/refuseSizeClearly.h"
 #include <graphics/DeepZoomPanoramaLoader.h>
 #include <graphics/DepthImage.h>
@@ -14,12 +14,11 @@
 #include <octree/Octree.h>
 #include <octree/OctreeNodeId.h>
 
-#include <Eigen/Geometry>
+#include <Eigen/Core>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cmath>
 #include <cstdint>
 #include <memory>
 #include <numbers>
@@ -30,21 +29,7 @@ namespace Cli
 {
 namespace
 {
-// From the north-east, looking down by about 38 degrees as thumbnails do: shows facades and roofs.
-const Eigen::Vector3f kDefaultDirection(-0.6F, -0.5F, -0.62F);
-
-// In data units, where there is no extent to fit them to; the far plane moves out for what is farther away.
-constexpr float kNear = 0.1F;
-constexpr float kFar = 2000.0F;
-
-// A scene that is thinner than this part of its distance is flat: fitted planes would leave it no depth.
-constexpr float kFlat = 1e-4F;
 constexpr std::chrono::milliseconds kPollInterval{50};
-
-Eigen::Vector3f toVector(const Math::Point<float, 3>& point)
-{
-    return {point.x, point.y, point.z};
-}
 
 /// From the coordinates of the octree to absolute ones.
 Eigen::Matrix4d absolutePlacement(const SceneItem& item, const Octree::Octree& octree)
@@ -229,91 +214,46 @@ void SceneSession::applyClipping(const SceneOptions& options)
 
 void SceneSession::applyCamera(const SceneOptions& options)
 {
-    const Math::NBoundingBox<float, 3> box = mRenderer.boundingBox();
-    const auto aspect = static_cast<float>(mRenderer.aspectRatio());
-    const auto fovYRad = static_cast<float>(options.fovDeg * std::numbers::pi / 180.0);
-
-    const Eigen::Vector3f up = toVector(
-        [&]
-        {
-            const Math::Point<double, 3> value = parsePoint("--up", options.up);
-            return Math::Point<float, 3>(
-                static_cast<float>(value.x), static_cast<float>(value.y), static_cast<float>(value.z)
-            );
-        }()
-    );
-    // Panoramas have no extent: a scene of nothing else is seen from the centre of the first.
-    const bool isInPanorama = box.isEmpty() && !mPanoramas.empty();
-    const Eigen::Matrix4f place =
-        isInPanorama ? mPanoramas.front()->worldMatrix() : Eigen::Matrix4f(Eigen::Matrix4f::Identity());
-    const auto toPoint = [](const Eigen::Vector3f& vector)
-    { return Math::Point<float, 3>(vector.x(), vector.y(), vector.z()); };
-    const Math::Point<float, 3> middle =
-        isInPanorama ? toPoint(place.col(3).head<3>() + place.col(0).head<3>()) : box.center();
-    const Math::Point<float, 3> target =
-        options.target.empty() ? middle : toScene(parsePoint("--target", options.target));
-    Eigen::Vector3f direction = kDefaultDirection;
+    const Math::Point<double, 3> up = parsePoint("--up", options.up);
+    CameraWish wish;
+    wish.up = Eigen::Vector3d(up.x, up.y, up.z).cast<float>();
+    if (!options.target.empty())
+    {
+        wish.target = toScene(parsePoint("--target", options.target));
+    }
     if (!options.eye.empty())
     {
-        direction = toVector(target) - toVector(toScene(parsePoint("--eye", options.eye)));
+        wish.eye = toScene(parsePoint("--eye", options.eye));
     }
-    else if (isInPanorama)
-    {
-        direction = toVector(target) - place.col(3).head<3>();
-    }
-    if (direction.isZero(0.0F))
-    {
-        throw CLI::ValidationError(
-            "--eye",
-            "'" + options.eye + "' is " +
-                (options.target.empty() ? "the middle of the scene, which a camera without --target looks at"
-                                        : "where --target is, '" + options.target + "'")
-        );
-    }
-    if (!(direction.stableNormalized().cross(up.stableNormalized()).squaredNorm() > 0.0F))
-    {
-        throw CLI::ValidationError("--up", "'" + options.up + "' is zero or along the direction of view");
-    }
-    const FittedView fitted = fitCamera(box, direction, up, fovYRad, aspect);
-    Math::Point<float, 3> eye = fitted.eye;
-    if (!options.eye.empty())
-    {
-        eye = toScene(parsePoint("--eye", options.eye));
-    }
-    else if (isInPanorama)
-    {
-        eye = toPoint(place.col(3).head<3>());
-    }
-    else if (!options.target.empty())
-    {
-        const float distance = (toVector(fitted.eye) - toVector(box.center())).norm();
-        const Eigen::Vector3f moved = toVector(target) - direction.normalized() * distance;
-        eye = {moved.x(), moved.y(), moved.z()};
-    }
+    wish.eyeText = options.eye;
+    wish.targetText = options.target;
+    wish.upText = options.up;
+    wish.fovYRad = static_cast<float>(options.fovDeg * std::numbers::pi / 180.0);
+    wish.isOrthographic = options.orthographicHeight.has_value();
 
-    const Eigen::Vector3f view = direction.stableNormalized();
-    const Eigen::Vector3f extent =
-        box.isEmpty() ? Eigen::Vector3f(0.0F, 0.0F, 0.0F) : toVector(box.max()) - toVector(box.min());
-    const Eigen::Vector3f toCenter = toVector(box.isEmpty() ? eye : box.center()) - toVector(eye);
-    const float distance = toCenter.dot(view);
-    const float reach = toCenter.norm() + extent.norm() / 2.0F;
-    const bool isFlat = extent.dot(view.cwiseAbs()) < kFlat * reach;
+    SeenScene scene;
+    scene.box = mRenderer.boundingBox();
+    if (!mPanoramas.empty())
+    {
+        scene.firstPanorama = mPanoramas.front()->worldMatrix();
+    }
+    scene.aspect = static_cast<float>(mRenderer.aspectRatio());
 
-    // A range fitted to the other objects would cut panoramas: they reach from the eye to the sky.
-    mRenderer.setAutoAdjustZRange(!box.isEmpty() && !isFlat && mPanoramas.empty());
-    const bool isFlatAlone = isFlat && mPanoramas.empty() && (distance > 0.0F || options.orthographicHeight);
-    const float margin = std::max(std::abs(distance) / 2.0F, kFlat);
-    const float near = isFlatAlone ? distance - margin : kNear;
-    const float far = isFlatAlone ? distance + margin : std::max(kFar, 2.0F * reach);
+    const CameraPlacement placement = placeCamera(wish, scene);
+    mRenderer.setAutoAdjustZRange(placement.fitsZRange);
     if (options.orthographicHeight)
     {
-        mRenderer.setOrthographic(static_cast<float>(*options.orthographicHeight), near, far);
+        mRenderer.setOrthographic(
+            static_cast<float>(*options.orthographicHeight), placement.nearDistance, placement.farDistance
+        );
     }
     else
     {
-        mRenderer.setPerspective(static_cast<float>(options.fovDeg), near, far, 0.0F, 0.0F);
+        mRenderer.setPerspective(
+            static_cast<float>(options.fovDeg), placement.nearDistance, placement.farDistance, 0.0F, 0.0F
+        );
     }
-    mRenderer.setCameraPose(eye, direction, up);
+    mRenderer.setCameraPose(placement.eye, placement.direction, placement.up);
 }
 
 Math::Point<float, 3> SceneSession::toScene(const Math::Point<double, 3>& absolute) const noexcept

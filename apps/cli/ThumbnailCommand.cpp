@@ -7,7 +7,7 @@
 #include "apps/cli/parseValue.h"
 #include "apps/cli/refuseSizeClearly.h"
 #include <octree/OctreeNodeId.h>
-#include <render/pointcloud/createThumbnail.h>
+#include <render/thumbnail/createThumbnail.h>
 
 #include <cstdint>
 #include <memory>

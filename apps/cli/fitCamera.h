@@ -16,9 +16,6 @@ struct FittedView
 
 /// Finds the eye that sees all corners of a box as large as possible when it looks along a direction, and the
 /// height of a parallel view from there.
-///
-/// In camera axes each corner bounds the eye by the four side planes of the view through it; the eye lies in
-/// the middle of what the planes of both sides leave, as far forward as the tighter pair allows.
 /// @param box        world coordinates; an empty one counts as the unit cube around the origin
 /// @param direction  where to look, of any length above 0
 /// @param up         not parallel to the direction

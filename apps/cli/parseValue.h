@@ -4,7 +4,7 @@
 #include <math/Color.h>
 #include <math/Point.h>
 #include <render/renderer/ColorMap.h>
-#include <render/renderer/RenderMode.h>
+#include <render/scene/RenderMode.h>
 
 #include <array>
 #include <cstdint>

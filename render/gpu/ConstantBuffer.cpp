@@ -1,10 +1,11 @@
 #include "render/gpu/ConstantBuffer.h"
 
+#include "render/gpu/MappedResource.h"
 #include "render/gpu/bindToStages.h"
 #include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
-#include <cstring>
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 
@@ -33,10 +34,8 @@ void ConstantBuffer::update(ID3D11DeviceContext* context, std::span<const std::b
             std::to_string(bytes.size())
         );
     }
-    D3D11_MAPPED_SUBRESOURCE mapped{};
-    throwIfFailed(context->Map(mBuffer, 0, D3D11_MAP_WRITE_DISCARD, 0, &mapped), context);
-    std::memcpy(mapped.pData, bytes.data(), bytes.size());
-    context->Unmap(mBuffer, 0);
+    const MappedResource mapped(context, mBuffer, D3D11_MAP_WRITE_DISCARD);
+    std::ranges::copy(bytes, mapped.data());
 }
 
 void ConstantBuffer::begin(ID3D11DeviceContext* context, ShaderConfiguration configuration, unsigned int slot)

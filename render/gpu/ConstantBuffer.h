@@ -1,9 +1,9 @@
 #pragma once
 
 #include "render/Export.h"
-#include "render/gpu/ComPtr.h"
-#include "render/gpu/Direct3D.h"
 #include "render/gpu/StageBinding.h"
+#include "render/platform/ComPtr.h"
+#include "render/platform/Direct3D.h"
 
 #include <cstddef>
 #include <span>

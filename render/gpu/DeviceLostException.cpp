@@ -1,6 +1,6 @@
 #include "render/gpu/DeviceLostException.h"
 
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 
 #include <array>
 #include <cinttypes>

@@ -1,65 +1,9 @@
 #pragma once
 
-#include "render/Export.h"
-#include "render/gpu/ComPtr.h"
-#include "render/gpu/Direct3D.h"
-
-#include <filesystem>
-#include <string>
+#include "render/gpu/StageShader.h"
 
 namespace Render
 {
 /// Owns a geometry shader; the entry point of its source is "gs_main".
-///
-/// Threads  the factories on any thread, begin and end on that of the immediate context.
-class RENDER_API GeometryShader
-{
-public:
-    /// Empty: begin sets no shader.
-    GeometryShader() = default;
-
-    /// Compiles an embedded source; warnings are errors.
-    /// @param name  path in the registry, such as "shaders/mesh.hlsl"
-    /// @throws std::system_error   when the registry has no file of this name
-    /// @throws std::runtime_error  "Error: Compilation of hlsl shader failed\n" and the compiler's messages
-    /// @throws ComException        when the device refuses the shader
-    static GeometryShader fromHlslResource(const CComPtr<ID3D11Device>& device, const std::string& name);
-
-    /// Compiles a file, whose include lines are relative to its folder; fails as fromHlslResource does.
-    /// @throws std::runtime_error  naming the path when it cannot be read
-    static GeometryShader fromHlslFile(
-        const CComPtr<ID3D11Device>& device, const std::filesystem::path& path
-    );
-
-    /// From bytecode in the registry.
-    /// @throws std::system_error  when the registry has no file of this name
-    /// @throws ComException       when the device refuses the shader
-    static GeometryShader fromCsoResource(const CComPtr<ID3D11Device>& device, const std::string& name);
-
-    /// From bytecode in a file.
-    /// @throws std::runtime_error  naming the path when it cannot be read
-    /// @throws ComException        when the device refuses the shader
-    static GeometryShader fromCsoFile(const CComPtr<ID3D11Device>& device, const std::filesystem::path& path);
-
-    /// From bytecode in memory.
-    /// @throws ComException  when the device refuses the shader
-    static GeometryShader fromCsoString(const CComPtr<ID3D11Device>& device, const std::string& bytes);
-
-    GeometryShader(const GeometryShader&) = delete;
-    GeometryShader& operator=(const GeometryShader&) = delete;
-    GeometryShader(GeometryShader&&) noexcept = default;
-    GeometryShader& operator=(GeometryShader&&) noexcept = default;
-    ~GeometryShader() = default;
-
-    /// Sets the shader on its stage.
-    void begin(ID3D11DeviceContext* context) const;
-
-    /// Leaves the stage without a shader.
-    void end(ID3D11DeviceContext* context) const;
-
-private:
-    explicit GeometryShader(ID3D11GeometryShader* shader);
-
-    CComPtr<ID3D11GeometryShader> mShader;
-};
+using GeometryShader = StageShader<ID3D11GeometryShader>;
 }  // namespace Render

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "render/Export.h"
-#include "render/gpu/ComPtr.h"
 #include "render/gpu/DepthStencilView.h"
-#include "render/gpu/Direct3D.h"
 #include "render/gpu/RenderTargetView.h"
 #include "render/gpu/ShaderConfiguration.h"
 #include "render/gpu/ShaderResourceView.h"
 #include "render/gpu/Texture2d.h"
+#include "render/platform/ComPtr.h"
+#include "render/platform/Direct3D.h"
 
 #include <array>
 #include <cstdint>
@@ -18,8 +18,6 @@
 
 namespace Render
 {
-class Renderer;
-
 /// Named off-screen colour targets and an optional depth buffer, all of one size: bound together as the
 /// targets of one pass, then read as textures by a later one.
 ///
@@ -138,8 +136,6 @@ public:
     const Texture2d& depthTexture() const;
 
 private:
-    friend class Renderer;  // it reaches its targets' clear values
-
     RenderTarget& renderTarget(const std::string& name);
     const RenderTarget& renderTarget(const std::string& name) const;
 

@@ -1,9 +1,10 @@
 #include "render/gpu/ShaderBuffer.h"
 
+#include "render/gpu/MappedResource.h"
 #include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
-#include <cstring>
+#include <algorithm>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -148,12 +149,7 @@ void ShaderBuffer::update(ID3D11DeviceContext* context, std::span<const std::byt
             std::to_string(mByteWidth)
         );
     }
-    D3D11_MAPPED_SUBRESOURCE mapped{};
-    throwIfFailed(context->Map(mBuffer, 0, D3D11_MAP_WRITE_DISCARD, 0, &mapped), context);
-    if (!bytes.empty())
-    {
-        std::memcpy(mapped.pData, bytes.data(), bytes.size());
-    }
-    context->Unmap(mBuffer, 0);
+    const MappedResource mapped(context, mBuffer, D3D11_MAP_WRITE_DISCARD);
+    std::ranges::copy(bytes, mapped.data());
 }
 }  // namespace Render

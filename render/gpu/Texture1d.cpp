@@ -1,5 +1,6 @@
 #include "render/gpu/Texture1d.h"
 
+#include "render/gpu/MappedResource.h"
 #include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
@@ -18,9 +19,7 @@ void Texture1d::copy(ID3D11DeviceContext* context, const Texture1d& source)
 
 D3D11_MAPPED_SUBRESOURCE Texture1d::map(ID3D11DeviceContext* context, D3D11_MAP type)
 {
-    D3D11_MAPPED_SUBRESOURCE mapped{};
-    throwIfFailed(context->Map(mTexture, 0, type, 0, &mapped), context);
-    return mapped;
+    return MappedResource::map(context, mTexture, type);
 }
 
 void Texture1d::unMap(ID3D11DeviceContext* context)

@@ -2,6 +2,7 @@
 
 #include "graphics/ColorImage.h"
 #include "graphics/DepthImage.h"
+#include "render/gpu/MappedResource.h"
 #include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
@@ -38,30 +39,6 @@ bool hasOneSubresource(const D3D11_TEXTURE2D_DESC& desc)
     const bool isSmallest = desc.Width <= 1 && desc.Height <= 1;  // its full chain is one level
     return desc.ArraySize == 1 && (desc.MipLevels == 1 || (desc.MipLevels == 0 && isSmallest));
 }
-
-/// A mapped texture, which is unmapped when this goes.
-class MappedTexture
-{
-public:
-    MappedTexture(Texture2d& texture, ID3D11DeviceContext* context, D3D11_MAP type)
-        : mTexture(texture), mContext(context), mMapped(texture.map(context, type))
-    {
-    }
-
-    ~MappedTexture() { mTexture.unMap(mContext); }
-
-    MappedTexture(const MappedTexture&) = delete;
-    MappedTexture& operator=(const MappedTexture&) = delete;
-
-    std::byte* data() const noexcept { return static_cast<std::byte*>(mMapped.pData); }
-
-    std::uint64_t rowPitch() const noexcept { return mMapped.RowPitch; }
-
-private:
-    Texture2d& mTexture;
-    ID3D11DeviceContext* mContext;
-    D3D11_MAPPED_SUBRESOURCE mMapped;
-};
 
 /// Whether a texel takes as many bytes as those of images do.
 bool hasTexelsOfImages(DXGI_FORMAT format)
@@ -134,7 +111,7 @@ void draw(
         throw std::invalid_argument("Error: texels of the texture are not those of an image");
     }
 
-    const MappedTexture mapped(texture, context, type);
+    const MappedResource mapped(context, texture.get(), type);
     // The spare bytes after an image's row may be more than the texture's row has left.
     const std::uint64_t rowStart = x * kBytesPerTexel;
     const std::uint64_t rowSize = std::min(image.rowPitch(), mapped.rowPitch() - rowStart);
@@ -299,9 +276,7 @@ void Texture2d::drawImageTile(
 
 D3D11_MAPPED_SUBRESOURCE Texture2d::map(ID3D11DeviceContext* context, D3D11_MAP type)
 {
-    D3D11_MAPPED_SUBRESOURCE mapped{};
-    throwIfFailed(context->Map(mTexture, 0, type, 0, &mapped), context);
-    return mapped;
+    return MappedResource::map(context, mTexture, type);
 }
 
 void Texture2d::unMap(ID3D11DeviceContext* context)

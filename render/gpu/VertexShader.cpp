@@ -8,61 +8,66 @@
 
 namespace Render
 {
-VertexShader::VertexShader(ID3D11VertexShader* shader, ID3D11InputLayout* inputLayout)
-    : mShader(shader), mInputLayout(inputLayout)
+VertexShader::VertexShader(
+    const CComPtr<ID3D11Device>& device,
+    const std::string& bytes,
+    const Layout& layout,
+    const std::string& debugName
+)
+    : mShader(StageShader<ID3D11VertexShader>::fromCsoString(device, bytes))
 {
+    if (!debugName.empty())
+    {
+        setDebugName(mShader.get(), debugName);
+    }
+    if (!layout.empty())
+    {
+        throwIfFailed(
+            device->CreateInputLayout(
+                layout.data(),
+                static_cast<UINT>(layout.size()),
+                bytes.data(),
+                bytes.size(),
+                mInputLayout.put()
+            ),
+            device
+        );
+    }
 }
 
 VertexShader VertexShader::fromHlslResource(
     const CComPtr<ID3D11Device>& device, const std::string& name, const Layout& layout
 )
 {
-    VertexShader shader = fromCsoString(device, compileHlslResource(name, kVertexProfile), layout);
-    setDebugName(shader.mShader, name);
-    return shader;
+    return VertexShader(device, compileHlslResource(name, kVertexProfile), layout, name);
 }
 
 VertexShader VertexShader::fromHlslFile(
     const CComPtr<ID3D11Device>& device, const std::filesystem::path& path, const Layout& layout
 )
 {
-    return fromCsoString(device, compileHlslFile(path, kVertexProfile), layout);
+    return VertexShader(device, compileHlslFile(path, kVertexProfile), layout, {});
 }
 
 VertexShader VertexShader::fromCsoResource(
     const CComPtr<ID3D11Device>& device, const std::string& name, const Layout& layout
 )
 {
-    VertexShader shader = fromCsoString(device, std::string(ShaderRegistry::open(name)), layout);
-    setDebugName(shader.mShader, name);
-    return shader;
+    return VertexShader(device, std::string(ShaderRegistry::open(name)), layout, name);
 }
 
 VertexShader VertexShader::fromCsoFile(
     const CComPtr<ID3D11Device>& device, const std::filesystem::path& path, const Layout& layout
 )
 {
-    return fromCsoString(device, Core::readLocalFile(path, kLargestShaderFile), layout);
+    return VertexShader(device, Core::readLocalFile(path, kLargestShaderFile), layout, {});
 }
 
 VertexShader VertexShader::fromCsoString(
     const CComPtr<ID3D11Device>& device, const std::string& bytes, const Layout& layout
 )
 {
-    CComPtr<ID3D11VertexShader> shader;
-    throwIfFailed(device->CreateVertexShader(bytes.data(), bytes.size(), nullptr, shader.put()), device);
-
-    CComPtr<ID3D11InputLayout> inputLayout;
-    if (!layout.empty())
-    {
-        throwIfFailed(
-            device->CreateInputLayout(
-                layout.data(), static_cast<UINT>(layout.size()), bytes.data(), bytes.size(), inputLayout.put()
-            ),
-            device
-        );
-    }
-    return VertexShader(shader, inputLayout);
+    return VertexShader(device, bytes, layout, {});
 }
 
 void VertexShader::begin(ID3D11DeviceContext* context) const
@@ -71,12 +76,12 @@ void VertexShader::begin(ID3D11DeviceContext* context) const
     {
         context->IASetInputLayout(mInputLayout);
     }
-    context->VSSetShader(mShader, nullptr, 0);
+    mShader.begin(context);
 }
 
 void VertexShader::end(ID3D11DeviceContext* context) const
 {
     context->IASetInputLayout(nullptr);
-    context->VSSetShader(nullptr, nullptr, 0);
+    mShader.end(context);
 }
 }  // namespace Render

@@ -1,8 +1,9 @@
 #pragma once
 
 #include "render/Export.h"
-#include "render/gpu/ComPtr.h"
-#include "render/gpu/Direct3D.h"
+#include "render/gpu/StageShader.h"
+#include "render/platform/ComPtr.h"
+#include "render/platform/Direct3D.h"
 
 #include <filesystem>
 #include <string>
@@ -71,9 +72,14 @@ public:
     void end(ID3D11DeviceContext* context) const;
 
 private:
-    VertexShader(ID3D11VertexShader* shader, ID3D11InputLayout* inputLayout);
+    VertexShader(
+        const CComPtr<ID3D11Device>& device,
+        const std::string& bytes,
+        const Layout& layout,
+        const std::string& debugName
+    );
 
-    CComPtr<ID3D11VertexShader> mShader;
+    StageShader<ID3D11VertexShader> mShader;
     CComPtr<ID3D11InputLayout> mInputLayout;
 };
 }  // namespace Render

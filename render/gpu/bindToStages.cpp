@@ -1,6 +1,6 @@
 #include "render/gpu/bindToStages.h"
 
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 
 namespace Render
 {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "render/Export.h"
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 
 #include <vector>
 

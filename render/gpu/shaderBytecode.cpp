@@ -1,9 +1,9 @@
 #include "render/gpu/shaderBytecode.h"
 
 #include "core/readLocalFile.h"
-#include "render/gpu/Direct3D.h"
 #include "render/gpu/ShaderInclude.h"
 #include "render/gpu/shaderRegistry.h"
+#include "render/platform/Direct3D.h"
 
 #include <string_view>
 //

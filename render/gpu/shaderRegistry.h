@@ -1,6 +1,6 @@
 #pragma once
 
-#include "render/gpu/ShaderProfile.h"
+#include "render/platform/ShaderProfile.h"
 
 #include <span>
 #include <string_view>

@@ -1,8 +1,8 @@
 #include "render/gpu/throwIfFailed.h"
 
-#include "render/gpu/ComPtr.h"
 #include "render/gpu/DeviceLostException.h"
-#include "render/gpu/Direct3D.h"
+#include "render/platform/ComPtr.h"
+#include "render/platform/Direct3D.h"
 
 namespace Render
 {

@@ -1,12 +1,12 @@
 #include "render/mesh/MeshRenderable.h"
 
-#include "render/gpu/Direct3D.h"
+#include "render/gpu/ScopedBinding.h"
 #include "render/gpu/ShaderConfiguration.h"
 #include "render/gpu/bufferSize.h"
 #include "render/gpu/inputLayouts.h"
 #include "render/gpu/throwIfFailed.h"
 #include "render/mesh/ObjMeshLoader.h"
-#include "render/pointcloud/ScopedBinding.h"
+#include "render/platform/Direct3D.h"
 #include "render/scene/Camera.h"
 
 #include <algorithm>
@@ -28,6 +28,9 @@ std::array<float, 3> toArray(const Math::Point<float, 3>& point)
     return {point.x, point.y, point.z};
 }
 }  // namespace
+
+// Where the library is a DLL, a program can bind a reference to the constant only when it is defined here.
+const std::size_t MeshRenderable::CLIPPING_PLANES_MAX_COUNT;
 
 std::shared_ptr<MeshRenderable> MeshRenderable::create(
     const std::filesystem::path& path, double unitScale, const std::string& name
@@ -166,27 +169,13 @@ void MeshRenderable::invalidateWorldMatrix()
 
 void MeshRenderable::setClippingVolume(const Math::ConvexPolytope<float, 3>& volume)
 {
-    if (volume.size() > CLIPPING_PLANES_MAX_COUNT)
-    {
-        throw std::runtime_error(
-            "Error: volume contains too many clipping planes, plane count = " + std::to_string(volume.size())
-        );
-    }
+    const ClippingPlanes planes = toClippingPlanes(volume);
     if (volume.halfSpaces() == mClippingPlanes)
     {
         return;
     }
     mClippingPlanes = volume.halfSpaces();
-    auto& rows = mConstants.edit().clipping_planes;
-    rows = {};
-    std::transform(
-        mClippingPlanes.begin(),
-        mClippingPlanes.end(),
-        rows.begin(),
-        [](const Math::HalfSpace<float, 3>& plane) {
-            return std::array<float, 4>{plane.a, plane.b, plane.c, plane.d};
-        }
-    );
+    mConstants.edit().clipping_planes = planes;
     setNeedsRedraw(true);
 }
 

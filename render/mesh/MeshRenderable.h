@@ -3,11 +3,12 @@
 #include "math/ConvexPolytope.h"
 #include "math/HalfSpace.h"
 #include "render/Export.h"
+#include "render/gpu/ClippingPlanes.h"
 #include "render/gpu/ConstantBlock.h"
 #include "render/gpu/PixelShader.h"
+#include "render/gpu/ShaderMatrix.h"
 #include "render/gpu/VertexFormats.h"
 #include "render/gpu/VertexShader.h"
-#include "render/pointcloud/PointShaderConstants.h"
 #include "render/scene/Renderable.h"
 
 #include <array>
@@ -23,20 +24,11 @@ namespace Render
 {
 class MeshLoader;
 
-/// Bounds of MeshRenderable, apart from it so that a program that uses the DLL can refer to them.
-struct MeshLimits
-{
-    /// Most planes of a clipping volume.
-    static constexpr std::size_t CLIPPING_PLANES_MAX_COUNT = 8;
-};
-
 /// A triangle mesh, lit from the camera, that up to eight planes can cut.
 ///
 /// Frame    the loader's positions in the units of their file; model coordinates are those times unitScale().
 /// Threads  the thread that drives the renderer.
-class RENDER_API MeshRenderable : public Renderable,
-                                  public MeshLimits,
-                                  public std::enable_shared_from_this<MeshRenderable>
+class RENDER_API MeshRenderable : public Renderable, public std::enable_shared_from_this<MeshRenderable>
 {
     struct Private
     {
@@ -44,6 +36,9 @@ class RENDER_API MeshRenderable : public Renderable,
     };
 
 public:
+    /// Most planes of a clipping volume.
+    static constexpr std::size_t CLIPPING_PLANES_MAX_COUNT = std::tuple_size_v<ClippingPlanes>;
+
     /// A mesh that reads an OBJ file when it enters a live scene.
     /// @param unitScale  model units per unit of the file, above 0 and finite
     /// @throws std::invalid_argument  for another unit scale
@@ -108,7 +103,7 @@ private:
     {
         ShaderMatrix modelMatrix = kIdentityShaderMatrix;
         ShaderMatrix viewProjectionMatrix = kIdentityShaderMatrix;
-        std::array<std::array<float, 4>, CLIPPING_PLANES_MAX_COUNT> clipping_planes{};
+        ClippingPlanes clipping_planes{};
         float unitScale = 1.0F;
         std::array<float, 3> cameraPosition{};
         std::array<float, 3> lightPos{};

@@ -4,11 +4,11 @@
 #include "graphics/ColorImage.h"
 #include "graphics/DepthImage.h"
 #include "graphics/PanoramaLoader.h"
-#include "render/gpu/Direct3D.h"
+#include "render/gpu/ScopedBinding.h"
 #include "render/gpu/ShaderConfiguration.h"
 #include "render/pano/PanoramaPyramid.h"
 #include "render/pano/PanoramaTiles.h"
-#include "render/pointcloud/ScopedBinding.h"
+#include "render/platform/Direct3D.h"
 #include "render/scene/Camera.h"
 
 #include <Eigen/LU>

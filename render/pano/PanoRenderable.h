@@ -5,8 +5,8 @@
 #include "render/gpu/ConstantBlock.h"
 #include "render/gpu/PixelShader.h"
 #include "render/gpu/SamplerState.h"
+#include "render/gpu/ShaderMatrix.h"
 #include "render/gpu/VertexShader.h"
-#include "render/pointcloud/PointShaderConstants.h"
 #include "render/scene/Renderable.h"
 
 #include <atomic>

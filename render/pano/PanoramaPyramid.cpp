@@ -2,6 +2,7 @@
 
 #include "graphics/ColorImage.h"
 #include "graphics/DepthImage.h"
+#include "graphics/PictureLimits.h"
 #include "math/Color.h"
 
 #include <algorithm>
@@ -61,7 +62,9 @@ template <class Image>
 Texture2d unknownTexture(ID3D11Device* device, std::uint64_t width, std::uint64_t height)
 {
     const D3D11_TEXTURE2D_DESC desc = textureDesc(width, height, Kind<Image>::kFormat, D3D11_USAGE_DEFAULT);
-    if (width > D3D11_REQ_TEXTURE2D_U_OR_V_DIMENSION || height > D3D11_REQ_TEXTURE2D_U_OR_V_DIMENSION)
+    constexpr std::uint64_t kLargestSide = Graphics::PictureLimits::kLargestSide;
+    static_assert(kLargestSide == D3D11_REQ_TEXTURE2D_U_OR_V_DIMENSION);
+    if (width > kLargestSide || height > kLargestSide)
     {
         return Texture2d(device, desc);  // fails before memory is taken for what cannot be
     }

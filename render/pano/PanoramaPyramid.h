@@ -1,10 +1,10 @@
 #pragma once
 
 #include "graphics/PanoramaLoader.h"
-#include "render/gpu/ComPtr.h"
-#include "render/gpu/Direct3D.h"
 #include "render/gpu/ShaderResourceView.h"
 #include "render/gpu/Texture2d.h"
+#include "render/platform/ComPtr.h"
+#include "render/platform/Direct3D.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "render/pointcloud/Boxes.h"
 
+#include "render/gpu/ScopedBinding.h"
 #include "render/gpu/ShaderConfiguration.h"
-#include "render/pointcloud/ScopedBinding.h"
 
 #include <span>
 #include <utility>

@@ -1,11 +1,11 @@
 #include "render/pointcloud/DynamicVertexBuffer.h"
 
+#include "render/gpu/MappedResource.h"
 #include "render/gpu/bufferSize.h"
 #include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 #include <string>
 
@@ -63,21 +63,15 @@ void DynamicVertexBuffer::update(
     ID3D11DeviceContext* context, std::span<const std::span<const std::byte>> pieces
 )
 {
-    D3D11_MAPPED_SUBRESOURCE mapped{};
-    throwIfFailed(context->Map(mBuffer, 0, D3D11_MAP_WRITE_DISCARD, 0, &mapped), context);
-    auto* to = static_cast<std::byte*>(mapped.pData);
+    const MappedResource mapped(context, mBuffer, D3D11_MAP_WRITE_DISCARD);
+    std::byte* to = mapped.data();
     std::size_t room = mCapacity * mStride;
     for (const std::span<const std::byte> piece : pieces)
     {
         const std::size_t size = std::min(piece.size(), room);
-        if (size > 0)
-        {
-            std::memcpy(to, piece.data(), size);
-        }
-        to += size;
+        to = std::ranges::copy(piece.first(size), to).out;
         room -= size;
     }
-    context->Unmap(mBuffer, 0);
 }
 
 void DynamicVertexBuffer::set(ID3D11DeviceContext* context) const

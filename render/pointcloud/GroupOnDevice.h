@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/fnv1a.h"
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 
 #include <cstddef>
 #include <cstdint>

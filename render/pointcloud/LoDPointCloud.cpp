@@ -1,5 +1,6 @@
 #include "render/pointcloud/LoDPointCloud.h"
 
+#include "render/gpu/MappedResource.h"
 #include "render/pointcloud/NodePrioritizer.h"
 #include "render/pointcloud/OutputState.h"
 #include "render/pointcloud/PointStore.h"
@@ -12,6 +13,7 @@
 #include "render/scene/Viewport.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <span>
 #include <stdexcept>
@@ -125,7 +127,8 @@ void LoDPointCloud::setViewport(const Viewport& viewport)
 
 void LoDPointCloud::setClippingVolume(const Math::ConvexPolytope<float, 3>& volume)
 {
-    setClippingPlanes(mPerFrame.edit(), volume);
+    const ClippingPlanes planes = toClippingPlanes(volume);
+    mPerFrame.edit().clipping_planes = planes;
     mPlaneCount = static_cast<std::uint32_t>(volume.size());
 }
 
@@ -216,11 +219,9 @@ void LoDPointCloud::uploadOctreeTexture(const std::vector<std::uint8_t>& texels)
 {
     constexpr std::size_t kTextureBytes = kMaxDrawnNodes * kBytesPerTexel;
     const std::size_t used = std::min(texels.size(), kTextureBytes);
-    const D3D11_MAPPED_SUBRESOURCE mapped = mOctreeTexture.map(mDeviceContext, D3D11_MAP_WRITE_DISCARD);
-    auto* const to = static_cast<std::uint8_t*>(mapped.pData);
-    std::copy_n(texels.data(), used, to);
-    std::fill_n(to + used, kTextureBytes - used, std::uint8_t{0});  // mapping left it undefined
-    mOctreeTexture.unMap(mDeviceContext);
+    const MappedResource mapped(mDeviceContext, mOctreeTexture.get(), D3D11_MAP_WRITE_DISCARD);
+    std::byte* const end = std::ranges::copy(std::as_bytes(std::span(texels).first(used)), mapped.data()).out;
+    std::fill_n(end, kTextureBytes - used, std::byte{0});  // mapping left it undefined
 }
 
 void LoDPointCloud::draw()

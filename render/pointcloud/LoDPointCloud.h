@@ -12,7 +12,7 @@
 #include "render/pointcloud/Buffer.h"
 #include "render/pointcloud/PointShaderConstants.h"
 #include "render/pointcloud/chooseSplatRoad.h"
-#include "render/renderer/RenderMode.h"
+#include "render/scene/RenderMode.h"
 
 #include <Eigen/Core>
 
@@ -68,7 +68,7 @@ public:
     void setViewport(const Viewport& viewport);
 
     /// @param volume  model coordinates
-    /// @throws std::runtime_error  for more than 8 planes, see setClippingPlanes in PointShaderConstants.h;
+    /// @throws std::runtime_error  for more than 8 planes, see toClippingPlanes;
     ///                             the old ones stay
     void setClippingVolume(const Math::ConvexPolytope<float, 3>& volume);
 

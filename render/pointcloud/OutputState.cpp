@@ -1,6 +1,6 @@
 #include "render/pointcloud/OutputState.h"
 
-#include "render/gpu/ComPtr.h"
+#include "render/platform/ComPtr.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "render/Render.h"
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 
 #include <cstdint>
 #include <optional>

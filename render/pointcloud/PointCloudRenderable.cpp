@@ -2,17 +2,17 @@
 
 #include "math/transform.h"
 #include "octree/Octree.h"
-#include "render/gpu/Direct3D.h"
-#include "render/pointcloud/AsyncReload.h"
-#include "render/pointcloud/BrightnessHistogram.h"
+#include "render/platform/Direct3D.h"
+#include "render/pointcloud/CloudCaches.h"
+#include "render/pointcloud/CloudLoading.h"
 #include "render/pointcloud/LoDPointCloud.h"
-#include "render/pointcloud/NodeLoader.h"
 #include "render/pointcloud/NodePrioritizer.h"
+#include "render/pointcloud/SharedRanking.h"
 #include "render/pointcloud/defaultUniformColor.h"
-#include "render/renderer/RenderMode.h"
+#include "render/pointcloud/greyHistogram.h"
 #include "render/scene/Camera.h"
+#include "render/scene/RenderMode.h"
 
-#include <deque>
 #include <limits>
 #include <stdexcept>
 #include <utility>
@@ -22,52 +22,12 @@ namespace Render
 namespace
 {
 constexpr float kPointSizeFactor = 5.1F;  // of the spacing: neighbouring splats overlap, so surfaces close
-constexpr unsigned long long kVertexCacheCapacity = 30'000'000;  // points
-constexpr unsigned long long kQueryCacheCapacity = 2'000'000;    // points
-constexpr unsigned long long kExpectedCacheEntries = 4000;       // nodes
-constexpr std::uint64_t kDeepestHistogramLevel = 4;              // the coarse points represent the rest
-
-std::uint8_t shownGrey(const VertexContainer::Vertex& vertex, RenderMode renderMode)
-{
-    if (renderMode == RenderMode::ColorizeByIntensity)
-    {
-        return vertex.intensity;
-    }
-    return static_cast<std::uint8_t>((vertex.color.r() + vertex.color.g() + vertex.color.b()) / 3);
-}
 
 std::function<void()> toFunction(void (*callback)())
 {
     return callback != nullptr ? std::function<void()>(callback) : std::function<void()>();
 }
 }  // namespace
-
-Core::SharedResources<Octree::CacheIdentifier, PointCloudRenderable::VertexCache>
-    PointCloudRenderable::mSharedCaches;
-
-/// Keeps the loader away for a while, if there is one.
-class [[nodiscard]] PointCloudRenderable::ReloadPause : private Core::NonCopyable
-{
-public:
-    explicit ReloadPause(PointCloudRenderable& owner) : mOwner(owner)
-    {
-        if (mOwner.mAsyncReload)
-        {
-            mOwner.mAsyncReload->pause();
-        }
-    }
-
-    ~ReloadPause()
-    {
-        if (mOwner.mAsyncReload)
-        {
-            mOwner.mAsyncReload->resume();
-        }
-    }
-
-private:
-    PointCloudRenderable& mOwner;
-};
 
 std::shared_ptr<PointCloudRenderable> PointCloudRenderable::create(
     const Octree::Location& location, const std::string& name, std::size_t maxPointCount, double unitScale
@@ -91,19 +51,19 @@ PointCloudRenderable::PointCloudRenderable(
     Private, std::shared_ptr<Octree::Octree> octree, const std::string& name, std::size_t maxPointCount
 )
     : Renderable(name),
+      mLoading(std::make_unique<CloudLoading>()),
       mOctree(std::move(octree)),
-      mCached(mOctree->cacheIdentifier()),
+      mCaches(std::make_unique<CloudCaches>(mOctree)),
       mMaxPointCount(maxPointCount),
       mPointSize(defaultPointSize()),
       mUniformColor(defaultUniformColor(mOctree->location().hash())),
-      mRanking(std::make_shared<const NodeRankingParameters>())
+      mRanking(std::make_unique<SharedRanking>())
 {
-    getCaches();
 }
 
 PointCloudRenderable::~PointCloudRenderable()
 {
-    mAsyncReload.reset();
+    mLoading->stop();
 }
 
 std::shared_ptr<PointCloudRenderable::VertexCache> PointCloudRenderable::createOrGetSharedCache(
@@ -113,32 +73,9 @@ std::shared_ptr<PointCloudRenderable::VertexCache> PointCloudRenderable::createO
     unsigned long long expectedEntryCount
 )
 {
-    return sharedCache(Octree::CacheIdentifier{location, unitScale}, capacity, expectedEntryCount);
-}
-
-std::shared_ptr<PointCloudRenderable::VertexCache> PointCloudRenderable::sharedCache(
-    const Octree::CacheIdentifier& identifier,
-    unsigned long long capacity,
-    unsigned long long expectedEntryCount
-)
-{
-    return mSharedCaches.createOrGet(
-        identifier,
-        [=] { return std::make_shared<VertexCache>(capacity, static_cast<std::size_t>(expectedEntryCount)); }
+    return CloudCaches::sharedVertices(
+        Octree::CacheIdentifier{location, unitScale}, capacity, expectedEntryCount
     );
-}
-
-void PointCloudRenderable::getCaches()
-{
-    mCached = mOctree->cacheIdentifier();
-    mVertexCache = sharedCache(mCached, kVertexCacheCapacity, kExpectedCacheEntries);
-    mQueryCache =
-        PointCloudQuery::createOrGetSharedCache(mCached, kQueryCacheCapacity, kExpectedCacheEntries);
-    mVertices = std::make_shared<const CachedVertices>(mOctree, mCached, mVertexCache);
-    const std::size_t maxBytesInFlight =
-        mNodeLoader ? mNodeLoader->maxBytesInFlight() : NodeLoader::kDefaultMaxBytesInFlight;
-    mNodeLoader = std::make_unique<NodeLoader>(mVertices);
-    mNodeLoader->setMaxBytesInFlight(maxBytesInFlight);
 }
 
 void PointCloudRenderable::init(
@@ -153,7 +90,7 @@ void PointCloudRenderable::init(
         throw std::runtime_error("Error init was called on an already initialized PointCloudRenderable");
     }
     // A loader that was started before has failed so far; it goes on at once with what is set here.
-    const ReloadPause pause(*this);
+    const CloudLoading::Pause pause(*mLoading);
     auto cloud = std::make_shared<LoDPointCloud>(
         groupKey, std::move(device), std::move(deviceContext), id(), mMaxPointCount
     );
@@ -177,7 +114,7 @@ void PointCloudRenderable::init(
 
 void PointCloudRenderable::deinit()
 {
-    mAsyncReload.reset();
+    mLoading->stop();
     mCamera.reset();
     mLoDPointCloud.reset();
 }
@@ -266,30 +203,10 @@ void PointCloudRenderable::brightnessAndContrast(
     float quantile, float range, float& brightness, float& contrast
 )
 {
+    const auto load = [this](const Octree::OctreeNodeId& id, VertexContainer& vertices, std::stop_token stop)
+    { return mCaches->vertices().load(id, vertices, std::move(stop)); };
     const RenderMode renderMode = mLoDPointCloud ? mLoDPointCloud->renderMode() : RenderMode::Default;
-    BrightnessHistogram histogram;
-    VertexContainer vertices;
-    std::deque<Octree::OctreeNodeId> queue{mOctree->root()};
-    try
-    {
-        while (!queue.empty() && mVertices->load(queue.front(), vertices, std::stop_token()))
-        {
-            for (std::size_t i = 0; i < vertices.size(); ++i)
-            {
-                histogram.add(shownGrey(std::as_const(vertices).data()[i], renderMode));
-            }
-            if (mOctree->level(queue.front()) < kDeepestHistogramLevel)
-            {
-                const Octree::OctreeChildNodeIdRange children = mOctree->children(queue.front());
-                queue.insert(queue.end(), children.begin(), children.end());
-            }
-            queue.pop_front();
-        }
-    }
-    catch (const std::runtime_error&)
-    {
-        // What could be read has to do: loading reports the broken node.
-    }
+    BrightnessHistogram histogram = greyHistogram(OctreeSelectionTree(*mOctree), load, renderMode);
     histogram.brightnessAndContrast(quantile, range, brightness, contrast);
 }
 
@@ -420,15 +337,15 @@ void PointCloudRenderable::setShowBoundingBoxes(bool show)
 
 void PointCloudRenderable::setOctreeNodePriorityThreshold(float threshold)
 {
-    updateRanking([threshold](NodeRankingParameters& ranking)
-                  { ranking.octreeNodePriorityThreshold = threshold; });
+    mRanking->change([threshold](NodeRankingParameters& ranking)
+                     { ranking.octreeNodePriorityThreshold = threshold; });
     clearVisibleOctreeNodes();
     triggerReload();
 }
 
 float PointCloudRenderable::octreeNodePriorityThreshold() const
 {
-    return ranking()->octreeNodePriorityThreshold;
+    return mRanking->get()->octreeNodePriorityThreshold;
 }
 
 void PointCloudRenderable::setMinLevelToKeep(std::size_t level)
@@ -437,13 +354,13 @@ void PointCloudRenderable::setMinLevelToKeep(std::size_t level)
     {
         return;
     }
-    updateRanking([level](NodeRankingParameters& ranking) { ranking.minLevelToKeep = level; });
+    mRanking->change([level](NodeRankingParameters& ranking) { ranking.minLevelToKeep = level; });
     triggerReload();
 }
 
 std::size_t PointCloudRenderable::minLevelToKeep() const
 {
-    return ranking()->minLevelToKeep;
+    return mRanking->get()->minLevelToKeep;
 }
 
 void PointCloudRenderable::setMaxLevelToKeep(std::size_t level)
@@ -452,13 +369,13 @@ void PointCloudRenderable::setMaxLevelToKeep(std::size_t level)
     {
         return;
     }
-    updateRanking([level](NodeRankingParameters& ranking) { ranking.maxLevelToKeep = level; });
+    mRanking->change([level](NodeRankingParameters& ranking) { ranking.maxLevelToKeep = level; });
     triggerReload();
 }
 
 std::size_t PointCloudRenderable::maxLevelToKeep() const
 {
-    return ranking()->maxLevelToKeep;
+    return mRanking->get()->maxLevelToKeep;
 }
 
 void PointCloudRenderable::setUpdateInterval(UpdateInterval interval)
@@ -477,12 +394,12 @@ UpdateInterval PointCloudRenderable::updateInterval() const noexcept
 
 void PointCloudRenderable::setMaxBytesInFlight(std::size_t bytes)
 {
-    mNodeLoader->setMaxBytesInFlight(bytes);
+    mCaches->loader().setMaxBytesInFlight(bytes);
 }
 
 std::size_t PointCloudRenderable::maxBytesInFlight() const
 {
-    return mNodeLoader->maxBytesInFlight();
+    return mCaches->loader().maxBytesInFlight();
 }
 
 void PointCloudRenderable::setRestartLoadingAfterCameraChange(bool restart) noexcept
@@ -493,17 +410,17 @@ void PointCloudRenderable::setRestartLoadingAfterCameraChange(bool restart) noex
 void PointCloudRenderable::setUnitScale(double unitScale)
 {
     // A cloud that shares the octree may have changed the scale before.
-    if (unitScale == mOctree->unitScale() && unitScale == mCached.unitScale)
+    if (unitScale == mOctree->unitScale() && unitScale == mCaches->unitScale())
     {
         return;
     }
     // Nodes that are read while the scale changes would enter cache and prioritizer with coordinates of
     // either scale.
-    const ReloadPause pause(*this);
-    mVertexCache->clear();
+    const CloudLoading::Pause pause(*mLoading);
+    mCaches->clearVertices();
     mOctree->setUnitScale(unitScale);
     // Other renderables of the old scale go on using the old cache.
-    getCaches();
+    mCaches->renew();
     setPointSize(defaultPointSize());
     if (mLoDPointCloud)
     {
@@ -531,31 +448,29 @@ void PointCloudRenderable::setClippingVolume(const std::vector<Math::HalfSpace<f
         setNeedsRedraw(true);
     }
     mClippingVolume = halfSpaces;
-    updateRanking([&volume](NodeRankingParameters& ranking) { ranking.clippingVolume = volume; });
+    mRanking->change([&volume](NodeRankingParameters& ranking) { ranking.clippingVolume = volume; });
     triggerReload();
 }
 
 void PointCloudRenderable::addExternalAttributeLocation(const Octree::Location& location)
 {
     // Nodes that are read from here on have other attributes.
-    const ReloadPause pause(*this);
+    const CloudLoading::Pause pause(*mLoading);
     mOctree->addExternalAttributeLocation(location);
-    getCaches();
+    mCaches->renew();
     clearVisibleOctreeNodes();
     setNeedsRedraw(true);
 }
 
 void PointCloudRenderable::startAsyncReload(std::function<void()> onProgress, std::size_t maxLevel)
 {
-    if (mAsyncReload)
+    const bool isFirst =
+        mLoading->start([this, onProgress = std::move(onProgress), maxLevel](std::stop_token stopToken)
+                        { reloadPoints(onProgress, maxLevel, stopToken); });
+    if (isFirst)
     {
-        return;
+        setNeedsRedraw(true);
     }
-    mAsyncReload = std::make_unique<AsyncReload>([this, onProgress = std::move(onProgress), maxLevel](
-                                                     std::stop_token stopToken
-                                                 ) { reloadPoints(onProgress, maxLevel, stopToken); });
-    mAsyncReload->restart();
-    setNeedsRedraw(true);
 }
 
 void PointCloudRenderable::startAsyncReload(void (*onProgress)(), std::size_t maxLevel)
@@ -565,17 +480,22 @@ void PointCloudRenderable::startAsyncReload(void (*onProgress)(), std::size_t ma
 
 void PointCloudRenderable::stopAsyncReload()
 {
-    mAsyncReload.reset();
+    mLoading->stop();
+}
+
+bool PointCloudRenderable::isAsyncReloadActive() const noexcept
+{
+    return mLoading->isActive();
 }
 
 bool PointCloudRenderable::isAsyncReloadHealthy(bool rethrow) const
 {
-    return !mAsyncReload || mAsyncReload->isHealthy(rethrow);
+    return mLoading->isHealthy(rethrow);
 }
 
 bool PointCloudRenderable::isAsyncReloadComplete() const noexcept
 {
-    return mAsyncReload && mAsyncReload->isComplete();
+    return mLoading->isComplete();
 }
 
 void PointCloudRenderable::reloadPoints(
@@ -591,7 +511,7 @@ void PointCloudRenderable::reloadPoints(
     { return boundingBoxPriority(level, box); };
     const VertexSource vertexSource =
         [this](const Octree::OctreeNodeId& id, VertexContainer& vertices, std::stop_token stop)
-    { return mNodeLoader->get(id, vertices, std::move(stop)); };
+    { return mCaches->loader().get(id, vertices, std::move(stop)); };
     const SelectionPass pass{
         .prioritizer = mLoDPointCloud->prioritizer(),
         .cloudId = mLoDPointCloud->cloudId(),
@@ -603,10 +523,10 @@ void PointCloudRenderable::reloadPoints(
         .updateInterval = [this] { return updateInterval(); },
         .requestRedraw = [this] { setNeedsRedraw(true); },
         .onProgress = std::move(onProgress),
-        .loader = mNodeLoader.get(),
+        .loader = &mCaches->loader(),
         .stopped = &mStoppedPublication,
         .childrenBound = [this](std::size_t level, const Math::NBoundingBox<float, 3>& box, unsigned mask)
-        { return ranking()->mostOfChildren(level, box, mask); },
+        { return mRanking->get()->mostOfChildren(level, box, mask); },
     };
     try
     {
@@ -630,7 +550,7 @@ NodePriority PointCloudRenderable::boundingBoxPriority(
     std::size_t level, const Math::NBoundingBox<float, 3>& box
 ) const
 {
-    return ranking()->rank(level, box);
+    return mRanking->get()->rank(level, box);
 }
 
 void PointCloudRenderable::clearVisibleOctreeNodes()
@@ -665,17 +585,8 @@ PointCloudQuery PointCloudRenderable::createPointCloudQuery(
     IFilter* filter, std::size_t maxLevel, float minimumSpacing, std::chrono::nanoseconds timeout
 )
 {
-    const Octree::CacheIdentifier identifier = mOctree->cacheIdentifier();
     return PointCloudQuery(
-        mOctree,
-        identifier == mCached
-            ? mQueryCache
-            : PointCloudQuery::createOrGetSharedCache(identifier, kQueryCacheCapacity, kExpectedCacheEntries),
-        worldMatrix(),
-        filter,
-        maxLevel,
-        minimumSpacing,
-        timeout
+        mOctree, mCaches->pointsForQuery(), worldMatrix(), filter, maxLevel, minimumSpacing, timeout
     );
 }
 
@@ -683,34 +594,19 @@ void PointCloudRenderable::updateFrustums()
 {
     const Eigen::Matrix4f model = worldMatrix();
     mFrustumModelCs = mCamera->frustum(model);
-    updateRanking([this, &model](NodeRankingParameters& ranking) { ranking.setCamera(*mCamera, model); });
+    mRanking->change([this, &model](NodeRankingParameters& ranking) { ranking.setCamera(*mCamera, model); });
 }
 
 void PointCloudRenderable::updateModelMatrix()
 {
     const Math::ConvexPolytope<float, 3> volume = inModelCoordinates(mClippingVolume);
-    updateRanking([&volume](NodeRankingParameters& ranking) { ranking.clippingVolume = volume; });
+    mRanking->change([&volume](NodeRankingParameters& ranking) { ranking.clippingVolume = volume; });
     if (mLoDPointCloud)
     {
         mLoDPointCloud->setModelMatrix(worldMatrix());
         mLoDPointCloud->setClippingVolume(volume);
         updateFrustums();
     }
-}
-
-template <class Change>
-void PointCloudRenderable::updateRanking(Change&& change)
-{
-    auto changed = std::make_shared<NodeRankingParameters>(*ranking());
-    change(*changed);
-    const std::scoped_lock lock(mRankingMutex);
-    mRanking = std::move(changed);
-}
-
-std::shared_ptr<const NodeRankingParameters> PointCloudRenderable::ranking() const
-{
-    const std::scoped_lock lock(mRankingMutex);
-    return mRanking;
 }
 
 Math::ConvexPolytope<float, 3> PointCloudRenderable::inModelCoordinates(
@@ -722,9 +618,6 @@ Math::ConvexPolytope<float, 3> PointCloudRenderable::inModelCoordinates(
 
 void PointCloudRenderable::triggerReload()
 {
-    if (mAsyncReload)
-    {
-        mAsyncReload->restart();
-    }
+    mLoading->restart();
 }
 }  // namespace Render

@@ -1,21 +1,17 @@
 #pragma once
 
-#include "core/LruCache.h"
-#include "core/SharedResources.h"
 #include "math/Color.h"
 #include "math/ConvexPolytope.h"
 #include "math/Frustum.h"
 #include "math/HalfSpace.h"
 #include "math/NBoundingBox.h"
 #include "math/Point.h"
-#include "octree/CacheIdentifier.h"
 #include "octree/Location.h"
 #include "octree/OctreeNodeId.h"
 #include "render/Export.h"
 #include "render/gpu/VertexContainer.h"
 #include "render/pointcloud/CachedVertices.h"
 #include "render/pointcloud/NodePriority.h"
-#include "render/pointcloud/NodeRankingParameters.h"
 #include "render/pointcloud/PointCloudQuery.h"
 #include "render/pointcloud/chooseSplatRoad.h"
 #include "render/pointcloud/selectNodes.h"
@@ -28,7 +24,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -43,9 +38,10 @@ class Octree;
 
 namespace Render
 {
-class AsyncReload;
+class CloudCaches;
+class CloudLoading;
 class LoDPointCloud;
-class NodeLoader;
+class SharedRanking;
 
 /// An octree point cloud in a scene: it streams the nodes that matter for the camera and draws what has
 /// arrived.
@@ -272,7 +268,7 @@ public:
     /// Stops the loader and waits for it; what has been published stays.
     void stopAsyncReload();
 
-    bool isAsyncReloadActive() const noexcept { return mAsyncReload != nullptr; }
+    bool isAsyncReloadActive() const noexcept;
 
     /// False while the last run of the loader has failed; it is then tried again every 2 seconds.
     /// @param rethrow  throws the failure instead of returning false
@@ -329,36 +325,21 @@ public:
     const Math::Frustum<float>& frustumModelCs() const noexcept { return mFrustumModelCs; }
 
 private:
-    class ReloadPause;
-
     void updateFrustums();
     void updateModelMatrix();
-    template <class Change>
-    void updateRanking(Change&& change);
-    std::shared_ptr<const NodeRankingParameters> ranking() const;
     Math::ConvexPolytope<float, 3> inModelCoordinates(const std::vector<Math::HalfSpace<float, 3>>& halfSpaces
     );
     void triggerReload();
-    static std::shared_ptr<VertexCache> sharedCache(
-        const Octree::CacheIdentifier& identifier,
-        unsigned long long capacity,
-        unsigned long long expectedEntryCount
-    );
-    void getCaches();
 
-    std::unique_ptr<AsyncReload> mAsyncReload;  // absent until startAsyncReload
+    std::unique_ptr<CloudLoading> mLoading;
     SplatRoad mSplatRoad = SplatRoad::Automatic;
     std::size_t mMaxUploadPerFrame = std::size_t{64} << 20U;
     std::atomic<UpdateInterval::rep> mUpdateInterval{5'000'000};  // 0.5 s; read by the loader
     bool mRestartLoadingAfterCameraChange = true;
     std::shared_ptr<Octree::Octree> mOctree;
+    std::unique_ptr<CloudCaches> mCaches;           // of mOctree
     std::shared_ptr<LoDPointCloud> mLoDPointCloud;  // present while initialised
     std::shared_ptr<Camera> mCamera;
-    Octree::CacheIdentifier mCached;  // what the caches hold; others may change the octree meanwhile
-    std::shared_ptr<VertexCache> mVertexCache;
-    std::shared_ptr<const CachedVertices> mVertices;  // of mCached
-    std::unique_ptr<NodeLoader> mNodeLoader;          // of mVertices
-    std::shared_ptr<PointCloudQuery::PointCache> mQueryCache;
     std::vector<Math::HalfSpace<float, 3>> mClippingVolume;  // world coordinates
     std::size_t mMaxPointCount;
     Math::Frustum<float> mFrustumModelCs;
@@ -369,10 +350,6 @@ private:
     Math::Color mUniformColor;
     std::atomic<bool> mNeedsRedraw{true};
     StoppedPublication mStoppedPublication;
-
-    mutable std::mutex mRankingMutex;  // guards mRanking; the parameters themselves never change
-    std::shared_ptr<const NodeRankingParameters> mRanking;
-
-    static Core::SharedResources<Octree::CacheIdentifier, VertexCache> mSharedCaches;
+    std::unique_ptr<SharedRanking> mRanking;
 };
 }  // namespace Render

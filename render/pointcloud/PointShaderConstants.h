@@ -1,7 +1,8 @@
 #pragma once
 
-#include "math/ConvexPolytope.h"
 #include "render/Export.h"
+#include "render/gpu/ClippingPlanes.h"
+#include "render/gpu/ShaderMatrix.h"
 
 #include <Eigen/Core>
 
@@ -12,22 +13,12 @@
 
 namespace Render
 {
-/// A matrix as shaders read it: column after column.
-using ShaderMatrix = std::array<float, 16>;
-
-/// The identity, the same in either order.
-inline constexpr ShaderMatrix kIdentityShaderMatrix{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-
-RENDER_API ShaderMatrix toShaderMatrix(const Eigen::Matrix4f& matrix) noexcept;
-
 /// The constants that stay the same for all nodes of a point cloud: cbPerFrame of shaders/pointcloud.hlsl,
 /// with its field names.
 ///
 /// Shape    640 bytes, ready to copy into a constant buffer.
 struct PerFrameConstants
 {
-    static constexpr std::size_t kPlaneCount = 8;
-
     ShaderMatrix model = kIdentityShaderMatrix;
     ShaderMatrix inv_model = kIdentityShaderMatrix;
     ShaderMatrix view = kIdentityShaderMatrix;
@@ -35,8 +26,7 @@ struct PerFrameConstants
     ShaderMatrix model_view_proj = kIdentityShaderMatrix;
     ShaderMatrix inv_model_view_proj = kIdentityShaderMatrix;
     ShaderMatrix inv_view_proj = kIdentityShaderMatrix;
-    std::array<std::array<float, 4>, kPlaneCount>
-        clipping_planes{};  ///< inward (a, b, c, d), model coordinates
+    ClippingPlanes clipping_planes{};  ///< model coordinates
     std::array<float, 4> uniformColor{};
     float zNear = 0.1F;     // near and far, which the shader does not read; those names are macros of
     float zFar = 20000.0F;  // <windows.h>
@@ -101,10 +91,4 @@ RENDER_API void setTransforms(
     const Eigen::Matrix4f& view,
     const Eigen::Matrix4f& projection
 ) noexcept;
-
-/// Fills in the planes in order; the slots that are left become zero, which keeps everything.
-/// @param volume  model coordinates
-/// @throws std::runtime_error  "Error: volume contains too many clipping planes, plane count = " and the
-///                             count, for more than kPlaneCount; nothing changes then
-RENDER_API void setClippingPlanes(PerFrameConstants& constants, const Math::ConvexPolytope<float, 3>& volume);
 }  // namespace Render

@@ -2,9 +2,9 @@
 
 #include "core/NonCopyable.h"
 #include "render/Render.h"
-#include "render/gpu/ComPtr.h"
 #include "render/gpu/ShaderBuffer.h"
 #include "render/gpu/VertexBlock.h"
+#include "render/platform/ComPtr.h"
 #include "render/pointcloud/SlotAllocator.h"
 #include "render/pointcloud/SplatChunk.h"
 #include "render/pointcloud/UploadRing.h"

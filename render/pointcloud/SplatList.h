@@ -3,12 +3,12 @@
 #include "render/Render.h"
 #include "render/gpu/ComputeShader.h"
 #include "render/gpu/ConstantBlock.h"
+#include "render/gpu/ScopedBinding.h"
 #include "render/gpu/ShaderBuffer.h"
 #include "render/gpu/ShaderConfiguration.h"
 #include "render/gpu/ShaderResourceView.h"
 #include "render/pointcloud/PointShaderConstants.h"
 #include "render/pointcloud/PointStore.h"
-#include "render/pointcloud/ScopedBinding.h"
 #include "render/pointcloud/SplatChunk.h"
 
 #include <array>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "render/Render.h"
-#include "render/gpu/ComPtr.h"
 #include "render/gpu/ShaderBuffer.h"
+#include "render/platform/ComPtr.h"
 
 #include <cstddef>
 

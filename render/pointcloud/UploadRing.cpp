@@ -1,10 +1,10 @@
 #include "render/pointcloud/UploadRing.h"
 
+#include "render/gpu/MappedResource.h"
 #include "render/gpu/setDebugName.h"
 #include "render/gpu/throwIfFailed.h"
 
 #include <algorithm>
-#include <cstring>
 #include <thread>
 
 namespace Render
@@ -37,10 +37,10 @@ void UploadRing::upload(
         }
         const std::size_t from = mSegment * mSegmentBytes + mUsed;
         const std::size_t count = std::min(bytes.size(), mSegmentBytes - mUsed);
-        D3D11_MAPPED_SUBRESOURCE mapped{};
-        throwIfFailed(context->Map(mMemory, 0, D3D11_MAP_WRITE_NO_OVERWRITE, 0, &mapped), context);
-        std::memcpy(static_cast<std::byte*>(mapped.pData) + from, bytes.data(), count);
-        context->Unmap(mMemory, 0);
+        {
+            const MappedResource mapped(context, mMemory, D3D11_MAP_WRITE_NO_OVERWRITE);
+            std::ranges::copy(bytes.first(count), mapped.data() + from);
+        }
 
         const D3D11_BOX box{static_cast<UINT>(from), 0, 0, static_cast<UINT>(from + count), 1, 1};
         context->CopySubresourceRegion(to, 0, static_cast<UINT>(offset), 0, 0, mMemory, 0, &box);

@@ -9,7 +9,7 @@
 #include "render/gpu/VertexShader.h"
 #include "render/renderer/ColorMap.h"
 #include "render/renderer/PostProcessConstants.h"
-#include "render/renderer/RenderMode.h"
+#include "render/scene/RenderMode.h"
 #include "render/scene/Viewport.h"
 
 #include <array>

@@ -34,22 +34,14 @@ void ReadBack::forget() noexcept
 }
 
 ReadBack::Mapped::Mapped(ID3D11DeviceContext* context, Texture2d& staging)
-    : mContext(context), mStaging(staging), mSubresource(staging.map(context, D3D11_MAP_READ))
+    : mStaging(staging), mResource(context, staging.get(), D3D11_MAP_READ)
 {
-}
-
-ReadBack::Mapped::~Mapped()
-{
-    mStaging.unMap(mContext);
 }
 
 MappedImage ReadBack::Mapped::image() const noexcept
 {
     // Direct3D gives two-dimensional textures no depth pitch to rely on.
-    return {
-        static_cast<const std::byte*>(mSubresource.pData),
-        mSubresource.RowPitch,
-        std::size_t{mSubresource.RowPitch} * mStaging.desc().Height};
+    return {mResource.data(), mResource.rowPitch(), mResource.rowPitch() * mStaging.desc().Height};
 }
 
 ReadBack::Mapped ReadBack::mapped(ID3D11DeviceContext* context, const Texture2d& source, Copy& copy)

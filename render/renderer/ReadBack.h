@@ -1,8 +1,9 @@
 #pragma once
 
 #include "render/Render.h"
-#include "render/gpu/ComPtr.h"
+#include "render/gpu/MappedResource.h"
 #include "render/gpu/Texture2d.h"
+#include "render/platform/ComPtr.h"
 #include "render/renderer/MappedImage.h"
 
 namespace Render
@@ -41,16 +42,11 @@ public:
         /// @throws ComException  when the texture cannot be mapped
         Mapped(ID3D11DeviceContext* context, Texture2d& staging);
 
-        Mapped(const Mapped&) = delete;
-        Mapped& operator=(const Mapped&) = delete;
-        ~Mapped();
-
         MappedImage image() const noexcept;
 
     private:
-        ID3D11DeviceContext* mContext;
-        Texture2d& mStaging;
-        D3D11_MAPPED_SUBRESOURCE mSubresource;
+        const Texture2d& mStaging;
+        MappedResource mResource;
     };
 
     // Each has mip level 0 of the source, which has the frame's size and the format that the name tells, and

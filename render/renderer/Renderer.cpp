@@ -2,9 +2,9 @@
 
 #include "graphics/ColorImage.h"
 #include "graphics/DepthImage.h"
-#include "render/gpu/Direct3D.h"
 #include "render/gpu/createDevice.h"
 #include "render/gpu/throwIfFailed.h"
+#include "render/platform/Direct3D.h"
 #include "render/renderer/Frame.h"
 #include "render/renderer/Picking.h"
 #include "render/renderer/PointExport.h"

@@ -10,11 +10,11 @@
 #include "math/Point.h"
 #include "render/Export.h"
 #include "render/Render.h"
-#include "render/gpu/ComPtr.h"
 #include "render/gpu/VertexFormats.h"
+#include "render/platform/ComPtr.h"
 #include "render/renderer/ColorMap.h"
-#include "render/renderer/RenderMode.h"
 #include "render/scene/Camera.h"
+#include "render/scene/RenderMode.h"
 #include "render/scene/Renderable.h"
 
 #include <Eigen/Core>

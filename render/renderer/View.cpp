@@ -1,6 +1,6 @@
 #include "render/renderer/View.h"
 
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 #include "render/scene/Camera.h"
 #include "render/scene/Renderable.h"
 

@@ -3,7 +3,7 @@
 #include "math/NBoundingBox.h"
 #include "math/Point.h"
 #include "render/Render.h"
-#include "render/renderer/RenderMode.h"
+#include "render/scene/RenderMode.h"
 
 #include <Eigen/Core>
 

@@ -1,6 +1,6 @@
 #include "render/scene/GroupRenderable.h"
 
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "render/renderer/RenderMode.h"
 #include "render/scene/DrawQueue.h"
+#include "render/scene/RenderMode.h"
 #include "render/scene/Renderable.h"
 
 #include <cstddef>

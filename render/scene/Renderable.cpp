@@ -1,7 +1,7 @@
 #include "render/scene/Renderable.h"
 
 #include "math/transform.h"
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 #include "render/scene/alignedByCorrespondences.h"
 
 #include <Eigen/LU>

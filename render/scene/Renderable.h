@@ -6,7 +6,7 @@
 #include "math/Point.h"
 #include "render/Export.h"
 #include "render/Render.h"
-#include "render/gpu/ComPtr.h"
+#include "render/platform/ComPtr.h"
 
 #include <Eigen/Core>
 

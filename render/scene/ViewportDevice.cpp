@@ -1,4 +1,4 @@
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 #include "render/scene/Viewport.h"
 
 #include <algorithm>

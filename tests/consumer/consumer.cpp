@@ -6,6 +6,7 @@
 #include <graphics/ColorImage.h>
 #include <graphics/DeepZoomPanoramaLoader.h>
 #include <graphics/PanoramaDescription.h>
+#include <graphics/PictureLimits.h>
 #include <math/Color.h>
 #include <math/Point.h>
 #include <octree/Location.h>
@@ -79,17 +80,15 @@ bool hasAddress(const T& constant)
 /// Constants of the libraries' classes can be bound to references, which needs them defined in this program.
 void expectConstantsThatCanBeReferredTo()
 {
-    const bool all = hasAddress(Octree::OctreeNodeId::MAX_REPRESENTABLE_LEVEL) &&
-                     hasAddress(PoTree::FileLoader::kMaxHierarchyChunkSize) &&
-                     hasAddress(PoTree::PoTreeTree::kHierarchyCacheCapacity) &&
-                     hasAddress(Entwine::Hierarchy::kMaxFileSize) &&
-                     hasAddress(Entwine::Hierarchy::kCacheCapacity) &&
-                     hasAddress(Entwine::HierarchyFile::kElsewhere) &&
-                     hasAddress(Graphics::DeepZoomPanoramaLoader::kLargestSide) &&
-                     hasAddress(Graphics::PanoramaDescription::kFileName) &&
-                     hasAddress(Render::MeshRenderable::CLIPPING_PLANES_MAX_COUNT) &&
-                     hasAddress(Render::NodeRankingParameters::kLoadingFrustumScale) &&
-                     hasAddress(Render::PerFrameConstants::kPlaneCount);
+    const bool all =
+        hasAddress(Octree::OctreeNodeId::MAX_REPRESENTABLE_LEVEL) &&
+        hasAddress(PoTree::FileLoader::kMaxHierarchyChunkSize) &&
+        hasAddress(PoTree::PoTreeTree::kHierarchyCacheCapacity) &&
+        hasAddress(Entwine::Hierarchy::kMaxFileSize) && hasAddress(Entwine::Hierarchy::kCacheCapacity) &&
+        hasAddress(Entwine::HierarchyFile::kElsewhere) && hasAddress(Graphics::PictureLimits::kLargestSide) &&
+        hasAddress(Graphics::PanoramaDescription::kFileName) &&
+        hasAddress(Render::MeshRenderable::CLIPPING_PLANES_MAX_COUNT) &&
+        hasAddress(Render::NodeRankingParameters::kLoadingFrustumScale);
     if (!all)
     {
         throw std::logic_error("a constant has no address");

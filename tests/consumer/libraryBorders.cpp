@@ -3,12 +3,12 @@
 #include <math/Color.h>
 #include <octree/Octree.h>
 #include <render/gpu/ComException.h>
-#include <render/gpu/Direct3D.h>
 #include <render/gpu/PixelShader.h>
 #include <render/gpu/RenderPass.h>
 #include <render/gpu/ShaderInclude.h>
 #include <render/gpu/Texture2d.h>
 #include <render/gpu/VertexContainer.h>
+#include <render/platform/Direct3D.h>
 #include <render/pointcloud/IFilter.h>
 #include <render/pointcloud/PointCloudQuery.h>
 #include <render/renderer/Renderer.h>

@@ -2,7 +2,7 @@
 
 #include <math/Point.h>
 #include <math/transform.h>
-#include <render/gpu/Direct3D.h>
+#include <render/platform/Direct3D.h>
 #include <render/scene/GroupRenderable.h>
 
 #include <Eigen/Core>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 
 #include <mutex>
 #include <string>

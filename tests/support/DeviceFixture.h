@@ -1,9 +1,9 @@
 #pragma once
 
-#include "render/gpu/ComPtr.h"
-#include "render/gpu/Direct3D.h"
 #include "render/gpu/Texture1d.h"
 #include "render/gpu/Texture2d.h"
+#include "render/platform/ComPtr.h"
+#include "render/platform/Direct3D.h"
 #include "tests/support/StrictDevice.h"
 
 #include <gtest/gtest.h>

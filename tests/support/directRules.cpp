@@ -1,6 +1,6 @@
 #include "tests/support/directRules.h"
 
-#include "render/gpu/ComPtr.h"
+#include "render/platform/ComPtr.h"
 
 #include <algorithm>
 #include <tuple>

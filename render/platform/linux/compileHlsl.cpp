@@ -1,6 +1,6 @@
 #include "render/platform/compileHlsl.h"
 
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 #include "render/platform/linux/HlslFileInclude.h"
 #include "render/platform/linux/IHlslInclude.h"
 #include "render/platform/linux/compileByVkd3d.h"

@@ -1,6 +1,6 @@
 #include "render/platform/direct3dLibrary.h"
 
-#include "render/gpu/ComPtr.h"
+#include "render/platform/ComPtr.h"
 #include "render/platform/linux/VulkanDevices.h"
 #include "render/platform/linux/loadLibrary.h"
 

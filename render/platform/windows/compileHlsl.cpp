@@ -1,7 +1,7 @@
 #include "render/platform/compileHlsl.h"
 
-#include "render/gpu/ComPtr.h"
-#include "render/gpu/Direct3D.h"
+#include "render/platform/ComPtr.h"
+#include "render/platform/Direct3D.h"
 
 #include <stdexcept>
 //

@@ -1,6 +1,6 @@
 #include "render/platform/systemErrorText.h"
 
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 
 #include <memory>
 #include <string_view>

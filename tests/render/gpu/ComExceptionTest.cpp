@@ -1,6 +1,6 @@
 #include "render/gpu/ComException.h"
-#include "render/gpu/Direct3D.h"
 #include "render/gpu/throwIfFailed.h"
+#include "render/platform/Direct3D.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The embedded bytecode is what the compiler makes of the embedded sources: neither can change alone.
 #include "render/gpu/ShaderInclude.h"
-#include "render/gpu/ShaderProfile.h"
 #include "render/gpu/shaderRegistry.h"
+#include "render/platform/ShaderProfile.h"
 #include "render/platform/compileHlsl.h"
 
 #include <gtest/gtest.h>

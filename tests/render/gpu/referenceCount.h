@@ -1,6 +1,6 @@
 #pragma once
 
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 
 /// Number of counted references to a COM object.
 inline ULONG referenceCount(IUnknown* object)

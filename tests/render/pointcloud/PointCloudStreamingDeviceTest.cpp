@@ -1,7 +1,7 @@
 #include "octree/Octree.h"
 #include "render/pointcloud/PointCloudRenderable.h"
-#include "render/renderer/RenderMode.h"
 #include "render/scene/GroupRenderable.h"
+#include "render/scene/RenderMode.h"
 #include "tests/render/pointcloud/TestCloud.h"
 #include "tests/support/ImageComparer.h"
 #include "tests/support/messageOf.h"

@@ -1,18 +1,13 @@
 #include "render/pointcloud/PointShaderConstants.h"
-#include "tests/support/messageOf.h"
 
 #include <Eigen/Geometry>
 #include <Eigen/LU>
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <stdexcept>
-#include <vector>
 
 namespace
 {
-using HalfSpace = Math::HalfSpace<float, 3>;
-using Polytope = Math::ConvexPolytope<float, 3>;
 using Render::PerFrameConstants;
 
 Eigen::Matrix4f matrixOf(const Render::ShaderMatrix& values)
@@ -20,16 +15,6 @@ Eigen::Matrix4f matrixOf(const Render::ShaderMatrix& values)
     return Eigen::Map<const Eigen::Matrix4f>(values.data());
 }
 }  // namespace
-
-TEST(PointShaderConstants, AMatrixIsStoredColumnAfterColumn)
-{
-    Eigen::Matrix4f matrix;
-    matrix << 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15;
-
-    const Render::ShaderMatrix stored = Render::toShaderMatrix(matrix);
-
-    EXPECT_EQ(stored, (Render::ShaderMatrix{0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15}));
-}
 
 TEST(PointShaderConstants, StartAsTheyAreDefined)
 {
@@ -87,58 +72,4 @@ TEST(PointShaderConstants, TransformsComeWithTheirProductsAndInverses)
     expectInverse(constants.inv_model_view_proj, modelViewProjection);
     expectInverse(constants.inv_view_proj, projection * view);
     EXPECT_FLOAT_EQ(constants.model_scale, 3.0f);
-}
-
-TEST(PointShaderConstants, EightPlanesAreStoredInOrder)
-{
-    std::vector<HalfSpace> planes;
-    for (unsigned i = 0; i < 8; ++i)
-    {
-        const auto value = static_cast<float>(i);
-        planes.emplace_back(value, value + 0.25f, value + 0.5f, value + 0.75f);
-    }
-    PerFrameConstants constants;
-
-    Render::setClippingPlanes(constants, Polytope(planes));
-
-    for (std::size_t i = 0; i < 8; ++i)
-    {
-        const auto value = static_cast<float>(i);
-        EXPECT_EQ(
-            constants.clipping_planes[i],
-            (std::array<float, 4>{value, value + 0.25f, value + 0.5f, value + 0.75f})
-        );
-    }
-}
-
-TEST(PointShaderConstants, SlotsThatAreLeftBecomeZero)
-{
-    PerFrameConstants constants;
-    Render::setClippingPlanes(constants, Polytope(std::vector<HalfSpace>(8, HalfSpace(1, 1, 1, 1))));
-
-    Render::setClippingPlanes(constants, Polytope({HalfSpace(1, 2, 3, 4)}));
-
-    EXPECT_EQ(constants.clipping_planes[0], (std::array<float, 4>{1, 2, 3, 4}));
-    for (std::size_t i = 1; i < 8; ++i)
-    {
-        EXPECT_EQ(constants.clipping_planes[i], (std::array<float, 4>{0, 0, 0, 0}));
-    }
-}
-
-TEST(PointShaderConstants, NinePlanesAreRefusedAndTheOldOnesStay)
-{
-    PerFrameConstants constants;
-    Render::setClippingPlanes(constants, Polytope({HalfSpace(1, 2, 3, 4)}));
-
-    EXPECT_EQ(
-        messageOf<std::runtime_error>(
-            [&constants] {
-                Render::setClippingPlanes(
-                    constants, Polytope(std::vector<HalfSpace>(9, HalfSpace(1, 1, 1, 1)))
-                );
-            }
-        ),
-        "Error: volume contains too many clipping planes, plane count = 9"
-    );
-    EXPECT_EQ(constants.clipping_planes[0], (std::array<float, 4>{1, 2, 3, 4}));
 }

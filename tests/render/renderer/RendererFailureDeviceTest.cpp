@@ -1,5 +1,5 @@
 #include "render/gpu/DeviceLostException.h"
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 #include "tests/render/renderer/RecordingRenderable.h"
 #include "tests/render/renderer/RendererFixture.h"
 #include "tests/support/messageOf.h"

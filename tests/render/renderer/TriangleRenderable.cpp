@@ -1,8 +1,8 @@
 #include "tests/render/renderer/TriangleRenderable.h"
 
-#include "render/gpu/Direct3D.h"
 #include "render/gpu/shaderBytecode.h"
 #include "render/gpu/throwIfFailed.h"
+#include "render/platform/Direct3D.h"
 #include "render/scene/Camera.h"
 
 #include <span>

@@ -1,6 +1,6 @@
-#include "render/renderer/RenderMode.h"
 #include "render/scene/Camera.h"
 #include "render/scene/GroupRenderable.h"
+#include "render/scene/RenderMode.h"
 #include "tests/render/scene/RecordingRenderable.h"
 #include "tests/support/DeviceFixture.h"
 

@@ -1,6 +1,6 @@
 #include "tests/render/scene/RecordingRenderable.h"
 
-#include "render/gpu/Direct3D.h"
+#include "render/platform/Direct3D.h"
 
 void RecordingRenderable::init(
     unsigned long long rendererId,

@@ -1,11 +1,11 @@
-#include "render/pointcloud/createThumbnail.h"
+#include "render/thumbnail/createThumbnail.h"
 
 #include "graphics/ColorImage.h"
 #include "octree/OctreeNodeId.h"
 #include "octree/potree/FileSystemLocation.h"
 #include "render/pointcloud/PointCloudRenderable.h"
-#include "render/pointcloud/thumbnailEye.h"
 #include "render/renderer/Renderer.h"
+#include "render/thumbnail/thumbnailEye.h"
 
 #include <Eigen/Core>
 

@@ -1,5 +1,5 @@
-#include "render/pointcloud/thumbnailEye.h"
 #include "render/scene/Camera.h"
+#include "render/thumbnail/thumbnailEye.h"
 
 #include <Eigen/Core>
 #include <gtest/gtest.h>

@@ -1,8 +1,9 @@
-#include "render/pointcloud/thumbnailEye.h"
+#include "render/thumbnail/thumbnailEye.h"
+
+#include "render/scene/BoxInView.h"
 
 #include <Eigen/Geometry>
 
-#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -16,18 +17,6 @@ constexpr float kMargin = 1.1F;  // leaves a border around the box, which splats
 Eigen::Vector3f toVector(const Math::Point<float, 3>& point)
 {
     return {point.x, point.y, point.z};
-}
-
-/// Distance from the origin, along `towardsEye`, from which the point just lies inside the picture.
-float fittingDistance(
-    const Eigen::Vector3f& point, const Eigen::Vector3f& towardsEye, float tanHalfFovX, float tanHalfFovY
-)
-{
-    const Eigen::Vector3f right = Eigen::Vector3f::UnitZ().cross(towardsEye).normalized();
-    const Eigen::Vector3f up = towardsEye.cross(right);
-    const float towards = point.dot(towardsEye);
-    return towards +
-           std::max(std::abs(point.dot(right)) / tanHalfFovX, std::abs(point.dot(up)) / tanHalfFovY);
 }
 }  // namespace
 
@@ -46,14 +35,10 @@ Math::Point<float, 3> thumbnailEye(const Math::NBoundingBox<float, 3>& box, floa
     const Eigen::Vector3f towardsEye = (toVector(corner) - toVector(center)).normalized();
 
     const float tanHalfFovY = std::tan(kThumbnailFovYDeg * std::numbers::pi_v<float> / 360.0F);
-    const float tanHalfFovX = tanHalfFovY * aspectRatio;
-    float distance = 0.0F;
-    for (std::size_t i = 0; i < 8; ++i)
-    {
-        const Eigen::Vector3f offset = toVector(box.corner(i)) - toVector(center);
-        distance = std::max(distance, fittingDistance(offset, towardsEye, tanHalfFovX, tanHalfFovY));
-    }
-    const Eigen::Vector3f eye = toVector(center) + kMargin * distance * towardsEye;
+    const BoxInView view(
+        box, -towardsEye, Eigen::Vector3f::UnitZ(), Eigen::Vector2f(tanHalfFovY * aspectRatio, tanHalfFovY)
+    );
+    const Eigen::Vector3f eye = toVector(center) + kMargin * view.distance() * towardsEye;
     return {eye.x(), eye.y(), eye.z()};
 }
 }  // namespace Render

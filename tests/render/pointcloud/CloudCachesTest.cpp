@@ -1,0 +1,97 @@
+#include "octree/Octree.h"
+#include "render/pointcloud/CloudCaches.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <stop_token>
+
+namespace
+{
+using Render::CloudCaches;
+
+std::shared_ptr<Octree::Octree> openOctree()
+{
+    return std::make_shared<Octree::Octree>(
+        Octree::Location::fromPath(std::filesystem::path(TARNEL_TEST_DATA) / "autzen_brotli"), 1.0
+    );
+}
+
+void loadRoot(const CloudCaches& caches)
+{
+    Render::VertexContainer vertices;
+    ASSERT_TRUE(caches.vertices().load({}, vertices, std::stop_token()));
+    ASSERT_GT(vertices.size(), 0u);
+}
+
+bool hasRoot(const CloudCaches& caches)
+{
+    return caches.vertices().contains({});
+}
+}  // namespace
+
+TEST(CloudCaches, CloudsOfOneDataSetShareTheirVertices)
+{
+    const CloudCaches reader(openOctree());
+    const CloudCaches other(openOctree());
+    ASSERT_FALSE(hasRoot(other));
+
+    loadRoot(reader);
+
+    EXPECT_TRUE(hasRoot(other));
+    EXPECT_EQ(reader.pointsForQuery(), other.pointsForQuery());
+}
+
+TEST(CloudCaches, AfterAnotherUnitScaleOnlyTheOthersHaveTheOldVertices)
+{
+    const std::shared_ptr<Octree::Octree> octree = openOctree();
+    CloudCaches caches(octree);
+    const CloudCaches other(openOctree());
+    loadRoot(caches);
+
+    octree->setUnitScale(2.0);
+    EXPECT_EQ(caches.unitScale(), 1.0);
+    caches.renew();
+
+    EXPECT_EQ(caches.unitScale(), 2.0);
+    EXPECT_FALSE(hasRoot(caches));
+    EXPECT_TRUE(hasRoot(other));
+}
+
+TEST(CloudCaches, ClearingEmptiesTheVerticesOfAll)
+{
+    CloudCaches caches(openOctree());
+    const CloudCaches other(openOctree());
+    loadRoot(caches);
+
+    caches.clearVertices();
+
+    EXPECT_FALSE(hasRoot(other));
+}
+
+TEST(CloudCaches, RenewingKeepsTheBoundOfBytesInFlight)
+{
+    const std::shared_ptr<Octree::Octree> octree = openOctree();
+    CloudCaches caches(octree);
+    caches.loader().setMaxBytesInFlight(12345);
+
+    octree->setUnitScale(2.0);
+    caches.renew();
+
+    EXPECT_EQ(caches.loader().maxBytesInFlight(), 12345u);
+}
+
+TEST(CloudCaches, AQueryGetsThePointsOfTheOctreeAsItIsNow)
+{
+    const std::shared_ptr<Octree::Octree> octree = openOctree();
+    const CloudCaches caches(octree);
+    const auto before = caches.pointsForQuery();
+    EXPECT_EQ(caches.pointsForQuery(), before);
+
+    octree->setUnitScale(2.0);  // as another cloud does that shares it
+
+    const CloudCaches ofTheNewScale(octree);
+    EXPECT_NE(caches.pointsForQuery(), before);
+    EXPECT_EQ(caches.pointsForQuery(), ofTheNewScale.pointsForQuery());
+}
