@@ -9,13 +9,13 @@ namespace Render
 CloudLoading::CloudLoading() = default;
 CloudLoading::~CloudLoading() = default;
 
-bool CloudLoading::start(std::function<void(std::stop_token)> reload)
+bool CloudLoading::start(std::function<void(std::stop_token)> reload, std::chrono::milliseconds retryDelay)
 {
     if (mReload)
     {
         return false;
     }
-    mReload = std::make_unique<AsyncReload>(std::move(reload));
+    mReload = std::make_unique<AsyncReload>(std::move(reload), retryDelay);
     mReload->restart();
     return true;
 }

@@ -2,6 +2,7 @@
 
 #include "core/NonCopyable.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <stop_token>
@@ -22,9 +23,10 @@ public:
     ~CloudLoading();
 
     /// Begins the first run, unless there is a loading already.
-    /// @param reload  one run, see AsyncReload
+    /// @param reload      one run, see AsyncReload
+    /// @param retryDelay  from a failure to the next try
     /// @returns whether it is this one that loads from now on
-    bool start(std::function<void(std::stop_token)> reload);
+    bool start(std::function<void(std::stop_token)> reload, std::chrono::milliseconds retryDelay);
 
     /// Waits for the end of the present run.
     void stop();

@@ -464,9 +464,11 @@ void PointCloudRenderable::addExternalAttributeLocation(const Octree::Location& 
 
 void PointCloudRenderable::startAsyncReload(std::function<void()> onProgress, std::size_t maxLevel)
 {
-    const bool isFirst =
-        mLoading->start([this, onProgress = std::move(onProgress), maxLevel](std::stop_token stopToken)
-                        { reloadPoints(onProgress, maxLevel, stopToken); });
+    const bool isFirst = mLoading->start(
+        [this, onProgress = std::move(onProgress), maxLevel](std::stop_token stopToken)
+        { reloadPoints(onProgress, maxLevel, stopToken); },
+        mReloadRetryDelay
+    );
     if (isFirst)
     {
         setNeedsRedraw(true);

@@ -248,6 +248,12 @@ public:
     /// @throws std::runtime_error  when it cannot be opened or its cube is another; nothing changes then
     void addExternalAttributeLocation(const Octree::Location& location);
 
+    /// How long background loading that has failed waits until it tries again, 2 s at first. Counts for what
+    /// startAsyncReload() starts from now on.
+    void setReloadRetryDelay(std::chrono::milliseconds delay) noexcept { mReloadRetryDelay = delay; }
+
+    std::chrono::milliseconds reloadRetryDelay() const noexcept { return mReloadRetryDelay; }
+
     /// Starts loading in the background; does nothing, and drops the callback, when it has been started
     /// already. Before init() the loader fails, see isAsyncReloadHealthy(), and goes on as soon as init() is
     /// done.
@@ -335,6 +341,7 @@ private:
     SplatRoad mSplatRoad = SplatRoad::Automatic;
     std::size_t mMaxUploadPerFrame = std::size_t{64} << 20U;
     std::atomic<UpdateInterval::rep> mUpdateInterval{5'000'000};  // 0.5 s; read by the loader
+    std::chrono::milliseconds mReloadRetryDelay = std::chrono::seconds(2);
     bool mRestartLoadingAfterCameraChange = true;
     std::shared_ptr<Octree::Octree> mOctree;
     std::unique_ptr<CloudCaches> mCaches;           // of mOctree

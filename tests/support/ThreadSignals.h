@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <stop_token>
@@ -62,4 +63,20 @@ inline void waitForStop(const std::stop_token& token)
     {
         std::this_thread::yield();
     }
+}
+
+/// Waits until the condition holds; false when it does not within a minute.
+template <class Condition>
+bool eventually(Condition&& condition)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (!condition())
+    {
+        if (std::chrono::steady_clock::now() > deadline)
+        {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
 }

@@ -15,23 +15,6 @@ using namespace std::chrono_literals;
 using Render::AsyncReload;
 
 constexpr std::chrono::seconds kLong{60};  // no test waits for it: reaching it is the failure
-
-/// Waits until the condition holds; false when it does not within a minute.
-template <class Condition>
-bool eventually(Condition&& condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + kLong;
-    while (!condition())
-    {
-        if (std::chrono::steady_clock::now() > deadline)
-        {
-            return false;
-        }
-        std::this_thread::yield();
-    }
-    return true;
-}
-
 }  // namespace
 
 TEST(AsyncReload, RunsNothingBeforeItIsAskedTo)

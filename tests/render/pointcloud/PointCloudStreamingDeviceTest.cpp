@@ -12,12 +12,16 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cmath>
 
 namespace
 {
 using Render::PointCloudRenderable;
 using testing::HasSubstr;
+
+/// What a test that waited for it would not live to see.
+constexpr std::chrono::hours kNever(1);
 
 /// What the exceptions nested in this one say, the innermost last.
 std::string textsOf(const std::exception& error)
@@ -104,10 +108,10 @@ TEST_F(PointCloudStreamingTest, ASecondStartIsIgnored)
 TEST_F(PointCloudStreamingTest, ALoaderThatIsStartedBeforeTheSceneGoesOnAtOnceWhenItEnters)
 {
     constexpr int kTries = 10;
-    auto fastest = std::chrono::steady_clock::duration::max();
     for (int i = 0; i < kTries; ++i)
     {
         const auto cloud = open(mFolder.path());
+        cloud->setReloadRetryDelay(kNever);
         const auto renderer = makeRenderer();
         lookAtMeadow(*renderer);
         cloud->startAsyncReload(nullptr, kAllLevels);
@@ -118,14 +122,11 @@ TEST_F(PointCloudStreamingTest, ALoaderThatIsStartedBeforeTheSceneGoesOnAtOnceWh
 
         renderer->setScene(cloud);
 
-        const auto start = std::chrono::steady_clock::now();
         ASSERT_TRUE(complete(*cloud));
-        fastest = std::min(fastest, std::chrono::steady_clock::now() - start);
         EXPECT_TRUE(cloud->isAsyncReloadHealthy(true));
         renderer->render();
         EXPECT_GT(cloud->numVisiblePoints(), 1000U);
     }
-    EXPECT_LT(fastest, std::chrono::seconds(1)) << "the next try after a failure comes after two seconds";
 }
 
 TEST_F(PointCloudStreamingTest, NoCallbackIsNeededAndAPlainFunctionWillDo)
@@ -439,20 +440,17 @@ TEST_F(BrokenCloudTest, StoppingDoesNotWaitForTheNextTry)
     const auto renderer = makeRenderer();
     renderer->setScene(cloud);
     lookDown(*renderer);
-    auto fastest = std::chrono::steady_clock::duration::max();
-    constexpr int kTries = 10;  // others use the machine too, but not all the time
+    cloud->setReloadRetryDelay(kNever);
+    constexpr int kTries = 10;
     for (int i = 0; i < kTries; ++i)
     {
         cloud->startAsyncReload(nullptr, kAllLevels);
         ASSERT_TRUE(eventually([&] { return !cloud->isAsyncReloadHealthy(false); }));
 
-        const auto start = std::chrono::steady_clock::now();
         cloud->stopAsyncReload();
-        fastest = std::min(fastest, std::chrono::steady_clock::now() - start);
 
         EXPECT_TRUE(cloud->isAsyncReloadHealthy(true)) << "nothing is loading, so nothing fails";
     }
-    EXPECT_LT(fastest, std::chrono::milliseconds(1500)) << "the next try comes after two seconds";
 }
 
 TEST_F(BrokenCloudTest, ABrokenCloudDoesNotHarmAnother)

@@ -8,12 +8,11 @@
 #include "samples/OctreeWriter.h"
 #include "tests/support/DeviceFixture.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/ThreadSignals.h"
 
-#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 /// An absolute position, to which test clouds are moved.
@@ -38,22 +37,6 @@ Samples::OctreeSummary writeNodes(
 );
 
 Octree::Location locationOf(const std::filesystem::path& folder);
-
-/// Waits until the condition holds; false when it does not within a minute.
-template <class Condition>
-bool eventually(Condition&& condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (!condition())
-    {
-        if (std::chrono::steady_clock::now() > deadline)
-        {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 /// Base of the tests that draw octree data sets with a whole renderer, 128 x 96 pixels.
 class TestCloudFixture : public DeviceFixture
