@@ -130,6 +130,10 @@ public:
     /// @throws std::logic_error  "Error: begin call is missing" when it is not bound
     void unbindDepthTexture(ID3D11DeviceContext* context);
 
+    bool hasRenderTarget(const std::string& name) const { return mRenderTargets.contains(name); }
+
+    bool hasDepthBuffer() const noexcept { return mDepthTexture != nullptr; }
+
     Texture2d& texture(const std::string& name);
     const Texture2d& texture(const std::string& name) const;
     Texture2d& depthTexture();

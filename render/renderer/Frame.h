@@ -1,29 +1,20 @@
 #pragma once
 
 #include "render/Render.h"
-#include "render/gpu/BlendState.h"
-#include "render/gpu/DepthStencilState.h"
-#include "render/gpu/RasterizerState.h"
 #include "render/gpu/RenderPass.h"
+#include "render/renderer/FramePass.h"
+#include "render/renderer/ScreenPass.h"
 
 #include <cstdint>
 #include <memory>
-
-namespace Math
-{
-class Color;
-}
+#include <vector>
 
 namespace Render
 {
-class DrawQueue;
-class View;
-
-/// Draws one frame: the scene into the scene pass, then the post-process into the output pass.
+/// Draws one frame, pass after pass: the scene, the screen effects in their order, and the picture.
 ///
-/// Scene pass: "color" (BGRA8), "worldPosition" and "exactWorldPosition" (four floats each, 0 where nothing
-/// was drawn) and depth. Output pass: "color" (BGRA8) and "worldPosition". Threads  rendering thread only,
-/// not locked.
+/// Each pass reads images of those before it by name, see ScenePass, ScreenPass and OutputPass. Threads
+/// rendering thread only, not locked.
 class Frame
 {
 public:
@@ -32,47 +23,33 @@ public:
     /// @throws ComException  when the device refuses a texture or state
     Frame(const CComPtr<ID3D11Device>& device, const Camera& camera, std::uint64_t rendererId);
 
-    /// What both passes have in one size.
-    struct Textures
-    {
-        RenderPass::Textures scene;
-        RenderPass::Textures output;
-    };
+    /// Adds an effect behind those that there are, before the picture.
+    /// @param effect  made for the size that the frame has
+    void addEffect(std::unique_ptr<ScreenPass> effect);
+
+    /// Of each pass, what it has in the size of the frame.
+    using Textures = std::vector<RenderPass::Textures>;
 
     /// @throws ComException  when a texture or view cannot be made
     Textures texturesOfSize(unsigned int width, unsigned int height) const;
 
     /// Draws into these from now on.
-    /// @param textures  what texturesOfSize has given
+    /// @param textures  what texturesOfSize has given, with no effect added since
     void use(Textures textures) noexcept;
 
-    /// Fits the depth range if the view asks for it, then draws; leaves nothing bound, also when a renderable
-    /// throws. An invisible scene still decides whether the frame is blended.
+    /// Draws all passes that are on; leaves nothing bound, also when a renderable throws.
     /// @param background  of the picture, where nothing covers it
     void draw(
         ID3D11DeviceContext* context, View& view, PostProcess& postProcess, const Math::Color& background
     );
 
-    const RenderPass& scenePass() const noexcept { return mScenePass; }
+    /// What the scene was drawn to, before any effect.
+    const RenderPass& scenePass() const noexcept { return mPasses.front()->targets(); }
 
-    const RenderPass& outputPass() const noexcept { return mOutputPass; }
+    /// The picture.
+    const RenderPass& outputPass() const noexcept { return mPasses.back()->targets(); }
 
 private:
-    void drawScene(ID3D11DeviceContext* context, View& view, const Math::Color& background);
-    void drawOutput(
-        ID3D11DeviceContext* context,
-        const Viewport& viewport,
-        PostProcess& postProcess,
-        const Math::Color& background
-    );
-
-    RenderPass mScenePass;
-    RenderPass mOutputPass;
-    DepthStencilState mDepthTested;
-    DepthStencilState mDepthFree;
-    BlendState mBlendTransparent;
-    BlendState mBlendNone;
-    RasterizerState mRasterizer;
-    std::shared_ptr<DrawQueue> mDrawQueue;
+    std::vector<std::unique_ptr<FramePass>> mPasses;  // in the order of drawing
 };
 }  // namespace Render
