@@ -3,6 +3,7 @@
 #include "core/parseJson.h"
 #include "core/readLocalFile.h"
 #include "octree/JsonField.h"
+#include "octree/entwine/TileCodec.h"
 #include "octree/fileError.h"
 
 #include <algorithm>
@@ -27,19 +28,14 @@ constexpr double kCubeTolerance = 1e-6;  // of the edge: decimal numbers are rou
 DataType dataTypeOf(const Field& field)
 {
     const std::string text = field.text();
-    if (text == "binary")
-    {
-        return DataType::Binary;
-    }
-    if (text == "zstandard")
-    {
-        return DataType::Zstandard;
-    }
-    if (text != "laszip")
+    const std::span<const TileCodec* const> codecs = tileCodecs();
+    const auto found =
+        std::ranges::find_if(codecs, [&](const TileCodec* codec) { return text == codec->name(); });
+    if (found == codecs.end())
     {
         field.fail("\"binary\", \"zstandard\" or \"laszip\"");
     }
-    return DataType::Laszip;
+    return static_cast<DataType>(found - codecs.begin());
 }
 
 NumberType numberTypeOf(const Field& field)
