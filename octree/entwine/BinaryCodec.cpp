@@ -18,9 +18,9 @@ void BinaryCodec::checkStored(std::uint64_t stored, const TileLayout& layout, st
     }
 }
 
-std::optional<Tile> BinaryCodec::unpacked(
-    const TileLayout& layout, std::uint64_t, const Octree::ScratchLoan& scratch, const std::stop_token&
-) const
+std::optional<Tile> BinaryCodec::
+    unpacked(const TileLayout& layout, std::uint64_t, const Octree::ScratchLoan& scratch, const std::stop_token&)
+        const
 {
     return Tile{layout, scratch.stored};
 }

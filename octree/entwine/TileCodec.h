@@ -35,17 +35,16 @@ public:
     /// The end of the names of tiles, with the dot.
     virtual const char* extension() const noexcept = 0;
 
-    /// True when rows are laid out as the schema says. Else tiles have what every LAS point has: no normals, no
-    /// OriginId, channels of 16 bits.
+    /// True when rows are laid out as the schema says. Else tiles have what every LAS point has: no normals,
+    /// no OriginId, channels of 16 bits.
     virtual bool hasRowsOfSchema() const noexcept = 0;
 
     /// Looks at the number of bytes of a tile, before memory is taken for them.
     /// @param layout      of rows as the schema declares them
     /// @param pointCount  what the hierarchy says
     /// @throws std::runtime_error  when so many points cannot take so many bytes
-    virtual void checkStored(
-        std::uint64_t stored, const TileLayout& layout, std::uint64_t pointCount
-    ) const = 0;
+    virtual void checkStored(std::uint64_t stored, const TileLayout& layout, std::uint64_t pointCount)
+        const = 0;
 
     /// Makes rows of the bytes in scratch.stored, of which checkStored() has seen the number.
     /// @return the tile, or nothing when a stop was requested

@@ -24,7 +24,8 @@ TileLayout lazLayout(const Las::LazHeader& header, const TileLayout& declared)
     layout.bytesPerPoint = LasRow::length(header);
     for (std::size_t axis = 0; axis < 3; ++axis)
     {
-        layout.position[axis] = field(declared.position[axis].name.c_str(), NumberType::Signed, 4, LasRow::kX + 4 * axis);
+        layout.position[axis] =
+            field(declared.position[axis].name.c_str(), NumberType::Signed, 4, LasRow::kX + 4 * axis);
         layout.position[axis].scale = header.scale[axis];
         layout.position[axis].offset = header.offset[axis];
     }

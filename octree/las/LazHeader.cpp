@@ -1,6 +1,6 @@
 #include "octree/las/LazHeader.h"
 
-#include "octree/JsonField.h"
+#include "octree/readFields.h"
 
 #include <algorithm>
 #include <cmath>

@@ -95,7 +95,8 @@ protected:
                 node.key[i] = valueAt<std::int32_t>(bytesOf(file), entry + 4 * i);
             }
             node.chunk = bytesOf(file).subspan(
-                valueAt<std::uint64_t>(bytesOf(file), entry + 16), valueAt<std::uint32_t>(bytesOf(file), entry + 24)
+                valueAt<std::uint64_t>(bytesOf(file), entry + 16),
+                valueAt<std::uint32_t>(bytesOf(file), entry + 24)
             );
             node.pointCount = valueAt<std::uint32_t>(bytesOf(file), entry + 28);
         }
@@ -166,7 +167,8 @@ TEST_F(RealChunks, EachDecodedAloneGivesTheReferencesPoints)
     EXPECT_EQ(fewestSource, reference["point_source_id"]["min"].get<std::uint16_t>());
     EXPECT_EQ(mostSource, reference["point_source_id"]["max"].get<std::uint16_t>());
     EXPECT_EQ(
-        sha256(std::as_bytes(std::span(points))), reference["sorted_ints_rgb_intensity_sha256"].get<std::string>()
+        sha256(std::as_bytes(std::span(points))),
+        reference["sorted_ints_rgb_intensity_sha256"].get<std::string>()
     );
 }
 
@@ -175,7 +177,8 @@ TEST_F(RealChunks, FirstAndLastPointsOfNodesAreThoseOfTheReference)
     const std::vector<Node> all = nodes();
     for (const auto& [name, sample] : reference["node_samples"].items())
     {
-        const auto node = std::ranges::find(all, sample["key"].get<std::array<std::int32_t, 4>>(), &Node::key);
+        const auto node =
+            std::ranges::find(all, sample["key"].get<std::array<std::int32_t, 4>>(), &Node::key);
         ASSERT_NE(node, all.end()) << name;
         ASSERT_EQ(node->pointCount, sample["points"].get<std::uint32_t>()) << name;
         const std::vector<std::byte> rows = decoded(*node);
@@ -186,19 +189,26 @@ TEST_F(RealChunks, FirstAndLastPointsOfNodesAreThoseOfTheReference)
             for (std::size_t axis = 0; axis < 3; ++axis)
             {
                 const double coordinate =
-                    valueAt<std::int32_t>(rows, at + LasRow::kX + 4 * axis) * header.scale[axis] + header.offset[axis];
+                    valueAt<std::int32_t>(rows, at + LasRow::kX + 4 * axis) * header.scale[axis] +
+                    header.offset[axis];
                 EXPECT_NEAR(coordinate, expected["xyz"][axis].get<double>(), 1e-6) << name << ' ' << place;
                 EXPECT_EQ(
                     valueAt<std::uint16_t>(rows, at + LasRow::kColors + 2 * axis),
                     expected["rgb"][axis].get<std::uint16_t>()
-                ) << name << ' ' << place;
+                ) << name
+                  << ' ' << place;
             }
-            EXPECT_EQ(valueAt<std::uint16_t>(rows, at + LasRow::kIntensity), expected["intensity"].get<std::uint16_t>());
             EXPECT_EQ(
-                valueAt<std::uint8_t>(rows, at + LasRow::kClassification), expected["classification"].get<std::uint8_t>()
+                valueAt<std::uint16_t>(rows, at + LasRow::kIntensity),
+                expected["intensity"].get<std::uint16_t>()
             );
             EXPECT_EQ(
-                valueAt<std::uint16_t>(rows, at + LasRow::kPointSource), expected["point_source_id"].get<std::uint16_t>()
+                valueAt<std::uint8_t>(rows, at + LasRow::kClassification),
+                expected["classification"].get<std::uint8_t>()
+            );
+            EXPECT_EQ(
+                valueAt<std::uint16_t>(rows, at + LasRow::kPointSource),
+                expected["point_source_id"].get<std::uint16_t>()
             );
         }
     }
@@ -210,8 +220,9 @@ TEST_F(RealChunks, TruncatedAndLengthenedOnesAreRefused)
     std::vector<std::byte> rows;
     for (std::size_t size = 0; size < node.chunk.size(); size += 7)
     {
-        EXPECT_THROW(Las::decodeChunk(node.chunk.first(size), node.pointCount, header, rows, {}), std::runtime_error)
-            << size;
+        EXPECT_THROW(
+            Las::decodeChunk(node.chunk.first(size), node.pointCount, header, rows, {}), std::runtime_error
+        ) << size;
     }
     std::vector<std::byte> longer(node.chunk.begin(), node.chunk.end());
     longer.resize(longer.size() + 3);
@@ -228,8 +239,8 @@ TEST_F(RealChunks, AnotherNumberOfPointsThanTheirsIsRefused)
     std::vector<std::byte> rows;
 
     EXPECT_THAT(
-        messageOf<std::runtime_error>(
-            [&] { Las::decodeChunk(node.chunk, node.pointCount + 1, header, rows, {}); }
+        messageOf<std::runtime_error>([&]
+                                      { Las::decodeChunk(node.chunk, node.pointCount + 1, header, rows, {}); }
         ),
         HasSubstr("a chunk of 24 points, expected 25")
     );
@@ -285,7 +296,8 @@ TEST(LasHeader, BytesThatEndBeforeThePointsAreRefused)
 
     EXPECT_EQ(size, pointsPosition({.pointFormat = 6}));
     EXPECT_THAT(
-        messageOf<std::runtime_error>([&] { Las::parseLazHeader(bytesOf(file).first(size - 1), file.size()); }),
+        messageOf<std::runtime_error>([&] { Las::parseLazHeader(bytesOf(file).first(size - 1), file.size()); }
+        ),
         HasSubstr("expected all before its points, " + std::to_string(size))
     );
 }
