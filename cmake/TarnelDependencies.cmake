@@ -3,7 +3,7 @@
 #   Eigen3::Eigen (also tarnel::eigen)   public in our headers
 #   tarnel::json  tarnel::cli11  tarnel::tinyobj   headers only
 #   tarnel::brotlidec  tarnel::brotlienc  tarnel::spng  tarnel::zlib  tarnel::zstd  tarnel::laszip
-#   tarnel::jpeg
+#   tarnel::jpeg  tarnel::pugixml
 #   tarnel::direct3d                     Windows: import libraries; elsewhere the headers, the library is loaded at run time
 #   tarnel::vulkan                       headers, not on Windows
 #   tarnel::vkd3d                        headers, not on Windows; the library is loaded at run time
@@ -77,6 +77,9 @@ tarnel_dependency(
 tarnel_dependency(
     jpeg HEADER jpeglib.h LIBRARIES "jpeg|jpeg-static"
     PACKAGE libjpeg-turbo TARGETS libjpeg-turbo::jpeg libjpeg-turbo::jpeg-static
+)
+tarnel_dependency(
+    pugixml HEADER pugixml.hpp LIBRARIES "pugixml" PACKAGE pugixml TARGETS pugixml::pugixml pugixml::shared pugixml::static
 )
 add_library(tarnel::direct3d INTERFACE IMPORTED)
 if(WIN32)

@@ -48,6 +48,17 @@ public:
     template <class Loader>
     bool getOrLoad(const Key& key, Value& out, Loader&& loader, std::stop_token stopToken)
     {
+        return getOrLoad(
+            key, out, std::forward<Loader>(loader), [] { return true; }, std::move(stopToken)
+        );
+    }
+
+    /// The same, but a loaded value does not always enter the cache.
+    /// @param mayKeep  bool(), asked without the lock once the loader has produced the value: false lets it
+    /// go to `out` alone, whatever stop was requested meanwhile
+    template <class Loader, class MayKeep>
+    bool getOrLoad(const Key& key, Value& out, Loader&& loader, MayKeep&& mayKeep, std::stop_token stopToken)
+    {
         {
             const std::scoped_lock lock(mMutex);
             if (copyUsed(key, out))
@@ -57,7 +68,16 @@ public:
         }
 
         Value loaded{};
-        if (!std::forward<Loader>(loader)(loaded, stopToken) || stopToken.stop_requested())
+        if (!std::forward<Loader>(loader)(loaded, stopToken))
+        {
+            return false;
+        }
+        if (!std::forward<MayKeep>(mayKeep)())
+        {
+            out = std::move(loaded);
+            return true;
+        }
+        if (stopToken.stop_requested())
         {
             return false;
         }

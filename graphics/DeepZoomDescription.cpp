@@ -9,10 +9,11 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
-#include <map>
+#include <cstddef>
+#include <new>
+#include <pugixml.hpp>
+#include <set>
 #include <stdexcept>
-#include <utility>
-#include <vector>
 
 namespace Graphics
 {
@@ -21,10 +22,10 @@ namespace
 constexpr std::uint64_t kLargestFile = 65536;  // bytes; such files have some hundred
 constexpr std::size_t kDeepestElement = 16;
 
-bool isSpace(char c)
-{
-    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
-}
+/// Everything that is not an element is kept, so that it can be refused. Escapes stay as they are for the
+/// same reason.
+constexpr unsigned kParseFlags =
+    pugi::parse_fragment | pugi::parse_cdata | pugi::parse_declaration | pugi::parse_doctype | pugi::parse_pi;
 
 bool isNameChar(char c)
 {
@@ -32,230 +33,241 @@ bool isNameChar(char c)
            c == '-' || c == '.' || c == ':';
 }
 
-using Attributes = std::map<std::string, std::string, std::less<>>;
+[[noreturn]] void failAt(std::string_view text, std::size_t position, const std::string& reason)
+{
+    const std::string_view before = text.substr(0, position);
+    const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+    throw std::runtime_error("line " + std::to_string(line) + ": " + reason);
+}
 
-/// Reads the little XML there is, from front to back.
-class XmlReader
+/// What the parser found wrong, by the text around the place where it stopped.
+[[noreturn]] void failBroken(std::string_view text, const pugi::xml_parse_result& result)
+{
+    // The parser does not always come to the last character before it finds the end.
+    std::size_t position = std::min(static_cast<std::size_t>(result.offset), text.size());
+    if (text.find_first_not_of(" \t\r\n", position) == std::string_view::npos)
+    {
+        position = text.size();
+    }
+    const std::string_view before = text.substr(0, position);
+    const std::string_view rest = text.substr(position);
+    switch (result.status)
+    {
+        case pugi::status_out_of_memory:
+            throw std::bad_alloc();
+        case pugi::status_bad_doctype:
+        case pugi::status_bad_cdata:
+            failAt(text, position, "document types, CDATA sections and instructions are not supported");
+        case pugi::status_bad_comment:
+            failAt(text, position, "\"-->\" is missing");
+        case pugi::status_bad_pi:
+            failAt(text, position, "\"?>\" is missing");
+        case pugi::status_bad_attribute:
+            failAt(
+                text,
+                position,
+                before.ends_with('"') || before.ends_with('\'') ? "the quote is not closed"
+                                                                : "a value in quotes is expected"
+            );
+        case pugi::status_end_element_mismatch:
+            if (!rest.empty())
+            {
+                const auto* const end = std::find_if_not(rest.begin(), rest.end(), isNameChar);
+                const std::string_view name = rest.substr(0, static_cast<std::size_t>(end - rest.begin()));
+                if (name.empty())
+                {
+                    failAt(text, position, "a name is expected");
+                }
+                failAt(text, position, "the end of \"" + Core::shownText(name) + "\" has no begin");
+            }
+            break;
+        default:
+            break;
+    }
+    failAt(
+        text,
+        position,
+        rest.empty()                                     ? "the text ends too early"
+        : result.status == pugi::status_unrecognized_tag ? "a name is expected"
+                                                         : "\">\" is expected"
+    );
+}
+
+/// An element and where it stands in the text.
+class Element
 {
 public:
-    explicit XmlReader(std::string_view text) : mText(text) {}
+    Element(std::string_view text, const pugi::xml_node& node) : mText(text), mNode(node) {}
 
-    /// Calls onElement(path, attributes) for every element, its path being the names from the root on, such
-    /// as "Image/Size".
-    template <class OnElement>
-    void read(const OnElement& onElement)
+    std::string_view name() const { return mNode.name(); }
+
+    bool isNamed(std::string_view path) const
     {
-        skipIf("\xEF\xBB\xBF");
-        if (skipIf("<?xml"))
-        {
-            skipUntil("?>");
-        }
-        std::size_t rootCount = 0;
-        while (skipToMarkup(rootCount > 0 && mNames.empty()))
-        {
-            if (skipIf("</"))
-            {
-                const std::string name = readName();
-                skipSpace();
-                if (mNames.empty() || mNames.back() != name)
-                {
-                    fail("the end of \"" + Core::shownText(name) + "\" has no begin");
-                }
-                mNames.pop_back();
-                expect(">");
-                continue;
-            }
-            expect("<");
-            rootCount += mNames.empty() ? 1 : 0;
-            if (rootCount > 1)
-            {
-                fail("there is a second root element");
-            }
-            readElement(onElement);
-        }
-        if (rootCount == 0)
-        {
-            fail("an element is expected");
-        }
+        const std::size_t slash = path.rfind('/');
+        const pugi::xml_node parent = mNode.parent();
+        return slash == std::string_view::npos
+                   ? name() == path && parent.type() == pugi::node_document
+                   : name() == path.substr(slash + 1) && parent.name() == path.substr(0, slash) &&
+                         parent.parent().type() == pugi::node_document;
     }
 
-    [[noreturn]] void fail(const std::string& reason) const
+    const char* attribute(const char* name) const
     {
-        const auto line =
-            std::count(mText.begin(), mText.begin() + static_cast<std::ptrdiff_t>(mPosition), '\n');
-        throw std::runtime_error("line " + std::to_string(line + 1) + ": " + reason);
+        const pugi::xml_attribute found = mNode.attribute(name);
+        if (!found)
+        {
+            fail(std::string("attribute ") + name + " is missing");
+        }
+        return found.value();
     }
 
-private:
-    template <class OnElement>
-    void readElement(const OnElement& onElement)
+    std::uint32_t number(const char* name) const
     {
-        mNames.push_back(readName());
-        if (mNames.size() > kDeepestElement)
+        const std::string_view text = attribute(name);
+        std::uint32_t value = 0;
+        const char* const end = text.data() + text.size();
+        const auto [last, error] = std::from_chars(text.data(), end, value);
+        if (error != std::errc() || last != end)
         {
-            fail("elements are nested too deeply");
+            fail(
+                std::string("attribute ") + name + " is \"" + Core::shownText(text) +
+                "\", not a whole number below 2^32"
+            );
         }
-        Attributes attributes;
-        while (skipSpace() && mPosition < mText.size() && isNameChar(mText[mPosition]))
+        return value;
+    }
+
+    std::uint32_t positive(const char* name) const
+    {
+        const std::uint32_t value = number(name);
+        if (value == 0)
         {
-            std::string name = readName();
-            skipSpace();
-            expect("=");
-            skipSpace();
-            if (!attributes.emplace(std::move(name), readQuoted()).second)
+            fail(std::string("attribute ") + name + " must not be 0");
+        }
+        return value;
+    }
+
+    /// What the parser lets pass.
+    void check() const
+    {
+        std::set<std::string_view> names;
+        for (const pugi::xml_attribute& attribute : mNode.attributes())
+        {
+            if (!names.insert(attribute.name()).second)
             {
                 fail("an attribute is given twice");
             }
-        }
-        std::string path;
-        for (const std::string& name : mNames)
-        {
-            path += (path.empty() ? "" : "/") + name;
-        }
-        onElement(path, attributes);
-        if (skipIf("/>"))
-        {
-            mNames.pop_back();
-            return;
-        }
-        expect(">");
-    }
-
-    /// Goes to the next tag past comments and spaces.
-    /// @returns false at the end of the text, if that may come here
-    bool skipToMarkup(bool mayEnd)
-    {
-        while (skipSpace())
-        {
-            if (mPosition == mText.size())
+            if (std::string_view(attribute.value()).find_first_of("&<") != std::string_view::npos)
             {
-                if (!mayEnd)
-                {
-                    fail("the text ends too early");
-                }
-                return false;
+                fail("entities are not supported");
             }
-            if (!skipIf("<!--"))
-            {
-                break;
-            }
-            skipUntil("-->");
         }
-        if (mText.substr(mPosition).starts_with("<!") || mText.substr(mPosition).starts_with("<?"))
-        {
-            fail("document types, CDATA sections and instructions are not supported");
-        }
-        return true;
     }
 
-    /// @returns true, for use in conditions
-    bool skipSpace()
+    /// Names the line on which the element's tag ends.
+    [[noreturn]] void fail(const std::string& reason) const
     {
-        while (mPosition < mText.size() && isSpace(mText[mPosition]))
+        char quote = '\0';
+        auto position = static_cast<std::size_t>(std::max<std::ptrdiff_t>(mNode.offset_debug(), 0));
+        for (; position < mText.size() && (quote != '\0' || mText[position] != '>'); ++position)
         {
-            ++mPosition;
+            const char c = mText[position];
+            quote = quote == c ? '\0' : quote == '\0' && (c == '"' || c == '\'') ? c : quote;
         }
-        return true;
+        failAt(mText, position, reason);
     }
 
-    bool skipIf(std::string_view expected)
-    {
-        const bool isThere = mText.substr(mPosition).starts_with(expected);
-        mPosition += isThere ? expected.size() : 0;
-        return isThere;
-    }
-
-    void expect(std::string_view expected)
-    {
-        if (!skipIf(expected))
-        {
-            fail("\"" + std::string(expected) + "\" is expected");
-        }
-    }
-
-    void skipUntil(std::string_view end)
-    {
-        const std::size_t found = mText.find(end, mPosition);
-        if (found == std::string_view::npos)
-        {
-            fail("\"" + std::string(end) + "\" is missing");
-        }
-        mPosition = found + end.size();
-    }
-
-    std::string readName()
-    {
-        const std::size_t begin = mPosition;
-        while (mPosition < mText.size() && isNameChar(mText[mPosition]))
-        {
-            ++mPosition;
-        }
-        if (begin == mPosition)
-        {
-            fail("a name is expected");
-        }
-        return std::string(mText.substr(begin, mPosition - begin));
-    }
-
-    std::string readQuoted()
-    {
-        if (mPosition == mText.size() || (mText[mPosition] != '"' && mText[mPosition] != '\''))
-        {
-            fail("a value in quotes is expected");
-        }
-        const char quote = mText[mPosition++];
-        const std::size_t end = mText.find(quote, mPosition);
-        if (end == std::string_view::npos)
-        {
-            fail("the quote is not closed");
-        }
-        const std::string_view value = mText.substr(mPosition, end - mPosition);
-        if (value.find_first_of("&<") != std::string_view::npos)
-        {
-            fail("entities are not supported");
-        }
-        mPosition = end + 1;
-        return std::string(value);
-    }
-
+private:
     std::string_view mText;
-    std::size_t mPosition = 0;
-    std::vector<std::string> mNames;  // of the open elements, the root first
+    pugi::xml_node mNode;
 };
 
-const std::string& attribute(const XmlReader& xml, const Attributes& attributes, const std::string& name)
+/// The next node in the order of the text; none after the last one.
+pugi::xml_node nodeAfter(pugi::xml_node node, std::size_t& depth)
 {
-    const auto found = attributes.find(name);
-    if (found == attributes.end())
+    if (const pugi::xml_node child = node.first_child())
     {
-        xml.fail("attribute " + name + " is missing");
+        ++depth;
+        return child;
     }
-    return found->second;
+    while (node && !node.next_sibling())
+    {
+        node = node.parent();
+        --depth;
+    }
+    return node.next_sibling();
 }
 
-std::uint32_t number(const XmlReader& xml, const Attributes& attributes, const std::string& name)
+void checkDepth(std::string_view text, const pugi::xml_document& document)
 {
-    const std::string& text = attribute(xml, attributes, name);
-    std::uint32_t value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [last, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || last != end)
+    std::size_t depth = 0;
+    for (pugi::xml_node node = nodeAfter(document, depth); node; node = nodeAfter(node, depth))
     {
-        xml.fail(
-            "attribute " + name + " is \"" + Core::shownText(text) + "\", not a whole number below 2^32"
-        );
+        if (depth > kDeepestElement)
+        {
+            Element(text, node).fail("elements are nested too deeply");
+        }
     }
-    return value;
 }
 
-std::uint32_t positive(const XmlReader& xml, const Attributes& attributes, const std::string& name)
+/// Refuses what such a file does not need: anything but elements, their attributes, comments, and one
+/// declaration in front.
+void checkNode(std::string_view text, const pugi::xml_node& node, std::size_t rootCount)
 {
-    const std::uint32_t value = number(xml, attributes, name);
-    if (value == 0)
+    const auto position = static_cast<std::size_t>(std::max<std::ptrdiff_t>(node.offset_debug(), 0));
+    switch (node.type())
     {
-        xml.fail("attribute " + name + " must not be 0");
+        case pugi::node_element:
+            if (rootCount > 1)
+            {
+                failAt(text, position, "there is a second root element");
+            }
+            Element(text, node).check();
+            break;
+        case pugi::node_declaration:
+            if (node.previous_sibling() || node.parent().type() != pugi::node_document)
+            {
+                failAt(text, position, "document types, CDATA sections and instructions are not supported");
+            }
+            break;
+        case pugi::node_pcdata:
+            failAt(text, position, "\"<\" is expected");
+        default:
+            failAt(text, position, "document types, CDATA sections and instructions are not supported");
     }
-    return value;
+}
+
+/// Calls onElement(element) for every element in the order of the text.
+template <class OnElement>
+void readXml(std::string_view text, const OnElement& onElement)
+{
+    if (const std::size_t zero = text.find('\0'); zero != std::string_view::npos)
+    {
+        failAt(text, zero, "there is a byte 0");  // the parser would end there
+    }
+    pugi::xml_document document;
+    const pugi::xml_parse_result result =
+        document.load_buffer(text.data(), text.size(), kParseFlags, pugi::encoding_utf8);
+    checkDepth(text, document);
+    if (!result)
+    {
+        failBroken(text, result);
+    }
+    std::size_t rootCount = 0;
+    std::size_t depth = 0;
+    for (pugi::xml_node node = nodeAfter(document, depth); node; node = nodeAfter(node, depth))
+    {
+        rootCount += node.type() == pugi::node_element && depth == 1 ? 1 : 0;
+        checkNode(text, node, rootCount);
+        if (node.type() == pugi::node_element)
+        {
+            onElement(Element(text, node));
+        }
+    }
+    if (rootCount == 0)
+    {
+        failAt(text, text.size(), "an element is expected");
+    }
 }
 
 std::uint32_t halved(std::uint32_t size, std::uint32_t times)
@@ -283,42 +295,43 @@ std::uint32_t DeepZoomDescription::levelHeight(std::uint32_t level) const noexce
 DeepZoomDescription parseDeepZoomDescription(std::string_view text)
 {
     DeepZoomDescription result;
-    XmlReader xml(text);
     bool hasImage = false;
     bool hasSize = false;
-    xml.read(
-        [&](const std::string& path, const Attributes& attributes)
+    readXml(
+        text,
+        [&](const Element& element)
         {
-            if (path == "Image")
+            if (element.isNamed("Image"))
             {
-                result.tileSize = positive(xml, attributes, "TileSize");
-                result.overlap = number(xml, attributes, "Overlap");
-                result.format = attribute(xml, attributes, "Format");
+                result.tileSize = element.positive("TileSize");
+                result.overlap = element.number("Overlap");
+                result.format = element.attribute("Format");
                 hasImage = true;
             }
-            else if (path == "Image/Size")
+            else if (element.isNamed("Image/Size"))
             {
                 if (hasSize)
                 {
-                    xml.fail("element Size is given twice");
+                    element.fail("element Size is given twice");
                 }
-                result.width = positive(xml, attributes, "Width");
-                result.height = positive(xml, attributes, "Height");
+                result.width = element.positive("Width");
+                result.height = element.positive("Height");
                 hasSize = true;
             }
         }
     );
+    const auto fail = [&](const std::string& reason) { failAt(text, text.size(), reason); };
     if (!hasImage || !hasSize)
     {
-        xml.fail(std::string("element ") + (hasImage ? "Size" : "Image") + " is missing");
+        fail(std::string("element ") + (hasImage ? "Size" : "Image") + " is missing");
     }
     if (result.format != "png" && result.format != "jpg" && result.format != "jpeg")
     {
-        xml.fail("attribute Format is \"" + Core::shownText(result.format) + "\", not png, jpg or jpeg");
+        fail("attribute Format is \"" + Core::shownText(result.format) + "\", not png, jpg or jpeg");
     }
     if (result.overlap > result.tileSize)
     {
-        xml.fail(
+        fail(
             "the overlap of " + std::to_string(result.overlap) + " pixels is larger than the tile size of " +
             std::to_string(result.tileSize)
         );
@@ -326,7 +339,7 @@ DeepZoomDescription parseDeepZoomDescription(std::string_view text)
     if (const std::uint64_t side = std::uint64_t{result.tileSize} + 2 * std::uint64_t{result.overlap};
         side > PictureLimits::kLargestTileSide)
     {
-        xml.fail(
+        fail(
             "tiles have " + std::to_string(side) + " pixels on a side with their overlap, more than " +
             std::to_string(PictureLimits::kLargestTileSide)
         );

@@ -1,5 +1,6 @@
 #include "graphics/PanoramaDescription.h"
 
+#include "core/JsonField.h"
 #include "core/errorReason.h"
 #include "core/isReservedName.h"
 #include "core/parseJson.h"
@@ -14,6 +15,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <optional>
 #include <stdexcept>
 
 namespace Graphics
@@ -21,6 +23,7 @@ namespace Graphics
 namespace
 {
 using Json = nlohmann::json;
+using Field = Core::JsonField;
 
 constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 20U;  // bytes
 constexpr int kVersion = 1;
@@ -30,31 +33,26 @@ constexpr double kLargestPose = 1e30;      // elements beyond it have no use as 
 constexpr std::size_t kShownText = 40;     // bytes of a value in messages
 constexpr std::size_t kLongestPath = 200;  // bytes; it is part of messages about the files
 
-[[noreturn]] void fail(const std::string& reason)
+std::string quoted(const std::string& name)
 {
-    throw std::runtime_error(reason);
+    return '"' + name + '"';
 }
 
-const Json& member(const Json& json, const char* name)
-{
-    const auto found = json.find(name);
-    if (found == json.end())
-    {
-        fail(std::string("\"") + name + "\" is missing");
-    }
-    return *found;
-}
+constexpr Core::JsonWording kWording{
+    [](const std::string& name) { return quoted(name) + " is missing"; },
+    [](const std::string& name, const std::string& expected) { return quoted(name) + " is not " + expected; },
+};
 
-/// A value for messages.
-std::string shown(const Json& json)
+/// The error for a field whose value is worth showing.
+[[noreturn]] void failShowing(const Field& field, const std::string& expected)
 {
-    if (json.is_structured())
-    {
-        return std::string("of type ") + json.type_name();
-    }
-    return Core::shownText(
-        json.dump(-1, ' ', true, Json::error_handler_t::replace), kShownText
-    );  // all ASCII
+    const Json& value = field.value();
+    const std::string shown = value.is_structured()
+                                  ? std::string("of type ") + value.type_name()
+                                  : Core::shownText(
+                                        value.dump(-1, ' ', true, Json::error_handler_t::replace), kShownText
+                                    );  // all ASCII
+    throw std::runtime_error(quoted(field.name()) + " is " + shown + ", " + expected);
 }
 
 /// Paths go down from the folder, step by step, and mean the same on every system.
@@ -79,60 +77,52 @@ bool staysInside(std::string_view path)
     return true;
 }
 
-std::string pathOf(const Json& json, const char* name)
+std::string pathOf(const Field& field)
 {
-    const Json& value = member(json, name);
-    if (!value.is_string())
-    {
-        fail(std::string("\"") + name + "\" is not a text");
-    }
-    const std::string& path = value.get_ref<const std::string&>();
+    std::string path = field.text();
     if (!staysInside(path) || !path.ends_with(".dzi"))
     {
-        fail(
-            std::string("\"") + name + "\" is " + shown(value) +
-            ", not the relative path of a .dzi file inside the folder"
-        );
+        failShowing(field, "not the relative path of a .dzi file inside the folder");
     }
     return path;
 }
 
-double depthScale(const Json& value)
+double depthScale(const Field& field)
 {
+    const Json& value = field.value();
     if (!value.is_number() || !(value.get<double>() > 0.0) || !std::isfinite(value.get<double>()))
     {
-        fail("\"depthScale\" is not a number above 0");
+        field.fail("a number above 0");
     }
     return value.get<double>();
 }
 
-std::vector<std::uint16_t> depthCodes(const Json& value)
+std::vector<std::uint16_t> depthCodes(const Field& field)
 {
     constexpr std::uint64_t kLargest = std::numeric_limits<std::uint16_t>::max();
     std::vector<std::uint16_t> codes;
-    if (!value.is_array())
-    {
-        fail("\"noDepth\" is not a list");
-    }
-    for (const Json& code : value)
+    for (const Json& code : field.list())
     {
         if (!code.is_number_unsigned() || code.get<std::uint64_t>() > kLargest)
         {
-            fail("\"noDepth\" holds something that is not a whole number from 0 to 65535");
+            throw std::runtime_error(
+                quoted(field.name()) + " holds something that is not a whole number from 0 to 65535"
+            );
         }
         codes.push_back(code.get<std::uint16_t>());
     }
     return codes;
 }
 
-Eigen::Matrix4d poseMatrix(const Json& value)
+Eigen::Matrix4d poseMatrix(const Field& field)
 {
+    const Json& value = field.value();
     const auto isNumber = [](const Json& number)
     { return number.is_number() && std::isfinite(number.get<double>()); };
     if (!value.is_array() || value.size() != kMatrixSide * kMatrixSide ||
         !std::all_of(value.begin(), value.end(), isNumber))
     {
-        fail("\"pose\" is not a list of 16 numbers");
+        field.fail("a list of 16 numbers");
     }
     Eigen::Matrix4d matrix;
     for (Eigen::Index row = 0; row < kMatrixSide; ++row)
@@ -146,7 +136,7 @@ Eigen::Matrix4d poseMatrix(const Json& value)
     const bool isInRange = matrix.cwiseAbs().maxCoeff() <= kLargestPose;
     if (!isAffine || !isInRange || !(std::abs(matrix.topLeftCorner<3, 3>().determinant()) > 0.0))
     {
-        fail("\"pose\" is not an affine matrix that can be inverted, row by row, with elements up to 1e30");
+        field.fail("an affine matrix that can be inverted, row by row, with elements up to 1e30");
     }
     return matrix;
 }
@@ -155,36 +145,33 @@ Eigen::Matrix4d poseMatrix(const Json& value)
 PanoramaDescription parsePanoramaDescription(std::string_view text)
 {
     const Core::JsonTree tree(Core::parseJson(text));
-    const Json& json = *tree;
-    if (!json.is_object())
+    if (!(*tree).is_object())
     {
-        fail("an object is expected");
+        throw std::runtime_error("an object is expected");
     }
-    if (const Json& version = member(json, "version"); version != kVersion)
+    const Field root(*tree, "", kWording);
+    if (const Field version = root.get("version"); version.value() != kVersion)
     {
-        fail("\"version\" is " + shown(version) + ", only " + std::to_string(kVersion) + " is supported");
+        failShowing(version, "only " + std::to_string(kVersion) + " is supported");
     }
     // The library's comparison with a text takes memory, and ends the program when there is none.
-    const Json& projection = member(json, "projection");
-    if (!projection.is_string() || projection.get_ref<const std::string&>() != kProjection)
+    const Field projection = root.get("projection");
+    if (!projection.value().is_string() || projection.value().get_ref<const std::string&>() != kProjection)
     {
-        fail(
-            "\"projection\" is " + shown(projection) + ", only \"" + std::string(kProjection) +
-            "\" is supported"
-        );
+        failShowing(projection, "only \"" + std::string(kProjection) + "\" is supported");
     }
     PanoramaDescription result;
-    result.color = pathOf(json, "color");
-    result.depth = pathOf(json, "depth");
-    if (const auto found = json.find("depthScale"); found != json.end())
+    result.color = pathOf(root.get("color"));
+    result.depth = pathOf(root.get("depth"));
+    if (const std::optional<Field> found = root.find("depthScale"))
     {
         result.depthScale = depthScale(*found);
     }
-    if (const auto found = json.find("noDepth"); found != json.end())
+    if (const std::optional<Field> found = root.find("noDepth"))
     {
         result.noDepth = depthCodes(*found);
     }
-    if (const auto found = json.find("pose"); found != json.end())
+    if (const std::optional<Field> found = root.find("pose"))
     {
         result.pose = poseMatrix(*found);
     }

@@ -219,6 +219,13 @@ make_jpeg() {
     cp "$tree"/{jpeglib,jmorecfg,jerror}.h "$sources/libjpeg-turbo/build/jconfig.h" "$prefix/include/"
 }
 
+make_pugixml() {
+    local tree
+    tree=$(unpackedSource pugixml)
+    crossConfigure pugixml "$tree"
+    ninja -C "$sources/pugixml/build" install
+}
+
 make_laszip_windows() {
     local tree
     tree=$(unpackedRelease laszip trixie)
@@ -303,6 +310,7 @@ forWindows() {
     part spng "building libspng for Windows"
     part zstd "building zstd for Windows" "$toolchain"
     part jpeg "building libjpeg-turbo for Windows" "$toolchain"
+    part pugixml "building pugixml for Windows" "$toolchain"
     part laszip_windows "building LASzip for Windows" "$toolchain" "$tarnelRoot"/cmake/laszip/*
     part googletest "building GoogleTest for Windows" "$toolchain"
     part benchmark "building Google Benchmark for Windows" "$toolchain"

@@ -18,6 +18,7 @@ native=(
     # libraries; the header-only ones serve the Windows build as well
     libeigen3-dev nlohmann-json3-dev libcli11-dev libtinyobjloader-dev
     libbrotli-dev libspng-dev zlib1g-dev libzstd-dev libjpeg62-turbo-dev
+    libpugixml-dev
 )
 windows=(
     g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev libz-mingw-w64-dev googletest curl

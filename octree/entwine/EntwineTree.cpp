@@ -3,6 +3,7 @@
 #include "core/toUtf8.h"
 #include "octree/PointSink.h"
 #include "octree/ScratchLoan.h"
+#include "octree/entwine/TileCodec.h"
 #include "octree/entwine/nodeKey.h"
 #include "octree/fileError.h"
 
@@ -17,20 +18,6 @@ namespace Entwine
 namespace
 {
 using Octree::OctreeNodeId;
-
-const char* encodingName(DataType dataType)
-{
-    switch (dataType)
-    {
-        case DataType::Binary:
-            return "binary";
-        case DataType::Zstandard:
-            return "zstandard";
-        case DataType::Laszip:
-            break;
-    }
-    return "laszip";
-}
 
 std::string typeName(const Dimension& dimension)
 {
@@ -53,7 +40,7 @@ Octree::TreeDescription describe(
 {
     Octree::TreeDescription description;
     description.name = Core::toUtf8(location.folder().filename());
-    description.encoding = encodingName(metadata.dataType);
+    description.encoding = tileCodec(metadata.dataType).name();
     description.position = metadata.referencePosition();
     description.boundingBox = metadata.boundingBox;
     description.boundingCube = metadata.boundingCube;
@@ -221,7 +208,7 @@ std::optional<bool> EntwineTree::hasWideColors(const std::stop_token& stopToken)
     }
     // Channels of laszip tiles have 16 bits whatever the schema says.
     const auto isNarrow = [&](const Dimension& channel)
-    { return channel.size == 1 && mMetadata.dataType != DataType::Laszip; };
+    { return channel.size == 1 && tileCodec(mMetadata.dataType).hasRowsOfSchema(); };
     if (std::ranges::all_of(*mLayout.rgb, isNarrow))
     {
         return false;

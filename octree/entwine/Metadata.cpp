@@ -1,9 +1,8 @@
 #include "octree/entwine/Metadata.h"
 
-#include "core/parseJson.h"
 #include "core/readLocalFile.h"
-#include "octree/JsonField.h"
-#include "octree/fileError.h"
+#include "octree/entwine/TileCodec.h"
+#include "octree/readFields.h"
 
 #include <algorithm>
 #include <array>
@@ -15,7 +14,7 @@ namespace Entwine
 namespace
 {
 using Box = Math::NBoundingBox<double, 3>;
-using Field = Octree::JsonField;
+using Field = Core::JsonField;
 using Octree::kLargestCoordinate;
 
 constexpr std::uint64_t kMaxFileSize = 4U << 20U;  // long coordinate systems and statistics included
@@ -27,19 +26,14 @@ constexpr double kCubeTolerance = 1e-6;  // of the edge: decimal numbers are rou
 DataType dataTypeOf(const Field& field)
 {
     const std::string text = field.text();
-    if (text == "binary")
-    {
-        return DataType::Binary;
-    }
-    if (text == "zstandard")
-    {
-        return DataType::Zstandard;
-    }
-    if (text != "laszip")
+    const std::span<const TileCodec* const> codecs = tileCodecs();
+    const auto found =
+        std::ranges::find_if(codecs, [&](const TileCodec* codec) { return text == codec->name(); });
+    if (found == codecs.end())
     {
         field.fail("\"binary\", \"zstandard\" or \"laszip\"");
     }
-    return DataType::Laszip;
+    return static_cast<DataType>(found - codecs.begin());
 }
 
 NumberType numberTypeOf(const Field& field)
@@ -178,6 +172,29 @@ std::uint16_t toUint16(double value) noexcept
 {
     return static_cast<std::uint16_t>(std::clamp(value, 0.0, 65535.0));
 }
+
+Metadata metadataOf(const Field& root)
+{
+    if (const std::optional<Field> version = root.find("version");
+        version && !version->text().starts_with("1."))
+    {
+        version->fail("a version \"1.x\"");
+    }
+    if (const std::optional<Field> type = root.find("hierarchyType"); type && type->text() != "json")
+    {
+        type->fail("\"json\"");
+    }
+    Metadata metadata;
+    metadata.dataType = dataTypeOf(root.get("dataType"));
+    metadata.boundingCube = cubeOf(root.get("bounds"));
+    const std::optional<Field> conforming = root.find("boundsConforming");
+    metadata.boundingBox = conforming ? boxOf(*conforming) : metadata.boundingCube;
+    metadata.spacing =
+        metadata.boundingCube.largestSize() / static_cast<double>(root.get("span").wholeNumber(1, kMaxSpan));
+    metadata.schema = schemaOf(root.get("schema"));
+    metadata.bytesPerPoint = metadata.schema.back().byteOffset + metadata.schema.back().size;
+    return metadata;
+}
 }  // namespace
 
 const Dimension* Metadata::dimension(std::string_view name) const noexcept
@@ -214,32 +231,8 @@ std::pair<std::uint16_t, std::uint16_t> Metadata::intensityRange() const noexcep
 
 Metadata parseMetadata(std::string_view text, const std::filesystem::path& file)
 {
-    const Core::JsonTree tree(Octree::parsedJson(text, file));
-    const nlohmann::json& document = *tree;
-    if (!document.is_object())
-    {
-        throw Octree::fileError(file, "expected an object at the top");
-    }
-    const Field root(file, document, "");
-
-    if (const std::optional<Field> version = root.find("version");
-        version && !version->text().starts_with("1."))
-    {
-        version->fail("a version \"1.x\"");
-    }
-    if (const std::optional<Field> type = root.find("hierarchyType"); type && type->text() != "json")
-    {
-        type->fail("\"json\"");
-    }
     Metadata metadata;
-    metadata.dataType = dataTypeOf(root.get("dataType"));
-    metadata.boundingCube = cubeOf(root.get("bounds"));
-    const std::optional<Field> conforming = root.find("boundsConforming");
-    metadata.boundingBox = conforming ? boxOf(*conforming) : metadata.boundingCube;
-    metadata.spacing =
-        metadata.boundingCube.largestSize() / static_cast<double>(root.get("span").wholeNumber(1, kMaxSpan));
-    metadata.schema = schemaOf(root.get("schema"));
-    metadata.bytesPerPoint = metadata.schema.back().byteOffset + metadata.schema.back().size;
+    Octree::readFields(text, file, [&](const Field& root) { metadata = metadataOf(root); });
     return metadata;
 }
 

@@ -1,6 +1,7 @@
 #include "octree/entwine/TileLayout.h"
 
 #include "octree/NodePointData.h"
+#include "octree/entwine/TileCodec.h"
 
 #include <string_view>
 
@@ -34,7 +35,7 @@ TileLayout::TileLayout(const Metadata& metadata)
       scanIndex(find(metadata, "PointSourceId")),
       normal(findTriple(metadata, "NormalX", "NormalY", "NormalZ"))
 {
-    if (metadata.dataType == DataType::Laszip)
+    if (!tileCodec(metadata.dataType).hasRowsOfSchema())
     {
         normal.reset();
     }

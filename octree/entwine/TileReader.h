@@ -4,24 +4,16 @@
 #include "octree/OctreeNodeId.h"
 #include "octree/ScratchLoan.h"
 #include "octree/entwine/Metadata.h"
+#include "octree/entwine/TileCodec.h"
 #include "octree/entwine/TileLayout.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
-#include <span>
 #include <stop_token>
 
 namespace Entwine
 {
-/// The points of a tile as rows.
-struct Tile
-{
-    TileLayout layout;                ///< of this tile: that of a laszip tile is its own
-    std::span<const std::byte> rows;  ///< in memory of the scratch
-};
-
 /// Reads the tiles of ept-data as rows.
 ///
 /// Hierarchy and tile must agree on the number of points; memory is taken only for bytes that are there.
@@ -49,7 +41,7 @@ public:
 
 private:
     std::filesystem::path mFolder;
-    DataType mDataType;
+    const TileCodec& mCodec;
     TileLayout mLayout;  // of rows as the schema declares them
 };
 }  // namespace Entwine

@@ -2,6 +2,7 @@
 
 #include "octree/ColumnSink.h"
 #include "octree/PointBlock.h"
+#include "octree/readFields.h"
 
 #include <algorithm>
 #include <bit>
@@ -20,8 +21,6 @@ namespace Entwine
 namespace
 {
 static_assert(std::endian::native == std::endian::little, "values are copied out as they lie in the file");
-
-constexpr double kLargestCoordinate = 1e30;  // leaves room for products in 32-bit floats
 
 /// Reads a number of a type that the machine has.
 template <class T>
@@ -162,7 +161,7 @@ void decodeCoordinate(
         {
             const double relative =
                 static_cast<double>(read(first + i * rows.stride)) * dimension.scale + shift;
-            good &= std::abs(relative) <= kLargestCoordinate;
+            good &= std::abs(relative) <= Octree::kLargestCoordinate;
             out[i] = relative * unitScale;
         }
     };

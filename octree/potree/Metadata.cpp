@@ -1,11 +1,7 @@
 #include "octree/potree/Metadata.h"
 
-#include "core/parseJson.h"
 #include "core/readLocalFile.h"
-#include "octree/JsonField.h"
-#include "octree/fileError.h"
-
-#include <nlohmann/json.hpp>
+#include "octree/readFields.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,9 +13,9 @@ namespace PoTree
 {
 namespace
 {
-using nlohmann::json;
 using Octree::kLargestCoordinate;
-using Field = Octree::JsonField;
+using Field = Core::JsonField;
+using Octree::pointOf;
 
 constexpr std::uint64_t kMaxFileSize =
     4U << 20U;  // a hundred times a rich real file; bounds the parsed form too
@@ -64,7 +60,7 @@ Encoding encodingOf(const Field& field)
 
 Math::NBoundingBox<double, 3> boxOf(const Field& field)
 {
-    const Math::NBoundingBox<double, 3> box(field.get("min").point(), field.get("max").point());
+    const Math::NBoundingBox<double, 3> box(pointOf(field.get("min")), pointOf(field.get("max")));
     if (box.isEmpty())
     {
         field.fail("a minimum that is nowhere above the maximum");
@@ -74,7 +70,7 @@ Math::NBoundingBox<double, 3> boxOf(const Field& field)
 
 Math::Point<double, 3> scaleOf(const Field& field)
 {
-    const Math::Point<double, 3> scale = field.point();
+    const Math::Point<double, 3> scale = pointOf(field);
     for (std::size_t axis = 0; axis < 3; ++axis)
     {
         if (!(scale[axis] > 0.0 && scale[axis] <= kLargestScale))
@@ -179,6 +175,32 @@ std::uint16_t toUint16(double value) noexcept
 {
     return static_cast<std::uint16_t>(std::clamp(value, 0.0, 65535.0));
 }
+
+Metadata metadataOf(const Field& root)
+{
+    if (const std::optional<Field> version = root.find("version");
+        version && !version->text().starts_with("2."))
+    {
+        version->fail("a version \"2.x\"");
+    }
+    Metadata metadata;
+    if (const std::optional<Field> name = root.find("name"))
+    {
+        metadata.name = name->text();
+    }
+    metadata.encoding = encodingOf(root.get("encoding"));
+    metadata.offset = pointOf(root.get("offset"));
+    metadata.scale = scaleOf(root.get("scale"));
+    metadata.spacing = spacingOf(root.get("spacing"));
+    metadata.boundingBox = boxOf(root.get("boundingBox"));
+    metadata.firstChunkSize = root.get("hierarchy")
+                                  .get("firstChunkSize")
+                                  .wholeNumber(0, static_cast<std::uint64_t>(kLargestInteger));
+    const Field attributes = root.get("attributes");
+    metadata.attributes = attributesOf(attributes);
+    checkRanges(attributes, metadata);
+    return metadata;
+}
 }  // namespace
 
 const Attribute* Metadata::attribute(std::string_view attributeName) const noexcept
@@ -236,35 +258,8 @@ bool Metadata::hasWideColors() const noexcept
 
 Metadata parseMetadata(std::string_view text, const std::filesystem::path& file)
 {
-    const Core::JsonTree tree(Octree::parsedJson(text, file));
-    const json& document = *tree;
-    if (!document.is_object())
-    {
-        throw Octree::fileError(file, "expected an object at the top");
-    }
-    const Field root(file, document, "");
-
-    if (const std::optional<Field> version = root.find("version");
-        version && !version->text().starts_with("2."))
-    {
-        version->fail("a version \"2.x\"");
-    }
     Metadata metadata;
-    if (const std::optional<Field> name = root.find("name"))
-    {
-        metadata.name = name->text();
-    }
-    metadata.encoding = encodingOf(root.get("encoding"));
-    metadata.offset = root.get("offset").point();
-    metadata.scale = scaleOf(root.get("scale"));
-    metadata.spacing = spacingOf(root.get("spacing"));
-    metadata.boundingBox = boxOf(root.get("boundingBox"));
-    metadata.firstChunkSize = root.get("hierarchy")
-                                  .get("firstChunkSize")
-                                  .wholeNumber(0, static_cast<std::uint64_t>(kLargestInteger));
-    const Field attributes = root.get("attributes");
-    metadata.attributes = attributesOf(attributes);
-    checkRanges(attributes, metadata);
+    Octree::readFields(text, file, [&](const Field& root) { metadata = metadataOf(root); });
     return metadata;
 }
 

@@ -20,24 +20,15 @@ bool CachedVertices::load(
     const Octree::OctreeNodeId& id, VertexContainer& vertices, std::stop_token stopToken
 ) const
 {
-    // A cloud that shares the octree may have changed what is read: that is not for this cache.
-    bool isRead = false;
     const auto read = [&](VertexContainer& loaded, const std::stop_token& stop)
+    { return convertToVertices(*mOctree, id, loaded, stop); };
+    const auto isOurs = [&] { return mOctree->cacheIdentifier() == mIdentifier; };
+    if (!isOurs())
     {
-        const bool isWhole = convertToVertices(*mOctree, id, loaded, stop);
-        if (!isWhole || mOctree->cacheIdentifier() == mIdentifier)
-        {
-            return isWhole;
-        }
-        vertices = std::move(loaded);
-        isRead = true;
-        return false;
-    };
-    if (mOctree->cacheIdentifier() != mIdentifier)
-    {
-        return convertToVertices(*mOctree, id, vertices, std::move(stopToken));
+        return read(vertices, stopToken);
     }
-    return mCache->getOrLoad(id, vertices, read, std::move(stopToken)) || isRead;
+    // A cloud that shares the octree may change meanwhile what is read: that is not for this cache.
+    return mCache->getOrLoad(id, vertices, read, isOurs, std::move(stopToken));
 }
 
 bool CachedVertices::contains(const Octree::OctreeNodeId& id) const

@@ -291,23 +291,18 @@ void PointCloudQuery::fetchCurrentNode()
     const auto load = [&](Octree::NodePointData& loaded, std::stop_token stopToken)
     {
         const bool isRead = readCurrentNode(loaded, std::move(stopToken));
-        const Octree::CacheIdentifier identifier = mOctree->cacheIdentifier();
-        if (identifier.unitScale != mCached->unitScale)
+        if (mOctree->unitScale() != mCached->unitScale)
         {
             // the cache belongs to the old scale, also for others
             throw std::runtime_error("the unit scale of the octree was changed during the query");
         }
-        if (isRead && identifier != mCached)
-        {
-            mCurrentPoints = std::move(loaded);  // and the cache to octrees without the new external data set
-            isFetched = true;
-            return false;
-        }
         return isRead;
     };
+    // The cache belongs to octrees without an external data set that is new, too.
+    const auto isOurs = [&] { return mOctree->cacheIdentifier() == mCached; };
     try
     {
-        isFetched = mCache->getOrLoad(mCurrentNode.id, mCurrentPoints, load, {}) || isFetched;
+        isFetched = mCache->getOrLoad(mCurrentNode.id, mCurrentPoints, load, isOurs, {});
     }
     catch (const std::exception&)
     {

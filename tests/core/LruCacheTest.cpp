@@ -252,6 +252,39 @@ TEST(LruCache, AStopRequestedWhileLoadingLeavesItUnchanged)
     EXPECT_TRUE(out.empty());
 }
 
+TEST(LruCache, AValueThatMayNotBeKeptGoesToTheCallerAlone)
+{
+    PointCache cache(10, 10);
+    put(cache, 1, 10);
+    Points out;
+
+    EXPECT_TRUE(cache.getOrLoad(2, out, loads(3, 7), [] { return false; }, {}));
+
+    EXPECT_EQ(out, (Points{7, 7, 7}));
+    EXPECT_FALSE(cache.contains(2));
+    EXPECT_TRUE(cache.contains(1));
+    EXPECT_EQ(cache.weight(), 10U);
+}
+
+TEST(LruCache, WhetherAValueMayBeKeptIsAskedWhenItIsLoaded)
+{
+    PointCache cache(10, 10);
+    bool isLoaded = false;
+    const auto load = [&](Points& out, const std::stop_token&)
+    {
+        out.assign(2, 0);
+        isLoaded = true;
+        return true;
+    };
+    bool wasLoaded = false;
+    Points out;
+
+    EXPECT_TRUE(cache.getOrLoad(1, out, load, [&] { return wasLoaded = isLoaded; }, {}));
+
+    EXPECT_TRUE(wasLoaded);
+    EXPECT_TRUE(cache.contains(1));
+}
+
 TEST(LruCache, AThrowingLoaderLeavesItUnchanged)
 {
     PointCache cache(10, 4);

@@ -127,6 +127,30 @@ TEST(DeepZoomDescription, EntitiesAndDocumentTypesAreRefused)
     );
     EXPECT_THAT(errorOf(changed("jpg", "&jpg;")), HasSubstr("entities are not supported"));
     EXPECT_THAT(errorOf(changed("<Size", "<![CDATA[x]]><Size")), HasSubstr("CDATA"));
+    EXPECT_THAT(errorOf(changed("<Size", "<?style x?><Size")), HasSubstr("instructions are not supported"));
+    EXPECT_THAT(errorOf(kImage + "<?xml version='1.0'?>"), HasSubstr("instructions are not supported"));
+}
+
+// What XML parsers commonly step over.
+TEST(DeepZoomDescription, NothingButElementsCommentsAndOneDeclarationIsAccepted)
+{
+    EXPECT_EQ(errorOf(changed("<Size", "text<Size")), "line 1: \"<\" is expected");
+    EXPECT_EQ(errorOf("text" + kImage), "line 1: \"<\" is expected");
+    EXPECT_EQ(errorOf(kImage + std::string("\n\0<b", 4)), "line 2: there is a byte 0");
+    EXPECT_EQ(errorOf(changed("Format='jpg'", "Format='<'")), "line 1: entities are not supported");
+    EXPECT_EQ(errorOf(""), "line 1: an element is expected");
+}
+
+TEST(DeepZoomDescription, BrokenTagsAreErrorsOnTheirLine)
+{
+    EXPECT_EQ(errorOf("<Image>\n</Bild>"), "line 2: the end of \"Bild\" has no begin");
+    EXPECT_EQ(errorOf("<Image\nTileSize>"), "line 2: a value in quotes is expected");
+    EXPECT_EQ(errorOf("<Image\nTileSize='2"), "line 2: the quote is not closed");
+    EXPECT_EQ(errorOf("<Image>\n< Size/></Image>"), "line 2: a name is expected");
+    EXPECT_EQ(errorOf("<Image>\n</>"), "line 2: a name is expected");
+    EXPECT_EQ(errorOf("<Image>\n<!-- open"), "line 2: \"-->\" is missing");
+    EXPECT_EQ(errorOf("<Image>\n\n"), "line 3: the text ends too early");
+    EXPECT_EQ(errorOf("<Image\n TileSize='0'\n/>"), "line 3: attribute TileSize must not be 0");
 }
 
 TEST(DeepZoomDescription, ErrorsNameTheFile)

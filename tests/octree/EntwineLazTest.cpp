@@ -1,7 +1,9 @@
 #include "octree/Octree.h"
 #include "octree/entwine/EntwineTree.h"
-#include "octree/entwine/lazDecode.h"
-#include "octree/entwine/lazHeader.h"
+#include "octree/entwine/Metadata.h"
+#include "octree/entwine/TileCodec.h"
+#include "octree/las/LazHeader.h"
+#include "octree/las/decodeChunks.h"
 #include "tests/octree/EptTestSet.h"
 #include "tests/octree/TestDataSet.h"
 #include "tests/support/lazEncoded.h"
@@ -25,9 +27,25 @@
 namespace
 {
 using Entwine::EntwineTree;
-using Entwine::LazHeader;
+using Las::LazHeader;
 using Octree::NodePointColumns;
 using testing::HasSubstr;
+
+LazHeader headerOf(const std::string& file)
+{
+    return Las::parseLazHeader(std::as_bytes(std::span(file)), file.size());
+}
+
+bool decode(
+    const std::string& file,
+    const LazHeader& header,
+    std::vector<std::byte>& out,
+    const std::stop_token& stopToken = {}
+)
+{
+    const std::span<const std::byte> chunks = Las::equalChunks(std::as_bytes(std::span(file)), header);
+    return Las::decodeChunks(chunks, static_cast<std::uint32_t>(header.pointCount), header, out, stopToken);
+}
 
 /// Points that differ in everything, with jumps of time and changes of the channel in their midst.
 std::vector<LazPoint> variedPoints(std::uint32_t count)
@@ -216,14 +234,18 @@ protected:
         std::memcpy(file.data() + position, &value, sizeof value);
     }
 
-    LazHeader parsed(std::uint64_t count = 200) const
-    {
-        return Entwine::parseLazHeader(std::as_bytes(std::span(file)), count);
-    }
+    LazHeader parsed() const { return headerOf(file); }
 
+    /// What is said of the file as a tile of so many points.
     std::string failure(std::uint64_t count = 200) const
     {
-        return messageOf<std::runtime_error>([&] { parsed(count); });
+        const Octree::ScratchLoan scratch;
+        const auto bytes = std::as_bytes(std::span(file));
+        scratch.stored.assign(bytes.begin(), bytes.end());
+        const Entwine::TileLayout layout(Entwine::parseMetadata(smallEpt("laszip").dump(), "ept.json"));
+        return messageOf<std::runtime_error>(
+            [&] { Entwine::tileCodec(Entwine::DataType::Laszip).unpacked(layout, count, scratch, {}); }
+        );
     }
 
     template <class T>
@@ -392,7 +414,10 @@ TEST_F(LazHeaderTest, TheChunkTablesPositionMayStandAtTheEnd)
     put(points, std::int64_t{-1});
     file.append(reinterpret_cast<const char*>(&table), sizeof table);
 
-    EXPECT_EQ(parsed().chunkTableBegin, static_cast<std::size_t>(table));
+    EXPECT_EQ(
+        Las::equalChunks(std::as_bytes(std::span(file)), parsed()).size(),
+        static_cast<std::size_t>(table) - points - 8
+    );
 }
 
 TEST_F(LazHeaderTest, ChunksThatEndBeforeTheTableAreRefused)
@@ -404,9 +429,7 @@ TEST_F(LazHeaderTest, ChunksThatEndBeforeTheTableAreRefused)
     std::vector<std::byte> out;
 
     EXPECT_THAT(
-        messageOf<std::runtime_error>(
-            [&] { Entwine::lazDecode(std::as_bytes(std::span(file)), parsed(), out, {}); }
-        ),
+        messageOf<std::runtime_error>([&] { decode(file, parsed(), out); }),
         HasSubstr("compressed points end 5 bytes before the chunk table")
     );
 }
@@ -423,11 +446,9 @@ protected:
     std::string failureWith(std::size_t word, std::uint32_t value)
     {
         std::memcpy(file.data() + words + 4 * word, &value, sizeof value);
-        const LazHeader header = Entwine::parseLazHeader(std::as_bytes(std::span(file)), 200);
+        const LazHeader header = headerOf(file);
         std::vector<std::byte> out;
-        return messageOf<std::runtime_error>(
-            [&] { Entwine::lazDecode(std::as_bytes(std::span(file)), header, out, {}); }
-        );
+        return messageOf<std::runtime_error>([&] { decode(file, header, out); });
     }
 };
 
@@ -541,13 +562,11 @@ TEST(LazDecode, ASmallFileReservesLittleForManyPoints)
     const std::uint32_t chunkSize = 40'000'000;
     std::memcpy(file.data() + 107, &count, sizeof count);
     std::memcpy(file.data() + laszipRecordPosition({}) + 12, &chunkSize, sizeof chunkSize);
-    const LazHeader header = Entwine::parseLazHeader(std::as_bytes(std::span(file)), count);
+    const LazHeader header = headerOf(file);
     std::vector<std::byte> out;
 
     EXPECT_THAT(
-        messageOf<std::runtime_error>([&]
-                                      { Entwine::lazDecode(std::as_bytes(std::span(file)), header, out, {}); }
-        ),
+        messageOf<std::runtime_error>([&] { decode(file, header, out); }),
         HasSubstr("broken compressed points: point ")
     );
     EXPECT_LE(out.capacity(), 4U << 20U);
@@ -559,13 +578,10 @@ TEST(LazDecode, ChunksThatBeginOutsideTheCodersRangeAreRefused)
     const LazOptions options{.pointFormat = 0};
     std::string file = lazEncoded(variedPoints(10), options);
     file.replace(pointsPosition(options) + 8 + 20, 4, "\xff\xff\xff\xff");  // behind the first point
-    const auto bytes = std::as_bytes(std::span(file));
     std::vector<std::byte> out;
 
     EXPECT_THAT(
-        messageOf<std::runtime_error>(
-            [&] { Entwine::lazDecode(bytes, Entwine::parseLazHeader(bytes, 10), out, {}); }
-        ),
+        messageOf<std::runtime_error>([&] { decode(file, headerOf(file), out); }),
         HasSubstr("broken compressed points: point 1 cannot be read")
     );
 }
@@ -577,11 +593,6 @@ TEST(LazDecode, AStopRequestEndsIt)
     stop.request_stop();
     std::vector<std::byte> out;
 
-    EXPECT_FALSE(Entwine::lazDecode(
-        std::as_bytes(std::span(file)),
-        Entwine::parseLazHeader(std::as_bytes(std::span(file)), 10),
-        out,
-        stop.get_token()
-    ));
+    EXPECT_FALSE(decode(file, headerOf(file), out, stop.get_token()));
 }
 }  // namespace

@@ -1,6 +1,6 @@
-#include "octree/entwine/lazHeader.h"
+#include "octree/las/LazHeader.h"
 
-#include "octree/JsonField.h"
+#include "octree/readFields.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-namespace Entwine
+namespace Las
 {
 namespace
 {
@@ -29,8 +29,8 @@ constexpr std::size_t kScale = 131;
 constexpr std::size_t kOffset = 155;
 constexpr std::size_t kLongPointCount = 247;  // from LAS 1.4 on
 
-constexpr std::size_t kShortHeader = 227;  // up to LAS 1.2
-constexpr std::size_t kLongHeader = 375;   // from LAS 1.4 on
+constexpr std::size_t kShortHeader = kShortestLasHeader;  // up to LAS 1.2
+constexpr std::size_t kLongHeader = 375;                  // from LAS 1.4 on
 
 // A variable length record: 2 bytes reserved, 16 of the author, 2 of the number, 2 of the length, 32 of text.
 constexpr std::size_t kRecordHead = 54;
@@ -164,11 +164,7 @@ void readCompression(Bytes record, const PointFormat& format, std::size_t record
             std::to_string(format.number)
     );
     header.chunkSize = at<std::uint32_t>(record, 12);
-    require(
-        header.chunkSize != 0 && header.chunkSize != std::numeric_limits<std::uint32_t>::max(),
-        "chunks of " + std::string(header.chunkSize == 0 ? "no" : "varying numbers of") + " points",
-        "chunks of equal numbers of points"
-    );
+    require(header.chunkSize != 0, "chunks of no points", "chunks of equal numbers of points");
     const std::size_t itemCount = at<std::uint16_t>(record, 32);
     std::vector<LazItem> items;
     for (std::size_t i = 0; i < itemCount && kLaszipFixedPart + (i + 1) * kLaszipItem <= record.size(); ++i)
@@ -184,37 +180,6 @@ void readCompression(Bytes record, const PointFormat& format, std::size_t record
         std::to_string(header.items.size()) + " items of " + std::to_string(recordLength) +
             " bytes together, in version " + std::to_string(header.items[0].version)
     );
-}
-
-/// Where the chunk table begins; it must list as many chunks as the points need.
-std::size_t chunkTable(Bytes file, const LazHeader& header)
-{
-    const std::size_t first = header.pointsBegin + sizeof(std::int64_t);
-    require(
-        file.size() >= first + 2 * sizeof(std::uint32_t),
-        "the file ends after " + std::to_string(file.size()) + " bytes",
-        "points and a chunk table behind byte " + std::to_string(first)
-    );
-    auto position = at<std::int64_t>(file, header.pointsBegin);
-    if (position == -1)  // written in one pass, with the position at the end
-    {
-        position = at<std::int64_t>(file, file.size() - sizeof(std::int64_t));
-    }
-    require(
-        position >= static_cast<std::int64_t>(first) &&
-            position <= static_cast<std::int64_t>(file.size() - 2 * sizeof(std::uint32_t)),
-        "chunk table at byte " + std::to_string(position) + " of " + std::to_string(file.size()),
-        "one behind byte " + std::to_string(first) + " and before the end"
-    );
-    const auto begin = static_cast<std::size_t>(position);
-    const std::uint64_t chunks = (std::uint64_t{header.pointCount} + header.chunkSize - 1) / header.chunkSize;
-    require(
-        at<std::uint32_t>(file, begin) == 0 && at<std::uint32_t>(file, begin + 4) == chunks,
-        "chunk table of version " + std::to_string(at<std::uint32_t>(file, begin)) + " with " +
-            std::to_string(at<std::uint32_t>(file, begin + 4)) + " chunks",
-        "version 0 with " + std::to_string(chunks)
-    );
-    return begin;
 }
 
 const PointFormat& pointFormatOf(unsigned stored)
@@ -265,45 +230,87 @@ void readCoordinates(Bytes file, LazHeader& header)
 }
 }  // namespace
 
-LazHeader parseLazHeader(Bytes file, std::uint64_t pointCount)
+std::uint64_t lazHeaderSize(Bytes begin, std::uint64_t fileSize)
 {
-    const unsigned minorVersion = versionOf(file);
+    const unsigned minorVersion = versionOf(begin);
     const std::size_t shortest = minorVersion >= 4 ? kLongHeader : kShortHeader;
-    const std::size_t headerSize = at<std::uint16_t>(file, kHeaderSize);
+    const std::size_t headerSize = at<std::uint16_t>(begin, kHeaderSize);
     require(
-        headerSize >= shortest && headerSize <= file.size(),
+        headerSize >= shortest && headerSize <= fileSize,
         "LAS header of " + std::to_string(headerSize) + " bytes",
-        std::to_string(shortest) + " at least, within the file of " + std::to_string(file.size())
+        std::to_string(shortest) + " at least, within the file of " + std::to_string(fileSize)
     );
+    const std::uint64_t pointsBegin = at<std::uint32_t>(begin, kPointsBegin);
+    require(
+        pointsBegin >= headerSize && pointsBegin <= fileSize,
+        "points from byte " + std::to_string(pointsBegin) + " on",
+        "a position from " + std::to_string(headerSize) + " to " + std::to_string(fileSize)
+    );
+    return pointsBegin;
+}
 
+LazHeader parseLazHeader(Bytes begin, std::uint64_t fileSize)
+{
     LazHeader header;
-    header.pointsBegin = at<std::uint32_t>(file, kPointsBegin);
+    header.pointsBegin = lazHeaderSize(begin, fileSize);
     require(
-        header.pointsBegin >= headerSize && header.pointsBegin <= file.size(),
-        "points from byte " + std::to_string(header.pointsBegin) + " on",
-        "a position from " + std::to_string(headerSize) + " to " + std::to_string(file.size())
+        header.pointsBegin <= begin.size(),
+        std::to_string(begin.size()) + " bytes of a LAS file",
+        "all before its points, " + std::to_string(header.pointsBegin)
     );
-    const std::uint64_t count =
-        minorVersion >= 4 ? at<std::uint64_t>(file, kLongPointCount) : at<std::uint32_t>(file, kPointCount);
-    require(
-        count == pointCount && count <= std::numeric_limits<std::uint32_t>::max(),
-        std::to_string(count) + " points",
-        std::to_string(pointCount) + " as the hierarchy says"
-    );
-    header.pointCount = static_cast<std::uint32_t>(count);
+    header.pointCount = versionOf(begin) >= 4 ? at<std::uint64_t>(begin, kLongPointCount)
+                                              : at<std::uint32_t>(begin, kPointCount);
 
-    const PointFormat& format = pointFormatOf(at<std::uint8_t>(file, kPointFormat));
+    const PointFormat& format = pointFormatOf(at<std::uint8_t>(begin, kPointFormat));
     header.pointFormat = format.number;
     header.isLayered = format.number >= 6;
     header.hasColors = format.colorChannels > 0;
-    readCoordinates(file, header);
+    readCoordinates(begin, header);
     readCompression(
-        laszipRecord(file, headerSize, header.pointsBegin),
+        laszipRecord(
+            begin, at<std::uint16_t>(begin, kHeaderSize), static_cast<std::size_t>(header.pointsBegin)
+        ),
         format,
-        at<std::uint16_t>(file, kRecordLength),
+        at<std::uint16_t>(begin, kRecordLength),
         header
     );
-    header.chunkTableBegin = chunkTable(file, header);
     return header;
 }
-}  // namespace Entwine
+
+Bytes equalChunks(Bytes file, const LazHeader& header)
+{
+    require(
+        header.chunkSize != LazHeader::kVaryingChunks,
+        "chunks of varying numbers of points",
+        "chunks of equal numbers of points"
+    );
+    const auto pointsBegin = static_cast<std::size_t>(header.pointsBegin);
+    const std::size_t first = pointsBegin + sizeof(std::int64_t);
+    require(
+        file.size() >= first + 2 * sizeof(std::uint32_t),
+        "the file ends after " + std::to_string(file.size()) + " bytes",
+        "points and a chunk table behind byte " + std::to_string(first)
+    );
+    auto position = at<std::int64_t>(file, pointsBegin);
+    if (position == -1)  // written in one pass, with the position at the end
+    {
+        position = at<std::int64_t>(file, file.size() - sizeof(std::int64_t));
+    }
+    require(
+        position >= static_cast<std::int64_t>(first) &&
+            position <= static_cast<std::int64_t>(file.size() - 2 * sizeof(std::uint32_t)),
+        "chunk table at byte " + std::to_string(position) + " of " + std::to_string(file.size()),
+        "one behind byte " + std::to_string(first) + " and before the end"
+    );
+    const auto table = static_cast<std::size_t>(position);
+    const std::uint64_t chunks =
+        header.pointCount / header.chunkSize + (header.pointCount % header.chunkSize > 0 ? 1U : 0U);
+    require(
+        at<std::uint32_t>(file, table) == 0 && at<std::uint32_t>(file, table + 4) == chunks,
+        "chunk table of version " + std::to_string(at<std::uint32_t>(file, table)) + " with " +
+            std::to_string(at<std::uint32_t>(file, table + 4)) + " chunks",
+        "version 0 with " + std::to_string(chunks)
+    );
+    return file.subspan(first, table - first);
+}
+}  // namespace Las

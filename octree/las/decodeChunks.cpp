@@ -1,4 +1,4 @@
-#include "octree/entwine/lazDecode.h"
+#include "octree/las/decodeChunks.h"
 
 #include <algorithm>
 #include <array>
@@ -11,17 +11,10 @@
 #include <string>
 #include <vector>
 
-namespace Entwine
+namespace Las
 {
 namespace
 {
-// A row: X, Y and Z of 4 bytes, then these, then three colour channels of 2 bytes where points have them.
-constexpr std::size_t kIntensity = 12;
-constexpr std::size_t kPointSource = 14;
-constexpr std::size_t kClassification = 16;
-constexpr std::size_t kColors = 17;
-constexpr std::size_t kLargestRow = kColors + 6;
-
 constexpr std::size_t kFirstStep = 65536;       // points before a first growth
 constexpr std::uint32_t kStopStep = 1U << 12U;  // points between two looks at the stop token
 
@@ -31,13 +24,8 @@ constexpr unsigned kWantedLayers = LASZIP_DECOMPRESS_SELECTIVE_Z |
                                    LASZIP_DECOMPRESS_SELECTIVE_INTENSITY |
                                    LASZIP_DECOMPRESS_SELECTIVE_POINT_SOURCE | LASZIP_DECOMPRESS_SELECTIVE_RGB;
 
-std::size_t rowLength(const LazHeader& header)
-{
-    return header.hasColors ? kLargestRow : kColors;
-}
-
-/// Lends the library the bytes from the points' beginning to the chunk table and nothing else: it sees no
-/// table, which it would trust, and needs none to read chunks one after the other.
+/// Lends the library chunks and nothing else: it sees no chunk table, which it would trust, and needs none to
+/// read chunks one after the other.
 ///
 /// Reading past the end is what the library knows as the exception EOF, an integer.
 class ChunkStream final : public ByteStreamIn
@@ -101,7 +89,12 @@ public:
         }
     }
 
-    void get64bitsLE(U8* bytes) override { getBytes(bytes, sizeof(U64)); }
+    /// Only the position of the chunk table is read this way: it is not known.
+    void get64bitsLE(U8* bytes) override
+    {
+        constexpr I64 kUnknown = -1;
+        std::memcpy(bytes, &kUnknown, sizeof kUnknown);
+    }
 
     void get16bitsLE(U8* bytes) override { getBytes(bytes, sizeof(U16)); }
 
@@ -114,15 +107,17 @@ public:
 
     BOOL isSeekable() const override { return FALSE; }
 
-    I64 tell() const override { return static_cast<I64>(mPosition); }
+    /// Chunks stand behind the position of their table: the library takes 0 for "nothing read yet".
+    I64 tell() const override { return static_cast<I64>(mPosition + sizeof(I64)); }
 
     BOOL seek(const I64 position) override
     {
-        if (position < 0 || static_cast<U64>(position) > mBytes.size())
+        constexpr auto kFirst = static_cast<I64>(sizeof(I64));
+        if (position < kFirst || static_cast<U64>(position - kFirst) > mBytes.size())
         {
             throw EOF;
         }
-        mPosition = static_cast<std::size_t>(position);
+        mPosition = static_cast<std::size_t>(position - kFirst);
         return TRUE;
     }
 
@@ -157,13 +152,14 @@ public:
 
     void writeRow(std::byte* row) const noexcept
     {
-        std::memcpy(row, mPoint.data(), kPointSource);  // X, Y, Z, intensity
-        std::memcpy(row + kPointSource, mPoint.data() + 18, 2);
+        std::memcpy(row, mPoint.data(), LasRow::kPointSource);  // X, Y, Z, intensity
+        std::memcpy(row + LasRow::kPointSource, mPoint.data() + 18, 2);
         // Older formats keep flags in the upper three bits.
-        row[kClassification] = std::byte{mIsLayered ? mPoint[23] : static_cast<U8>(mPoint[15] & 0x1fU)};
+        row[LasRow::kClassification] =
+            std::byte{mIsLayered ? mPoint[23] : static_cast<U8>(mPoint[15] & 0x1fU)};
         if (mHasColors)
         {
-            std::memcpy(row + kColors, mColors.data(), kLargestRow - kColors);
+            std::memcpy(row + LasRow::kColors, mColors.data(), 6);
         }
     }
 
@@ -195,13 +191,13 @@ private:
     bool mHasColors;
 };
 
-void setUp(LASreadPoint& reader, LASzip& compression, const LazHeader& header)
+void setUp(LASreadPoint& reader, LASzip& compression, const LazHeader& header, std::uint32_t chunkSize)
 {
     const auto count = static_cast<unsigned short>(header.items.size());
     compression.compressor =
         header.isLayered ? LASZIP_COMPRESSOR_LAYERED_CHUNKED : LASZIP_COMPRESSOR_POINTWISE_CHUNKED;
     compression.coder = LASZIP_CODER_ARITHMETIC;
-    compression.chunk_size = header.chunkSize;
+    compression.chunk_size = chunkSize;
     compression.num_items = count;
     compression.items = new LASitem[count];  // which it deletes
     for (std::size_t i = 0; i < count; ++i)
@@ -239,22 +235,26 @@ private:
     );
 }
 
+/// @param chunkSize  points of each chunk but the last
+/// @param end        what points must end before, for messages
 bool decode(
     LASreadPoint& reader,
-    std::span<const std::byte> file,
+    std::span<const std::byte> bytes,
+    std::uint32_t count,
+    std::uint32_t chunkSize,
+    const char* end,
     const LazHeader& header,
     std::vector<std::byte>& out,
     const std::stop_token& stopToken
 )
 {
-    ChunkStream stream(file.subspan(header.pointsBegin, header.chunkTableBegin - header.pointsBegin));
+    ChunkStream stream(bytes);
     LASzip compression;
-    setUp(reader, compression, header);
+    setUp(reader, compression, header, chunkSize);
     reader.init(&stream);
 
     PointBuffer point(header);
-    const std::size_t length = rowLength(header);
-    const std::uint32_t count = header.pointCount;
+    const std::size_t length = LasRow::length(header);
     out.resize(std::min<std::size_t>(count, std::max(out.capacity() / length, kFirstStep)) * length);
     std::byte* row = out.data();
     std::uint32_t leftInChunk = 0;
@@ -266,7 +266,7 @@ bool decode(
         }
         if (leftInChunk == 0)
         {
-            leftInChunk = std::min(header.chunkSize, count - i);
+            leftInChunk = std::min(chunkSize, count - i);
             stream.beginChunk(leftInChunk);
         }
         --leftInChunk;
@@ -285,16 +285,17 @@ bool decode(
     if (stream.left() != 0)
     {
         throw std::runtime_error(
-            "compressed points end " + std::to_string(stream.left()) +
-            " bytes before the chunk table, expected its beginning"
+            "compressed points end " + std::to_string(stream.left()) + " bytes before " + end
         );
     }
     return true;
 }
-}  // namespace
 
-bool lazDecode(
-    std::span<const std::byte> file,
+bool decodeOwned(
+    std::span<const std::byte> bytes,
+    std::uint32_t count,
+    std::uint32_t chunkSize,
+    const char* end,
     const LazHeader& header,
     std::vector<std::byte>& out,
     const std::stop_token& stopToken
@@ -303,7 +304,7 @@ bool lazDecode(
     OwnedReader reader;
     try
     {
-        return decode(*reader, file, header, out, stopToken);
+        return decode(*reader, bytes, count, chunkSize, end, header, out, stopToken);
     }
     catch (const std::bad_alloc&)
     {
@@ -311,53 +312,49 @@ bool lazDecode(
         throw;
     }
 }
+}  // namespace
 
-TileLayout lazLayout(const LazHeader& header, const TileLayout& declared)
+bool decodeChunk(
+    std::span<const std::byte> chunk,
+    std::uint32_t pointCount,
+    const LazHeader& header,
+    std::vector<std::byte>& out,
+    const std::stop_token& stopToken
+)
 {
-    const auto field = [](const char* name, NumberType type, std::size_t size, std::size_t position)
-    {
-        Dimension dimension;
-        dimension.name = name;
-        dimension.type = type;
-        dimension.size = size;
-        dimension.byteOffset = position;
-        return dimension;
-    };
-    TileLayout layout = declared;
-    layout.bytesPerPoint = rowLength(header);
-    for (std::size_t axis = 0; axis < 3; ++axis)
-    {
-        layout.position[axis] = field(declared.position[axis].name.c_str(), NumberType::Signed, 4, 4 * axis);
-        layout.position[axis].scale = header.scale[axis];
-        layout.position[axis].offset = header.offset[axis];
-    }
-    if (declared.rgb)
-    {
-        if (!header.hasColors)
-        {
-            throw std::runtime_error(
-                "point format " + std::to_string(header.pointFormat) +
-                " has no colours, expected 2, 3, 7 or 8 as the schema declares Red, Green and Blue"
-            );
-        }
-        for (std::size_t i = 0; i < 3; ++i)
-        {
-            (*layout.rgb)[i] =
-                field((*declared.rgb)[i].name.c_str(), NumberType::Unsigned, 2, kColors + 2 * i);
-        }
-    }
-    if (declared.intensity)
-    {
-        layout.intensity = field("Intensity", NumberType::Unsigned, 2, kIntensity);
-    }
-    if (declared.classification)
-    {
-        layout.classification = field("Classification", NumberType::Unsigned, 1, kClassification);
-    }
-    if (declared.scanIndex)
-    {
-        layout.scanIndex = field("PointSourceId", NumberType::Unsigned, 2, kPointSource);
-    }
-    return layout;
+    return decodeOwned(
+        chunk,
+        pointCount,
+        pointCount,
+        "the end of the chunk, expected them to fill it",
+        header,
+        out,
+        stopToken
+    );
 }
-}  // namespace Entwine
+
+bool decodeChunks(
+    std::span<const std::byte> chunks,
+    std::uint32_t pointCount,
+    const LazHeader& header,
+    std::vector<std::byte>& out,
+    const std::stop_token& stopToken
+)
+{
+    if (header.chunkSize == LazHeader::kVaryingChunks)
+    {
+        throw std::invalid_argument(
+            "Error: chunks of varying numbers of points can only be decoded one by one"
+        );
+    }
+    return decodeOwned(
+        chunks,
+        pointCount,
+        header.chunkSize,
+        "the chunk table, expected its beginning",
+        header,
+        out,
+        stopToken
+    );
+}
+}  // namespace Las
