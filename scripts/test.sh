@@ -45,7 +45,7 @@ build() {
 }
 
 windowsTests() {
-    tests windows "running the Windows tests under Wine" --preset windows
+    tests windows "running the device's and the tool's tests as they are shipped" --preset windows -L device
     export TARNEL_WINE_D3D=wined3d
     tests wined3d "running the device layer's tests on Wine's own Direct3D" --preset windows -L gpu
     unset TARNEL_WINE_D3D
@@ -110,6 +110,9 @@ runAll() {
         check consumer-native "building and running programs against its install tree" consumer native
     fi
     check embedded "building a program that has the sources within its own build" embedded
+    if build windows-debug "for Windows with assertions"; then
+        tests windows-debug "running all tests under Wine" --preset windows-debug
+    fi
     if build windows "for Windows"; then
         windowsTests
         check consumer-windows "building and running programs against its install tree" \
