@@ -58,6 +58,7 @@ TEST(ShaderRegistry, HoldsTheSourcesInTheirOrder)
             "shaders/postnormal.hlsl",
             "shaders/postdistance.hlsl",
             "shaders/splats.hlsl",
+            "shaders/splatpixels.hlsl",
             "shaders/splatlevels.hlsl",
             "shaders/splatdepths.hlsl",
             "shaders/splatwinners.hlsl",
