@@ -106,6 +106,7 @@ runAll() {
     # The tests of this one would repeat those of the sanitizers; it is here to be installed and to draw.
     if check configure-native "configuring for this host" cmake --preset native -DTARNEL_BUILD_TESTS=OFF &&
         check build-native "building for this host" cmake --build --preset native; then
+        check docs "writing the reference of the public interface" cmake --build --preset native --target docs
         check shell-files "comparing completions and manual page with the help" tools/update-shell-files --check
         check consumer-native "building and running programs against its install tree" consumer native
     fi
