@@ -27,7 +27,7 @@ windows=(
     wine64 wine libwine xvfb xauth libgl1-mesa-dri
 )
 tests=(
-    ccache clang-format clang-tidy git
+    ccache clang clang-format clang-tidy git lld
     libgtest-dev libgmock-dev libbenchmark-dev
     # writes image pyramids for a test
     libvips-tools
