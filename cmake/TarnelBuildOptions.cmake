@@ -48,8 +48,10 @@ endif()
 if(MINGW)
     # Tests instantiate more templates than the plain object format has sections for.
     target_compile_options(tarnel_build_options INTERFACE -Wa,-mbig-obj)
-    # See MingwToolchain.cmake; here for builds that do not use it.
-    target_compile_options(tarnel_build_options INTERFACE -fno-ipa-ra)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # See MingwToolchain.cmake; here for builds that do not use it.
+        target_compile_options(tarnel_build_options INTERFACE -fno-ipa-ra)
+    endif()
 endif()
 
 if(TARNEL_SANITIZE)
@@ -102,7 +104,10 @@ if(MINGW)
         )
         if(NOT IS_ABSOLUTE "${path}")
             unset(path)
-            find_file(path ${dll} PATH_SUFFIXES lib bin NO_CACHE REQUIRED)
+            find_file(
+                path ${dll} HINTS ${CMAKE_CXX_IMPLICIT_LINK_DIRECTORIES}
+                PATH_SUFFIXES lib bin NO_CACHE REQUIRED CMAKE_FIND_ROOT_PATH_BOTH
+            )
         endif()
         list(APPEND TARNEL_RUNTIME_DLLS ${path})
     endforeach()

@@ -15,13 +15,12 @@ namespace Core
 /// next restart() runs the function again.
 ///
 /// Threads  restart() from any thread; construction and destruction by the owner. The function must not
-/// destroy its own
-///          BackgroundThread.
+///          destroy its own BackgroundThread.
 class CORE_API BackgroundThread : private NonCopyable
 {
 public:
     /// @param function  called on the background thread; it looks at the token and returns soon after a stop
-    /// request
+    ///                  request
     /// @throws std::invalid_argument  for an empty function
     explicit BackgroundThread(std::function<void(std::stop_token)> function);
 

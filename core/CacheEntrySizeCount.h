@@ -9,6 +9,7 @@ namespace Core
 template <class Value>
 struct CacheEntrySizeCount
 {
+    /// What the value weighs.
     std::uint64_t operator()(const Value& value) const { return static_cast<std::uint64_t>(value.size()); }
 };
 

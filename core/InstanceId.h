@@ -11,7 +11,8 @@ namespace Core
 /// The counter that hands out the ids of one class, found by the class's type name.
 ///
 /// It lives in this library alone, so every module of the process counts with the same one: a static member
-/// of a template would exist once per module. Threads  any. The reference stays valid until the process ends.
+/// of a template would exist once per module.
+/// Threads  any. The reference stays valid until the process ends.
 CORE_API std::atomic<std::uint64_t>& instanceCounter(const char* typeName);
 
 /// Base class that gives each object of class T an id, unique among the objects of T in this process.
@@ -22,6 +23,7 @@ template <class T>
 class InstanceId
 {
 public:
+    /// The object's number.
     std::uint64_t id() const noexcept { return mId; }
 
 protected:

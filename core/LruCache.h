@@ -21,8 +21,7 @@ namespace Core
 /// left.
 ///
 /// Threads  all operations from any thread. Loaders run outside the lock, so two threads may load one key at
-/// once; the
-///          first to finish is kept.
+///          once; the first to finish is kept.
 template <class Key, class Value, class Size = CacheEntrySizeCount<Value>>
 class LruCache : private NonCopyable
 {
@@ -43,7 +42,7 @@ public:
 
     /// Copies the key's value to `out`, loading it first when it is absent.
     /// @param loader  bool(Value& value, std::stop_token), true when it produced the value; called without
-    /// the lock
+    ///                the lock
     /// @return false when the loader failed or a stop was requested; the cache is then unchanged
     template <class Loader>
     bool getOrLoad(const Key& key, Value& out, Loader&& loader, std::stop_token stopToken)
@@ -122,6 +121,7 @@ public:
         return found->second->value;
     }
 
+    /// Whether the key has a value; does not count as a use of it.
     bool contains(const Key& key) const
     {
         const std::scoped_lock lock(mMutex);
@@ -151,6 +151,7 @@ public:
         return mWeight;
     }
 
+    /// Largest total weight.
     std::uint64_t capacity() const noexcept { return mCapacity; }
 
 private:

@@ -20,6 +20,7 @@ public:
     /// @throws std::runtime_error  naming the path when it cannot be opened or is a folder
     explicit PositionalFile(std::filesystem::path path);
     ~PositionalFile();
+    /// Takes the open file over; the other may only be destroyed or assigned to.
     PositionalFile(PositionalFile&&) noexcept;
     PositionalFile& operator=(PositionalFile&&) noexcept;
 
@@ -31,6 +32,7 @@ public:
     /// @throws std::runtime_error  naming path, offset and length when the file ends before or the read fails
     void readAt(std::uint64_t offset, std::span<std::byte> out) const;
 
+    /// As it was opened.
     const std::filesystem::path& path() const noexcept;
 
 private:

@@ -20,15 +20,18 @@ namespace Core
 /// Reads values on worker threads before they are asked for.
 ///
 /// Never more is in flight than a number of bytes: requested and not yet taken, whether read or not. One
-/// value is, however large. Threads  all operations from any thread.
+/// value is, however large.
+/// Threads  all operations from any thread.
 template <class Key, class Value>
 class ReadAhead : private NonCopyable
 {
 public:
     /// Fills in a value. Returns false when a stop was requested or there is none; it may throw to tell why.
     using Source = std::function<bool(const Key&, Value&, std::stop_token)>;
+    /// Whether the source has a key's value without reading.
     using IsAtHand = std::function<bool(const Key&)>;
 
+    /// 8 MiB.
     static constexpr std::size_t kDefaultMaxBytesInFlight = std::size_t{8} << 20U;
 
     /// @param source    called on the pool's threads, several values at once, and by get()
@@ -49,12 +52,14 @@ public:
         mState->isAtHand = nullptr;
     }
 
+    /// Most bytes in flight from now on; what is in flight stays.
     void setMaxBytesInFlight(std::size_t bytes)
     {
         const std::scoped_lock lock(mState->mutex);
         mState->maxBytesInFlight = bytes;
     }
 
+    /// Most bytes in flight.
     std::size_t maxBytesInFlight() const
     {
         const std::scoped_lock lock(mState->mutex);
@@ -110,8 +115,7 @@ public:
 
     /// Takes a value: waits for it when it is in flight, and otherwise reads it on the calling thread.
     /// @return false when a stop was requested or the source returned false; the value stays in flight after
-    /// a
-    ///         stop request
+    ///         a stop request
     /// @throws what the source throws
     bool get(const Key& key, Value& value, std::stop_token stopToken)
     {

@@ -45,6 +45,7 @@ public:
     /// The value taken by the last update() that returned true, a default one before that.
     T& front() noexcept { return mSlots[mFront]; }
 
+    /// The same, to read only.
     const T& front() const noexcept { return mSlots[mFront]; }
 
 private:

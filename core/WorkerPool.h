@@ -20,6 +20,7 @@ class CORE_API WorkerPool : private NonCopyable
     struct State;
 
 public:
+    /// What a worker runs.
     using Job = std::function<void()>;
 
     /// One user's jobs.
@@ -60,6 +61,7 @@ public:
     /// @param threadCount  0 stands for one per core
     void setThreadCount(std::size_t threadCount);
 
+    /// Most threads.
     std::size_t threadCount() const;
 
     /// The process's pool, which lives as long as somebody holds it.

@@ -16,12 +16,12 @@ public:
 
     /// Writes an 8-bit RGBA PNG. The file appears under its name only when it is complete.
     /// @throws std::runtime_error  naming the path and the reason; an older file of that name then stays as
-    /// it was
+    ///                             it was
     void writePng(const std::filesystem::path& path) const;
 
     /// Reads a PNG of any colour type and depth, converted to 8-bit RGBA.
     /// @throws std::runtime_error  naming the path and what is wrong; sizes are checked before memory is
-    /// taken
+    ///                             taken
     static ColorImage readPng(const std::filesystem::path& path);
 };
 }  // namespace Graphics

@@ -12,11 +12,12 @@ namespace Graphics
 /// What a .dzi file says about an image pyramid.
 ///
 /// The levels are numbered from one pixel up: the last one is the whole picture, each other one half as wide
-/// and high as the next, rounded up. Threads  a plain value.
+/// and high as the next, rounded up.
+/// Threads  a plain value.
 struct GRAPHICS_API DeepZoomDescription
 {
-    std::uint32_t width = 0;  ///< of the finest level, pixels
-    std::uint32_t height = 0;
+    std::uint32_t width = 0;     ///< of the finest level, pixels
+    std::uint32_t height = 0;    ///< of the finest level, pixels
     std::uint32_t tileSize = 0;  ///< of a tile without its overlap
     std::uint32_t overlap = 0;   ///< pixels that a tile shares with each neighbour
     std::string format;          ///< extension of the tiles: "png", "jpg" or "jpeg"
@@ -24,6 +25,7 @@ struct GRAPHICS_API DeepZoomDescription
     /// Number of the finest level; the coarsest is 0.
     std::uint32_t lastLevel() const noexcept;
 
+    /// Size of a level, pixels.
     std::uint32_t levelWidth(std::uint32_t level) const noexcept;
     std::uint32_t levelHeight(std::uint32_t level) const noexcept;
 

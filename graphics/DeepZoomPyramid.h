@@ -50,8 +50,7 @@ public:
     /// Puts a part of a level together from the tiles that hold it.
     /// @param part      inside the level
     /// @param readTile  std::optional<Image>(path, width, height), reads a tile of this size or throws;
-    /// nothing when it
-    ///                  was stopped
+    ///                  nothing when it was stopped
     /// @return nothing when a tile was stopped
     template <class Image, class ReadTile>
     std::optional<Image> readRegion(std::uint32_t level, const ImageRegion& part, const ReadTile& readTile)

@@ -25,14 +25,14 @@ public:
 /// The raw values of a 16-bit grey PNG, row by row without padding.
 struct Gray16Image
 {
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    std::vector<std::uint16_t> values;
+    std::uint32_t width = 0;            ///< pixels
+    std::uint32_t height = 0;           ///< pixels
+    std::vector<std::uint16_t> values;  ///< width x height of them
 };
 
 /// Reads a 16-bit grey PNG without any conversion of its values.
 /// @throws std::runtime_error  naming the path when it is broken, too large, or of another colour type or
-/// depth
+///                             depth
 GRAPHICS_API Gray16Image readGray16Png(const std::filesystem::path& path);
 
 /// Writes a 16-bit grey PNG.

@@ -12,13 +12,15 @@ namespace Graphics
 /// Rows of pixels in one block of memory, top row first.
 ///
 /// A row takes rowPitch() bytes, at least width() x sizeof(Pixel); the bytes after the last pixel of a row
-/// mean nothing. Threads  a plain value.
+/// mean nothing.
+/// Threads  a plain value.
 template <class Pixel>
 class Image
 {
     static_assert(std::is_trivially_copyable_v<Pixel>);
 
 public:
+    /// What a pixel is made of.
     using PixelType = Pixel;
 
     Image() = default;
@@ -37,8 +39,10 @@ public:
     /// Sets every pixel.
     void fill(const Pixel& value);
 
+    /// Pixels in a row.
     std::uint64_t width() const noexcept { return mWidth; }
 
+    /// Number of rows.
     std::uint64_t height() const noexcept { return mHeight; }
 
     /// Bytes from one row to the next.
@@ -47,14 +51,18 @@ public:
     /// rowPitch() x height().
     std::uint64_t sizeInBytes() const noexcept { return mRowPitch * mHeight; }
 
+    /// Whether there is no pixel.
     bool empty() const noexcept { return sizeInBytes() == 0; }
 
+    /// The first byte of the first row.
     char* data() noexcept { return mData.data(); }
 
+    /// The same, to read only.
     const char* data() const noexcept { return mData.data(); }
 
     /// The pixel at column x of row y; not range checked.
     Pixel pixel(std::uint64_t x, std::uint64_t y) const noexcept;
+    /// Replaces that pixel; not range checked.
     void setPixel(std::uint64_t x, std::uint64_t y, const Pixel& value) noexcept;
 
 private:

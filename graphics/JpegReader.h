@@ -13,7 +13,8 @@ namespace Graphics
 {
 /// Reads a grey or colour JPEG; alpha is 255.
 ///
-/// Damaged and truncated files are errors, also where the decoder could make something up. Threads  any.
+/// Damaged and truncated files are errors, also where the decoder could make something up.
+/// Threads  any.
 /// @param acceptSize  void(width, height), throws for a size that is not wanted, before memory is taken for
 ///                    the pixels; may be empty
 /// @param maxFileSize  in bytes

@@ -17,11 +17,12 @@ namespace Graphics
 /// Threads  a plain value.
 struct PanoramaDescription
 {
+    /// Name of the file in the panorama's folder.
     static constexpr const char* kFileName = "panorama.json";
 
-    std::string color =
-        "color.dzi";  ///< path of the colour pyramid's description inside the folder, with "/"
-    std::string depth = "depth.dzi";
+    /// Path of the colour pyramid's description inside the folder, with "/".
+    std::string color = "color.dzi";
+    std::string depth = "depth.dzi";               ///< the same of the depth pyramid
     double depthScale = 1.0 / 512.0;               ///< metres along the ray for each step of a depth code
     std::vector<std::uint16_t> noDepth{0, 65535};  ///< codes that say that nothing was measured
     Eigen::Matrix4d pose = Eigen::Matrix4d::Identity();  ///< from the panorama's frame to its surroundings

@@ -20,9 +20,9 @@ public:
     /// One tile of one level.
     struct TileIndex
     {
-        std::uint64_t level = 0;
-        std::uint64_t column = 0;
-        std::uint64_t row = 0;
+        std::uint64_t level = 0;   ///< 0 is the coarsest
+        std::uint64_t column = 0;  ///< 0 is on the left
+        std::uint64_t row = 0;     ///< 0 is at the top
 
         friend bool operator==(const TileIndex&, const TileIndex&) = default;
     };
@@ -32,6 +32,7 @@ public:
     PanoramaLoader(const PanoramaLoader&) = delete;
     PanoramaLoader& operator=(const PanoramaLoader&) = delete;
 
+    /// Number of levels that have colours, or depths; level 0 is the coarsest.
     virtual std::uint64_t numColorLevels() const = 0;
     virtual std::uint64_t numDepthLevels() const = 0;
 

@@ -39,11 +39,11 @@ public:
 
     /// Fills `pixels`, rows without padding.
     /// @param format  SPNG_FMT_RGBA8, or SPNG_FMT_PNG for the values as they are in the byte order of this
-    /// machine
+    ///                machine
     /// @param stopToken  looked at before each row
     /// @return false when a stop was requested; some rows are not filled then
     /// @throws std::runtime_error  naming the path and what is wrong, also for a size that is not that of the
-    /// picture
+    ///                             picture
     bool decode(std::span<std::byte> pixels, spng_format format, const std::stop_token& stopToken = {});
 
     /// Throws std::runtime_error with the path and the reason.

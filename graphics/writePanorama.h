@@ -23,8 +23,7 @@ namespace Graphics
 /// @param tileSize     1 to 4096 pixels
 /// @param description  its paths name where the pyramids go
 /// @throws std::invalid_argument  for pictures without pixels or of more than 16384 on a side, or another
-/// tile
-///                                size
+///                                tile size
 /// @throws std::runtime_error     naming the file that cannot be written
 GRAPHICS_API void writePanorama(
     const std::filesystem::path& folder,

@@ -26,19 +26,21 @@ public:
     {
     }
 
+    /// Of red, green, blue and alpha.
     constexpr Color(unsigned char r, unsigned char g, unsigned char b, unsigned char a) noexcept
         : mBlue(b), mGreen(g), mRed(r), mAlpha(a)
     {
     }
 
     /// From hue in degrees (any value, wrapped to 0..360), saturation, value and alpha in 0..1 (clamped);
-    /// channels are rounded to the nearest byte. A NaN counts as 0. Source  A. R. Smith, "Color Gamut
-    /// Transform Pairs", SIGGRAPH 1978.
+    /// channels are rounded to the nearest byte. A NaN counts as 0.
+    /// Source  A. R. Smith, "Color Gamut Transform Pairs", SIGGRAPH 1978.
     static Color fromHsv(float hueDeg, float saturation, float value, float alpha) noexcept;
 
     /// White with the given alpha.
     static constexpr Color white(unsigned char alpha) noexcept { return Color(255, 255, 255, alpha); }
 
+    /// Replaces all four channels.
     constexpr void set(unsigned char r, unsigned char g, unsigned char b, unsigned char a) noexcept
     {
         mBlue = b;
@@ -47,12 +49,16 @@ public:
         mAlpha = a;
     }
 
+    /// The red channel.
     constexpr unsigned char r() const noexcept { return mRed; }
 
+    /// The green channel.
     constexpr unsigned char g() const noexcept { return mGreen; }
 
+    /// The blue channel.
     constexpr unsigned char b() const noexcept { return mBlue; }
 
+    /// Opacity; 255 is opaque.
     constexpr unsigned char a() const noexcept { return mAlpha; }
 
     /// The packed form 0xAARRGGBB.

@@ -16,12 +16,16 @@ class ConvexPolytope
 public:
     ConvexPolytope() = default;
 
+    /// What lies in all of the half-spaces.
     explicit ConvexPolytope(std::vector<HalfSpace<T, N>> halfSpaces) : mHalfSpaces(std::move(halfSpaces)) {}
 
+    /// As given.
     const std::vector<HalfSpace<T, N>>& halfSpaces() const noexcept { return mHalfSpaces; }
 
+    /// Number of half-spaces.
     std::size_t size() const noexcept { return mHalfSpaces.size(); }
 
+    /// Whether there are no half-spaces, so that nothing is cut away.
     bool empty() const noexcept { return mHalfSpaces.empty(); }
 
     /// True when the point satisfies every half-space, borders included.

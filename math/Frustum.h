@@ -13,10 +13,10 @@ namespace Math
 template <class T>
 struct Frustum
 {
-    static constexpr std::size_t kNear = 4;
-    static constexpr std::size_t kFar = 5;
+    static constexpr std::size_t kNear = 4;  ///< index of the near plane
+    static constexpr std::size_t kFar = 5;   ///< index of the far plane
 
-    std::array<HalfSpace<T, 3>, 6> planes{};
+    std::array<HalfSpace<T, 3>, 6> planes{};  ///< inward, in the order above
 
     /// True when the point satisfies all six planes, borders included.
     constexpr bool contains(const Point<T, 3>& point) const noexcept

@@ -10,16 +10,18 @@ namespace Math
 template <class T, std::size_t N>
 struct HalfSpace;
 
+/// In space: a x + b y + c z + d >= 0.
 template <class T>
 struct HalfSpace<T, 3>
 {
-    T a{};
-    T b{};
-    T c{};
-    T d{};
+    T a{};  ///< of the normal (a, b, c)
+    T b{};  ///< of the normal
+    T c{};  ///< of the normal
+    T d{};  ///< what evaluate() gives for the origin
 
     constexpr HalfSpace() = default;
 
+    /// Of normal and distance.
     constexpr HalfSpace(T aValue, T bValue, T cValue, T dValue) : a(aValue), b(bValue), c(cValue), d(dValue)
     {
     }

@@ -12,7 +12,8 @@ namespace Math
 /// An axis-aligned box, empty while the minimum exceeds the maximum on some axis.
 ///
 /// The default box is the empty one that any first point replaces: min at the largest, max at the lowest
-/// value. Threads  a plain value.
+/// value.
+/// Threads  a plain value.
 template <class T, std::size_t N>
 class NBoundingBox
 {
@@ -26,12 +27,16 @@ public:
         }
     }
 
+    /// Between two corners, taken as they are.
     constexpr NBoundingBox(const Point<T, N>& min, const Point<T, N>& max) : mMin(min), mMax(max) {}
 
+    /// The corner of the lowest coordinates.
     constexpr const Point<T, N>& min() const noexcept { return mMin; }
 
+    /// The corner of the highest coordinates.
     constexpr const Point<T, N>& max() const noexcept { return mMax; }
 
+    /// Whether the lowest coordinate is above the highest on any axis; a box of one point is not empty.
     constexpr bool isEmpty() const noexcept
     {
         for (std::size_t axis = 0; axis < N; ++axis)

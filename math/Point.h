@@ -13,16 +13,18 @@ struct Point;
 template <class T>
 struct Point<T, 2>
 {
-    T x{};
-    T y{};
+    T x{};  ///< first coordinate
+    T y{};  ///< second coordinate
 
     constexpr Point() = default;
 
+    /// Of coordinates.
     constexpr Point(T xValue, T yValue) : x(xValue), y(yValue) {}
 
     /// Coordinate i, 0 to 1; not range checked.
     constexpr T& operator[](std::size_t i) { return i == 0 ? x : y; }
 
+    /// A coordinate by its number; not range checked.
     constexpr const T& operator[](std::size_t i) const { return i == 0 ? x : y; }
 
     friend constexpr bool operator==(const Point&, const Point&) = default;
@@ -32,17 +34,19 @@ struct Point<T, 2>
 template <class T>
 struct Point<T, 3>
 {
-    T x{};
-    T y{};
-    T z{};
+    T x{};  ///< first coordinate
+    T y{};  ///< second coordinate
+    T z{};  ///< third coordinate
 
     constexpr Point() = default;
 
+    /// Of coordinates.
     constexpr Point(T xValue, T yValue, T zValue) : x(xValue), y(yValue), z(zValue) {}
 
     /// Coordinate i, 0 to 2; not range checked.
     constexpr T& operator[](std::size_t i) { return i == 0 ? x : (i == 1 ? y : z); }
 
+    /// A coordinate by its number; not range checked.
     constexpr const T& operator[](std::size_t i) const { return i == 0 ? x : (i == 1 ? y : z); }
 
     friend constexpr bool operator==(const Point&, const Point&) = default;

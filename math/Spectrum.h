@@ -11,12 +11,14 @@ namespace Boundary
 /// Values below the range count as its minimum, values above as its maximum; NaN counts as the minimum.
 struct MATH_API ClampToBorder
 {
+    /// The value within 0..1 that counts.
     static float apply(float x) noexcept;
 };
 
 /// Values wrap around: 1.25 is 0.25, -0.25 is 0.75; NaN and infinities count as 0.
 struct MATH_API Repeat
 {
+    /// The value within 0..1 that counts.
     static float apply(float x) noexcept;
 };
 }  // namespace Boundary

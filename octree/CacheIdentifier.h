@@ -13,14 +13,15 @@ namespace Octree
 /// coordinates, and the data sets that attributes are taken from besides.
 struct CacheIdentifier
 {
-    Location location;
-    double unitScale = 1.0;
+    Location location;                          ///< of the data set
+    double unitScale = 1.0;                     ///< scene units per data unit
     std::vector<Location> externalLocations{};  ///< in the order in which they are asked
 
     friend bool operator==(const CacheIdentifier&, const CacheIdentifier&) = default;
 };
 }  // namespace Octree
 
+/// Equal identifiers have equal hashes.
 template <>
 struct std::hash<Octree::CacheIdentifier>
 {

@@ -25,6 +25,7 @@ enum class Kind
 class OCTREE_API Location
 {
 public:
+    /// A location of either kind.
     Location(PoTree::FileSystemLocation location);  // implicit on purpose: a location of a kind is a location
     Location(Entwine::FileSystemLocation location);
 
@@ -32,6 +33,7 @@ public:
     /// else the three files. Also accepts the path of the metadata.json or ept.json itself.
     static Location fromPath(const std::filesystem::path& path);
 
+    /// Which kind of data set lies there.
     Kind kind() const noexcept;
 
     /// The data set's folder.
@@ -51,6 +53,7 @@ private:
 };
 }  // namespace Octree
 
+/// Location::hash().
 template <>
 struct std::hash<Octree::Location>
 {

@@ -66,14 +66,14 @@ constexpr bool hasNormal(unsigned mask) noexcept
 /// Frame    positions relative to the octree's position, times its unit scale (Octree::Octree).
 struct OCTREE_API NodePointColumns
 {
-    std::size_t pointCount = 0;
-    std::vector<Math::Point<double, 3>> positions;
-    std::vector<Math::Color> colors;         ///< the colour to draw with, see NodePointData::color
-    std::vector<std::uint16_t> intensities;  ///< as stored
-    std::vector<std::uint8_t> classifications;
-    std::vector<std::uint32_t> scanIndices;
-    std::vector<std::uint8_t> visibilities;  ///< 0 visible, anything else hidden
-    std::vector<Math::Point<float, 3>> normals;
+    std::size_t pointCount = 0;                     ///< how many points there are
+    std::vector<Math::Point<double, 3>> positions;  ///< see above
+    std::vector<Math::Color> colors;                ///< the colour to draw with, see NodePointData::color
+    std::vector<std::uint16_t> intensities;         ///< as stored
+    std::vector<std::uint8_t> classifications;      ///< as stored
+    std::vector<std::uint32_t> scanIndices;         ///< as stored
+    std::vector<std::uint8_t> visibilities;         ///< 0 visible, anything else hidden
+    std::vector<Math::Point<float, 3>> normals;     ///< as stored
 
     /// Empties all arrays without giving up their storage.
     void clear() noexcept;
@@ -97,8 +97,10 @@ public:
     /// The attributes that are wanted.
     unsigned attributeMask() const noexcept { return mAttributeMask; }
 
+    /// Number of points.
     std::size_t size() const noexcept { return mColumns.pointCount; }
 
+    /// Of a point in the octree's frame; not range checked.
     const Math::Point<double, 3>& position(std::size_t i) const noexcept { return mColumns.positions[i]; }
 
     /// The colour to draw the point with: its own where the data set has colours, else grey by its
@@ -108,6 +110,7 @@ public:
     /// The arrays: filled by the readers, read by those who want whole columns.
     NodePointColumns& columns() noexcept { return mColumns; }
 
+    /// The same, to read only.
     const NodePointColumns& columns() const noexcept { return mColumns; }
 
 private:

@@ -26,19 +26,20 @@ class PointSink;
 /// One attribute of a data set as its metadata describes it.
 struct AttributeInfo
 {
-    std::string name;
+    std::string name;               ///< as the metadata spells it
     std::string type;               ///< int8 .. int64, uint8 .. uint64, float, double
     std::uint64_t sizeInBytes = 0;  ///< bytes per point as the metadata says
     std::vector<double> min;        ///< one value per element; empty when the data set does not say
-    std::vector<double> max;
+    std::vector<double> max;        ///< likewise
 };
 
 /// One node of the hierarchy, without its points.
 struct NodeInfo
 {
-    OctreeNodeId id;
-    std::uint64_t pointCount = 0;
-    unsigned childMask = 0;
+    OctreeNodeId id;               ///< which node
+    std::uint64_t pointCount = 0;  ///< hidden points included
+    unsigned childMask = 0;        ///< bit i: child i exists
+    /// whether all, none or some of its points are visible
     NodeVisibilityType visibility = NodeVisibilityType::PerPoint;
 };
 
@@ -64,6 +65,7 @@ public:
     Octree(const Octree&) = delete;
     Octree& operator=(const Octree&) = delete;
 
+    /// Where the data set lies, and its kind.
     const Location& location() const noexcept;
     Kind kind() const noexcept;
 
@@ -76,6 +78,7 @@ public:
     /// The origin of the octree's frame in absolute coordinates.
     Math::Point<double, 3> position() const noexcept;
 
+    /// Scene units per data unit.
     double unitScale() const noexcept;
 
     /// @throws std::invalid_argument  for a value that is not above 0 and finite
@@ -102,6 +105,7 @@ public:
     /// this: writers round.
     Math::Point<double, 3> positionStep() const noexcept;
 
+    /// The node that all others lie below.
     OctreeNodeId root() const noexcept;
 
     /// Level of a node, 0 for the root.

@@ -25,12 +25,16 @@ public:
         }
     }
 
+    /// The first child.
     const OctreeNodeId* begin() const noexcept { return mIds.data(); }
 
+    /// Behind the last child.
     const OctreeNodeId* end() const noexcept { return mIds.data() + mCount; }
 
+    /// Number of children, 0 to 8.
     std::size_t size() const noexcept { return mCount; }
 
+    /// Whether there are no children.
     bool empty() const noexcept { return mCount == 0; }
 
 private:

@@ -70,6 +70,7 @@ private:
 static_assert(sizeof(OctreeNodeId) == 8);
 }  // namespace Octree
 
+/// Equal ids have equal hashes.
 template <>
 struct std::hash<Octree::OctreeNodeId>
 {

@@ -17,17 +17,18 @@ namespace Octree
 /// Threads  a plain value.
 struct PointBlock
 {
+    /// Most points of a block.
     static constexpr std::size_t kCapacity = 256;
 
-    std::size_t pointCount = 0;
-    unsigned attributes = kNoAttributes;  ///< AttributeMask bits of what is there; never normals
-    std::array<double, kCapacity> x{};
-    std::array<double, kCapacity> y{};
-    std::array<double, kCapacity> z{};
-    std::array<Math::Color, kCapacity> colors{};
-    std::array<std::uint16_t, kCapacity> intensities{};
-    std::array<std::uint8_t, kCapacity> classifications{};
-    std::array<std::uint32_t, kCapacity> scanIndices{};
-    std::array<std::uint8_t, kCapacity> visibilities{};  ///< 0 visible, anything else hidden
+    std::size_t pointCount = 0;                   ///< how many points there are
+    unsigned attributes = kNoAttributes;          ///< AttributeMask bits of what is there; never normals
+    std::array<double, kCapacity> x{};            ///< positions
+    std::array<double, kCapacity> y{};            ///< positions
+    std::array<double, kCapacity> z{};            ///< positions
+    std::array<Math::Color, kCapacity> colors{};  ///< to draw with
+    std::array<std::uint16_t, kCapacity> intensities{};     ///< as stored
+    std::array<std::uint8_t, kCapacity> classifications{};  ///< as stored
+    std::array<std::uint32_t, kCapacity> scanIndices{};     ///< as stored
+    std::array<std::uint8_t, kCapacity> visibilities{};     ///< 0 visible, anything else hidden
 };
 }  // namespace Octree

@@ -20,8 +20,7 @@ public:
     virtual void begin(std::size_t pointCount, std::size_t visibleCount) = 0;
 
     /// @param block  the next points, lent for the call. The sink may change it, and finds attributes that
-    /// are
-    ///               not there in the next block as it left them.
+    ///               are not there in the next block as it left them.
     virtual void take(PointBlock& block) = 0;
 };
 }  // namespace Octree

@@ -42,6 +42,7 @@ public:
     /// As it lies on disk.
     std::vector<std::byte>& stored = buffers()[0];
 
+    /// After decompression.
     std::vector<std::byte>& unpacked = buffers()[1];
 
 private:

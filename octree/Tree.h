@@ -25,15 +25,16 @@ class PointSink;
 /// Frame    absolute coordinates, in data units.
 struct TreeDescription
 {
-    std::string name;
-    std::string encoding;
+    std::string name;                            ///< may be empty
+    std::string encoding;                        ///< see Octree::encoding()
     Math::Point<double, 3> position;             ///< the origin that point positions are relative to
     Math::NBoundingBox<double, 3> boundingBox;   ///< tight
     Math::NBoundingBox<double, 3> boundingCube;  ///< the root's
     double spacing = 0.0;                        ///< point spacing of the root
     Math::Point<double, 3> positionStep;         ///< of stored integers; 0 for floating-point numbers
-    std::vector<AttributeInfo> attributes;
-    unsigned attributeMask = kNoAttributes;  ///< AttributeMask bits of what points have
+    std::vector<AttributeInfo> attributes;       ///< in storage order
+    unsigned attributeMask = kNoAttributes;      ///< AttributeMask bits of what points have
+    /// Lowest and highest intensity, between which grey is spread.
     std::pair<std::uint16_t, std::uint16_t> intensityRange{std::uint16_t{0}, std::uint16_t{65535}};
 };
 
@@ -45,6 +46,7 @@ class Tree
 public:
     virtual ~Tree() = default;
 
+    /// The same all the time.
     virtual const TreeDescription& description() const noexcept = 0;
 
     /// The node's record, or nothing when the node does not exist or a stop was requested.

@@ -99,7 +99,7 @@ struct EptSummary
 /// they lie in the order given. The same arguments give the same bytes.
 /// @param folder  is created when missing; tiles and hierarchy files that lie there are removed
 /// @throws std::invalid_argument  for options out of range, unknown dimensions, or a value that does not fit
-/// its dimension
+///                                its dimension
 /// @throws std::runtime_error     naming the file that could not be written
 EptSummary writeEpt(
     const std::filesystem::path& folder, std::span<const SamplePoint> points, const EptWriterOptions& options

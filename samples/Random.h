@@ -6,7 +6,7 @@ namespace Samples
 {
 /// Spreads the bits of a number over all 64, one to one.
 /// Source   finalizer of SplitMix64: G. L. Steele et al., "Fast Splittable Pseudorandom Number Generators"
-/// (2014).
+///          (2014).
 constexpr std::uint64_t scrambled(std::uint64_t value) noexcept
 {
     value = (value ^ (value >> 30U)) * 0xbf58476d1ce4e5b9U;

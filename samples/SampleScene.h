@@ -27,9 +27,9 @@ struct SceneHit
 /// a power line, on a sunny morning in spring.
 ///
 /// The scene is made of shapes with materials, and the same seed gives the same shapes on every platform.
-/// What is taken of it (scans, and pictures through raycast) therefore fits together. Frame    metres, x
-/// east, y north, z up, from the corner at `kOrigin`; 0 to `kSize` east and north. A scan is in
-///          absolute coordinates.
+/// What is taken of it (scans, and pictures through raycast) therefore fits together.
+/// Frame  metres, x east, y north, z up, from the corner at `kOrigin`; 0 to `kSize` east and north. A scan is
+///        in absolute coordinates.
 /// Threads  const operations from any threads at once.
 class SampleScene
 {

@@ -36,7 +36,6 @@ struct PlacementOptions
 /// points' order. Points outside the cube go to the nodes nearest to them.
 /// @return the nodes in breadth-first order; none for no points
 /// Source   Poisson-disk sampling by dart throwing on a grid: R. Bridson, "Fast Poisson Disk Sampling in
-/// Arbitrary Dimensions"
-///          (2007), with the given points as the darts.
+///          Arbitrary Dimensions" (2007), with the given points as the darts.
 std::vector<PlacedNode> placePoints(std::span<const SamplePoint> points, const PlacementOptions& options);
 }  // namespace Samples

@@ -23,6 +23,6 @@ std::uint64_t colorCode(std::uint16_t r, std::uint16_t g, std::uint16_t b) noexc
 
 /// A normal in 16 bits: octahedral coordinates, high byte x, low byte y, each -1 to 1 over 0 to 255.
 /// Source   Z. H. Cigolle et al., "A Survey of Efficient Representations for Independent Unit Vectors"
-/// (2014).
+///          (2014).
 std::uint16_t octahedralNormal(float x, float y, float z) noexcept;
 }  // namespace Samples

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building and testing need. Does nothing, quickly, when all are there.
 #
-#   scripts/install-packages.sh             everything
+#   scripts/install-packages.sh             everything but the fuzzers
 #   scripts/install-packages.sh native      what building and running on this host need
 #   scripts/install-packages.sh windows     what building for Windows and running under Wine need besides
 #   scripts/install-packages.sh tests       what the tests need besides
+#   scripts/install-packages.sh docs        what the reference of the interface is made by
 #   scripts/install-packages.sh fuzz        what the fuzzers need besides
 #   scripts/install-packages.sh --list      prints them
 set -euo pipefail
@@ -26,12 +27,15 @@ windows=(
     wine64 wine libwine xvfb xauth libgl1-mesa-dri
 )
 tests=(
-    ccache clang-format clang-tidy git
+    ccache clang clang-format clang-tidy git lld
     libgtest-dev libgmock-dev libbenchmark-dev
     # writes image pyramids for a test
     libvips-tools
     # read completions and the manual page
     zsh groff-base
+)
+docs=(
+    doxygen
 )
 fuzz=(
     clang libclang-rt-14-dev
@@ -39,16 +43,17 @@ fuzz=(
 
 packages=()
 isList=false
-[ $# -gt 0 ] || set -- native windows tests
+[ $# -gt 0 ] || set -- native windows tests docs
 for group in "$@"; do
     case $group in
         native) packages+=("${native[@]}") ;;
         windows) packages+=("${windows[@]}") ;;
         tests) packages+=("${tests[@]}") ;;
+        docs) packages+=("${docs[@]}") ;;
         fuzz) packages+=("${fuzz[@]}") ;;
-        --list) isList=true packages=("${native[@]}" "${windows[@]}" "${tests[@]}" "${fuzz[@]}") ;;
+        --list) isList=true packages=("${native[@]}" "${windows[@]}" "${tests[@]}" "${docs[@]}" "${fuzz[@]}") ;;
         *)
-            echo "install-packages: '$group' is not known, expected native, windows, tests or fuzz" >&2
+            echo "install-packages: '$group' is not known, expected native, windows, tests, docs or fuzz" >&2
             exit 2
             ;;
     esac

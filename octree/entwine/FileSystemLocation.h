@@ -11,10 +11,13 @@ namespace Entwine
 class OCTREE_API FileSystemLocation
 {
 public:
+    /// The folder need not exist.
     explicit FileSystemLocation(std::filesystem::path folder) : mFolder(std::move(folder)) {}
 
+    /// As given.
     const std::filesystem::path& folder() const noexcept { return mFolder; }
 
+    /// The path of ept.json.
     std::filesystem::path metadataFile() const;
 
     /// True when the folder holds an ept.json.

@@ -21,10 +21,11 @@ namespace Entwine
 class Hierarchy
 {
 public:
+    /// What is known of a node without its points.
     struct Node
     {
-        std::uint64_t pointCount = 0;
-        unsigned childMask = 0;
+        std::uint64_t pointCount = 0;  ///< of its tile
+        unsigned childMask = 0;        ///< bit i: child i exists
     };
 
     /// @param folder  the one with the JSON files

@@ -32,6 +32,7 @@ public:
         std::string_view text, const Octree::OctreeNodeId& first, const std::filesystem::path& file
     );
 
+    /// The node that the file begins with.
     const Octree::OctreeNodeId& first() const noexcept { return mFirst; }
 
     /// The node's number of points or kElsewhere; nothing when the file does not list it.
@@ -43,10 +44,11 @@ public:
     /// Number of nodes listed.
     std::size_t size() const noexcept { return mEntries.size(); }
 
+    /// One node that the file lists.
     struct Entry
     {
-        Octree::OctreeNodeId id;
-        std::int64_t count;
+        Octree::OctreeNodeId id;  ///< which node
+        std::int64_t count;       ///< number of points, or kElsewhere
     };
 
 private:

@@ -34,14 +34,14 @@ enum class NumberType
 /// One dimension of the schema: value = stored number x scale + offset.
 struct Dimension
 {
-    std::string name;
-    NumberType type = NumberType::Unsigned;
-    std::size_t size = 1;  ///< bytes: 1 to 8, floating-point numbers 4 or 8
-    double scale = 1.0;
-    double offset = 0.0;
-    std::optional<double> minimum;  ///< of the values, where the file says; both or none
-    std::optional<double> maximum;
-    std::size_t byteOffset = 0;  ///< within a row
+    std::string name;                        ///< as the file spells it
+    NumberType type = NumberType::Unsigned;  ///< of the stored number
+    std::size_t size = 1;                    ///< bytes: 1 to 8, floating-point numbers 4 or 8
+    double scale = 1.0;                      ///< see above
+    double offset = 0.0;                     ///< see above
+    std::optional<double> minimum;           ///< of the values, where the file says; both or none
+    std::optional<double> maximum;           ///< of the values; both or none
+    std::size_t byteOffset = 0;              ///< within a row
 };
 
 /// A checked ept.json.
@@ -50,7 +50,7 @@ struct Dimension
 /// Threads  a plain value.
 struct Metadata
 {
-    DataType dataType = DataType::Binary;
+    DataType dataType = DataType::Binary;        ///< how tiles are stored
     Math::NBoundingBox<double, 3> boundingCube;  ///< the root's
     Math::NBoundingBox<double, 3> boundingBox;   ///< around the points, as the file says
     double spacing = 0.0;                        ///< of the root: edge of the cube / span

@@ -11,7 +11,8 @@ namespace Entwine
 /// An answer that is found once and then remembered, the failure to find it too.
 ///
 /// The search runs outside the lock, so nobody waits for it; threads that ask at the same time search each on
-/// their own and take the answer that came first. Threads  all operations from any threads at once.
+/// their own and take the answer that came first.
+/// Threads  all operations from any threads at once.
 template <class T>
 class RememberedAnswer
 {

@@ -37,6 +37,7 @@ public:
         const std::stop_token& stopToken
     ) const;
 
+    /// The path of a node's tile.
     std::filesystem::path fileOf(const Octree::OctreeNodeId& id) const;
 
 private:

@@ -21,8 +21,7 @@ namespace Entwine
 /// @param size  bytes that come out
 /// @param out   replaced by the unpacked bytes; keeps its capacity from call to call
 /// @return false when a stop was requested before or meanwhile; it is looked at before and after the
-/// unpacking, which
-///         takes some tenths of a second for the largest node
+///         unpacking, which takes some tenths of a second for the largest node
 /// @throws std::runtime_error  for a broken or truncated frame, bytes after its end, or another size
 OCTREE_API bool zstdDecode(
     std::span<const std::byte> in,

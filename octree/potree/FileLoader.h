@@ -64,8 +64,10 @@ public:
     /// @throws std::runtime_error  naming the file, as readHierarchyChunk()
     OCTREE_API void checkHierarchyChunk(std::uint64_t offset, std::uint64_t size) const;
 
+    /// The path of hierarchy.bin.
     const std::filesystem::path& hierarchyFile() const noexcept { return mHierarchy.path(); }
 
+    /// The path of octree.bin.
     const std::filesystem::path& octreeFile() const noexcept { return mOctree.path(); }
 
     /// Eighty times the largest chunk of four levels; its nodes take about 90 MB.

@@ -11,10 +11,13 @@ namespace PoTree
 class OCTREE_API FileSystemLocation
 {
 public:
+    /// The folder need not exist.
     explicit FileSystemLocation(std::filesystem::path folder) : mFolder(std::move(folder)) {}
 
+    /// As given.
     const std::filesystem::path& folder() const noexcept { return mFolder; }
 
+    /// The paths of metadata.json, hierarchy.bin and octree.bin.
     std::filesystem::path metadataFile() const;
     std::filesystem::path hierarchyFile() const;
     std::filesystem::path octreeFile() const;

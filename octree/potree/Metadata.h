@@ -24,11 +24,11 @@ enum class Encoding
 /// One entry of the attribute list.
 struct Attribute
 {
-    std::string name;
-    std::string type;
+    std::string name;         ///< as the file spells it
+    std::string type;         ///< int8 .. int64, uint8 .. uint64, float, double
     std::uint64_t size = 0;   ///< bytes per point as the file says, which is the size in plain rows
     std::vector<double> min;  ///< one value per element, empty when absent
-    std::vector<double> max;
+    std::vector<double> max;  ///< likewise
 };
 
 /// A checked metadata.json.
@@ -37,10 +37,10 @@ struct Attribute
 /// Threads  a plain value.
 struct Metadata
 {
-    std::string name;  ///< may be empty
-    Encoding encoding = Encoding::Brotli;
-    Math::Point<double, 3> offset;  ///< absolute coordinate = stored integer x scale + offset
-    Math::Point<double, 3> scale;
+    std::string name;                           ///< may be empty
+    Encoding encoding = Encoding::Brotli;       ///< of the points
+    Math::Point<double, 3> offset;              ///< absolute coordinate = stored integer x scale + offset
+    Math::Point<double, 3> scale;               ///< see offset
     double spacing = 0.0;                       ///< of the root; halved once per level
     Math::NBoundingBox<double, 3> boundingBox;  ///< the root's
     std::uint64_t firstChunkSize = 0;           ///< bytes of the hierarchy chunk that starts with the root

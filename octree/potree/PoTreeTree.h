@@ -32,7 +32,8 @@ struct PoTreeLimits
 ///
 /// Hierarchy chunks are read when a lookup reaches them. Each byte range of hierarchy.bin belongs to the
 /// first node that claims it, so proxies that share a chunk or lead back to one are an error before anything
-/// is read, and a walk over the whole tree ends. Threads  all operations from any threads at once.
+/// is read, and a walk over the whole tree ends.
+/// Threads  all operations from any threads at once.
 class OCTREE_API PoTreeTree final : public Octree::Tree, public PoTreeLimits
 {
 public:

@@ -18,16 +18,16 @@ namespace PoTree
 /// the metadata says.
 struct PointLayout
 {
-    Encoding encoding = Encoding::Brotli;
-    std::uint64_t bytesPerPoint = 0;
-    std::optional<std::uint64_t> position;
-    std::optional<std::uint64_t> rgb;
-    std::optional<std::uint64_t> intensity;
-    std::optional<std::uint64_t> classification;
-    std::optional<std::uint64_t> scanIndex;
-    std::optional<std::uint64_t> visibility;
-    std::optional<std::uint64_t> octahedralNormal;
-    std::optional<std::array<std::uint64_t, 3>> normalXyz;
+    Encoding encoding = Encoding::Brotli;                   ///< of the points
+    std::uint64_t bytesPerPoint = 0;                        ///< of all attributes together
+    std::optional<std::uint64_t> position;                  ///< offset, see above
+    std::optional<std::uint64_t> rgb;                       ///< offset
+    std::optional<std::uint64_t> intensity;                 ///< offset
+    std::optional<std::uint64_t> classification;            ///< offset
+    std::optional<std::uint64_t> scanIndex;                 ///< offset
+    std::optional<std::uint64_t> visibility;                ///< offset
+    std::optional<std::uint64_t> octahedralNormal;          ///< offset
+    std::optional<std::array<std::uint64_t, 3>> normalXyz;  ///< offsets
 
     /// Octree::AttributeMask bits of what points have.
     OCTREE_API unsigned attributeMask() const noexcept;

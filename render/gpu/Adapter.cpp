@@ -29,7 +29,9 @@ char lowerCase(char letter)
 
 bool containsInAnyCase(std::string_view text, std::string_view part)
 {
-    return !std::ranges::search(text, part, {}, lowerCase, lowerCase).empty();
+    const auto isSame = [](char left, char right) { return lowerCase(left) == lowerCase(right); };
+    return !part.empty() &&
+           std::search(text.begin(), text.end(), part.begin(), part.end(), isSame) != text.end();
 }
 
 std::optional<std::size_t> asNumber(std::string_view text)

@@ -18,8 +18,8 @@ struct Adapter
     std::string name;            ///< as its driver calls it, UTF-8
     std::string driver;          ///< name and version of the driver; empty when that cannot be told
     std::uint32_t vendorId = 0;  ///< of the PCI bus, as is deviceId
-    std::uint32_t deviceId = 0;
-    bool isSoftware = false;
+    std::uint32_t deviceId = 0;  ///< of the PCI bus
+    bool isSoftware = false;     ///< whether it draws on the processor
 };
 
 /// All adapters, the one that is used by default first.

@@ -27,6 +27,7 @@ public:
     /// @param blendFactor  four floats, or null for 1, 1, 1, 1
     void set(ID3D11DeviceContext* context, const float* blendFactor, unsigned int sampleMask) const;
 
+    /// The object of Direct3D; null when there is none.
     ID3D11BlendState* get() const noexcept { return mState; }
 
 private:

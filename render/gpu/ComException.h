@@ -23,15 +23,17 @@ public:
     /// The same message, then a colon and what was being done.
     ComException(long result, const std::string& detail);
 
+    /// The message.
     const char* what() const noexcept override;
 
     /// The HRESULT: a number of 32 bits, negative for failures.
     long result() const noexcept;
 
 protected:
+    /// Tells a whole message from a detail.
     struct WholeMessage
     {
-        std::string text;
+        std::string text;  ///< shown as it is
     };
 
     /// A message of a derived class's own.

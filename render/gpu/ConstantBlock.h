@@ -11,8 +11,7 @@ namespace Render
 /// A constant buffer with its values in memory: changed values are uploaded when the buffer is next bound.
 ///
 /// Shape    Block is laid out exactly as the shader declares its constants, padded to a multiple of 16 bytes;
-/// it should
-///          have static_asserts for its size and offsets.
+///          it should have static_asserts for its size and offsets.
 /// Threads  the thread of the immediate context; not locked.
 template <class Block>
 class ConstantBlock
@@ -37,6 +36,7 @@ public:
         mDirty = true;
     }
 
+    /// As they were set last, uploaded or not.
     const Block& values() const noexcept { return mValues; }
 
     /// The values for changing; they count as changed from now on.
@@ -52,7 +52,7 @@ public:
     /// Uploads the values if they have changed, then binds the buffer to the slot of each named stage.
     /// @throws std::logic_error  "Error: end call is missing" when it is bound; nothing changes then
     /// @throws ComException      when the buffer cannot be mapped; it is not bound then, and the next begin
-    /// uploads
+    ///                           uploads
     void begin(ID3D11DeviceContext* context, ShaderConfiguration configuration, unsigned int slot)
     {
         if (!mDirty || mBuffer.isBound())
@@ -68,6 +68,7 @@ public:
     /// @throws std::logic_error  "Error: begin call is missing" when it is not bound
     void end(ID3D11DeviceContext* context) { mBuffer.end(context); }
 
+    /// The object of Direct3D; null when there is none.
     ID3D11Buffer* get() const noexcept { return mBuffer.get(); }
 
 private:

@@ -53,8 +53,10 @@ public:
     /// @throws std::logic_error  "Error: begin call is missing" when it is not bound
     void end(ID3D11DeviceContext* context);
 
+    /// Whether begin has been called and end not yet.
     bool isBound() const noexcept { return mBinding.configuration() != ShaderConfiguration{}; }
 
+    /// The object of Direct3D; null when there is none.
     ID3D11Buffer* get() const noexcept { return mBuffer; }
 
 private:

@@ -29,8 +29,10 @@ public:
     DepthStencilState& operator=(DepthStencilState&&) noexcept = default;
     ~DepthStencilState() = default;
 
+    /// Makes this the state of the following draws, with that stencil reference.
     void set(ID3D11DeviceContext* context, unsigned int stencilRef) const;
 
+    /// The object of Direct3D; null when there is none.
     ID3D11DepthStencilState* get() const noexcept { return mState; }
 
 private:

@@ -32,16 +32,22 @@ public:
     DepthStencilView& operator=(DepthStencilView&&) noexcept = default;
     ~DepthStencilView() = default;
 
+    /// What clear() does from now on.
     void setClearValues(unsigned int clearFlags, float depth, unsigned char stencil) noexcept;
 
+    /// D3D11_CLEAR_FLAG bits: what clear() clears.
     unsigned int clearFlags() const noexcept { return mClearFlags; }
 
+    /// The depth that clear() fills in.
     float depthClearValue() const noexcept { return mDepthClearValue; }
 
+    /// The stencil value that clear() fills in.
     unsigned char stencilClearValue() const noexcept { return mStencilClearValue; }
 
+    /// Fills the view with its clear values.
     void clear(ID3D11DeviceContext* context) const;
 
+    /// The object of Direct3D; null when there is none.
     ID3D11DepthStencilView* get() const noexcept { return mView; }
 
 private:

@@ -20,9 +20,9 @@ public:
     IndexBuffer() = default;
 
     /// @throws ComException  when the buffer cannot be created; E_INVALIDARG for no indices, or for more
-    /// bytes than
-    ///                       32 bits count
+    ///                       bytes than 32 bits count
     IndexBuffer(ID3D11Device* device, const unsigned int* indices, std::size_t count);
+    /// The same of all indices of the list.
     IndexBuffer(ID3D11Device* device, const std::vector<unsigned int>& indices);
 
     IndexBuffer(const IndexBuffer&) = delete;
@@ -38,6 +38,7 @@ public:
     /// Leaves no index buffer set; harmless without begin.
     void end(ID3D11DeviceContext* context);
 
+    /// Number of indices.
     std::uint64_t numIndices() const noexcept { return mNumIndices; }
 
 private:

@@ -24,8 +24,10 @@ public:
     RasterizerState& operator=(RasterizerState&&) noexcept = default;
     ~RasterizerState() = default;
 
+    /// Makes this the state of the following draws.
     void set(ID3D11DeviceContext* context) const;
 
+    /// The object of Direct3D; null when there is none.
     ID3D11RasterizerState* get() const noexcept { return mState; }
 
 private:

@@ -22,17 +22,18 @@ namespace Render
 /// targets of one pass, then read as textures by a later one.
 ///
 /// Operations that take the name of a target throw std::out_of_range for a name that was never added, those
-/// of the depth buffer when there is none. Threads  rendering thread only, not locked.
+/// of the depth buffer when there is none.
+/// Threads  rendering thread only, not locked.
 class RENDER_API RenderPass
 {
 public:
     /// What belongs to one name.
     struct RenderTarget
     {
-        Texture2d texture;
-        ShaderResourceView shaderResourceView;
-        RenderTargetView renderTargetView;
-        std::uint64_t index = 0;  ///< output slot during the pass
+        Texture2d texture;                      ///< what is drawn to
+        ShaderResourceView shaderResourceView;  ///< to read it
+        RenderTargetView renderTargetView;      ///< to draw to it
+        std::uint64_t index = 0;                ///< output slot during the pass
     };
 
     /// Without targets and depth buffer.
@@ -72,12 +73,12 @@ public:
     /// All that a pass has in one size, made and not yet in use.
     struct Textures
     {
-        unsigned int width = 0;
-        unsigned int height = 0;
-        std::unordered_map<std::string, RenderTarget> targets;
-        std::unique_ptr<Texture2d> depthTexture;
-        std::unique_ptr<ShaderResourceView> depthShaderResourceView;
-        std::unique_ptr<DepthStencilView> depthStencilView;
+        unsigned int width = 0;                                 ///< texels
+        unsigned int height = 0;                                ///< texels
+        std::unordered_map<std::string, RenderTarget> targets;  ///< by name
+        std::unique_ptr<Texture2d> depthTexture;  ///< null without depth buffer, as the next two
+        std::unique_ptr<ShaderResourceView> depthShaderResourceView;  ///< to read it
+        std::unique_ptr<DepthStencilView> depthStencilView;           ///< to draw to it
     };
 
     /// What setViewport would bring into use.
@@ -92,11 +93,13 @@ public:
     /// @throws ComException  when a texture or view cannot be created; nothing has changed then
     void setViewport(unsigned int width, unsigned int height);
 
+    /// Red, green, blue and alpha that the target is cleared to.
     void setClearValue(const std::string& name, float r, float g, float b, float a);
 
     /// Each channel divided by 255.
     void setClearValue(const std::string& name, const Math::Color& value);
 
+    /// What the depth buffer is cleared to; flags are D3D11_CLEAR_FLAG bits.
     void setDepthStencilClearValues(unsigned int clearFlags, float depth, unsigned char stencil);
 
     /// Makes the targets and the depth buffer those of the following draws.
@@ -130,10 +133,13 @@ public:
     /// @throws std::logic_error  "Error: begin call is missing" when it is not bound
     void unbindDepthTexture(ID3D11DeviceContext* context);
 
+    /// Whether a target of that name was added.
     bool hasRenderTarget(const std::string& name) const { return mRenderTargets.contains(name); }
 
+    /// Whether a depth buffer was added.
     bool hasDepthBuffer() const noexcept { return mDepthTexture != nullptr; }
 
+    /// The texture of a target, or of the depth buffer.
     Texture2d& texture(const std::string& name);
     const Texture2d& texture(const std::string& name) const;
     Texture2d& depthTexture();

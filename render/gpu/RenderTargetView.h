@@ -33,6 +33,7 @@ public:
     RenderTargetView& operator=(RenderTargetView&&) noexcept = default;
     ~RenderTargetView() = default;
 
+    /// Red, green, blue and alpha that clear() fills in.
     void setClearValue(const std::array<float, 4>& value) noexcept;
     void setClearValue(float r, float g, float b, float a) noexcept;
 
@@ -42,10 +43,13 @@ public:
     /// Each channel divided by 255.
     void setClearValue(const Math::Color& value) noexcept;
 
+    /// Red, green, blue and alpha that clear() fills in.
     const std::array<float, 4>& clearValue() const noexcept { return mClearValue; }
 
+    /// Fills the view with its clear value.
     void clear(ID3D11DeviceContext* context) const;
 
+    /// The object of Direct3D; null when there is none.
     ID3D11RenderTargetView* get() const noexcept { return mView; }
 
 private:

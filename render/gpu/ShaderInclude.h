@@ -19,6 +19,7 @@ public:
         D3D_INCLUDE_TYPE type, const char* fileName, const void* parentData, const void** data, UINT* bytes
     ) override;
 
+    /// Frees what Open has given out.
     HRESULT STDMETHODCALLTYPE Close(const void* data) override;
 };
 }  // namespace Render

@@ -36,6 +36,7 @@ public:
     /// @throws std::logic_error  "Error: begin call is missing" when it is not bound
     void end(ID3D11DeviceContext* context);
 
+    /// The object of Direct3D; null when there is none.
     ID3D11ShaderResourceView* get() const noexcept { return mView; }
 
 private:

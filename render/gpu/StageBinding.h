@@ -20,8 +20,10 @@ public:
     /// @throws std::logic_error  "Error: begin call is missing" when not bound
     StageBinding end();
 
+    /// The stages that it is bound to; none when it is not bound.
     ShaderConfiguration configuration() const noexcept { return mConfiguration; }
 
+    /// The slot in these stages.
     unsigned int slot() const noexcept { return mSlot; }
 
 private:

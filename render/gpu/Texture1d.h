@@ -32,6 +32,7 @@ public:
     D3D11_MAPPED_SUBRESOURCE map(ID3D11DeviceContext* context, D3D11_MAP type);
     void unMap(ID3D11DeviceContext* context);
 
+    /// The object of Direct3D; null when there is none.
     ID3D11Texture1D* get() const noexcept { return mTexture; }
 
 private:

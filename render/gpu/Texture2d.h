@@ -20,8 +20,8 @@ namespace Render
 /// Owns a two-dimensional texture, which can be made anew in another size.
 ///
 /// Where initial data are given the descriptor must ask for one mip level and one array slice, since the data
-/// fill no more than that; otherwise creation fails with E_INVALIDARG. Threads  the thread of the immediate
-/// context; not locked.
+/// fill no more than that; otherwise creation fails with E_INVALIDARG.
+/// Threads  the thread of the immediate context; not locked.
 class RENDER_API Texture2d
 {
 public:
@@ -89,10 +89,9 @@ public:
 
     /// Writes the image's rows into mip level 0, at the upper left corner.
     /// @param type  a type of writing that the usage allows; D3D11_MAP_WRITE_DISCARD leaves the other texels
-    /// undefined
+    ///              undefined
     /// @throws std::invalid_argument  when the image does not lie inside the texture, or a texel does not
-    /// take
-    ///                                four bytes; nothing is written then
+    ///                                take four bytes; nothing is written then
     /// @throws ComException           when the texture cannot be mapped
     void drawImageTile(ID3D11DeviceContext* context, const Graphics::ColorImage& image, D3D11_MAP type);
     void drawImageTile(ID3D11DeviceContext* context, const Graphics::DepthImage& image, D3D11_MAP type);
@@ -119,6 +118,7 @@ public:
     D3D11_MAPPED_SUBRESOURCE map(ID3D11DeviceContext* context, D3D11_MAP type);
     void unMap(ID3D11DeviceContext* context);
 
+    /// The object of Direct3D; null when there is none.
     ID3D11Texture2D* get() const noexcept { return mTexture; }
 
     /// What the texture is made from; width and height are the current ones.

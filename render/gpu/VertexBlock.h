@@ -21,6 +21,7 @@ namespace Render
 class RENDER_API VertexBlock : private Core::NonCopyable
 {
 public:
+    /// What a point is drawn from.
     using Vertex = VertexPosColorIntensityClassIndexScanIndex;
 
     /// No vertices and no storage.
@@ -28,8 +29,10 @@ public:
 
     std::span<const Vertex> vertices() const noexcept { return {mVertices.get(), mSize}; }
 
+    /// The first vertex; null for none.
     const Vertex* data() const noexcept { return mVertices.get(); }
 
+    /// Number of vertices.
     std::size_t size() const noexcept { return mSize; }
 
 private:

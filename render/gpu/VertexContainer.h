@@ -21,6 +21,7 @@ namespace Render
 class RENDER_API VertexContainer
 {
 public:
+    /// What a point is drawn from.
     using Vertex = VertexBlock::Vertex;
 
     VertexContainer() = default;
@@ -28,6 +29,7 @@ public:
     /// Takes over the vertices; all of them count as visible.
     VertexContainer(std::initializer_list<Vertex> vertices);
 
+    /// Copies the vertices, or shares them where they are shared already; what was moved from has none.
     VertexContainer(const VertexContainer& other);
     VertexContainer& operator=(const VertexContainer& other);
     VertexContainer(VertexContainer&& other) noexcept;
@@ -56,6 +58,7 @@ public:
         data()[i].position = {static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)};
     }
 
+    /// Replaces the colour.
     void setColor(std::size_t i, unsigned char r, unsigned char g, unsigned char b, unsigned char a)
     {
         data()[i].color.set(r, g, b, a);
@@ -67,8 +70,10 @@ public:
         data()[i].intensity = static_cast<std::uint8_t>(value >> 8U);
     }
 
+    /// Replaces the class.
     void setClassIndex(std::size_t i, unsigned char value) { data()[i].classIndex = value; }
 
+    /// Replaces the scan index.
     void setScanIndex(std::size_t i, unsigned short value) { data()[i].scanIndex = value; }
 
     /// @param value  0 keeps the point, anything else lets complete() drop it
@@ -81,6 +86,7 @@ public:
         mVisibility[i] = value;
     }
 
+    /// Number of vertices.
     std::size_t size() const noexcept { return mBlock ? mBlock->size() : 0; }
 
     /// To change the vertices: those that are shared are copied first.
@@ -93,6 +99,7 @@ public:
         return mBlock ? mBlock->mVertices.get() : nullptr;
     }
 
+    /// The vertices, to read only.
     const Vertex* data() const noexcept { return mBlock ? mBlock->data() : nullptr; }
 
 private:

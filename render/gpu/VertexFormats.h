@@ -16,6 +16,7 @@ struct VertexPosColor
 {
     VertexPosColor() = default;
 
+    /// Of position and colour.
     VertexPosColor(const Math::Point<float, 3>& positionValue, const Math::Color& colorValue) noexcept
         : position(positionValue), color(colorValue)
     {
@@ -27,6 +28,7 @@ struct VertexPosColor
     {
     }
 
+    /// Of coordinates and the colour's channels.
     VertexPosColor(
         float x, float y, float z, unsigned char r, unsigned char g, unsigned char b, unsigned char a
     ) noexcept
@@ -34,8 +36,8 @@ struct VertexPosColor
     {
     }
 
-    Math::Point<float, 3> position;
-    Math::Color color;
+    Math::Point<float, 3> position;  ///< where the point lies
+    Math::Color color;               ///< of the point
 };
 
 /// A coloured point with a surface normal. 28 bytes.
@@ -43,6 +45,7 @@ struct VertexPosNormalColor
 {
     VertexPosNormalColor() = default;
 
+    /// Of position, normal and colour.
     VertexPosNormalColor(
         const Math::Point<float, 3>& positionValue,
         const Eigen::Vector3f& normalValue,
@@ -62,6 +65,7 @@ struct VertexPosNormalColor
     {
     }
 
+    /// Of coordinates and the colour's channels.
     VertexPosNormalColor(
         float x,
         float y,
@@ -78,9 +82,9 @@ struct VertexPosNormalColor
     {
     }
 
-    Math::Point<float, 3> position;
-    Math::Point<float, 3> normal;
-    Math::Color color;
+    Math::Point<float, 3> position;  ///< where the point lies
+    Math::Point<float, 3> normal;    ///< of the surface, of unit length
+    Math::Color color;               ///< of the point
 };
 
 /// A corner of a mesh triangle, read by the mesh shader. 36 bytes.
@@ -88,6 +92,7 @@ struct VertexPosNormalTexCoordColor
 {
     VertexPosNormalTexCoordColor() = default;
 
+    /// Of position, normal, texture coordinates and colour.
     VertexPosNormalTexCoordColor(
         const Math::Point<float, 3>& positionValue,
         const Eigen::Vector3f& normalValue,
@@ -109,6 +114,7 @@ struct VertexPosNormalTexCoordColor
     {
     }
 
+    /// Of coordinates and the colour's channels.
     VertexPosNormalTexCoordColor(
         float x,
         float y,
@@ -127,10 +133,10 @@ struct VertexPosNormalTexCoordColor
     {
     }
 
-    Math::Point<float, 3> position;
-    Math::Point<float, 3> normal;
-    Math::Point<float, 2> texCoord;
-    Math::Color color;
+    Math::Point<float, 3> position;  ///< where the corner lies
+    Math::Point<float, 3> normal;    ///< of the surface, of unit length
+    Math::Point<float, 2> texCoord;  ///< into a texture
+    Math::Color color;               ///< of the corner
 };
 
 /// A point of a point cloud, read by the point shader as per-instance data. 20 bytes.
@@ -138,6 +144,7 @@ struct VertexPosColorIntensityClassIndexScanIndex
 {
     VertexPosColorIntensityClassIndexScanIndex() = default;
 
+    /// Of all its parts.
     VertexPosColorIntensityClassIndexScanIndex(
         const Math::Point<float, 3>& positionValue,
         const Math::Color& colorValue,
@@ -153,22 +160,22 @@ struct VertexPosColorIntensityClassIndexScanIndex
     {
     }
 
-    Math::Point<float, 3> position;
-    Math::Color color;
-    std::uint8_t intensity = 0;  ///< the high byte of the 16-bit intensity; the GPU reads it as 0..1
-    std::uint8_t classIndex = 0;
-    std::uint16_t scanIndex = 0;
+    Math::Point<float, 3> position;  ///< where the point lies
+    Math::Color color;               ///< of the point
+    std::uint8_t intensity = 0;      ///< the high byte of the 16-bit intensity; the GPU reads it as 0..1
+    std::uint8_t classIndex = 0;     ///< classification
+    std::uint16_t scanIndex = 0;     ///< which scan the point is from
 };
 
 /// A point of a point cloud with a surface normal. 32 bytes.
 struct VertexPosNormalColorIntensityClassIndexScanIndex
 {
-    Math::Point<float, 3> position;
-    Math::Point<float, 3> normal;
-    Math::Color color;
-    std::uint8_t intensity = 0;
-    std::uint8_t classIndex = 0;
-    std::uint16_t scanIndex = 0;
+    Math::Point<float, 3> position;  ///< where the point lies
+    Math::Point<float, 3> normal;    ///< of the surface
+    Math::Color color;               ///< of the point
+    std::uint8_t intensity = 0;      ///< high byte of the intensity
+    std::uint8_t classIndex = 0;     ///< classification
+    std::uint16_t scanIndex = 0;     ///< which scan the point is from
 };
 
 // The layouts are GPU formats: the structures are uploaded byte for byte.

@@ -19,6 +19,7 @@ namespace Render
 class RENDER_API VertexShader
 {
 public:
+    /// The inputs of a vertex.
     using Layout = std::vector<D3D11_INPUT_ELEMENT_DESC>;
 
     /// Empty: begin sets no shader.

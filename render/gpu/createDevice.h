@@ -19,8 +19,7 @@ struct Device
 /// Threads  any.
 /// @throws ComException        when Direct3D refuses
 /// @throws std::runtime_error  "needs at least a DirectX 11.0 graphics card"; one line that names what is
-/// missing
-///                             when there is no driver; when no adapter fits the choice
+///                             missing when there is no driver; when no adapter fits the choice
 Device createDevice();
 
 /// What stands in for every device that createDevice makes from now on, given that device: tests watch the

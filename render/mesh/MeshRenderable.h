@@ -52,7 +52,9 @@ public:
         std::shared_ptr<MeshLoader> loader, double unitScale, const std::string& name
     );
 
+    /// For create().
     MeshRenderable(Private, std::shared_ptr<MeshLoader> loader, double unitScale, const std::string& name);
+    /// For create().
     MeshRenderable(Private, const std::filesystem::path& path, double unitScale, const std::string& name);
     MeshRenderable(const MeshRenderable&) = delete;
     MeshRenderable& operator=(const MeshRenderable&) = delete;
@@ -62,6 +64,7 @@ public:
     /// @throws ComException           when a shader or buffer cannot be created
     /// @throws std::invalid_argument  for a part with more vertices than a buffer holds
     /// @throws std::runtime_error     when the loader fails
+    ///
     /// After each the mesh is as before init() and has no parts; init() can be tried again.
     void init(
         unsigned long long rendererId,
@@ -95,6 +98,7 @@ public:
     /// 0 before init().
     std::uint64_t numTriangles() const noexcept { return mTriangleCount; }
 
+    /// Scene units per unit of the mesh.
     double unitScale() const noexcept { return mUnitScale; }
 
 private:

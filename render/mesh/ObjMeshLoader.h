@@ -18,6 +18,7 @@ namespace Render
 class RENDER_API ObjMeshLoader : public MeshLoader
 {
 public:
+    /// The file is opened by load().
     explicit ObjMeshLoader(std::filesystem::path path);
 
     /// What the file is doubtful in goes to the standard output, as "TinyObjReader: " and the warnings.
@@ -26,6 +27,7 @@ public:
     ///                             coordinate does not exist, or is not finite
     void load(const MeshPartReceiver& receivePart) const override;
 
+    /// As given.
     const std::filesystem::path& path() const noexcept { return mPath; }
 
 private:

@@ -54,6 +54,7 @@ public:
         std::shared_ptr<Graphics::PanoramaLoader> loader, const std::string& name
     );
 
+    /// For create().
     PanoRenderable(Private, std::shared_ptr<Graphics::PanoramaLoader> loader, const std::string& name);
     PanoRenderable(const PanoRenderable&) = delete;
     PanoRenderable& operator=(const PanoRenderable&) = delete;
@@ -85,8 +86,7 @@ public:
 
     /// Uploads the tiles that have arrived, then draws.
     /// @throws ComException  when a texture or buffer cannot be mapped; the next frame uploads what this one
-    /// could
-    ///                       not
+    ///                       could not
     void render() override;
 
     /// Always empty: the panorama has no part in the extent of a scene.

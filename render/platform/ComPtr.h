@@ -14,21 +14,26 @@ class CComPtr
 public:
     CComPtr() noexcept = default;
 
+    /// Of no object.
     CComPtr(std::nullptr_t) noexcept {}
 
     /// Adds a reference of its own; a null pointer is allowed.
     CComPtr(T* object) noexcept : p(object) { addRef(); }
 
+    /// Adds a reference of its own.
     CComPtr(const CComPtr& other) noexcept : p(other.p) { addRef(); }
 
+    /// Takes the other's reference over, which then has no object.
     CComPtr(CComPtr&& other) noexcept : p(std::exchange(other.p, nullptr)) {}
 
+    /// Gives the old reference back and adds one to the new object.
     CComPtr& operator=(const CComPtr& other) noexcept
     {
         CComPtr(other).swap(*this);
         return *this;
     }
 
+    /// Gives the old reference back and takes the other's over.
     CComPtr& operator=(CComPtr&& other) noexcept
     {
         if (p != other.p)
@@ -38,6 +43,7 @@ public:
         return *this;
     }
 
+    /// Gives the old reference back and adds one to the new object; null is allowed.
     CComPtr& operator=(T* object) noexcept
     {
         CComPtr(object).swap(*this);
@@ -62,6 +68,7 @@ public:
         p = object;
     }
 
+    /// Exchanges the references.
     void swap(CComPtr& other) noexcept { std::swap(p, other.p); }
 
     /// Where a creating call writes its result; gives the old reference back first.
@@ -74,13 +81,16 @@ public:
     /// The same, as the argument of a creating call.
     T** operator&() noexcept { return put(); }
 
+    /// The object, or null. The reference stays here, as in the next two.
     T* get() const noexcept { return p; }
 
+    /// The object, or null.
     operator T*() const noexcept  // a COM pointer is passed to plain interfaces everywhere
     {
         return p;
     }
 
+    /// The object, which must not be null.
     T* operator->() const noexcept { return p; }
 
 private:

@@ -47,6 +47,7 @@ public:
     /// @throws ComException           when the buffer cannot be mapped; the old boxes stay
     void update(ID3D11DeviceContext* context, const std::vector<BoxWithColor>& boxes);
 
+    /// From the boxes' coordinates to those of the picture.
     void setModelViewProjection(const Eigen::Matrix4f& matrix);
     void setModelViewProjection(const ShaderMatrix& matrix);
 

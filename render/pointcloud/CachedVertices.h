@@ -22,6 +22,7 @@ namespace Render
 class RENDER_API CachedVertices
 {
 public:
+    /// Vertices by node, weighed by their number.
     using Cache =
         Core::LruCache<Octree::OctreeNodeId, VertexContainer, Core::CacheEntrySizeCount<VertexContainer>>;
 

@@ -59,12 +59,14 @@ public:
     /// Gives the cloud's share of the budget back to the clouds that go on using it.
     ~LoDPointCloud();
 
+    /// The camera's matrices.
     void setProjectionMatrix(const Eigen::Matrix4f& projection);
     void setViewMatrix(const Eigen::Matrix4f& view);
 
     /// @param model  from model to world coordinates
     void setModelMatrix(const Eigen::Matrix4f& model);
 
+    /// Where on the target it is drawn.
     void setViewport(const Viewport& viewport);
 
     /// @param volume  model coordinates
@@ -72,6 +74,7 @@ public:
     ///                             the old ones stay
     void setClippingVolume(const Math::ConvexPolytope<float, 3>& volume);
 
+    /// The colour of RenderMode::UniformColor.
     void setUniformColor(const Math::Color& color);
 
     /// @param size  half the width of a splat at level 0, model units
@@ -83,6 +86,7 @@ public:
     /// @param size  pixels
     void setMaxPointSize(float size);
 
+    /// How points are coloured, and how much one covers in the tomographic modes.
     void setRenderMode(RenderMode renderMode);
     void setTomographicContrast(float contrast);
 
@@ -99,8 +103,10 @@ public:
     /// Whether the last frame left something of a publication for the next one.
     bool isUploading() const noexcept { return mNeedsUpload; }
 
+    /// Whether the cubes of the drawn nodes are shown.
     void setShowBoundingBoxes(bool show) noexcept { mShowBoundingBoxes = show; }
 
+    /// How points are coloured.
     RenderMode renderMode() const noexcept;
 
     /// Length of the model matrix's first column.
@@ -112,15 +118,19 @@ public:
     /// @throws ComException  when something cannot be uploaded
     void render();
 
+    /// What decides which nodes are resident; clouds share it.
     NodePrioritizer& prioritizer() const noexcept { return *mPrioritizer; }
 
+    /// What the loader publishes by.
     Core::TripleBuffer<Buffer>& buffers() noexcept { return mBuffers; }
 
+    /// The cloud's number in the prioritizer.
     std::uint64_t cloudId() const noexcept { return mCloudId; }
 
     /// What the last frame drew.
     std::uint64_t numVisibleOctreeNodes() const noexcept { return mNumVisibleOctreeNodes; }
 
+    /// Number of points that the last frame drew.
     std::uint64_t numVisiblePoints() const noexcept { return mNumVisiblePoints; }
 
 private:

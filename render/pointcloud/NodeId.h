@@ -11,8 +11,8 @@ namespace Render
 /// Names one octree node of one point cloud.
 struct NodeId
 {
-    std::uint64_t cloudId = 0;
-    Octree::OctreeNodeId octreeNodeId;
+    std::uint64_t cloudId = 0;          ///< the cloud's number in its prioritizer
+    Octree::OctreeNodeId octreeNodeId;  ///< the node in the cloud's octree
 
     friend bool operator==(const NodeId&, const NodeId&) = default;
 };

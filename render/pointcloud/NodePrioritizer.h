@@ -46,6 +46,7 @@ public:
     /// Sets the budget and drops the least valuable nodes until it holds.
     void setTotalMaxPointCount(std::size_t totalMaxPointCount);
 
+    /// The budget.
     std::size_t totalMaxPointCount() const;
 
     /// Number of points of all resident nodes.
@@ -70,6 +71,7 @@ public:
         std::uint64_t changeCount;  ///< the same as long as nothing has changed
     };
 
+    /// The present one.
     Bar bar() const;
 
     /// Counts as the refusal of nodes that were left out because of bar(): from then on the nodes are in the
@@ -95,8 +97,7 @@ public:
     /// @param resident  set to whether the node is resident afterwards
     /// @return whether the node has become resident by this call
     /// @throws std::runtime_error  "Error loading point data" when the source fails without a stop request,
-    /// with the
-    ///                             source's own exception nested; nothing has changed then
+    ///                             with the source's own exception nested; nothing has changed then
     bool addNode(
         const NodeId& nodeId,
         const Math::NBoundingBox<float, 3>& box,

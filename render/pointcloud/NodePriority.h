@@ -15,7 +15,8 @@ class Viewport;
 /// The rank of an octree node: its size on screen, then its nearness.
 ///
 /// Priorities less than 0.1 apart count as equal, and the nearer node is then the greater. The order is
-/// therefore not transitive, on purpose: heaps bear that, std::sort does not. Threads  a plain value.
+/// therefore not transitive, on purpose: heaps bear that, std::sort does not.
+/// Threads  a plain value.
 class RENDER_API NodePriority
 {
 public:
@@ -66,6 +67,7 @@ public:
     /// Distance from the eye to the centre of the bounding sphere, in model units.
     float distanceToEye() const noexcept { return mDistanceToEye; }
 
+    /// By priority; where two differ by less than kTolerance, the one farther from the eye is the lesser.
     bool operator==(const NodePriority& other) const noexcept;
     bool operator<(const NodePriority& other) const noexcept;
     bool operator<=(const NodePriority& other) const noexcept;

@@ -27,19 +27,19 @@ struct NodeRankingParameters
     /// are loaded too.
     static constexpr float kLoadingFrustumScale = 2.0F;
 
-    std::size_t minLevelToKeep = 0;
-    std::size_t maxLevelToKeep = 23;
-    float octreeNodePriorityThreshold = 15.0F;  ///< pixels
-    Math::ConvexPolytope<float, 3> clippingVolume;
+    std::size_t minLevelToKeep = 0;                 ///< levels below it are loaded whatever their size
+    std::size_t maxLevelToKeep = 23;                ///< levels above it are never loaded
+    float octreeNodePriorityThreshold = 15.0F;      ///< pixels
+    Math::ConvexPolytope<float, 3> clippingVolume;  ///< nothing outside is loaded
 
     // from the camera
-    bool isPerspective = true;
-    float fovYRad = 0.0F;
-    Eigen::Matrix4f projection = Eigen::Matrix4f::Identity();
-    Viewport viewport;
-    Math::Point<float, 3> eye;
-    Math::Frustum<float> loadingFrustum;
-    float modelScale = 1.0F;  ///< length of the model matrix's first column
+    bool isPerspective = true;                                 ///< else parallel
+    float fovYRad = 0.0F;                                      ///< vertical field of view
+    Eigen::Matrix4f projection = Eigen::Matrix4f::Identity();  ///< from camera coordinates to the picture's
+    Viewport viewport;                                         ///< of the picture
+    Math::Point<float, 3> eye;                                 ///< where the camera is
+    Math::Frustum<float> loadingFrustum;                       ///< nothing outside is loaded
+    float modelScale = 1.0F;                                   ///< length of the model matrix's first column
 
     /// Fills in what comes from the camera.
     /// @param model  from model to world coordinates

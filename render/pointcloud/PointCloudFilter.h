@@ -31,16 +31,19 @@ public:
     PointCloudFilter& operator=(PointCloudFilter&&) noexcept = default;
     ~PointCloudFilter() = default;
 
+    /// Whether points of that level are wanted.
     bool testLevel(std::uint64_t level) const noexcept { return level <= mMaxLevel; }
 
     /// A spacing equal to the minimum is too fine.
     bool testSpacing(float spacing) const noexcept { return spacing > mMinimumSpacing; }
 
+    /// What the filter says of a box.
     Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) const
     {
         return mFilter->testBox(box);
     }
 
+    /// What the filter says of a position.
     bool testPosition(const Math::Point<float, 3>& point) const { return mFilter->testPosition(point); }
 
 private:

@@ -67,6 +67,7 @@ public:
     );
     PointCloudQuery(const PointCloudQuery&) = delete;
     PointCloudQuery& operator=(const PointCloudQuery&) = delete;
+    /// Goes on with the other's walk; the other may only be destroyed or assigned to.
     PointCloudQuery(PointCloudQuery&&) noexcept;
     PointCloudQuery& operator=(PointCloudQuery&&) noexcept;
     ~PointCloudQuery();

@@ -84,6 +84,7 @@ public:
         std::shared_ptr<Octree::Octree> octree, const std::string& name, std::size_t maxPointCount
     );
 
+    /// For create().
     PointCloudRenderable(
         Private, std::shared_ptr<Octree::Octree> octree, const std::string& name, std::size_t maxPointCount
     );
@@ -151,6 +152,7 @@ public:
 
     /// The cube of the root or of a node.
     Math::NBoundingBox<float, 3> boundingCube() const;
+    /// The cube of a node, as above.
     Math::NBoundingBox<float, 3> boundingCube(const Octree::OctreeNodeId& id) const;
 
     /// Where the origin of the model coordinates lies in absolute ones; not scaled.
@@ -166,17 +168,20 @@ public:
     /// drawn below. Model units.
     void setPointSize(float pointSize);
 
+    /// See setPointSize().
     float pointSize() const noexcept { return mPointSize; }
 
     /// Upper bound of a point's size on screen, pixels.
     void setMaxPointSize(float maxPointSize);
 
+    /// See setMaxPointSize().
     float maxPointSize() const noexcept { return mMaxPointSize; }
 
     /// How points become splats where there is a choice; Automatic at first. The pictures are the same but
     /// for single pixels at the rims of splats.
     void setSplatRoad(SplatRoad road);
 
+    /// See setSplatRoad().
     SplatRoad splatRoad() const noexcept { return mSplatRoad; }
 
     /// The road that the last frame took; Automatic before init() and before the first frame with points.
@@ -187,47 +192,58 @@ public:
     /// finished pass has published goes at once.
     void setMaxUploadPerFrame(std::size_t bytes) noexcept { mMaxUploadPerFrame = bytes; }
 
+    /// See setMaxUploadPerFrame().
     std::size_t maxUploadPerFrame() const noexcept { return mMaxUploadPerFrame; }
 
     /// How much a single point covers in the tomographic modes, 0 to 1.
     void setTomographicContrast(float contrast);
 
+    /// See setTomographicContrast().
     float tomographicContrast() const noexcept { return mTomographicContrast; }
 
     /// The colour of RenderMode::UniformColor; at first one that the data set's location decides.
     void setUniformColor(const Math::Color& color);
 
+    /// See setUniformColor().
     Math::Color uniformColor() const noexcept { return mUniformColor; }
 
     /// Whether the cubes of the drawn nodes are shown.
     void setShowBoundingBoxes(bool show);
 
+    /// See setShowBoundingBoxes().
     bool showBoundingBoxes() const noexcept { return mShowBoundingBoxes; }
 
     /// Size on screen, in pixels, below which nodes are not loaded. Setting it drops what is loaded and
     /// loads again, also when the value is the same.
     void setOctreeNodePriorityThreshold(float threshold);
+    /// See setOctreeNodePriorityThreshold().
     float octreeNodePriorityThreshold() const;
 
     /// Levels below the minimum are loaded whatever their size on screen, levels above the maximum never.
     void setMinLevelToKeep(std::size_t level);
+    /// See setMinLevelToKeep().
     std::size_t minLevelToKeep() const;
+    /// See setMinLevelToKeep().
     void setMaxLevelToKeep(std::size_t level);
+    /// See setMinLevelToKeep().
     std::size_t maxLevelToKeep() const;
 
     /// Shortest time between two publications while a pass runs.
     /// @throws std::invalid_argument  "updateInterval must be larger than 0!"
     void setUpdateInterval(UpdateInterval interval);
+    /// See setUpdateInterval().
     UpdateInterval updateInterval() const noexcept;
 
     /// Most bytes of vertices that are read ahead and not yet resident. The threads that read are the
     /// process's, see Core::WorkerPool::setSharedThreadCount.
     void setMaxBytesInFlight(std::size_t bytes);
+    /// See setMaxBytesInFlight().
     std::size_t maxBytesInFlight() const;
 
     /// Whether a change of the view matrix starts the loading again; that of the projection always does.
     void setRestartLoadingAfterCameraChange(bool restart) noexcept;
 
+    /// See setRestartLoadingAfterCameraChange().
     bool restartLoadingAfterCameraChange() const noexcept { return mRestartLoadingAfterCameraChange; }
 
     /// Changes the scale of the model coordinates. Clouds that share the octree are to be told, too, so that
@@ -235,6 +251,7 @@ public:
     /// loaded, resets the point size, and loads again.
     /// @throws std::invalid_argument  for a value that is not above 0 and finite
     void setUnitScale(double unitScale);
+    /// Scene units per data unit.
     double unitScale() const;
 
     /// Draws only what satisfies all half-spaces, their borders included, and loads accordingly.
@@ -260,6 +277,7 @@ public:
     /// @param onProgress  called on the loader thread after each publication; may be empty
     /// @param maxLevel    deepest level that is loaded
     void startAsyncReload(std::function<void()> onProgress, std::size_t maxLevel);
+    /// The same with a function.
     void startAsyncReload(void (*onProgress)(), std::size_t maxLevel);
 
     /// The same for any other callable, which would be as near to either of the two above.
@@ -274,6 +292,7 @@ public:
     /// Stops the loader and waits for it; what has been published stays.
     void stopAsyncReload();
 
+    /// Whether loading in the background has been started and not stopped.
     bool isAsyncReloadActive() const noexcept;
 
     /// False while the last run of the loader has failed; it is then tried again every 2 seconds.
@@ -289,8 +308,10 @@ public:
     ///                             initialized"; "Error loading point data", the cause nested, when a node
     ///                             cannot be read
     void reloadPoints(std::function<void()> onProgress, std::size_t maxLevel, std::stop_token stopToken);
+    /// The same with a function.
     void reloadPoints(void (*onProgress)(), std::size_t maxLevel, std::stop_token stopToken);
 
+    /// The same for any other callable.
     template <std::invocable Callback>
     requires std::is_class_v<Callback>
 
@@ -307,6 +328,7 @@ public:
 
     /// What the last frame drew; 0 before init(). Any thread, while neither init() nor deinit() runs.
     std::uint64_t numVisibleOctreeNodes() const noexcept;
+    /// Number of points that the last frame drew; as above.
     std::uint64_t numVisiblePoints() const noexcept;
 
     /// Points that are resident now in all clouds that share this one's budget, drawn yet or not; 0 before

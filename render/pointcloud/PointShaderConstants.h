@@ -19,27 +19,28 @@ namespace Render
 /// Shape    640 bytes, ready to copy into a constant buffer.
 struct PerFrameConstants
 {
-    ShaderMatrix model = kIdentityShaderMatrix;
-    ShaderMatrix inv_model = kIdentityShaderMatrix;
-    ShaderMatrix view = kIdentityShaderMatrix;
-    ShaderMatrix proj = kIdentityShaderMatrix;
-    ShaderMatrix model_view_proj = kIdentityShaderMatrix;
-    ShaderMatrix inv_model_view_proj = kIdentityShaderMatrix;
-    ShaderMatrix inv_view_proj = kIdentityShaderMatrix;
-    ClippingPlanes clipping_planes{};  ///< model coordinates
-    std::array<float, 4> uniformColor{};
-    float zNear = 0.1F;     // near and far, which the shader does not read; those names are macros of
-    float zFar = 20000.0F;  // <windows.h>
-    float width = 640.0F;   ///< of the viewport, pixels
-    float height = 480.0F;
-    float aspect = 4.0F / 3.0F;
-    float point_size = 1.0F;      ///< half the width of a splat at level 0, model units
-    float root_node_size = 0.0F;  ///< side of the root's cube, model units
-    float max_point_size = 5.0F;  ///< pixels
-    std::int32_t point_render_mode = 0;
-    float tomo_contrast = 0.01F;
-    float model_scale = 1.0F;  ///< world units per model unit: length of the model matrix's first column
-    std::uint32_t padding = 0;
+    ShaderMatrix model = kIdentityShaderMatrix;                ///< from model to world coordinates
+    ShaderMatrix inv_model = kIdentityShaderMatrix;            ///< its inverse
+    ShaderMatrix view = kIdentityShaderMatrix;                 ///< from world to camera coordinates
+    ShaderMatrix proj = kIdentityShaderMatrix;                 ///< from camera coordinates to the picture's
+    ShaderMatrix model_view_proj = kIdentityShaderMatrix;      ///< the product of the three
+    ShaderMatrix inv_model_view_proj = kIdentityShaderMatrix;  ///< its inverse
+    ShaderMatrix inv_view_proj = kIdentityShaderMatrix;        ///< inverse of view and projection
+    ClippingPlanes clipping_planes{};                          ///< model coordinates
+    std::array<float, 4> uniformColor{};  ///< red, green, blue, alpha of RenderMode::UniformColor
+    /// Near and far, which the shader does not read; those names themselves are macros of `<windows.h>`.
+    float zNear = 0.1F;
+    float zFar = 20000.0F;
+    float width = 640.0F;                ///< of the viewport, pixels
+    float height = 480.0F;               ///< of the viewport, pixels
+    float aspect = 4.0F / 3.0F;          ///< width by height
+    float point_size = 1.0F;             ///< half the width of a splat at level 0, model units
+    float root_node_size = 0.0F;         ///< side of the root's cube, model units
+    float max_point_size = 5.0F;         ///< pixels
+    std::int32_t point_render_mode = 0;  ///< number of a RenderMode
+    float tomo_contrast = 0.01F;         ///< how much a point covers in the tomographic modes
+    float model_scale = 1.0F;   ///< world units per model unit: length of the model matrix's first column
+    std::uint32_t padding = 0;  ///< not read
 };
 
 static_assert(std::is_trivially_copyable_v<PerFrameConstants> && std::is_standard_layout_v<PerFrameConstants>);
@@ -71,10 +72,10 @@ static_assert(offsetof(PerFrameConstants, padding) == 636);
 /// Shape    32 bytes, ready to copy into a constant buffer.
 struct PerOctreeNodeConstants
 {
-    std::array<float, 3> node_min{};  ///< lowest corner of the node's cube, model coordinates
-    std::uint32_t node_index = 0;     ///< the node's texel in the octree texture
-    std::uint32_t node_depth = 0;     ///< the node's level
-    std::array<std::uint32_t, 3> padding{};
+    std::array<float, 3> node_min{};         ///< lowest corner of the node's cube, model coordinates
+    std::uint32_t node_index = 0;            ///< the node's texel in the octree texture
+    std::uint32_t node_depth = 0;            ///< the node's level
+    std::array<std::uint32_t, 3> padding{};  ///< not read
 };
 
 static_assert(std::is_trivially_copyable_v<PerOctreeNodeConstants> && std::is_standard_layout_v<PerOctreeNodeConstants>);

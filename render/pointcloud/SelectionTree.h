@@ -26,12 +26,14 @@ class RENDER_API SelectionTree
 public:
     virtual ~SelectionTree() = default;
 
+    /// A node's cube.
     virtual Math::NBoundingBox<float, 3> boundingCube(const Octree::OctreeNodeId& id) const = 0;
 
     /// None for a leaf.
     virtual Octree::OctreeChildNodeIdRange children(const Octree::OctreeNodeId& id, std::stop_token stopToken)
         const = 0;
 
+    /// Whether all, none or some of a node's points are visible.
     virtual Octree::NodeVisibilityType nodeVisibility(
         const Octree::OctreeNodeId& id, std::stop_token stopToken
     ) const = 0;

@@ -15,9 +15,9 @@ enum class SplatRoad
 /// What the choice hangs on.
 struct SplatConditions
 {
-    SplatRoad wanted = SplatRoad::Automatic;
-    bool isTomographic = false;    ///< every splat adds to its pixels
-    float maxSplatSize = 0.0F;     ///< pixels
+    SplatRoad wanted = SplatRoad::Automatic;  ///< what the host has asked for
+    bool isTomographic = false;               ///< every splat adds to its pixels
+    float maxSplatSize = 0.0F;                ///< pixels
     bool isOutputOrdered = false;  ///< one fragment decides a pixel, and the depth test says which one
     bool fitsBuffers = false;      ///< the device's limits admit the pixel buffers
 };

@@ -25,7 +25,7 @@ RENDER_API void convertToVertices(const Octree::NodePointData& points, VertexCon
 /// Reads a node and makes vertices of its points.
 ///
 /// Threads  any; the unpacked bytes go to scratch memory of the calling thread, which is kept for the next
-/// node unless this one is exceptionally large. Points become vertices as they are decoded.
+///          node unless this one is exceptionally large. Points become vertices as they are decoded.
 /// @param vertices  replaced by shared ones: copies refer to them
 /// @return false when a stop was requested; `vertices` is then unspecified
 /// @throws std::runtime_error  naming the file and what was wrong

@@ -30,6 +30,7 @@ using UpdateInterval = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'
 class RENDER_API StoppedPublication
 {
 public:
+    /// Time that only goes forward.
     using TimePoint = std::chrono::steady_clock::time_point;
 
     /// Nothing when the last pass came to its end.
@@ -39,8 +40,10 @@ public:
         return ticks == kNone ? std::nullopt : std::optional(TimePoint(TimePoint::duration(ticks)));
     }
 
+    /// Remembers a publication.
     void set(TimePoint time) noexcept { mTicks = time.time_since_epoch().count(); }
 
+    /// Forgets it: a pass has come to its end.
     void reset() noexcept { mTicks = kNone; }
 
 private:
@@ -57,9 +60,9 @@ using ChildrenBound =
 /// Everything one selection pass works with.
 struct SelectionPass
 {
-    NodePrioritizer& prioritizer;
-    std::size_t cloudId;
-    const SelectionTree& tree;
+    NodePrioritizer& prioritizer;         ///< decides what is resident
+    std::size_t cloudId;                  ///< the cloud's number there
+    const SelectionTree& tree;            ///< what is walked through
     const NodeRanking& ranking;           ///< with the current camera
     const VertexSource& vertexSource;     ///< not used with a loader
     Core::TripleBuffer<Buffer>& buffers;  ///< written and published
@@ -68,6 +71,7 @@ struct SelectionPass
         updateInterval;                   ///< shortest time between two publications, asked anew each time
     std::function<void()> requestRedraw;  ///< called after each publication
     std::function<void()> onProgress;     ///< called after that; may be empty
+    /// The clock.
     std::function<std::chrono::steady_clock::time_point()> now = &std::chrono::steady_clock::now;
     NodeLoader* loader = nullptr;           ///< instead of `vertexSource`: nodes are read ahead
     StoppedPublication* stopped = nullptr;  ///< the cloud's, where its passes follow one another

@@ -15,15 +15,13 @@ inline constexpr std::size_t kMaxDrawnNodes = 4096;
 
 /// Writes the octree texture through which the point shader finds the depth of the drawn tree at a point.
 ///
-/// Shape  4 bytes per node, in the order of the records:
-///        0  child mask, bit k set when child k is drawn
-///        1  high byte of (position of the first drawn child - own position)
-///        2  low byte of that offset
-///        3  0
-///        A node without drawn children has all bytes 0.
+/// Shape    4 bytes per node, in the order of the records; a node without drawn children has all bytes 0.
+/// - byte 0: child mask, bit k set when child k is drawn
+/// - byte 1: high byte of (position of the first drawn child - own position)
+/// - byte 2: low byte of that offset
+/// - byte 3: 0
 /// @param records  ascending by octreeNodeId, which places parents before children and siblings together; at
-/// most
-///                 kMaxDrawnNodes
+///                 most kMaxDrawnNodes
 /// @param texels   replaced; its storage is kept
 RENDER_API void writeOctreeTexture(std::span<const NodeRecord> records, std::vector<std::uint8_t>& texels);
 }  // namespace Render

@@ -13,8 +13,8 @@ namespace Render
 {
 /// Draws one frame, pass after pass: the scene, the screen effects in their order, and the picture.
 ///
-/// Each pass reads images of those before it by name, see ScenePass, ScreenPass and OutputPass. Threads
-/// rendering thread only, not locked.
+/// Each pass reads images of those before it by name, see ScenePass, ScreenPass and OutputPass.
+/// Threads  rendering thread only, not locked.
 class Frame
 {
 public:

@@ -14,7 +14,8 @@ class ReadBack;
 /// Finds what the last frame shows at a pixel, from the exact world positions that it left behind.
 ///
 /// Each question copies and maps the whole target once. Lives for one question: it borrows all that it is
-/// made from. Threads  rendering thread only, not locked.
+/// made from.
+/// Threads  rendering thread only, not locked.
 class Picking
 {
 public:

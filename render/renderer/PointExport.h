@@ -16,7 +16,8 @@ class ReadBack;
 /// Turns the last frame's picture back into points, one per pixel that shows one, row by row from the top.
 ///
 /// Remembers how far it has come. Every chunk copies and maps the output targets anew, so a frame drawn in
-/// between changes what the rest shows. Threads  rendering thread only, not locked.
+/// between changes what the rest shows.
+/// Threads  rendering thread only, not locked.
 class PointExport
 {
 public:

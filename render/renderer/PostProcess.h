@@ -22,7 +22,8 @@ namespace Render
 /// draw expects the scene's "color", "worldPosition" and "exactWorldPosition" at pixel shader slots 0, 1 and
 /// 2, a pass of two targets (picture, world position) of the size given to setViewport, and a viewport over
 /// all of it. Pixels whose world position has w = 0 show no point and keep their colour. No setter checks its
-/// value. Threads  rendering thread only, not locked.
+/// value.
+/// Threads  rendering thread only, not locked.
 class RENDER_API PostProcess
 {
 public:
@@ -56,9 +57,11 @@ public:
     /// Stored for completeness: what shows behind the points is the clear colour of the scene pass.
     void setBackgroundColor(const Math::Color& color);
 
+    /// How the picture is coloured.
     void setRenderMode(RenderMode renderMode);
     RenderMode renderMode() const noexcept;
 
+    /// The colours of RenderMode::ColorizeByPlaneDistance.
     void setColorMap(ColorMap colorMap);
     ColorMap colormap() const noexcept;
 

@@ -11,18 +11,18 @@ namespace Render
 /// the shader never reads it and the bytes written here are what counts.
 struct PostProcessConstants
 {
-    float width = 640.0F;  ///< pixels
-    float height = 480.0F;
-    float brightness = 0.0F;
-    float contrast = 1.0F;
-    float opacity = 1.0F;
+    float width = 640.0F;                                   ///< pixels
+    float height = 480.0F;                                  ///< pixels
+    float brightness = 0.0F;                                ///< added to each channel
+    float contrast = 1.0F;                                  ///< stretches each channel about its middle
+    float opacity = 1.0F;                                   ///< factor of alpha
     std::array<float, 4> bg_color{1.0F, 1.0F, 1.0F, 1.0F};  ///< red, green, blue, alpha
-    std::array<std::byte, 12> unusedBeforeRange{};
-    std::array<float, 4> colorization_start{};
-    std::array<float, 4> colorization_end{};
-    int point_render_mode = 0;
-    int color_map = 0;
-    std::array<std::byte, 8> unusedAtEnd{};
+    std::array<std::byte, 12> unusedBeforeRange{};          ///< not read
+    std::array<float, 4> colorization_start{};  ///< where the colour map begins, world coordinates
+    std::array<float, 4> colorization_end{};    ///< where it ends
+    int point_render_mode = 0;                  ///< number of a RenderMode
+    int color_map = 0;                          ///< number of a ColorMap
+    std::array<std::byte, 8> unusedAtEnd{};     ///< not read
 };
 
 static_assert(sizeof(PostProcessConstants) == 96);

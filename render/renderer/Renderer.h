@@ -41,8 +41,7 @@ class View;
 ///
 /// Frame    world coordinates are right-handed; pixels count from the upper left corner.
 /// Threads  one thread, the host's rendering thread. Loaders on other threads reach the renderer only through
-/// the
-///          camera's redraw flag.
+///          the camera's redraw flag.
 class RENDER_API Renderer : public Core::NonCopyable, public Core::InstanceId<Renderer>
 {
 public:
@@ -58,6 +57,7 @@ public:
     /// Deinitialises the scene, which may then enter another renderer.
     virtual ~Renderer();
 
+    /// What everything of this renderer is made on and drawn with.
     const CComPtr<ID3D11Device>& device() const noexcept;
     const CComPtr<ID3D11DeviceContext>& deviceContext() const noexcept;
 
@@ -68,6 +68,7 @@ public:
     /// root whose init throws.
     void setScene(std::shared_ptr<Renderable> scene);
 
+    /// The root; empty without a scene. Change it by setScene() only.
     std::shared_ptr<Renderable>& scene() noexcept;
     const std::shared_ptr<Renderable>& scene() const noexcept;
 
@@ -86,9 +87,11 @@ public:
     // The camera. Only the renderer writes it. When an operation really changes its matrix, near and far are
     // fitted to the scene (if that is on), the scene is told, and a redraw is due.
 
+    /// The camera; never empty.
     std::shared_ptr<Camera>& camera() noexcept;
     const std::shared_ptr<Camera>& camera() const noexcept;
 
+    /// Sets the matrix from world to camera coordinates.
     void setViewMatrix(const Eigen::Matrix4f& viewMatrix);
 
     /// Looks along a direction.
@@ -101,6 +104,7 @@ public:
         const Math::Point<float, 3>& eye, const Math::Point<float, 3>& target, const Eigen::Vector3f& up
     );
 
+    /// As the functions of Camera.
     void setPerspective(float fovYDeg, float zNear, float zFar, float offCenterX, float offCenterY);
     void setPerspectiveOffCenter(
         float left, float right, float bottom, float top, float zNear, float zFar, bool reversed
@@ -124,6 +128,7 @@ public:
     void setAutoAdjustZRange(bool enabled);
     bool autoAdjustZRangeEnabled() const noexcept;
 
+    /// As the functions of Camera.
     const Eigen::Matrix4f& viewMatrix() const noexcept;
     const Eigen::Matrix4f& projectionMatrix() const noexcept;
     bool isOrthographic() const noexcept;
@@ -140,6 +145,7 @@ public:
     ///                       old size then stays in force
     void setViewport(std::uint64_t width, std::uint64_t height);
 
+    /// The drawing area, which begins at the origin.
     const Viewport& viewport() const noexcept;
 
     /// Width by height of the picture.
@@ -147,10 +153,12 @@ public:
 
     // How the picture is coloured.
 
+    /// The colour where nothing is drawn.
     void setBackgroundColor(unsigned char r, unsigned char g, unsigned char b, unsigned char a);
     void setBackgroundColor(const Math::Color& color);
     const Math::Color& backgroundColor() const noexcept;
 
+    /// How points are coloured; the scene is told.
     void setRenderMode(RenderMode renderMode);
     RenderMode renderMode() const noexcept;
 

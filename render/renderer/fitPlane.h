@@ -16,8 +16,7 @@ namespace Render
 /// The points that lie close to the best of a hundred planes through three random points each.
 ///
 /// @param threshold  a point belongs to a plane when its distance is below this; its sign does not matter,
-/// NaN and 0
-///                   leave no points
+///                   NaN and 0 leave no points
 /// @returns ascending indices, empty when there are fewer than three points or none of the planes has points
 /// @throws std::length_error  for more than 2^32 - 1 points
 /// Source  M. A. Fischler, R. C. Bolles, "Random Sample Consensus", CACM 24 (1981).

@@ -30,6 +30,6 @@ bool canOpenForWriting(const std::filesystem::path& path);
 /// Writes header and points as a text file with the line ends of this system. The file appears under its name
 /// only when it is complete.
 /// @throws std::runtime_error  naming the path and the reason; an older file of that name then stays as it
-/// was
+///                             was
 RENDER_API void writePointText(const std::filesystem::path& path, std::span<const VertexPosColor> points);
 }  // namespace Render

@@ -20,8 +20,7 @@ namespace Render
 /// the matrices.
 ///
 /// Frame    right-handed, the camera looks along its local -z axis. With the reversed depth buffer near maps
-/// to depth 1
-///          and far to 0, else near to 0 and far to 1.
+///          to depth 1 and far to 0, else near to 0 and far to 1.
 /// Threads  one thread, but for needsRedraw() and setNeedsRedraw(), which any thread may call.
 class RENDER_API Camera
 {
@@ -55,7 +54,7 @@ public:
 
     /// A perspective through the given rectangle of the near plane.
     /// @param reversed  depth convention of this matrix; the camera's own flag stays, the caller keeps both
-    /// the same
+    ///                  the same
     void setPerspectiveOffCenter(
         float left, float right, float bottom, float top, float zNear, float zFar, bool reversed
     );
@@ -86,34 +85,49 @@ public:
     /// Any thread; reading does not clear the flag.
     bool needsRedraw() const noexcept;
 
+    /// From world to camera coordinates.
     const Eigen::Matrix4f& viewMatrix() const noexcept { return mViewMatrix; }
 
+    /// From camera coordinates to the picture's: -1..1 across and up, 0..1 in depth.
     const Eigen::Matrix4f& projectionMatrix() const noexcept { return mProjectionMatrix; }
 
+    /// The projection matrix times the view matrix.
     const Eigen::Matrix4f& viewProjectionMatrix() const noexcept { return mViewProjectionMatrix; }
 
+    /// Its inverse.
     const Eigen::Matrix4f& invViewProjectionMatrix() const noexcept { return mInvViewProjectionMatrix; }
 
+    /// The drawing area.
     const Viewport& viewport() const noexcept { return mViewport; }
 
+    /// The same, to change.
     Viewport& viewport() noexcept { return mViewport; }
 
+    /// Vertical field of view of a perspective, in radians.
     float fovYRad() const noexcept { return mFovY; }
 
+    /// The same in degrees.
     float fovYDeg() const noexcept;
 
+    /// Width of what a parallel projection shows, world units.
     float horizontalExtent() const noexcept { return mHorizontalExtent; }
 
+    /// Height of what a parallel projection shows, world units.
     float verticalExtent() const noexcept { return mVerticalExtent; }
 
+    /// Distance of the near plane, world units.
     float zNear() const noexcept { return mZNear; }
 
+    /// Distance of the far plane, world units.
     float zFar() const noexcept { return mZFar; }
 
+    /// Whether the projection is a parallel one.
     bool isOrthographic() const noexcept;
 
+    /// Whether the projection is a perspective.
     bool isPerspective() const noexcept;
 
+    /// Whether the near plane maps to depth 1 and the far plane to 0.
     bool isZBufferReversed() const noexcept { return mZBufferReversed; }
 
     /// The depth that the far plane maps to.
@@ -121,10 +135,13 @@ public:
 
     // The directions are those of the view matrix, not normalised.
 
+    /// Towards the picture's right border.
     Eigen::Vector3f rightDirection() const;
 
+    /// Towards the picture's upper border.
     Eigen::Vector3f upDirection() const;
 
+    /// Into the picture.
     Eigen::Vector3f viewDirection() const;
 
     /// The camera's position in world coordinates; exact for rigid view matrices.

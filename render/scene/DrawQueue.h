@@ -29,6 +29,7 @@ public:
     class [[nodiscard]] Opened : private Core::NonCopyable
     {
     public:
+        /// Opens it until the end of this object's life.
         explicit Opened(DrawQueue& queue) noexcept : mQueue(queue) { mQueue.mIsOpen = true; }
 
         ~Opened()
@@ -45,6 +46,7 @@ public:
     class [[nodiscard]] Closed : private Core::NonCopyable
     {
     public:
+        /// Closes it until the end of this object's life.
         explicit Closed(DrawQueue& queue) noexcept
             : mQueue(queue), mWasOpen(std::exchange(queue.mIsOpen, false))
         {

@@ -29,13 +29,18 @@ class RENDER_API GroupRenderable : public Renderable, public std::enable_shared_
     };
 
 public:
+    /// How children are listed.
     using Children = std::vector<std::shared_ptr<Renderable>>;
+    /// Over the children in list order.
     using iterator = Children::iterator;
     using const_iterator = Children::const_iterator;
 
+    /// A group without children.
     static std::shared_ptr<GroupRenderable> create(std::string name);
 
+    /// For create().
     GroupRenderable(Private, const std::string& name);
+    /// A copy lists the same children, whose parent stays the original.
     GroupRenderable(const GroupRenderable& other);
     GroupRenderable(GroupRenderable&& other) noexcept;
     GroupRenderable& operator=(const GroupRenderable& other);
@@ -61,8 +66,10 @@ public:
     /// Removes one child; the order of the rest is kept.
     void remove(const_iterator position);
 
+    /// Removes every child.
     void removeAll();
 
+    /// The children in list order.
     iterator begin() noexcept;
     iterator end() noexcept;
     const_iterator begin() const noexcept;
@@ -74,6 +81,7 @@ public:
     std::shared_ptr<Renderable> front() const;
     std::shared_ptr<Renderable> back() const;
 
+    /// Number of children, and whether there are none.
     std::size_t size() const noexcept;
     bool empty() const noexcept;
 

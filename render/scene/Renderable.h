@@ -28,6 +28,7 @@ namespace Render
 class RENDER_API Renderable : public Core::InstanceId<Renderable>
 {
 public:
+    /// Visible, without parent, with the identity as its matrix.
     explicit Renderable(std::string name);
     Renderable(const Renderable& other);
     Renderable& operator=(const Renderable& other);
@@ -85,9 +86,11 @@ public:
     /// Something above or in this object has moved: the world matrix is computed again when next asked for.
     virtual void invalidateWorldMatrix();
 
+    /// Whether the object has to be drawn again.
     virtual void setNeedsRedraw(bool needsRedraw);
     virtual bool needsRedraw() const;
 
+    /// The name, by which groups find the object; need not be unique.
     void setName(const std::string& name);
     std::string name() const;
 

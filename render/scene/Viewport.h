@@ -18,8 +18,10 @@ public:
     /// 640 x 480 at the origin with the depth range 0..1.
     Viewport() = default;
 
+    /// At the origin with the depth range 0..1.
     Viewport(std::uint64_t width, std::uint64_t height) noexcept : mWidth(width), mHeight(height) {}
 
+    /// With the depth range 0..1.
     Viewport(std::int32_t x, std::int32_t y, std::uint64_t width, std::uint64_t height) noexcept
         : mX(x), mY(y), mWidth(width), mHeight(height)
     {
@@ -31,22 +33,29 @@ public:
     /// Sets the size and moves the area to the origin; the depth range stays.
     void set(std::uint64_t width, std::uint64_t height) noexcept;
 
+    /// The depths that near and far plane become.
     void setDepthRange(float min, float max) noexcept;
 
     /// Makes this the only viewport of the rasterizer stage. The depth range is cut to what Direct3D allows:
     /// both limits lie in 0..1 and the lower one not above the upper one.
     void set(ID3D11DeviceContext* context) const;
 
+    /// Left border, pixels.
     std::int32_t x() const noexcept { return mX; }
 
+    /// Upper border, pixels.
     std::int32_t y() const noexcept { return mY; }
 
+    /// Pixels.
     std::uint64_t width() const noexcept { return mWidth; }
 
+    /// Pixels.
     std::uint64_t height() const noexcept { return mHeight; }
 
+    /// The depth that the nearest becomes.
     float minDepth() const noexcept { return mMinDepth; }
 
+    /// The depth that the farthest becomes.
     float maxDepth() const noexcept { return mMaxDepth; }
 
     /// Width by height, divided in single precision; a height of 0 gives infinity or NaN.

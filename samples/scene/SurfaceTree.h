@@ -22,7 +22,7 @@ struct SurfaceHit
 ///
 /// Threads  const operations from any threads at once.
 /// Source   bounding volume hierarchy, split at the median: P. Shirley, "Realistic Ray Tracing" (2003),
-/// chapter 9.
+///          chapter 9.
 class SurfaceTree
 {
 public:

@@ -6,7 +6,8 @@
 #include <vector>
 
 /// The file format written and read a second time, straight from its definition, to check the library's PNG
-/// by. Source  ISO/IEC 15948:2004; not interlaced only.
+/// by.
+/// Source  ISO/IEC 15948:2004; not interlaced only.
 namespace PlainPng
 {
 struct Header

@@ -16,7 +16,8 @@
 
 class StrictDevice;
 
-/// What a strict device remembers of the objects that it has made. Threads  any.
+/// What a strict device remembers of the objects that it has made.
+/// Threads  any.
 class ObjectFacts
 {
 public:

@@ -17,9 +17,8 @@ class IHlslInclude;
 /// @param include     resolves include lines; null to refuse them
 /// @returns the bytecode, in the container that Direct3D 11 takes
 /// @throws std::runtime_error  "Error: Compilation of hlsl shader failed\n" and the compiler's messages, or
-/// one line
-///                             that names the library when that is missing. What include throws comes
-///                             through.
+///                             one line that names the library when that is missing. What include throws
+///                             comes through.
 std::string compileByVkd3d(
     std::string_view source,
     const std::string& sourceName,

@@ -21,8 +21,10 @@ BoxFilter::BoxFilter(const Math::NBoundingBox<float, 3>& box) : mBox(box)
 bool BoxFilter::testPosition(const Math::Point<float, 3>& point)
 {
     // every comparison is made, whatever the others say: no branch to mispredict
-    return (point.x >= mBox.min().x) & (point.x <= mBox.max().x) & (point.y >= mBox.min().y) &
-           (point.y <= mBox.max().y) & (point.z >= mBox.min().z) & (point.z <= mBox.max().z);
+    const auto isBetween = [](float value, float low, float high)
+    { return static_cast<unsigned>(value >= low) & static_cast<unsigned>(value <= high); };
+    return (isBetween(point.x, mBox.min().x, mBox.max().x) & isBetween(point.y, mBox.min().y, mBox.max().y) &
+            isBetween(point.z, mBox.min().z, mBox.max().z)) != 0;
 }
 
 BoxTestResult BoxFilter::testBox(const Math::NBoundingBox<float, 3>& box)

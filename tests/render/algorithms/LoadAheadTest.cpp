@@ -7,6 +7,7 @@
 #include "samples/OctreeWriter.h"
 #include "samples/Random.h"
 #include "tests/render/algorithms/rankOf.h"
+#include "tests/support/ThreadSignals.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -135,6 +136,7 @@ protected:
             },
             std::move(stop)
         );
+        eventually([&loader] { return loader.bytesInFlight() == 0; });  // what runs comes to its end
         left = loader.bytesInFlight();
         used = prioritizer.totalUsedPointCount();
         buffers.update();
