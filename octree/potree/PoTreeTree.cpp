@@ -65,6 +65,9 @@ Octree::TreeDescription describe(
 }
 }  // namespace
 
+// Where the library is a DLL, a program can bind a reference to the constant only when it is defined here.
+const std::uint64_t PoTreeTree::kHierarchyCacheCapacity;
+
 PoTreeTree::PoTreeTree(const FileSystemLocation& location)
     : mMetadata(readMetadata(location.metadataFile())),
       mLayout(makePointLayout(mMetadata, location.metadataFile())),

@@ -21,22 +21,18 @@
 
 namespace PoTree
 {
-/// Bounds of PoTreeTree, apart from it so that a program that uses the DLL can refer to them.
-struct PoTreeLimits
-{
-    /// Largest number of nodes that the hierarchy cache holds.
-    static constexpr std::uint64_t kHierarchyCacheCapacity = 200000;
-};
-
 /// Reads an octree of three files: metadata.json, hierarchy.bin, octree.bin.
 ///
 /// Hierarchy chunks are read when a lookup reaches them. Each byte range of hierarchy.bin belongs to the
 /// first node that claims it, so proxies that share a chunk or lead back to one are an error before anything
 /// is read, and a walk over the whole tree ends.
 /// Threads  all operations from any threads at once.
-class OCTREE_API PoTreeTree final : public Octree::Tree, public PoTreeLimits
+class OCTREE_API PoTreeTree final : public Octree::Tree
 {
 public:
+    /// Largest number of nodes that the hierarchy cache holds.
+    static constexpr std::uint64_t kHierarchyCacheCapacity = 200000;
+
     /// Opens the data set: reads and checks the metadata.
     /// @throws std::runtime_error  naming the file and what is wrong with it
     explicit PoTreeTree(const FileSystemLocation& location);
