@@ -7,8 +7,8 @@
 #include "samples/OctreeWriter.h"
 #include "samples/Random.h"
 #include "tests/render/algorithms/rankOf.h"
-#include "tests/support/ThreadSignals.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/ThreadSignals.h"
 
 #include <gtest/gtest.h>
 
