@@ -59,6 +59,7 @@ public:
     /// Leaves the stage without a shader.
     void end(ID3D11DeviceContext* context) const;
 
+    /// The object of Direct3D; null when there is none.
     Interface* get() const noexcept { return mShader; }
 
 private:

@@ -269,6 +269,7 @@ public:
     /// startAsyncReload() starts from now on.
     void setReloadRetryDelay(std::chrono::milliseconds delay) noexcept { mReloadRetryDelay = delay; }
 
+    /// See setReloadRetryDelay().
     std::chrono::milliseconds reloadRetryDelay() const noexcept { return mReloadRetryDelay; }
 
     /// Starts loading in the background; does nothing, and drops the callback, when it has been started
