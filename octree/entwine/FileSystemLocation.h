@@ -1,8 +1,10 @@
 #pragma once
 
+#include "core/ByteFolder.h"
 #include "octree/Export.h"
 
 #include <filesystem>
+#include <memory>
 #include <utility>
 
 namespace Entwine
@@ -16,6 +18,9 @@ public:
     const std::filesystem::path& folder() const noexcept { return mFolder; }
 
     std::filesystem::path metadataFile() const;
+
+    /// The folder as readers see it.
+    std::shared_ptr<const Core::ByteFolder> files() const;
 
     /// True when the folder holds an ept.json.
     /// @throws std::filesystem::filesystem_error  when the file system cannot tell

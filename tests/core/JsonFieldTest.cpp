@@ -73,6 +73,9 @@ TEST_F(JsonFieldTest, TheWordingOfErrorsIsTheReaders)
     const JsonField own(document, "", kWording);
 
     EXPECT_EQ(errorOf([&] { own.get("other"); }), "no other");
-    EXPECT_EQ(errorOf([&] { own.get("inner").get("list").elements()[1].number(); }), "inner.list[1] <> a finite number");
+    EXPECT_EQ(
+        errorOf([&] { own.get("inner").get("list").elements()[1].number(); }),
+        "inner.list[1] <> a finite number"
+    );
 }
 }  // namespace
