@@ -1,5 +1,7 @@
 #include "graphics/ColorImage.h"
 
+#include "core/readLocalFile.h"
+#include "core/toUtf8.h"
 #include "graphics/PngReader.h"
 #include "graphics/swapRedAndBlue.h"
 #include "graphics/writePngRows.h"
@@ -27,7 +29,7 @@ void ColorImage::writePng(const std::filesystem::path& path) const
 
 ColorImage ColorImage::readPng(const std::filesystem::path& path)
 {
-    PngReader reader(path);
+    PngReader reader(Core::toUtf8(path), Core::readLocalFile(path, PictureLimits::kLargestFile));
     ColorImage image(reader.width(), reader.height());
     const std::span<std::byte> pixels = std::as_writable_bytes(std::span(image.data(), image.sizeInBytes()));
     reader.decode(pixels, SPNG_FMT_RGBA8);

@@ -1,9 +1,9 @@
 #include "graphics/DeepZoomDescription.h"
 
+#include "core/LocalFile.h"
 #include "core/errorReason.h"
-#include "core/readLocalFile.h"
+#include "core/readAll.h"
 #include "core/shownText.h"
-#include "core/toUtf8.h"
 #include "graphics/PictureLimits.h"
 
 #include <algorithm>
@@ -347,9 +347,9 @@ DeepZoomDescription parseDeepZoomDescription(std::string_view text)
     return result;
 }
 
-DeepZoomDescription readDeepZoomDescription(const std::filesystem::path& path)
+DeepZoomDescription readDeepZoomDescription(const Core::ByteSource& file)
 {
-    const std::string text = Core::readLocalFile(path, kLargestFile);
+    const std::string text = *Core::readAll(file, kLargestFile);  // nobody asks for a stop
     try
     {
         return parseDeepZoomDescription(text);
@@ -357,10 +357,15 @@ DeepZoomDescription readDeepZoomDescription(const std::filesystem::path& path)
     catch (const std::runtime_error& error)
     {
         throw std::runtime_error(
-            "Error: cannot read " + Core::toUtf8(path) +
+            "Error: cannot read " + file.name() +
             " as a Deep Zoom description: " + Core::errorReason(error.what())
         );
     }
+}
+
+DeepZoomDescription readDeepZoomDescription(const std::filesystem::path& path)
+{
+    return readDeepZoomDescription(Core::LocalFile(path));
 }
 
 std::string deepZoomDescriptionText(const DeepZoomDescription& description)

@@ -7,6 +7,11 @@
 #include <string>
 #include <string_view>
 
+namespace Core
+{
+class ByteSource;
+}
+
 namespace Graphics
 {
 /// What a .dzi file says about an image pyramid.
@@ -39,8 +44,11 @@ struct GRAPHICS_API DeepZoomDescription
 /// @throws std::runtime_error  with the line and what is wrong, not naming a file
 GRAPHICS_API DeepZoomDescription parseDeepZoomDescription(std::string_view text);
 
-/// Reads a .dzi file.
-/// @throws std::runtime_error  naming the path and what is wrong
+/// Reads a .dzi file of at most 64 KiB.
+/// @throws std::runtime_error  naming the file and what is wrong
+GRAPHICS_API DeepZoomDescription readDeepZoomDescription(const Core::ByteSource& file);
+
+/// The same for a local file.
 GRAPHICS_API DeepZoomDescription readDeepZoomDescription(const std::filesystem::path& path);
 
 /// The text of a .dzi file.

@@ -1,6 +1,7 @@
 #include "graphics/DeepZoomPanoramaLoader.h"
 
-#include "core/toUtf8.h"
+#include "core/LocalFolder.h"
+#include "core/readAll.h"
 #include "graphics/DeepZoomPyramid.h"
 #include "graphics/JpegReader.h"
 #include "graphics/PanoramaDescription.h"
@@ -14,6 +15,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace Graphics
 {
@@ -42,10 +44,26 @@ Size levelSize(const DeepZoomPyramid& pyramid, std::uint32_t level)
     return {pyramid.description().levelWidth(level), pyramid.description().levelHeight(level)};
 }
 
-/// The path below a folder that has been found to stay inside it.
-std::filesystem::path inside(const std::filesystem::path& folder, const std::string& utf8)
+DeepZoomPyramid openPyramid(const Core::ByteFolder& files, const std::string& name)
 {
-    return folder / std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+    return {readDeepZoomDescription(*files.open(name)), name};
+}
+
+/// A tile's file, for messages and as it is stored.
+struct TileFile
+{
+    std::string name;
+    std::string bytes;
+};
+
+std::optional<TileFile> readTileFile(
+    const Core::ByteFolder& files, const std::string& name, const std::stop_token& stopToken
+)
+{
+    const std::unique_ptr<const Core::ByteSource> file = files.open(name, stopToken);
+    std::optional<std::string> bytes =
+        file ? Core::readAll(*file, PictureLimits::kLargestTileFile, stopToken) : std::nullopt;
+    return bytes ? std::optional(TileFile{file->name(), *std::move(bytes)}) : std::nullopt;
 }
 
 std::string wrongSize(const Size& actual, const Size& expected)
@@ -53,11 +71,9 @@ std::string wrongSize(const Size& actual, const Size& expected)
     return "it has " + toText(actual) + ", the tile " + toText(expected);
 }
 
-std::optional<ColorImage> readColorPng(
-    const std::filesystem::path& path, const Size& size, const std::stop_token& stopToken
-)
+std::optional<ColorImage> readColorPng(TileFile file, const Size& size, const std::stop_token& stopToken)
 {
-    PngReader reader(path, PictureLimits::kLargestTileFile);
+    PngReader reader(std::move(file.name), std::move(file.bytes));
     if (const Size actual{reader.width(), reader.height()}; actual != size)
     {
         reader.fail(wrongSize(actual, size));
@@ -73,30 +89,28 @@ std::optional<ColorImage> readColorPng(
     return image;
 }
 
-std::optional<ColorImage> readColorJpeg(
-    const std::filesystem::path& path, const Size& size, const std::stop_token& stopToken
-)
+std::optional<ColorImage> readColorJpeg(TileFile file, const Size& size, const std::stop_token& stopToken)
 {
     const auto acceptSize = [&](std::uint32_t width, std::uint32_t height)
     {
         if (const Size actual{width, height}; actual != size)
         {
             throw std::runtime_error(
-                "Error: cannot read " + Core::toUtf8(path) + " as JPEG: " + wrongSize(actual, size)
+                "Error: cannot read " + file.name + " as JPEG: " + wrongSize(actual, size)
             );
         }
     };
-    return readJpeg(path, acceptSize, PictureLimits::kLargestTileFile, stopToken);
+    return readJpeg(file.name, file.bytes, acceptSize, stopToken);
 }
 
 std::optional<DepthImage> readDepthPng(
-    const std::filesystem::path& path,
+    TileFile file,
     const Size& size,
     std::span<const float, kCodeCount> metresOfCode,
     const std::stop_token& stopToken
 )
 {
-    PngReader reader(path, PictureLimits::kLargestTileFile);
+    PngReader reader(std::move(file.name), std::move(file.bytes));
     if (const Size actual{reader.width(), reader.height()}; actual != size)
     {
         reader.fail(wrongSize(actual, size));
@@ -136,7 +150,7 @@ std::uint32_t firstUsefulLevel(const DeepZoomPyramid& pyramid, std::uint32_t til
 
 struct DeepZoomPanoramaLoader::Implementation
 {
-    explicit Implementation(const std::filesystem::path& panoramaFolder);
+    explicit Implementation(std::shared_ptr<const Core::ByteFolder> panoramaFiles);
 
     void checkLevels(const DeepZoomPyramid& pyramid, const char* name) const;
     void checkSizesMatch() const;
@@ -150,10 +164,10 @@ struct DeepZoomPanoramaLoader::Implementation
 
     [[noreturn]] void fail(const std::string& reason) const
     {
-        throw std::runtime_error("Error: cannot open the panorama " + Core::toUtf8(folder) + ": " + reason);
+        throw std::runtime_error("Error: cannot open the panorama " + files->name() + ": " + reason);
     }
 
-    std::filesystem::path folder;
+    std::shared_ptr<const Core::ByteFolder> files;
     PanoramaDescription description;
     DeepZoomPyramid color;
     DeepZoomPyramid depth;
@@ -162,11 +176,11 @@ struct DeepZoomPanoramaLoader::Implementation
     std::uint32_t firstLevel;  // Deep Zoom's number of our level 0
 };
 
-DeepZoomPanoramaLoader::Implementation::Implementation(const std::filesystem::path& panoramaFolder)
-    : folder(panoramaFolder),
-      description(readPanoramaDescription(folder)),
-      color(inside(folder, description.color)),
-      depth(inside(folder, description.depth)),
+DeepZoomPanoramaLoader::Implementation::Implementation(std::shared_ptr<const Core::ByteFolder> panoramaFiles)
+    : files(std::move(panoramaFiles)),
+      description(readPanoramaDescription(*files)),
+      color(openPyramid(*files, description.color)),
+      depth(openPyramid(*files, description.depth)),
       metresOfCode(metresOfCodes()),
       tileSize(std::max(color.description().tileSize, depth.description().tileSize)),
       firstLevel(std::min(firstUsefulLevel(color, tileSize), depth.description().lastLevel()))
@@ -209,12 +223,11 @@ void DeepZoomPanoramaLoader::Implementation::checkLevels(const DeepZoomPyramid& 
     }
     for (std::uint32_t level = firstLevel; level <= pyramid.description().lastLevel(); ++level)
     {
-        std::error_code ignored;
-        if (!std::filesystem::is_directory(pyramid.levelFolder(level), ignored))
+        if (!files->mayHaveFolder(pyramid.levelFolder(level)))
         {
             fail(
                 std::string(name) + " level " + std::to_string(level) + " is missing, there is no folder " +
-                Core::toUtf8(pyramid.levelFolder(level))
+                files->nameOf(pyramid.levelFolder(level))
             );
         }
     }
@@ -305,7 +318,12 @@ ImageRegion DeepZoomPanoramaLoader::Implementation::region(const TileIndex& inde
 }
 
 DeepZoomPanoramaLoader::DeepZoomPanoramaLoader(const std::filesystem::path& folder)
-    : mImplementation(std::make_unique<Implementation>(folder))
+    : DeepZoomPanoramaLoader(std::make_shared<const Core::LocalFolder>(folder))
+{
+}
+
+DeepZoomPanoramaLoader::DeepZoomPanoramaLoader(std::shared_ptr<const Core::ByteFolder> files)
+    : mImplementation(std::make_unique<Implementation>(std::move(files)))
 {
 }
 
@@ -382,8 +400,10 @@ std::optional<ColorImage> DeepZoomPanoramaLoader::fetchColorTile(
 {
     const ImageRegion region = mImplementation->region(tile, numColorLevels());
     const auto read = mImplementation->color.description().format == "png" ? readColorPng : readColorJpeg;
-    const auto readTile = [&](const std::filesystem::path& path, std::uint32_t width, std::uint32_t height) {
-        return read(path, {width, height}, stopToken);
+    const auto readTile = [&](const std::string& name, std::uint32_t width, std::uint32_t height)
+    {
+        std::optional<TileFile> file = readTileFile(*mImplementation->files, name, stopToken);
+        return file ? read(*std::move(file), {width, height}, stopToken) : std::nullopt;
     };
     return mImplementation->color.readRegion<ColorImage>(
         mImplementation->zoomLevel(tile.level), region, readTile
@@ -395,11 +415,11 @@ std::optional<DepthImage> DeepZoomPanoramaLoader::fetchDepthTile(
 )
 {
     const ImageRegion region = mImplementation->region(tile, numDepthLevels());
-    const auto readTile = [&](const std::filesystem::path& path, std::uint32_t width, std::uint32_t height)
+    const auto metresOfCode = std::span(mImplementation->metresOfCode).first<kCodeCount>();
+    const auto readTile = [&](const std::string& name, std::uint32_t width, std::uint32_t height)
     {
-        return readDepthPng(
-            path, {width, height}, std::span(mImplementation->metresOfCode).first<kCodeCount>(), stopToken
-        );
+        std::optional<TileFile> file = readTileFile(*mImplementation->files, name, stopToken);
+        return file ? readDepthPng(*std::move(file), {width, height}, metresOfCode, stopToken) : std::nullopt;
     };
     return mImplementation->depth.readRegion<DepthImage>(
         mImplementation->zoomLevel(tile.level), region, readTile

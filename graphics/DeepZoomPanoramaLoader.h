@@ -13,10 +13,15 @@
 #include <stop_token>
 #include <vector>
 
+namespace Core
+{
+class ByteFolder;
+}
+
 namespace Graphics
 {
-/// A panorama in a folder: panorama.json and two Deep Zoom pyramids, colour as PNG or JPEG tiles, depth as
-/// PNG tiles of 16-bit grey.
+/// A panorama in a folder, a local one or another: panorama.json and two Deep Zoom pyramids, colour as PNG or
+/// JPEG tiles, depth as PNG tiles of 16-bit grey.
 ///
 /// Depth codes become metres along the ray, those that say that nothing was measured the largest float. Level
 /// 0 is the coarsest that fills a tile. All tiles are whole: those of the last column and row end at the
@@ -31,6 +36,10 @@ public:
     /// @throws std::runtime_error  naming the file and what is wrong: descriptions that are broken, levels of
     ///                             the two pyramids that differ in size, are too large, or have no folder
     explicit DeepZoomPanoramaLoader(const std::filesystem::path& folder);
+
+    /// The same for files that need not be local.
+    /// @param files  not null
+    explicit DeepZoomPanoramaLoader(std::shared_ptr<const Core::ByteFolder> files);
     ~DeepZoomPanoramaLoader() override;
 
     std::uint64_t numColorLevels() const override;

@@ -2,11 +2,12 @@
 
 namespace Graphics
 {
-std::filesystem::path DeepZoomPyramid::tileFolder(const std::filesystem::path& descriptionPath)
+std::string DeepZoomPyramid::tileFolder(std::string_view descriptionName)
 {
-    std::filesystem::path name = descriptionPath.stem();
-    name += "_files";
-    return descriptionPath.parent_path() / name;
+    const std::size_t name = descriptionName.rfind('/') + 1;  // 0 where there is none
+    const std::size_t dot = descriptionName.rfind('.');
+    const bool hasExtension = dot != std::string_view::npos && dot > name;
+    return std::string(descriptionName.substr(0, hasExtension ? dot : descriptionName.size())) + "_files";
 }
 
 ImageRegion DeepZoomPyramid::tileRegion(std::uint32_t level, std::uint32_t column, std::uint32_t row)

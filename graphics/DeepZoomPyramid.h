@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
 
 namespace Graphics
 {
@@ -20,28 +22,28 @@ struct ImageRegion
     std::uint32_t height = 0;
 };
 
-/// The tiles of an image pyramid on disk. The description NAME.dzi stands beside the folder NAME_files, which
-/// has a folder for each level, which has the tiles COLUMN_ROW.FORMAT.
+/// The tiles of an image pyramid. The description NAME.dzi stands beside the folder NAME_files, which has a
+/// folder for each level, which has the tiles COLUMN_ROW.FORMAT. All names count from the folder of the
+/// panorama, as Core::ByteFolder has them.
 ///
 /// Threads  const operations from any.
 class DeepZoomPyramid
 {
 public:
-    /// @param path  of the description
-    /// @throws std::runtime_error  naming the path and what is wrong with the description
-    explicit DeepZoomPyramid(const std::filesystem::path& path)
-        : mDescription(readDeepZoomDescription(path)), mFolder(tileFolder(path))
+    /// @param name  of the description's file
+    DeepZoomPyramid(DeepZoomDescription description, std::string_view name)
+        : mDescription(std::move(description)), mFolder(tileFolder(name))
     {
     }
 
     const DeepZoomDescription& description() const noexcept { return mDescription; }
 
-    std::filesystem::path levelFolder(std::uint32_t level) const { return mFolder / std::to_string(level); }
+    std::string levelFolder(std::uint32_t level) const { return mFolder + '/' + std::to_string(level); }
 
-    std::filesystem::path tilePath(std::uint32_t level, std::uint32_t column, std::uint32_t row) const
+    std::string tileName(std::uint32_t level, std::uint32_t column, std::uint32_t row) const
     {
-        return levelFolder(level) /
-               (std::to_string(column) + "_" + std::to_string(row) + "." + mDescription.format);
+        return levelFolder(level) + '/' + std::to_string(column) + '_' + std::to_string(row) + '.' +
+               mDescription.format;
     }
 
     /// The part of its level that a tile holds, its overlap with the neighbours included.
@@ -49,7 +51,7 @@ public:
 
     /// Puts a part of a level together from the tiles that hold it.
     /// @param part      inside the level
-    /// @param readTile  std::optional<Image>(path, width, height), reads a tile of this size or throws;
+    /// @param readTile  std::optional<Image>(name, width, height), reads a tile of this size or throws;
     ///                  nothing when it was stopped
     /// @return nothing when a tile was stopped
     template <class Image, class ReadTile>
@@ -57,11 +59,11 @@ public:
         const;
 
     /// The folder of the tiles that belong to a description.
-    static std::filesystem::path tileFolder(const std::filesystem::path& descriptionPath);
+    static std::string tileFolder(std::string_view descriptionName);
 
 private:
     DeepZoomDescription mDescription;
-    std::filesystem::path mFolder;
+    std::string mFolder;
 };
 
 template <class Image, class ReadTile>
@@ -78,7 +80,7 @@ std::optional<Image> DeepZoomPyramid::readRegion(
         {
             const ImageRegion tile = tileRegion(level, column, row);
             const std::optional<Image> image =
-                readTile(tilePath(level, column, row), tile.width, tile.height);
+                readTile(tileName(level, column, row), tile.width, tile.height);
             if (!image)
             {
                 return std::nullopt;

@@ -1,5 +1,6 @@
 #include "graphics/DepthImage.h"
 
+#include "core/readLocalFile.h"
 #include "core/toUtf8.h"
 #include "graphics/PngReader.h"
 #include "graphics/writePngRows.h"
@@ -40,7 +41,7 @@ void DepthImage::writePng(const std::filesystem::path& path) const
 
 Gray16Image readGray16Png(const std::filesystem::path& path)
 {
-    PngReader reader(path);
+    PngReader reader(Core::toUtf8(path), Core::readLocalFile(path, PictureLimits::kLargestFile));
     if (!reader.isGray16())
     {
         reader.fail("16-bit grey pixels without alpha expected");

@@ -1,8 +1,7 @@
 #include "graphics/JpegReader.h"
 
 #include "core/errorReason.h"
-#include "core/readLocalFile.h"
-#include "core/toUtf8.h"
+#include "graphics/PictureLimits.h"
 
 #include <jpeglib.h>
 
@@ -145,38 +144,35 @@ bool decode(Decoder& decoder, unsigned char* pixels, std::size_t rowPitch)
     return true;
 }
 
-[[noreturn]] void fail(const std::filesystem::path& path, const std::string& reason)
+[[noreturn]] void fail(const std::string& name, const std::string& reason)
 {
-    throw std::runtime_error(
-        "Error: cannot read " + Core::toUtf8(path) + " as JPEG: " + Core::errorReason(reason)
-    );
+    throw std::runtime_error("Error: cannot read " + name + " as JPEG: " + Core::errorReason(reason));
 }
 }  // namespace
 
 std::optional<ColorImage> readJpeg(
-    const std::filesystem::path& path,
+    const std::string& name,
+    const std::string& file,
     const std::function<void(std::uint32_t width, std::uint32_t height)>& acceptSize,
-    std::uint64_t maxFileSize,
     const std::stop_token& stopToken
 )
 {
-    const std::string file = Core::readLocalFile(path, maxFileSize);
     if (file.empty())
     {
-        fail(path, "the file is empty");
+        fail(name, "the file is empty");
     }
     DecoderOwner owner;
     Decoder& decoder = owner.decoder;
     if (!readHeader(decoder, file))
     {
-        fail(path, decoder.message.data());
+        fail(name, decoder.message.data());
     }
     const std::uint32_t width = decoder.info.image_width;
     const std::uint32_t height = decoder.info.image_height;
     if (width > PictureLimits::kLargestSide || height > PictureLimits::kLargestSide)
     {
         fail(
-            path,
+            name,
             std::to_string(width) + " x " + std::to_string(height) + " pixels are more than " +
                 std::to_string(PictureLimits::kLargestSide) + " on a side"
         );
@@ -184,11 +180,11 @@ std::optional<ColorImage> readJpeg(
     if (decoder.info.jpeg_color_space != JCS_GRAYSCALE && decoder.info.jpeg_color_space != JCS_YCbCr &&
         decoder.info.jpeg_color_space != JCS_RGB)
     {
-        fail(path, "only grey, YCbCr and RGB pictures are supported");
+        fail(name, "only grey, YCbCr and RGB pictures are supported");
     }
     if (decoder.info.arith_code)
     {
-        fail(path, "arithmetic coding is not supported");
+        fail(name, "arithmetic coding is not supported");
     }
     const std::uint64_t pixelCount = std::uint64_t{width} * height;
     // What the header takes, and what it carries, holds no pixels.
@@ -196,7 +192,7 @@ std::optional<ColorImage> readJpeg(
         pixelCount / PictureLimits::kMostJpegPixelsPerByte > stored)
     {
         fail(
-            path,
+            name,
             "its " + std::to_string(stored) + " compressed bytes cannot hold the announced " +
                 std::to_string(width) + " x " + std::to_string(height) + " pixels"
         );
@@ -218,7 +214,7 @@ std::optional<ColorImage> readJpeg(
         {
             return std::nullopt;
         }
-        fail(path, decoder.message.data());
+        fail(name, decoder.message.data());
     }
     return image;
 }

@@ -1,12 +1,12 @@
 #include "graphics/PanoramaDescription.h"
 
 #include "core/JsonField.h"
+#include "core/LocalFolder.h"
 #include "core/errorReason.h"
 #include "core/isReservedName.h"
 #include "core/parseJson.h"
-#include "core/readLocalFile.h"
+#include "core/readAll.h"
 #include "core/shownText.h"
-#include "core/toUtf8.h"
 
 #include <Eigen/LU>
 #include <nlohmann/json.hpp>
@@ -178,10 +178,10 @@ PanoramaDescription parsePanoramaDescription(std::string_view text)
     return result;
 }
 
-PanoramaDescription readPanoramaDescription(const std::filesystem::path& folder)
+PanoramaDescription readPanoramaDescription(const Core::ByteFolder& folder)
 {
-    const std::filesystem::path path = folder / PanoramaDescription::kFileName;
-    const std::string text = Core::readLocalFile(path, kLargestFile);
+    const auto file = folder.open(PanoramaDescription::kFileName);
+    const std::string text = *Core::readAll(*file, kLargestFile);  // nobody asks for a stop
     try
     {
         return parsePanoramaDescription(text);
@@ -189,9 +189,14 @@ PanoramaDescription readPanoramaDescription(const std::filesystem::path& folder)
     catch (const std::runtime_error& error)
     {
         throw std::runtime_error(
-            "Error: cannot read " + Core::toUtf8(path) + " as a panorama: " + Core::errorReason(error.what())
+            "Error: cannot read " + file->name() + " as a panorama: " + Core::errorReason(error.what())
         );
     }
+}
+
+PanoramaDescription readPanoramaDescription(const std::filesystem::path& folder)
+{
+    return readPanoramaDescription(Core::LocalFolder(folder));
 }
 
 std::string panoramaDescriptionText(const PanoramaDescription& description)

@@ -10,6 +10,11 @@
 #include <string_view>
 #include <vector>
 
+namespace Core
+{
+class ByteFolder;
+}
+
 namespace Graphics
 {
 /// What the file panorama.json of a panorama folder says.
@@ -34,8 +39,11 @@ struct PanoramaDescription
 ///                             projection, and for paths that leave the folder
 GRAPHICS_API PanoramaDescription parsePanoramaDescription(std::string_view text);
 
-/// Reads the panorama.json of a folder.
-/// @throws std::runtime_error  naming the path and what is wrong
+/// Reads the panorama.json of a folder, of at most 1 MiB.
+/// @throws std::runtime_error  naming the file and what is wrong
+GRAPHICS_API PanoramaDescription readPanoramaDescription(const Core::ByteFolder& folder);
+
+/// The same for a local folder.
 GRAPHICS_API PanoramaDescription readPanoramaDescription(const std::filesystem::path& folder);
 
 /// The text of panorama.json.

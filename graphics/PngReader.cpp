@@ -1,13 +1,12 @@
 #include "graphics/PngReader.h"
 
 #include "core/errorReason.h"
-#include "core/readLocalFile.h"
-#include "core/toUtf8.h"
 
 #include <algorithm>
 #include <new>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 namespace Graphics
 {
@@ -65,8 +64,8 @@ void PngReader::FreeContext::operator()(spng_ctx* context) const noexcept
     spng_ctx_free(context);
 }
 
-PngReader::PngReader(const std::filesystem::path& path, std::uint64_t maxFileSize)
-    : mPath(path), mFile(Core::readLocalFile(path, maxFileSize)), mContext(spng_ctx_new(0))
+PngReader::PngReader(std::string name, std::string file)
+    : mName(std::move(name)), mFile(std::move(file)), mContext(spng_ctx_new(0))
 {
     if (!mContext)
     {
@@ -124,9 +123,7 @@ bool PngReader::decode(std::span<std::byte> pixels, spng_format format, const st
 
 void PngReader::fail(const std::string& reason) const
 {
-    throw std::runtime_error(
-        "Error: cannot read " + Core::toUtf8(mPath) + " as PNG: " + Core::errorReason(reason)
-    );
+    throw std::runtime_error("Error: cannot read " + mName + " as PNG: " + Core::errorReason(reason));
 }
 
 void PngReader::check(int result) const

@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <span>
 #include <stop_token>
@@ -24,11 +23,10 @@ namespace Graphics
 class PngReader : private Core::NonCopyable
 {
 public:
-    /// @param maxFileSize  in bytes
-    /// @throws std::runtime_error  naming the path and what is wrong
-    explicit PngReader(
-        const std::filesystem::path& path, std::uint64_t maxFileSize = PictureLimits::kLargestFile
-    );
+    /// @param name  for messages
+    /// @param file  the whole file
+    /// @throws std::runtime_error  naming the file and what is wrong
+    PngReader(std::string name, std::string file);
 
     std::uint32_t width() const noexcept { return mHeader.width; }
 
@@ -42,11 +40,11 @@ public:
     ///                machine
     /// @param stopToken  looked at before each row
     /// @return false when a stop was requested; some rows are not filled then
-    /// @throws std::runtime_error  naming the path and what is wrong, also for a size that is not that of the
+    /// @throws std::runtime_error  naming the file and what is wrong, also for a size that is not that of the
     ///                             picture
     bool decode(std::span<std::byte> pixels, spng_format format, const std::stop_token& stopToken = {});
 
-    /// Throws std::runtime_error with the path and the reason.
+    /// Throws std::runtime_error with the file's name and the reason.
     [[noreturn]] void fail(const std::string& reason) const;
 
 private:
@@ -57,7 +55,7 @@ private:
 
     void check(int result) const;
 
-    std::filesystem::path mPath;
+    std::string mName;
     std::string mFile;
     std::unique_ptr<spng_ctx, FreeContext> mContext;
     spng_ihdr mHeader{};

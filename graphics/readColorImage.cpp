@@ -1,7 +1,9 @@
 #include "graphics/readColorImage.h"
 
+#include "core/readLocalFile.h"
 #include "core/toUtf8.h"
 #include "graphics/JpegReader.h"
+#include "graphics/PictureLimits.h"
 
 #include <algorithm>
 #include <string>
@@ -18,6 +20,10 @@ ColorImage readColorImage(const std::filesystem::path& path)
         [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
     );
     const bool isJpeg = extension == ".jpg" || extension == ".jpeg";
-    return isJpeg ? *readJpeg(path, nullptr) : ColorImage::readPng(path);
+    if (!isJpeg)
+    {
+        return ColorImage::readPng(path);
+    }
+    return *readJpeg(Core::toUtf8(path), Core::readLocalFile(path, PictureLimits::kLargestFile), nullptr);
 }
 }  // namespace Graphics

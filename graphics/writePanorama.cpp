@@ -147,18 +147,31 @@ Gray16Image resampled(const Gray16Image& image, std::uint32_t width, std::uint32
     return result;
 }
 
+/// The path of what has that name within a folder.
+std::filesystem::path inside(const std::filesystem::path& folder, const std::string& utf8)
+{
+    return folder / std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+}
+
 /// Writes one level tile by tile; writeTile(path, region) writes one.
 template <class WriteTile>
-void writeLevel(const DeepZoomPyramid& pyramid, std::uint32_t level, const WriteTile& writeTile)
+void writeLevel(
+    const std::filesystem::path& folder,
+    const DeepZoomPyramid& pyramid,
+    std::uint32_t level,
+    const WriteTile& writeTile
+)
 {
     const DeepZoomDescription& description = pyramid.description();
-    std::filesystem::create_directories(pyramid.levelFolder(level));
+    std::filesystem::create_directories(inside(folder, pyramid.levelFolder(level)));
     const auto count = [&](std::uint32_t size) { return (size - 1) / description.tileSize + 1; };
     for (std::uint32_t row = 0; row < count(description.levelHeight(level)); ++row)
     {
         for (std::uint32_t column = 0; column < count(description.levelWidth(level)); ++column)
         {
-            writeTile(pyramid.tilePath(level, column, row), pyramid.tileRegion(level, column, row));
+            writeTile(
+                inside(folder, pyramid.tileName(level, column, row)), pyramid.tileRegion(level, column, row)
+            );
         }
     }
 }
@@ -218,11 +231,11 @@ DeepZoomPyramid begin(
     std::uint32_t tileSize
 )
 {
-    const std::filesystem::path path =
-        folder / std::filesystem::path(std::u8string(name.begin(), name.end()));
+    const std::filesystem::path path = inside(folder, name);
+    const DeepZoomDescription description{width, height, tileSize, 0, "png"};
     std::filesystem::create_directories(path.parent_path());
-    writeText(path, deepZoomDescriptionText({width, height, tileSize, 0, "png"}));
-    return DeepZoomPyramid(path);
+    writeText(path, deepZoomDescriptionText(description));
+    return DeepZoomPyramid(description, name);
 }
 }  // namespace
 
@@ -258,6 +271,7 @@ void writePanorama(
         }
         const ColorImage& image = isFinest ? color : colorLevel;
         writeLevel(
+            folder,
             colors,
             level,
             [&](const std::filesystem::path& path, const ImageRegion& region)
@@ -273,6 +287,7 @@ void writePanorama(
     for (std::uint32_t level = depths.description().lastLevel() + 1; level-- > 0;)
     {
         writeLevel(
+            folder,
             depths,
             level,
             [&](const std::filesystem::path& path, const ImageRegion& region)

@@ -1,7 +1,10 @@
 #include "octree/Location.h"
 
+#include "core/LocalFolder.h"
+#include "octree/TreeKind.h"
+
 #include <cstdint>
-#include <system_error>
+#include <stdexcept>
 #include <utility>
 
 namespace Octree
@@ -20,50 +23,88 @@ std::filesystem::path folderOf(const std::filesystem::path& file)
     const std::filesystem::path folder = file.parent_path();
     return withoutTrailingSeparator(folder.empty() ? std::filesystem::path(".") : folder);
 }
+
+Kind kindOf(const Core::ByteFolder& files)
+{
+    for (const TreeKind* const kind : treeKinds())
+    {
+        try
+        {
+            if (files.contains(kind->descriptionFile))
+            {
+                return kind->kind;
+            }
+        }
+        catch (const std::runtime_error&)
+        {
+            // what cannot be looked at counts as absent here: opening the data set reports the reason
+        }
+    }
+    return treeKinds().front()->kind;
+}
 }  // namespace
 
-Location::Location(PoTree::FileSystemLocation location) : mLocation(std::move(location)) {}
+const char* kindName(Kind kind) noexcept
+{
+    return treeKind(kind).name;
+}
 
-Location::Location(Entwine::FileSystemLocation location) : mLocation(std::move(location)) {}
+Location::Location(Kind kind, std::filesystem::path folder)
+    : mKind(kind),
+      mFolder(std::move(folder)),
+      mFile(treeKind(kind).descriptionFile),
+      mFiles(std::make_shared<const Core::LocalFolder>(mFolder))
+{
+}
+
+Location::Location(PoTree::FileSystemLocation location) : Location(Kind::PoTree, location.folder()) {}
+
+Location::Location(Entwine::FileSystemLocation location) : Location(Kind::Entwine, location.folder()) {}
+
+Location::Location(Kind kind, std::shared_ptr<const Core::ByteFolder> files, std::string_view file)
+    : mKind(kind), mFile(file.empty() ? treeKind(kind).descriptionFile : file), mFiles(std::move(files))
+{
+    if (!mFiles)
+    {
+        throw std::invalid_argument("Error: a location needs files");
+    }
+    if (const auto* const local = dynamic_cast<const Core::LocalFolder*>(mFiles.get()))
+    {
+        mFolder = local->path();
+    }
+    else
+    {
+        mPlace = mFiles->name();
+    }
+}
 
 Location Location::fromPath(const std::filesystem::path& path)
 {
-    if (path.filename() == "metadata.json")
+    for (const TreeKind* const kind : treeKinds())
     {
-        return PoTree::FileSystemLocation(folderOf(path));
+        if (path.filename() == kind->descriptionFile)
+        {
+            return {kind->kind, folderOf(path)};
+        }
     }
-    if (path.filename() == "ept.json")
-    {
-        return Entwine::FileSystemLocation(folderOf(path));
-    }
-
-    // what cannot be looked at counts as absent here: opening the data set reports the reason
-    std::error_code ignored;
     const std::filesystem::path folder = withoutTrailingSeparator(path);
-    const PoTree::FileSystemLocation threeFiles(folder);
-    const Entwine::FileSystemLocation tiles(folder);
-    if (std::filesystem::exists(tiles.metadataFile(), ignored) &&
-        !std::filesystem::exists(threeFiles.metadataFile(), ignored))
-    {
-        return tiles;
-    }
-    return threeFiles;
+    return {kindOf(Core::LocalFolder(folder)), folder};
 }
 
-Kind Location::kind() const noexcept
+Location Location::fromFiles(std::shared_ptr<const Core::ByteFolder> files)
 {
-    return std::holds_alternative<Entwine::FileSystemLocation>(mLocation) ? Kind::Entwine : Kind::PoTree;
-}
-
-const std::filesystem::path& Location::folder() const noexcept
-{
-    const auto* tiles = std::get_if<Entwine::FileSystemLocation>(&mLocation);
-    return tiles != nullptr ? tiles->folder() : std::get_if<PoTree::FileSystemLocation>(&mLocation)->folder();
+    const Kind kind = files ? kindOf(*files) : Kind::PoTree;
+    return {kind, std::move(files)};
 }
 
 bool Location::exists() const
 {
-    return std::visit([](const auto& location) { return location.exists(); }, mLocation);
+    return mFiles->contains(mFile);
+}
+
+bool Location::operator==(const Location& other) const
+{
+    return mKind == other.mKind && mFile == other.mFile && mPlace == other.mPlace && mFolder == other.mFolder;
 }
 
 std::size_t Location::hash() const noexcept
@@ -71,14 +112,26 @@ std::size_t Location::hash() const noexcept
     // 64-bit FNV-1a over the kind and the path's parts, so that equal paths have equal hashes
     std::uint64_t hash = 0xcbf29ce484222325ULL;
     const auto add = [&hash](std::uint64_t value) { hash = (hash ^ value) * 0x100000001b3ULL; };
-    add(static_cast<std::uint64_t>(kind()));
-    for (const std::filesystem::path& part : folder())
+    const auto addText = [&add](const auto& text)
     {
-        for (const auto unit : part.native())
+        for (const auto unit : text)
         {
             add(static_cast<std::uint64_t>(unit));
         }
         add('/');
+    };
+    add(static_cast<std::uint64_t>(mKind));
+    for (const std::filesystem::path& part : mFolder)
+    {
+        addText(part.native());
+    }
+    if (!mPlace.empty())
+    {
+        addText(mPlace);
+    }
+    if (mFile != treeKind(mKind).descriptionFile)
+    {
+        addText(mFile);
     }
     return static_cast<std::size_t>(hash);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/ByteFolder.h"
 #include "octree/Export.h"
 #include "octree/entwine/FileSystemLocation.h"
 #include "octree/potree/FileSystemLocation.h"
@@ -7,8 +8,9 @@
 #include <cstddef>
 #include <filesystem>
 #include <functional>
-#include <utility>
-#include <variant>
+#include <memory>
+#include <string>
+#include <string_view>
 
 namespace Octree
 {
@@ -19,7 +21,11 @@ enum class Kind
     Entwine,  ///< Entwine Point Tiles
 };
 
-/// Where an octree data set lies, whatever its kind.
+/// What a kind is called.
+OCTREE_API const char* kindName(Kind kind) noexcept;
+
+/// Where an octree data set lies, whatever its kind: the folder of its files, and the file that it is opened
+/// by.
 ///
 /// Threads  a plain value.
 class OCTREE_API Location
@@ -29,27 +35,51 @@ public:
     Location(PoTree::FileSystemLocation location);  // implicit on purpose: a location of a kind is a location
     Location(Entwine::FileSystemLocation location);
 
+    /// A data set whose files need not be local.
+    /// @param files  not null; two locations are the same when these have one name
+    /// @param file   the one to open, the kind's usual one when empty
+    Location(Kind kind, std::shared_ptr<const Core::ByteFolder> files, std::string_view file = {});
+
     /// The location that the folder's files show: Entwine where there is an ept.json and no metadata.json,
     /// else the three files. Also accepts the path of the metadata.json or ept.json itself.
     static Location fromPath(const std::filesystem::path& path);
 
+    /// The same for files that need not be local.
+    static Location fromFiles(std::shared_ptr<const Core::ByteFolder> files);
+
     /// Which kind of data set lies there.
-    Kind kind() const noexcept;
+    Kind kind() const noexcept { return mKind; }
 
-    /// The data set's folder.
-    const std::filesystem::path& folder() const noexcept;
+    /// The data set's local folder; empty when its files lie elsewhere.
+    const std::filesystem::path& folder() const noexcept { return mFolder; }
 
-    /// True when the folder holds the kind's metadata file.
+    const std::shared_ptr<const Core::ByteFolder>& files() const noexcept { return mFiles; }
+
+    /// The name, within files(), of the file that the data set is opened by.
+    const std::string& file() const noexcept { return mFile; }
+
+    /// Folder, or that file in it, for messages.
+    std::string name() const { return mFiles->name(); }
+
+    std::string fileName() const { return mFiles->nameOf(mFile); }
+
+    /// True when there is the file that the data set is opened by.
     /// @throws std::filesystem::filesystem_error  ("exists") when the file system cannot tell
     bool exists() const;
 
     /// The same hash in every process for the same kind and path.
     std::size_t hash() const noexcept;
 
-    friend bool operator==(const Location&, const Location&) = default;
+    bool operator==(const Location& other) const;
 
 private:
-    std::variant<PoTree::FileSystemLocation, Entwine::FileSystemLocation> mLocation;
+    Location(Kind kind, std::filesystem::path folder);
+
+    Kind mKind;
+    std::filesystem::path mFolder;
+    std::string mPlace;  // name of files that are not local
+    std::string mFile;
+    std::shared_ptr<const Core::ByteFolder> mFiles;
 };
 }  // namespace Octree
 

@@ -36,12 +36,6 @@ double checkedUnitScale(double unitScale)
     return unitScale;
 }
 
-std::filesystem::path metadataFile(const Location& location)
-{
-    return location.kind() == Kind::PoTree ? PoTree::FileSystemLocation(location.folder()).metadataFile()
-                                           : Entwine::FileSystemLocation(location.folder()).metadataFile();
-}
-
 bool isSameCube(const Math::NBoundingBox<double, 3>& a, const Math::NBoundingBox<double, 3>& b)
 {
     const double tolerance = kCubeTolerance * a.largestSize();
@@ -164,7 +158,7 @@ struct Octree::Implementation
     {
         if (!hasPosition(description.attributeMask))
         {
-            throw fileError(metadataFile(location), "the attribute \"position\" is missing");
+            throw fileError(location.fileName(), "the attribute \"position\" is missing");
         }
     }
 
@@ -194,7 +188,7 @@ struct Octree::Implementation
             known = fetch();
             if (!known && !stopToken.stop_requested())
             {
-                throw fileError(location.folder(), "there is no node " + id.name());
+                throw fileError(location.name(), "there is no node " + id.name());
             }
         }
         catch (const std::exception&)
@@ -513,9 +507,7 @@ void Octree::addExternalAttributeLocation(const Location& location)
     std::shared_ptr<const Tree> external = openTree(location);
     if (!isSameCube(absoluteBoundingCube(), external->description().boundingCube))
     {
-        throw fileError(
-            metadataFile(location), "the cube is not the main data set's, expected the same octree"
-        );
+        throw fileError(location.fileName(), "the cube is not the main data set's, expected the same octree");
     }
     const std::scoped_lock lock(mImplementation->externalsMutex);
     auto extended = std::make_shared<Trees>(*mImplementation->externals);

@@ -1,9 +1,7 @@
 #pragma once
 
 #include "core/errorReason.h"
-#include "core/toUtf8.h"
 
-#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -11,9 +9,10 @@
 namespace Octree
 {
 /// The exception for a bad file: its name, then what is wrong with it and what was expected.
+/// @param file  as Core::ByteSource::name() says
 /// @param what  also the text of another exception; of bounded length then, whatever the file holds
-inline std::runtime_error fileError(const std::filesystem::path& file, std::string_view what)
+inline std::runtime_error fileError(std::string_view file, std::string_view what)
 {
-    return std::runtime_error("Error: " + Core::toUtf8(file) + ": " + Core::errorReason(what));
+    return std::runtime_error("Error: " + std::string(file) + ": " + Core::errorReason(what));
 }
 }  // namespace Octree

@@ -44,9 +44,7 @@ Math::Point<double, 3> pointOf(const Core::JsonField& field)
 }
 
 void readFields(
-    std::string_view text,
-    const std::filesystem::path& file,
-    const std::function<void(const Core::JsonField& root)>& read
+    std::string_view text, std::string_view file, const std::function<void(const Core::JsonField& root)>& read
 )
 {
     try

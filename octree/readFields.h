@@ -3,7 +3,6 @@
 #include "core/JsonField.h"
 #include "math/Point.h"
 
-#include <filesystem>
 #include <functional>
 #include <string_view>
 
@@ -18,11 +17,10 @@ Math::Point<double, 3> pointOf(const Core::JsonField& field);
 
 /// Parses the text of a description file and hands over its fields.
 /// @param file  the name for messages
-/// @param read  gets the object at the top; what it throws as std::runtime_error is put behind the file's name
+/// @param read  gets the object at the top; what it throws as std::runtime_error is put behind the file's
+/// name
 /// @throws std::runtime_error  naming the file, for text that is no JSON, nested too deep, or no object
 void readFields(
-    std::string_view text,
-    const std::filesystem::path& file,
-    const std::function<void(const Core::JsonField& root)>& read
+    std::string_view text, std::string_view file, const std::function<void(const Core::JsonField& root)>& read
 );
 }  // namespace Octree

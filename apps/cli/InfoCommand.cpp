@@ -22,11 +22,6 @@ struct InfoOptions
     bool asJson = false;
 };
 
-std::string kindName(Octree::Kind kind)
-{
-    return kind == Octree::Kind::PoTree ? "PoTree" : "Entwine";
-}
-
 nlohmann::ordered_json toJson(const Math::Point<double, 3>& point)
 {
     return nlohmann::ordered_json::array({point.x, point.y, point.z});
@@ -60,7 +55,7 @@ nlohmann::ordered_json describe(const Octree::Octree& octree, const HierarchySta
 {
     nlohmann::ordered_json json;
     json["name"] = octree.name();
-    json["kind"] = kindName(octree.kind());
+    json["kind"] = Octree::kindName(octree.kind());
     json["encoding"] = octree.encoding();
     json["points"] = statistics.points;
     json["nodes"] = statistics.nodes;
@@ -124,7 +119,7 @@ void printText(const Octree::Octree& octree, const HierarchyStatistics& statisti
     const Math::NBoundingBox<double, 3> cube = octree.absoluteBoundingCube();
     std::string out;
     out += "name       " + oneLine(octree.name()) + "\n";
-    out += "kind       " + kindName(octree.kind()) + ", " + octree.encoding() + "\n";
+    out += std::string("kind       ") + Octree::kindName(octree.kind()) + ", " + octree.encoding() + "\n";
     out += "points     " + std::to_string(statistics.points) + "\n";
     out += "nodes      " + std::to_string(statistics.nodes) + "\n";
     out += "spacing    " + formatNumber(octree.spacing(0)) + "\n";

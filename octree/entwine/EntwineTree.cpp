@@ -1,6 +1,5 @@
 #include "octree/entwine/EntwineTree.h"
 
-#include "core/toUtf8.h"
 #include "octree/PointSink.h"
 #include "octree/ScratchLoan.h"
 #include "octree/entwine/TileCodec.h"
@@ -35,11 +34,11 @@ double stepOf(const Dimension& dimension)
 }
 
 Octree::TreeDescription describe(
-    const Metadata& metadata, const TileLayout& layout, const FileSystemLocation& location
+    const Metadata& metadata, const TileLayout& layout, const Core::ByteFolder& files
 )
 {
     Octree::TreeDescription description;
-    description.name = Core::toUtf8(location.folder().filename());
+    description.name = files.title();
     description.encoding = tileCodec(metadata.dataType).name();
     description.position = metadata.referencePosition();
     description.boundingBox = metadata.boundingBox;
@@ -65,12 +64,12 @@ Octree::TreeDescription describe(
 }
 }  // namespace
 
-EntwineTree::EntwineTree(const FileSystemLocation& location)
-    : mMetadata(readMetadata(location.metadataFile())),
+EntwineTree::EntwineTree(const Octree::Location& location)
+    : mMetadata(readMetadata(*location.files()->open(location.file()))),
       mLayout(mMetadata),
-      mDescription(describe(mMetadata, mLayout, location)),
-      mHierarchy(location.folder() / "ept-hierarchy"),
-      mTiles(location.folder() / "ept-data", mMetadata)
+      mDescription(describe(mMetadata, mLayout, *location.files())),
+      mHierarchy(location.files()),
+      mTiles(location.files(), mMetadata)
 {
 }
 
@@ -106,7 +105,7 @@ std::optional<Hierarchy::Node> EntwineTree::existingNode(
     }
     if (!node)
     {
-        throw Octree::fileError(mHierarchy.fileOf({}).parent_path(), "there is no node " + nodeKey(id));
+        throw Octree::fileError(mHierarchy.name(), "there is no node " + nodeKey(id));
     }
     return node;
 }
@@ -193,7 +192,7 @@ bool EntwineTree::readTile(
     }
     catch (const std::runtime_error& error)
     {
-        throw Octree::fileError(mTiles.fileOf(id), error.what());
+        throw Octree::fileError(mTiles.nameOf(id), error.what());
     }
     return true;
 }

@@ -2,7 +2,6 @@
 
 #include "octree/Export.h"
 #include "octree/Tree.h"
-#include "octree/entwine/FileSystemLocation.h"
 #include "octree/entwine/Hierarchy.h"
 #include "octree/entwine/Metadata.h"
 #include "octree/entwine/RememberedAnswer.h"
@@ -26,7 +25,7 @@ class OCTREE_API EntwineTree final : public Octree::Tree
 public:
     /// Opens the data set: reads and checks the description.
     /// @throws std::runtime_error  naming the file and what is wrong with it
-    explicit EntwineTree(const FileSystemLocation& location);
+    explicit EntwineTree(const Octree::Location& location);
 
     const Octree::TreeDescription& description() const noexcept override { return mDescription; }
 

@@ -1,6 +1,6 @@
 #include "octree/entwine/FileSystemLocation.h"
 
-#include "octree/fileExists.h"
+#include "core/LocalFolder.h"
 
 namespace Entwine
 {
@@ -9,8 +9,13 @@ std::filesystem::path FileSystemLocation::metadataFile() const
     return mFolder / "ept.json";
 }
 
+std::shared_ptr<const Core::ByteFolder> FileSystemLocation::files() const
+{
+    return std::make_shared<const Core::LocalFolder>(mFolder);
+}
+
 bool FileSystemLocation::exists() const
 {
-    return Octree::fileExists(metadataFile());
+    return files()->contains("ept.json");
 }
 }  // namespace Entwine

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "core/ByteFolder.h"
 #include "octree/Export.h"
 
 #include <filesystem>
+#include <memory>
 #include <utility>
 
 namespace Entwine
@@ -19,6 +21,9 @@ public:
 
     /// The path of ept.json.
     std::filesystem::path metadataFile() const;
+
+    /// The folder as readers see it.
+    std::shared_ptr<const Core::ByteFolder> files() const;
 
     /// True when the folder holds an ept.json.
     /// @throws std::filesystem::filesystem_error  when the file system cannot tell

@@ -1,6 +1,6 @@
 #include "octree/entwine/Hierarchy.h"
 
-#include "core/readLocalFile.h"
+#include "core/readAll.h"
 #include "octree/OctreeChildNodeIdRange.h"
 #include "octree/entwine/nodeKey.h"
 
@@ -14,28 +14,31 @@ namespace
 using Octree::OctreeNodeId;
 
 constexpr std::size_t kExpectedFiles = 256;
+constexpr const char* kFolder = "ept-hierarchy";
 }  // namespace
 
-Hierarchy::Hierarchy(std::filesystem::path folder)
-    : mFolder(std::move(folder)), mFiles(kCacheCapacity, kExpectedFiles)
+Hierarchy::Hierarchy(std::shared_ptr<const Core::ByteFolder> files)
+    : mDataSet(std::move(files)), mFiles(kCacheCapacity, kExpectedFiles)
 {
 }
 
-std::filesystem::path Hierarchy::fileOf(const OctreeNodeId& first) const
+std::string Hierarchy::name() const
 {
-    return mFolder / (nodeKey(first) + ".json");
+    return mDataSet->nameOf(kFolder);
 }
 
 Hierarchy::SharedFile Hierarchy::cachedFile(const OctreeNodeId& first, std::stop_token stopToken) const
 {
     const auto load = [&](SharedFile& out, const std::stop_token& token)
     {
-        if (token.stop_requested())
+        const auto file = mDataSet->open(std::string(kFolder) + '/' + nodeKey(first) + ".json", token);
+        const std::optional<std::string> text =
+            file ? Core::readAll(*file, kMaxFileSize, token) : std::nullopt;
+        if (!text)
         {
             return false;
         }
-        const std::filesystem::path file = fileOf(first);
-        out = std::make_shared<const HierarchyFile>(Core::readLocalFile(file, kMaxFileSize), first, file);
+        out = std::make_shared<const HierarchyFile>(*text, first, file->name());
         return true;
     };
     SharedFile file;

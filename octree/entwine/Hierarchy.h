@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/ByteFolder.h"
 #include "core/LruCache.h"
 #include "octree/ChildSummary.h"
 #include "octree/Export.h"
@@ -7,10 +8,10 @@
 #include "octree/entwine/HierarchyFile.h"
 
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <stop_token>
+#include <string>
 
 namespace Entwine
 {
@@ -28,8 +29,8 @@ public:
         unsigned childMask = 0;        ///< bit i: child i exists
     };
 
-    /// @param folder  the one with the JSON files
-    OCTREE_API explicit Hierarchy(std::filesystem::path folder);
+    /// @param files  of the data set
+    OCTREE_API explicit Hierarchy(std::shared_ptr<const Core::ByteFolder> files);
 
     /// The node, or nothing when it does not exist or a stop was requested.
     /// @throws std::runtime_error  naming the file and what is wrong with it
@@ -41,8 +42,8 @@ public:
         const Octree::OctreeNodeId& id, std::stop_token stopToken
     ) const;
 
-    /// The file whose subtree begins with that node.
-    OCTREE_API std::filesystem::path fileOf(const Octree::OctreeNodeId& first) const;
+    /// The folder of the files, for messages.
+    OCTREE_API std::string name() const;
 
     /// Largest size of a file in bytes; it bounds the memory for its nodes to one and a half times that.
     static constexpr std::uint64_t kMaxFileSize = 32U << 20U;
@@ -63,7 +64,7 @@ private:
 
     SharedFile cachedFile(const Octree::OctreeNodeId& first, std::stop_token stopToken) const;
 
-    std::filesystem::path mFolder;
+    std::shared_ptr<const Core::ByteFolder> mDataSet;
     mutable Core::LruCache<Octree::OctreeNodeId, SharedFile, NodeCount> mFiles;
 };
 }  // namespace Entwine

@@ -107,9 +107,7 @@ std::vector<HierarchyFile::Entry>::const_iterator lowerBound(
 }
 }  // namespace
 
-HierarchyFile::HierarchyFile(
-    std::string_view text, const OctreeNodeId& first, const std::filesystem::path& file
-)
+HierarchyFile::HierarchyFile(std::string_view text, const OctreeNodeId& first, std::string_view file)
     : mFirst(first)
 {
     try
@@ -127,7 +125,7 @@ HierarchyFile::HierarchyFile(
 }
 
 // With these rules no file can lead back to a node above its own, so a walk over all of them ends.
-void HierarchyFile::check(const std::filesystem::path& file) const
+void HierarchyFile::check(std::string_view file) const
 {
     if (count(mFirst).value_or(kElsewhere) == kElsewhere)
     {

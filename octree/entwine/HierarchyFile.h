@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -28,9 +27,7 @@ public:
     /// @throws std::runtime_error  naming file and key, for text that is no such object, malformed or
     ///                             repeated keys, numbers that are no count, and nodes whose parent the file
     ///                             does not list
-    OCTREE_API HierarchyFile(
-        std::string_view text, const Octree::OctreeNodeId& first, const std::filesystem::path& file
-    );
+    OCTREE_API HierarchyFile(std::string_view text, const Octree::OctreeNodeId& first, std::string_view file);
 
     /// The node that the file begins with.
     const Octree::OctreeNodeId& first() const noexcept { return mFirst; }
@@ -52,7 +49,7 @@ public:
     };
 
 private:
-    void check(const std::filesystem::path& file) const;
+    void check(std::string_view file) const;
 
     Octree::OctreeNodeId mFirst;
     std::vector<Entry> mEntries;

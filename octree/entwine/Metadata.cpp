@@ -1,6 +1,7 @@
 #include "octree/entwine/Metadata.h"
 
-#include "core/readLocalFile.h"
+#include "core/ByteSource.h"
+#include "core/readAll.h"
 #include "octree/entwine/TileCodec.h"
 #include "octree/readFields.h"
 
@@ -229,15 +230,15 @@ std::pair<std::uint16_t, std::uint16_t> Metadata::intensityRange() const noexcep
     return {toUint16(*intensity->minimum), toUint16(*intensity->maximum)};
 }
 
-Metadata parseMetadata(std::string_view text, const std::filesystem::path& file)
+Metadata parseMetadata(std::string_view text, std::string_view file)
 {
     Metadata metadata;
     Octree::readFields(text, file, [&](const Field& root) { metadata = metadataOf(root); });
     return metadata;
 }
 
-Metadata readMetadata(const std::filesystem::path& file)
+Metadata readMetadata(const Core::ByteSource& file)
 {
-    return parseMetadata(Core::readLocalFile(file, kMaxFileSize), file);
+    return parseMetadata(*Core::readAll(file, kMaxFileSize), file.name());  // nobody asks for a stop
 }
 }  // namespace Entwine

@@ -6,12 +6,16 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+namespace Core
+{
+class ByteSource;
+}
 
 namespace Entwine
 {
@@ -71,8 +75,8 @@ struct Metadata
 /// Reads and checks the text of an ept.json; unknown fields are ignored.
 /// @param file  the name for messages
 /// @throws std::runtime_error  naming file, field and what was expected
-OCTREE_API Metadata parseMetadata(std::string_view text, const std::filesystem::path& file);
+OCTREE_API Metadata parseMetadata(std::string_view text, std::string_view file);
 
 /// The same for a file of at most 4 MiB.
-OCTREE_API Metadata readMetadata(const std::filesystem::path& file);
+OCTREE_API Metadata readMetadata(const Core::ByteSource& file);
 }  // namespace Entwine

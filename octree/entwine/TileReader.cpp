@@ -1,6 +1,5 @@
 #include "octree/entwine/TileReader.h"
 
-#include "core/PositionalFile.h"
 #include "octree/entwine/nodeKey.h"
 #include "octree/fileError.h"
 #include "octree/kMaxPointsPerNode.h"
@@ -15,7 +14,7 @@ namespace
 {
 /// Puts the file's name before what goes wrong in `step`.
 template <class Step>
-auto naming(const std::filesystem::path& path, const Step& step)
+auto naming(const Core::ByteSource& file, const Step& step)
 {
     try
     {
@@ -23,19 +22,24 @@ auto naming(const std::filesystem::path& path, const Step& step)
     }
     catch (const std::runtime_error& error)
     {
-        throw Octree::fileError(path, error.what());
+        throw Octree::fileError(file.name(), error.what());
     }
 }
 }  // namespace
 
-TileReader::TileReader(std::filesystem::path folder, const Metadata& metadata)
-    : mFolder(std::move(folder)), mCodec(tileCodec(metadata.dataType)), mLayout(metadata)
+TileReader::TileReader(std::shared_ptr<const Core::ByteFolder> files, const Metadata& metadata)
+    : mFiles(std::move(files)), mCodec(tileCodec(metadata.dataType)), mLayout(metadata)
 {
 }
 
-std::filesystem::path TileReader::fileOf(const Octree::OctreeNodeId& id) const
+std::string TileReader::fileOf(const Octree::OctreeNodeId& id) const
 {
-    return mFolder / (nodeKey(id) + mCodec.extension());
+    return "ept-data/" + nodeKey(id) + mCodec.extension();
+}
+
+std::string TileReader::nameOf(const Octree::OctreeNodeId& id) const
+{
+    return mFiles->nameOf(fileOf(id));
 }
 
 std::optional<Tile> TileReader::read(
@@ -45,24 +49,26 @@ std::optional<Tile> TileReader::read(
     const std::stop_token& stopToken
 ) const
 {
-    if (stopToken.stop_requested())
-    {
-        return std::nullopt;
-    }
-    const std::filesystem::path path = fileOf(id);
     if (pointCount > Octree::kMaxPointsPerNode)
     {
         throw Octree::fileError(
-            path,
+            nameOf(id),
             "the hierarchy announces " + std::to_string(pointCount) + " points, expected at most " +
                 std::to_string(Octree::kMaxPointsPerNode)
         );
     }
-    const Core::PositionalFile file(path);
-    const std::uint64_t stored = file.size();
-    naming(path, [&] { mCodec.checkStored(stored, mLayout, pointCount); });
+    const std::unique_ptr<const Core::ByteSource> file = mFiles->open(fileOf(id), stopToken);
+    if (!file)
+    {
+        return std::nullopt;
+    }
+    const std::uint64_t stored = file->size();
+    naming(*file, [&] { mCodec.checkStored(stored, mLayout, pointCount); });
     scratch.stored.resize(static_cast<std::size_t>(stored));
-    file.readAt(0, scratch.stored);
-    return naming(path, [&] { return mCodec.unpacked(mLayout, pointCount, scratch, stopToken); });
+    if (!file->readAt(0, scratch.stored, stopToken))
+    {
+        return std::nullopt;
+    }
+    return naming(*file, [&] { return mCodec.unpacked(mLayout, pointCount, scratch, stopToken); });
 }
 }  // namespace Entwine

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/ByteFolder.h"
 #include "octree/Export.h"
 #include "octree/OctreeNodeId.h"
 #include "octree/ScratchLoan.h"
@@ -8,9 +9,10 @@
 #include "octree/entwine/TileLayout.h"
 
 #include <cstdint>
-#include <filesystem>
+#include <memory>
 #include <optional>
 #include <stop_token>
+#include <string>
 
 namespace Entwine
 {
@@ -21,8 +23,8 @@ namespace Entwine
 class OCTREE_API TileReader
 {
 public:
-    /// @param folder  the one with the tiles
-    TileReader(std::filesystem::path folder, const Metadata& metadata);
+    /// @param files  of the data set
+    TileReader(std::shared_ptr<const Core::ByteFolder> files, const Metadata& metadata);
 
     /// @param pointCount  what the hierarchy says, above 0
     /// @param scratch     keeps the rows
@@ -37,11 +39,13 @@ public:
         const std::stop_token& stopToken
     ) const;
 
-    /// The path of a node's tile.
-    std::filesystem::path fileOf(const Octree::OctreeNodeId& id) const;
+    /// A tile's name for messages.
+    std::string nameOf(const Octree::OctreeNodeId& id) const;
 
 private:
-    std::filesystem::path mFolder;
+    std::string fileOf(const Octree::OctreeNodeId& id) const;
+
+    std::shared_ptr<const Core::ByteFolder> mFiles;
     const TileCodec& mCodec;
     TileLayout mLayout;  // of rows as the schema declares them
 };

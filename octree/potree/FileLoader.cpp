@@ -15,7 +15,7 @@ std::string rangeText(std::uint64_t offset, std::uint64_t size)
 }
 
 void checkRange(
-    const Core::PositionalFile& file,
+    const Core::ByteSource& file,
     const std::string& what,
     std::uint64_t offset,
     std::uint64_t size,
@@ -25,7 +25,7 @@ void checkRange(
     if (size > maxSize)
     {
         throw Octree::fileError(
-            file.path(),
+            file.name(),
             what + " takes " + rangeText(offset, size) + ", expected at most " + std::to_string(maxSize) +
                 " bytes"
         );
@@ -34,7 +34,7 @@ void checkRange(
     if (offset > fileSize || size > fileSize - offset)
     {
         throw Octree::fileError(
-            file.path(),
+            file.name(),
             what + " takes " + rangeText(offset, size) + ", expected it within the file's " +
                 std::to_string(fileSize) + " bytes"
         );
@@ -55,8 +55,8 @@ bool succeeds(const Read& read) noexcept
 }
 }  // namespace
 
-FileLoader::FileLoader(const FileSystemLocation& location)
-    : mHierarchy(location.hierarchyFile()), mOctree(location.octreeFile())
+FileLoader::FileLoader(const Core::ByteFolder& files)
+    : mHierarchy(files.open("hierarchy.bin")), mOctree(files.open("octree.bin"))
 {
 }
 
@@ -84,13 +84,12 @@ bool FileLoader::readHierarchyChunk(
     }
     checkHierarchyChunk(offset, size);
     out.resize(static_cast<std::size_t>(size));
-    mHierarchy.readAt(offset, out);
-    return true;
+    return mHierarchy->readAt(offset, out, stopToken);
 }
 
 void FileLoader::checkHierarchyChunk(std::uint64_t offset, std::uint64_t size) const
 {
-    checkRange(mHierarchy, "a hierarchy chunk", offset, size, kMaxHierarchyChunkSize);
+    checkRange(*mHierarchy, "a hierarchy chunk", offset, size, kMaxHierarchyChunkSize);
 }
 
 bool FileLoader::readOctreeChunk(
@@ -101,9 +100,8 @@ bool FileLoader::readOctreeChunk(
     {
         return false;
     }
-    checkRange(mOctree, "node " + node.id.name(), node.byteOffset, node.byteSize, maxSize);
+    checkRange(*mOctree, "node " + node.id.name(), node.byteOffset, node.byteSize, maxSize);
     out.resize(static_cast<std::size_t>(node.byteSize));
-    mOctree.readAt(node.byteOffset, out);
-    return true;
+    return mOctree->readAt(node.byteOffset, out, stopToken);
 }
 }  // namespace PoTree

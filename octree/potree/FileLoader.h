@@ -1,28 +1,32 @@
 #pragma once
 
-#include "core/PositionalFile.h"
+#include "core/ByteFolder.h"
+#include "core/ByteSource.h"
 #include "octree/Export.h"
 #include "octree/potree/FileSystemLocation.h"
 #include "octree/potree/Node.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <stop_token>
+#include <string>
 #include <vector>
 
 namespace PoTree
 {
 /// Reads pieces of hierarchy.bin and octree.bin.
 ///
-/// The files stay open, so one that is deleted meanwhile can still be read where the system allows that;
-/// one that shrinks is noticed.
-/// Threads  all operations from any threads at once.
+/// The files stay open, so a local one that is deleted meanwhile can still be read where the system allows
+/// that; one that changes is an error. Threads  all operations from any threads at once.
 class FileLoader
 {
 public:
     /// Opens both files.
     /// @throws std::runtime_error  naming the file that cannot be opened
-    OCTREE_API explicit FileLoader(const FileSystemLocation& location);
+    OCTREE_API explicit FileLoader(const Core::ByteFolder& files);
+
+    explicit FileLoader(const FileSystemLocation& location) : FileLoader(*location.files()) {}
 
     /// Reads a hierarchy chunk.
     /// @param size  bytes, at most kMaxHierarchyChunkSize
@@ -64,17 +68,16 @@ public:
     /// @throws std::runtime_error  naming the file, as readHierarchyChunk()
     OCTREE_API void checkHierarchyChunk(std::uint64_t offset, std::uint64_t size) const;
 
-    /// The path of hierarchy.bin.
-    const std::filesystem::path& hierarchyFile() const noexcept { return mHierarchy.path(); }
+    /// Names for messages.
+    std::string hierarchyFile() const { return mHierarchy->name(); }
 
-    /// The path of octree.bin.
-    const std::filesystem::path& octreeFile() const noexcept { return mOctree.path(); }
+    std::string octreeFile() const { return mOctree->name(); }
 
     /// Eighty times the largest chunk of four levels; its nodes take about 90 MB.
     static constexpr std::uint64_t kMaxHierarchyChunkSize = 8U << 20U;
 
 private:
-    Core::PositionalFile mHierarchy;
-    Core::PositionalFile mOctree;
+    std::unique_ptr<const Core::ByteSource> mHierarchy;
+    std::unique_ptr<const Core::ByteSource> mOctree;
 };
 }  // namespace PoTree

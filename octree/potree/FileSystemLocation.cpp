@@ -1,6 +1,6 @@
 #include "octree/potree/FileSystemLocation.h"
 
-#include "octree/fileExists.h"
+#include "core/LocalFolder.h"
 
 namespace PoTree
 {
@@ -19,8 +19,13 @@ std::filesystem::path FileSystemLocation::octreeFile() const
     return mFolder / "octree.bin";
 }
 
+std::shared_ptr<const Core::ByteFolder> FileSystemLocation::files() const
+{
+    return std::make_shared<const Core::LocalFolder>(mFolder);
+}
+
 bool FileSystemLocation::exists() const
 {
-    return Octree::fileExists(metadataFile());
+    return files()->contains("metadata.json");
 }
 }  // namespace PoTree

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "core/ByteFolder.h"
 #include "octree/Export.h"
 
 #include <filesystem>
+#include <memory>
 #include <utility>
 
 namespace PoTree
@@ -21,6 +23,9 @@ public:
     std::filesystem::path metadataFile() const;
     std::filesystem::path hierarchyFile() const;
     std::filesystem::path octreeFile() const;
+
+    /// The folder as readers see it.
+    std::shared_ptr<const Core::ByteFolder> files() const;
 
     /// True when the folder holds a metadata.json.
     /// @throws std::filesystem::filesystem_error  when the file system cannot tell

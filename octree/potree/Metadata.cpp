@@ -1,6 +1,7 @@
 #include "octree/potree/Metadata.h"
 
-#include "core/readLocalFile.h"
+#include "core/ByteSource.h"
+#include "core/readAll.h"
 #include "octree/readFields.h"
 
 #include <algorithm>
@@ -256,15 +257,15 @@ bool Metadata::hasWideColors() const noexcept
            std::any_of(rgb->max.begin(), rgb->max.end(), [](double max) { return max > 255.0; });
 }
 
-Metadata parseMetadata(std::string_view text, const std::filesystem::path& file)
+Metadata parseMetadata(std::string_view text, std::string_view file)
 {
     Metadata metadata;
     Octree::readFields(text, file, [&](const Field& root) { metadata = metadataOf(root); });
     return metadata;
 }
 
-Metadata readMetadata(const std::filesystem::path& file)
+Metadata readMetadata(const Core::ByteSource& file)
 {
-    return parseMetadata(Core::readLocalFile(file, kMaxFileSize), file);
+    return parseMetadata(*Core::readAll(file, kMaxFileSize), file.name());  // nobody asks for a stop
 }
 }  // namespace PoTree

@@ -2,7 +2,6 @@
 
 #include "core/brotliDecode.h"
 #include "core/errorReason.h"
-#include "core/toUtf8.h"
 #include "octree/PointSink.h"
 #include "octree/ScratchLoan.h"
 #include "octree/fileError.h"
@@ -42,11 +41,11 @@ std::uint64_t storedPointCount(const Node& node) noexcept
 }
 
 Octree::TreeDescription describe(
-    const Metadata& metadata, const PointLayout& layout, const FileSystemLocation& location
+    const Metadata& metadata, const PointLayout& layout, const Core::ByteFolder& files
 )
 {
     Octree::TreeDescription description;
-    description.name = !metadata.name.empty() ? metadata.name : Core::toUtf8(location.folder().filename());
+    description.name = !metadata.name.empty() ? metadata.name : files.title();
     description.encoding = metadata.encoding == Encoding::Brotli ? "BROTLI" : "DEFAULT";
     description.position = metadata.referencePosition();
     description.boundingBox = metadata.tightBoundingBox();
@@ -68,11 +67,11 @@ Octree::TreeDescription describe(
 // Where the library is a DLL, a program can bind a reference to the constant only when it is defined here.
 const std::uint64_t PoTreeTree::kHierarchyCacheCapacity;
 
-PoTreeTree::PoTreeTree(const FileSystemLocation& location)
-    : mMetadata(readMetadata(location.metadataFile())),
-      mLayout(makePointLayout(mMetadata, location.metadataFile())),
-      mDescription(describe(mMetadata, mLayout, location)),
-      mLoader(location),
+PoTreeTree::PoTreeTree(const Octree::Location& location)
+    : mMetadata(readMetadata(*location.files()->open(location.file()))),
+      mLayout(makePointLayout(mMetadata, location.fileName())),
+      mDescription(describe(mMetadata, mLayout, *location.files())),
+      mLoader(*location.files()),
       mNodes(kHierarchyCacheCapacity, kExpectedNodes)
 {
 }

@@ -5,7 +5,6 @@
 #include "octree/ScratchLoan.h"
 #include "octree/Tree.h"
 #include "octree/potree/FileLoader.h"
-#include "octree/potree/FileSystemLocation.h"
 #include "octree/potree/Metadata.h"
 #include "octree/potree/Node.h"
 #include "octree/potree/PointConversion.h"
@@ -35,7 +34,7 @@ public:
 
     /// Opens the data set: reads and checks the metadata.
     /// @throws std::runtime_error  naming the file and what is wrong with it
-    explicit PoTreeTree(const FileSystemLocation& location);
+    explicit PoTreeTree(const Octree::Location& location);
 
     const Octree::TreeDescription& description() const noexcept override { return mDescription; }
 

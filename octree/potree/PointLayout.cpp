@@ -15,7 +15,7 @@ constexpr std::uint64_t kColorCodeSize = 8;
 constexpr std::uint64_t kPlainPositionSize = 12;
 constexpr std::uint64_t kPlainColorSize = 6;
 
-void requireSize(const Attribute& attribute, std::uint64_t size, const std::filesystem::path& file)
+void requireSize(const Attribute& attribute, std::uint64_t size, std::string_view file)
 {
     if (attribute.size != size)
     {
@@ -27,7 +27,7 @@ void requireSize(const Attribute& attribute, std::uint64_t size, const std::file
     }
 }
 
-std::uint64_t storedSize(const Attribute& attribute, Encoding encoding, const std::filesystem::path& file)
+std::uint64_t storedSize(const Attribute& attribute, Encoding encoding, std::string_view file)
 {
     const bool isPosition = attribute.name == "position";
     if (!isPosition && attribute.name != "rgb")
@@ -55,7 +55,7 @@ unsigned PointLayout::attributeMask() const noexcept
            bit(octahedralNormal.has_value() || normalXyz.has_value(), Octree::kNormalAttribute);
 }
 
-PointLayout makePointLayout(const Metadata& metadata, const std::filesystem::path& file)
+PointLayout makePointLayout(const Metadata& metadata, std::string_view file)
 {
     PointLayout layout;
     layout.encoding = metadata.encoding;

@@ -5,8 +5,8 @@
 
 #include <array>
 #include <cstdint>
-#include <filesystem>
 #include <optional>
+#include <string_view>
 
 namespace PoTree
 {
@@ -36,5 +36,5 @@ struct PointLayout
 /// @param file  the name for messages
 /// @throws std::runtime_error  when plain rows have positions or colours of another size than three 32-bit
 ///                             or 16-bit numbers
-OCTREE_API PointLayout makePointLayout(const Metadata& metadata, const std::filesystem::path& file);
+OCTREE_API PointLayout makePointLayout(const Metadata& metadata, std::string_view file);
 }  // namespace PoTree

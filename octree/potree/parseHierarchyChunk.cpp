@@ -22,7 +22,7 @@ T valueAt(const std::byte* bytes) noexcept
     return value;
 }
 
-void readRecord(const std::byte* record, Node& node, const std::filesystem::path& file)
+void readRecord(const std::byte* record, Node& node, std::string_view file)
 {
     const auto typeAndFlags = valueAt<std::uint8_t>(record);
     const unsigned type = typeAndFlags & 0xFU;
@@ -47,7 +47,7 @@ std::shared_ptr<Node> parseHierarchyChunk(
     std::span<const std::byte> chunk,
     const Octree::OctreeNodeId& first,
     const Math::NBoundingBox<double, 3>& box,
-    const std::filesystem::path& file
+    std::string_view file
 )
 {
     const std::size_t recordCount = chunk.size() / kHierarchyRecordSize;

@@ -6,9 +6,9 @@
 #include "octree/potree/Node.h"
 
 #include <cstddef>
-#include <filesystem>
 #include <memory>
 #include <span>
+#include <string_view>
 
 namespace PoTree
 {
@@ -30,6 +30,6 @@ OCTREE_API std::shared_ptr<Node> parseHierarchyChunk(
     std::span<const std::byte> chunk,
     const Octree::OctreeNodeId& first,
     const Math::NBoundingBox<double, 3>& box,
-    const std::filesystem::path& file
+    std::string_view file
 );
 }  // namespace PoTree

@@ -139,7 +139,10 @@ void ObjLines::readMore()
         static_cast<std::size_t>(std::min<std::uint64_t>(mBuffer.size() - mEnd, mSize - mOffset));
     try
     {
-        mFile.readAt(mOffset, std::as_writable_bytes(std::span(mBuffer).subspan(mEnd, count)));
+        // never false, for nobody asks for a stop
+        static_cast<void>(
+            mFile.readAt(mOffset, std::as_writable_bytes(std::span(mBuffer).subspan(mEnd, count)))
+        );
     }
     catch (const std::runtime_error& error)
     {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/PositionalFile.h"
+#include "core/LocalFile.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -52,7 +52,7 @@ private:
     void keepMaterialFiles(std::string_view names);
     void fail(const std::string& reason);
 
-    Core::PositionalFile mFile;
+    Core::LocalFile mFile;
     std::uint64_t mSize;        // of the file when it was opened, bytes
     std::uint64_t mOffset = 0;  // of the next byte to read
     std::vector<char> mBuffer;

@@ -1,6 +1,8 @@
+#include "core/MemoryFolder.h"
 #include "graphics/DeepZoomPanoramaLoader.h"
 #include "tests/graphics/PlainPng.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/memoryCopy.h"
 #include "tests/support/messageOf.h"
 
 #include <gmock/gmock.h>
@@ -8,6 +10,7 @@
 
 #include <cstdlib>
 #include <limits>
+#include <memory>
 #include <stdexcept>
 #include <stop_token>
 #include <string>
@@ -21,6 +24,12 @@ using TileIndex = Graphics::PanoramaLoader::TileIndex;
 namespace
 {
 constexpr float kFarthest = std::numeric_limits<float>::max();
+
+template <class Image>
+std::string bytesOf(const Image& image)
+{
+    return {reinterpret_cast<const char*>(image.data()), static_cast<std::size_t>(image.sizeInBytes())};
+}
 
 /// A copy, to damage, of the pyramids in tests/data/deepzoom: pixel (x, y) of their 95 x 47 has the colour
 /// (2 x, 4 y, 128) and the depth code 500 + 300 x + y. Tiles of 24 pixels with overlap.
@@ -92,6 +101,41 @@ private:
     TemporaryFolder mFolder;
 };
 }  // namespace
+
+TEST_F(DeepZoomPanorama, FilesInMemoryGiveTheSameTiles)
+{
+    DeepZoomPanoramaLoader local(folder());
+    DeepZoomPanoramaLoader inMemory(memoryCopy(folder()));
+
+    ASSERT_EQ(inMemory.numColorLevels(), local.numColorLevels());
+    for (std::uint64_t level = 0; level < local.numColorLevels(); ++level)
+    {
+        for (const TileIndex& tile : local.tileIndices(level))
+        {
+            EXPECT_EQ(bytesOf(inMemory.colorImageTile(tile)), bytesOf(local.colorImageTile(tile)));
+            EXPECT_EQ(bytesOf(inMemory.depthImageTile(tile)), bytesOf(local.depthImageTile(tile)));
+        }
+    }
+}
+
+TEST_F(DeepZoomPanorama, ErrorsOfFilesInMemoryNameThem)
+{
+    const auto files = std::make_shared<Core::MemoryFolder>("memory");
+    EXPECT_THAT(
+        messageOf<std::runtime_error>([&] { DeepZoomPanoramaLoader loader(files); }),
+        HasSubstr("Error: cannot open memory/panorama.json")
+    );
+    for (const char* const file : {"panorama.json", "color.dzi", "depth.dzi"})
+    {
+        files->set(file, read(file));
+    }
+
+    EXPECT_THAT(
+        messageOf<std::runtime_error>([&] { DeepZoomPanoramaLoader loader(files); }),
+        HasSubstr("Error: cannot open the panorama memory: colour level 6 is missing, there is no folder "
+                  "memory/color_files/6")
+    );
+}
 
 TEST_F(DeepZoomPanorama, LevelsBeginWithTheCoarsestThatFillsATile)
 {

@@ -155,7 +155,7 @@ class EntwineHierarchy : public testing::Test
 protected:
     EptTestSet set;
 
-    Hierarchy hierarchy() const { return Hierarchy(set.write().folder() / "ept-hierarchy"); }
+    Hierarchy hierarchy() const { return Hierarchy(set.write().files()); }
 };
 
 TEST_F(EntwineHierarchy, EntriesOfMinusOneLeadToFilesOfTheirOwn)

@@ -1,3 +1,4 @@
+#include "core/LocalFile.h"
 #include "octree/NodePointData.h"
 #include "octree/potree/Metadata.h"
 #include "octree/potree/PointLayout.h"
@@ -21,7 +22,7 @@ using PoTree::parseMetadata;
 using testing::AllOf;
 using testing::HasSubstr;
 
-const std::filesystem::path kFile = "folder/metadata.json";
+constexpr const char* kFile = "folder/metadata.json";
 
 Metadata parsed(const json& document)
 {
@@ -248,7 +249,8 @@ TEST(Metadata, RefusesAFileFarLargerThanRealOnes)
     const TemporaryFolder folder;
     const std::filesystem::path file = folder.write("metadata.json", std::string((4U << 20U) + 1, ' '));
 
-    const std::string error = messageOf<std::runtime_error>([&] { PoTree::readMetadata(file); });
+    const std::string error =
+        messageOf<std::runtime_error>([&] { PoTree::readMetadata(Core::LocalFile(file)); });
 
     EXPECT_THAT(error, AllOf(HasSubstr("metadata.json"), HasSubstr("4194304")));
 }

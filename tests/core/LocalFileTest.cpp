@@ -1,20 +1,22 @@
-#include "core/PositionalFile.h"
+#include "core/LocalFile.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/messageOf.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <limits>
 #include <span>
 #include <stdexcept>
+#include <stop_token>
 #include <string>
 #include <system_error>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #if !defined(_WIN32)
@@ -26,22 +28,22 @@ namespace
 using testing::AllOf;
 using testing::HasSubstr;
 
-std::string readAt(const Core::PositionalFile& file, std::uint64_t offset, std::size_t length)
+std::string readAt(const Core::LocalFile& file, std::uint64_t offset, std::size_t length)
 {
     std::string result(length, '?');
-    file.readAt(offset, std::as_writable_bytes(std::span(result)));
+    EXPECT_TRUE(file.readAt(offset, std::as_writable_bytes(std::span(result))));
     return result;
 }
 
 std::string openError(const std::filesystem::path& path)
 {
-    return messageOf<std::runtime_error>([&] { const Core::PositionalFile file(path); });
+    return messageOf<std::runtime_error>([&] { const Core::LocalFile file(path); });
 }
 
-TEST(PositionalFile, ReadsAtAnyPosition)
+TEST(LocalFile, ReadsAtAnyPosition)
 {
     const TemporaryFolder folder;
-    const Core::PositionalFile file(folder.write("file.bin", std::string("ab\r\ncd\0ef\x1Agh", 12)));
+    const Core::LocalFile file(folder.write("file.bin", std::string("ab\r\ncd\0ef\x1Agh", 12)));
 
     EXPECT_EQ(readAt(file, 4, 2), "cd");
     EXPECT_EQ(readAt(file, 0, 4), "ab\r\n");
@@ -49,26 +51,26 @@ TEST(PositionalFile, ReadsAtAnyPosition)
     EXPECT_EQ(file.size(), 12U);
 }
 
-TEST(PositionalFile, KnowsItsPath)
+TEST(LocalFile, KnowsItsPath)
 {
     const TemporaryFolder folder;
     const std::filesystem::path path = folder.write("file.bin", "x");
 
-    EXPECT_EQ(Core::PositionalFile(path).path(), path);
+    EXPECT_EQ(Core::LocalFile(path).path(), path);
 }
 
-TEST(PositionalFile, ReadsNothingAtTheEnd)
+TEST(LocalFile, ReadsNothingAtTheEnd)
 {
     const TemporaryFolder folder;
-    const Core::PositionalFile file(folder.write("file.bin", "abc"));
+    const Core::LocalFile file(folder.write("file.bin", "abc"));
 
-    EXPECT_NO_THROW(file.readAt(3, {}));
+    EXPECT_TRUE(file.readAt(3, {}));
 }
 
-TEST(PositionalFile, SaysWhatItCouldNotReadPastTheEnd)
+TEST(LocalFile, SaysWhatItCouldNotReadPastTheEnd)
 {
     const TemporaryFolder folder;
-    const Core::PositionalFile file(folder.write("file.bin", "abcdef"));
+    const Core::LocalFile file(folder.write("file.bin", "abcdef"));
 
     EXPECT_THAT(
         messageOf<std::runtime_error>([&] { readAt(file, 4, 3); }),
@@ -78,10 +80,10 @@ TEST(PositionalFile, SaysWhatItCouldNotReadPastTheEnd)
     EXPECT_THROW(readAt(file, 1000, 1), std::runtime_error);
 }
 
-TEST(PositionalFile, RefusesPositionsThatNoFileHas)
+TEST(LocalFile, RefusesPositionsThatNoFileHas)
 {
     const TemporaryFolder folder;
-    const Core::PositionalFile file(folder.write("file.bin", "abcdef"));
+    const Core::LocalFile file(folder.write("file.bin", "abcdef"));
     constexpr std::uint64_t kLargest = std::numeric_limits<std::uint64_t>::max();
 
     for (const std::uint64_t offset : {kLargest, kLargest - 1, kLargest / 2, kLargest / 2 + 1})
@@ -90,7 +92,7 @@ TEST(PositionalFile, RefusesPositionsThatNoFileHas)
     }
 }
 
-TEST(PositionalFile, ReadsBeyondFourGigabytes)
+TEST(LocalFile, ReadsBeyondFourGigabytes)
 {
     constexpr std::uint64_t kFar = 5ULL << 30U;
     const TemporaryFolder folder;
@@ -100,14 +102,14 @@ TEST(PositionalFile, ReadsBeyondFourGigabytes)
         std::ofstream stream(path, std::ios::binary | std::ios::app);
         stream << "far";
     }
-    const Core::PositionalFile file(path);
+    const Core::LocalFile file(path);
 
     EXPECT_EQ(file.size(), kFar + 3);
     EXPECT_EQ(readAt(file, kFar, 3), "far");
     EXPECT_EQ(readAt(file, kFar - 2, 4), std::string("\0\0fa", 4));
 }
 
-TEST(PositionalFile, NamesAMissingFile)
+TEST(LocalFile, NamesAMissingFile)
 {
     const TemporaryFolder folder;
 
@@ -116,7 +118,7 @@ TEST(PositionalFile, NamesAMissingFile)
     );
 }
 
-TEST(PositionalFile, GivesTheSystemsReason)
+TEST(LocalFile, GivesTheSystemsReason)
 {
     const TemporaryFolder folder;
     const std::string message = openError(folder.path() / "missing.bin");
@@ -126,7 +128,7 @@ TEST(PositionalFile, GivesTheSystemsReason)
     EXPECT_THAT(reason, AllOf(testing::Not(testing::IsEmpty()), testing::Not(HasSubstr("Unknown"))));
 }
 
-TEST(PositionalFile, RefusesAFolder)
+TEST(LocalFile, RefusesAFolder)
 {
     const TemporaryFolder folder;
 
@@ -134,7 +136,7 @@ TEST(PositionalFile, RefusesAFolder)
 }
 
 #if !defined(_WIN32)
-TEST(PositionalFile, RefusesAPipeWithoutWaitingForItsWriter)
+TEST(LocalFile, RefusesAPipeWithoutWaitingForItsWriter)
 {
     const TemporaryFolder folder;
     const std::filesystem::path path = folder.path() / "pipe";
@@ -144,66 +146,116 @@ TEST(PositionalFile, RefusesAPipeWithoutWaitingForItsWriter)
 }
 #endif
 
-TEST(PositionalFile, OpensANameInAnyScript)
+TEST(LocalFile, OpensANameInAnyScript)
 {
     const TemporaryFolder folder;
-    const Core::PositionalFile file(folder.write(std::filesystem::path(u8"größe-点-🌲.bin"), "abc"));
+    const Core::LocalFile file(folder.write(std::filesystem::path(u8"größe-点-🌲.bin"), "abc"));
 
     EXPECT_EQ(readAt(file, 1, 2), "bc");
 }
 
-TEST(PositionalFile, NoticesThatTheFileShrank)
+TEST(LocalFile, AFileThatShrankIsAnErrorThatSaysSo)
 {
     const TemporaryFolder folder;
     const std::filesystem::path path = folder.write("file.bin", std::string(10000, 'x'));
-    const Core::PositionalFile file(path);
+    const Core::LocalFile file(path);
 
     std::filesystem::resize_file(path, 100);
 
-    EXPECT_EQ(file.size(), 100U);
-    EXPECT_EQ(readAt(file, 0, 100), std::string(100, 'x'));
-    EXPECT_THAT(
-        messageOf<std::runtime_error>([&] { readAt(file, 50, 100); }),
-        HasSubstr("the file ends after 100 bytes")
-    );
+    for (const std::uint64_t offset : {0U, 50U, 500U})
+    {
+        EXPECT_THAT(
+            messageOf<std::runtime_error>([&] { readAt(file, offset, 100); }),
+            AllOf(
+                HasSubstr("file.bin: the file was changed while it was open"),
+                HasSubstr("it had 10000 bytes and now has 100")
+            )
+        ) << offset;
+    }
 }
 
-TEST(PositionalFile, SeesAFileGrow)
+TEST(LocalFile, AFileThatGrewIsAnErrorThatSaysSo)
 {
     const TemporaryFolder folder;
     const std::filesystem::path path = folder.write("file.bin", "abc");
-    const Core::PositionalFile file(path);
+    const Core::LocalFile file(path);
 
     std::ofstream(path, std::ios::binary | std::ios::app) << "def";
 
-    EXPECT_EQ(file.size(), 6U);
-    EXPECT_EQ(readAt(file, 3, 3), "def");
+    EXPECT_EQ(file.size(), 3U);
+    EXPECT_THAT(
+        messageOf<std::runtime_error>([&] { readAt(file, 0, 3); }),
+        HasSubstr("the file was changed while it was open, it had 3 bytes and now has 6")
+    );
 }
 
-TEST(PositionalFile, StillReadsAFileThatWasDeleted)
+TEST(LocalFile, AFileThatWasWrittenAnewIsAnErrorThatSaysSo)
 {
     const TemporaryFolder folder;
     const std::filesystem::path path = folder.write("file.bin", "abc");
-    const Core::PositionalFile file(path);
+    const Core::LocalFile file(path);
+    ASSERT_EQ(readAt(file, 0, 3), "abc");
+
+    std::filesystem::last_write_time(path, std::filesystem::last_write_time(path) + std::chrono::seconds(2));
+
+    EXPECT_THAT(
+        messageOf<std::runtime_error>([&] { readAt(file, 0, 3); }),
+        HasSubstr("the file was changed while it was open, it has another time of writing")
+    );
+}
+
+TEST(LocalFile, ReadsSeveralRangesInOneCall)
+{
+    const TemporaryFolder folder;
+    const Core::LocalFile file(folder.write("file.bin", "abcdef"));
+    std::string first(2, '?');
+    std::string second(3, '?');
+    const std::array<Core::ByteRange, 2> ranges{
+        {{4, std::as_writable_bytes(std::span(first))}, {0, std::as_writable_bytes(std::span(second))}}};
+
+    EXPECT_TRUE(file.read(ranges, {}));
+
+    EXPECT_EQ(first, "ef");
+    EXPECT_EQ(second, "abc");
+}
+
+TEST(LocalFile, AStopRequestEndsARead)
+{
+    const TemporaryFolder folder;
+    const Core::LocalFile file(folder.write("file.bin", "abcdef"));
+    std::stop_source stop;
+    stop.request_stop();
+    std::string bytes(2, '?');
+
+    EXPECT_FALSE(file.readAt(0, std::as_writable_bytes(std::span(bytes)), stop.get_token()));
+}
+
+TEST(LocalFile, IdentityTellsVersionsApart)
+{
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder.write("file.bin", "abc");
+    const Core::SourceIdentity before = Core::LocalFile(path).identity();
+    EXPECT_EQ(Core::LocalFile(path).identity(), before);
+
+    std::filesystem::last_write_time(path, std::filesystem::last_write_time(path) + std::chrono::seconds(2));
+
+    const Core::SourceIdentity after = Core::LocalFile(path).identity();
+    EXPECT_EQ(after.name, before.name);
+    EXPECT_NE(after.version, before.version);
+}
+
+TEST(LocalFile, StillReadsAFileThatWasDeleted)
+{
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder.write("file.bin", "abc");
+    const Core::LocalFile file(path);
 
     ASSERT_TRUE(std::filesystem::remove(path));
 
     EXPECT_EQ(readAt(file, 0, 3), "abc");
 }
 
-TEST(PositionalFile, CanBeMoved)
-{
-    const TemporaryFolder folder;
-    Core::PositionalFile first(folder.write("first.bin", "first"));
-    Core::PositionalFile second(folder.write("second.bin", "second"));
-
-    second = std::move(first);
-    const Core::PositionalFile third(std::move(second));
-
-    EXPECT_EQ(readAt(third, 0, 5), "first");
-}
-
-TEST(PositionalFile, ServesSeveralThreadsAtOnce)
+TEST(LocalFile, ServesSeveralThreadsAtOnce)
 {
     constexpr std::size_t kBlockSize = 1000;
     constexpr std::size_t kBlockCount = 64;
@@ -214,7 +266,7 @@ TEST(PositionalFile, ServesSeveralThreadsAtOnce)
         bytes.append(kBlockSize, static_cast<char>('0' + block));
     }
     const TemporaryFolder folder;
-    const Core::PositionalFile file(folder.write("file.bin", bytes));
+    const Core::LocalFile file(folder.write("file.bin", bytes));
     std::atomic<bool> allRight{true};
     std::vector<std::thread> threads;
     for (std::size_t thread = 0; thread < kThreadCount; ++thread)

@@ -1,0 +1,6 @@
+#include "core/ByteFolder.h"
+
+namespace Core
+{
+ByteFolder::~ByteFolder() = default;
+}  // namespace Core

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "core/ByteSource.h"
+#include "core/Export.h"
+#include "core/NonCopyable.h"
+
+#include <memory>
+#include <stop_token>
+#include <string>
+#include <string_view>
+
+namespace Core
+{
+/// The files that belong together as one data set, wherever they lie. Files are named within it: UTF-8, steps
+/// separated by "/", such as "ept-data/0-0-0-0.laz".
+///
+/// Threads  all operations from any threads at once.
+class CORE_API ByteFolder : private NonCopyable
+{
+public:
+    virtual ~ByteFolder();
+
+    /// The path or address for messages, without anything secret.
+    virtual std::string name() const = 0;
+
+    /// The same of a file in it, whether it is there or not.
+    virtual std::string nameOf(std::string_view file) const = 0;
+
+    /// What the folder alone is called: the last step of its name.
+    virtual std::string title() const = 0;
+
+    /// Opens a file.
+    /// @return null when a stop was requested
+    /// @throws std::runtime_error  naming the file when it is not there or cannot be opened
+    virtual std::unique_ptr<const ByteSource> open(
+        std::string_view file, const std::stop_token& stopToken = {}
+    ) const = 0;
+
+    /// True when there is something of that name.
+    /// @throws std::runtime_error  when that cannot be told
+    virtual bool contains(std::string_view file) const = 0;
+
+    /// False when it is known that no file's name begins with these steps. Some places know of files alone.
+    virtual bool mayHaveFolder(std::string_view folder) const = 0;
+
+protected:
+    ByteFolder() = default;
+};
+}  // namespace Core

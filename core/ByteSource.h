@@ -1,0 +1,72 @@
+#pragma once
+
+#include "core/Export.h"
+#include "core/NonCopyable.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <stop_token>
+#include <string>
+
+namespace Core
+{
+/// A piece of a source, and where its bytes go.
+struct ByteRange
+{
+    std::uint64_t offset = 0;
+    std::span<std::byte> out;
+};
+
+/// What tells the content of one source from that of another, now and in later runs: a key for caches.
+struct SourceIdentity
+{
+    std::string name;     ///< the source's path or address
+    std::string version;  ///< differs when the content under that name does
+
+    friend bool operator==(const SourceIdentity&, const SourceIdentity&) = default;
+};
+
+/// Bytes that are read at given positions, wherever they lie. There is no cursor, so threads do not disturb
+/// one another.
+///
+/// An opened source has the same size and bytes for all its life: one that finds its bytes changed, as a
+/// local file can be by others, fails. Errors are std::runtime_error, naming the source, the place and the
+/// reason. Threads  all operations from any threads at once.
+class CORE_API ByteSource : private NonCopyable
+{
+public:
+    virtual ~ByteSource();
+
+    /// The path or address for messages, without anything secret.
+    virtual std::string name() const = 0;
+
+    /// In bytes; known since the source was opened.
+    virtual std::uint64_t size() const noexcept = 0;
+
+    virtual SourceIdentity identity() const = 0;
+
+    /// Fills each range with the bytes from its offset on. A source for which every access takes time may
+    /// join ranges that lie together, and have several on their way at once.
+    /// @param stopToken  looked at before and within the read; how soon is the source's affair
+    /// @return false when a stop was requested; what the ranges hold is then unspecified
+    /// @throws std::runtime_error  when the source ends before the end of a range, has changed, or cannot be
+    /// read
+    [[nodiscard]] virtual bool read(std::span<const ByteRange> ranges, const std::stop_token& stopToken)
+        const = 0;
+
+    /// The same for one range.
+    [[nodiscard]] bool readAt(
+        std::uint64_t offset, std::span<std::byte> out, const std::stop_token& stopToken = {}
+    ) const;
+
+protected:
+    ByteSource() = default;
+
+    /// Throws the error for a range that cannot be read.
+    [[noreturn]] void failRead(std::uint64_t offset, std::size_t length, const std::string& reason) const;
+
+    /// @throws std::runtime_error  when no source can reach as far as the range does
+    void checkPossible(std::uint64_t offset, std::size_t length) const;
+};
+}  // namespace Core
