@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The whole check: formatting, layers, headers, all tests with a Direct3D device under the sanitizers on this host, once more by
-# Clang, all tests as Windows programs under Wine, programs that use the install tree of either, and the pictures of both; the
+# The whole check: formatting, layers, headers, all tests with a Direct3D device under the sanitizers on this host, all
+# tests as Windows programs under Wine, programs that use the install tree of either, and the pictures of both; the
 # reference of the interface.
 # Installs what it needs on a fresh Debian machine. Logs lie in build/logs.
 set -uo pipefail
@@ -84,23 +84,6 @@ consumer() {
         "${runner[@]}" "$build/first-frame/first-frame$ending" tests/data/autzen_brotli "$build/first-frame.png"
 }
 
-# Clang for Windows: what is compiled for that system in another way than by native-clang, which has compiled the tests too, and
-# that programs made of it run. The data set and the picture are those of the native program.
-windowsClangPrograms() {
-    local build=$tarnelBuild/windows-clang folder=$tarnelBuild/windows-clang-smoke program
-    rm -rf "$folder"
-    mkdir -p "$folder"/{native,windows}
-    for program in MathTests GraphicsTests; do
-        scripts/wine.sh "$build/bin/$program.exe" --gtest_brief=1 || return 1
-    done
-    scripts/wine.sh "$build/bin/tarnel.exe" sample "$folder/windows/sample" --points 50000 --cloud-only &&
-        build/native-clang/bin/tarnel sample "$folder/native/sample" --points 50000 --cloud-only &&
-        diff -r "$folder/native/sample" "$folder/windows/sample" &&
-        scripts/wine.sh "$build/bin/tarnel.exe" thumbnail "$folder/windows/sample" --output "$folder/windows/picture.png" &&
-        build/native-clang/bin/tarnel thumbnail "$folder/native/sample" --output "$folder/native/picture.png" &&
-        cmp "$folder/native/picture.png" "$folder/windows/picture.png"
-}
-
 # A program that has the sources within its own build.
 embedded() {
     local build=$tarnelBuild/embedded
@@ -121,9 +104,6 @@ runAll() {
     if build native-tsan "for this host with the thread sanitizer"; then
         tests native-tsan "running its tests" --preset native-tsan
     fi
-    if build native-clang "for this host with Clang"; then
-        tests native-clang "running its tests" --preset native-clang
-    fi
     # The tests of this one would repeat those of the sanitizers; it is here to be installed and to draw.
     if check configure-native "configuring for this host" cmake --preset native -DTARNEL_BUILD_TESTS=OFF &&
         check build-native "building for this host" cmake --build --preset native; then
@@ -141,12 +121,6 @@ runAll() {
             consumer windows -DCMAKE_TOOLCHAIN_FILE="$tarnelRoot/cmake/MingwToolchain.cmake"
     fi
     check pictures "comparing the pictures of both" tools/compare-pictures
-    if check configure-windows-clang "configuring for Windows with Clang" \
-        cmake --preset windows-clang -DTARNEL_QUICK_TESTS=ON &&
-        check build-windows-clang "building libraries, tool and two test programs for Windows with Clang" \
-            cmake --build --preset windows-clang --target tarnel MathTests GraphicsTests; then
-        check windows-clang "running them under Wine" windowsClangPrograms
-    fi
 }
 
 if [ "${1:-}" != --in-session ]; then
