@@ -14,8 +14,8 @@ namespace Core
 /// A piece of a source, and where its bytes go.
 struct ByteRange
 {
-    std::uint64_t offset = 0;
-    std::span<std::byte> out;
+    std::uint64_t offset = 0;  ///< of the first byte, from the source's beginning
+    std::span<std::byte> out;  ///< as many bytes as there are to read
 };
 
 /// What tells the content of one source from that of another, now and in later runs: a key for caches.
@@ -24,6 +24,7 @@ struct SourceIdentity
     std::string name;     ///< the source's path or address
     std::string version;  ///< differs when the content under that name does
 
+    /// True when the content is the same.
     friend bool operator==(const SourceIdentity&, const SourceIdentity&) = default;
 };
 
@@ -32,7 +33,9 @@ struct SourceIdentity
 ///
 /// An opened source has the same size and bytes for all its life: one that finds its bytes changed, as a
 /// local file can be by others, fails. Errors are std::runtime_error, naming the source, the place and the
-/// reason. Threads  all operations from any threads at once.
+/// reason.
+///
+/// Threads  all operations from any threads at once.
 class CORE_API ByteSource : private NonCopyable
 {
 public:
@@ -44,6 +47,7 @@ public:
     /// In bytes; known since the source was opened.
     virtual std::uint64_t size() const noexcept = 0;
 
+    /// What caches find its content by.
     virtual SourceIdentity identity() const = 0;
 
     /// Fills each range with the bytes from its offset on. A source for which every access takes time may

@@ -17,8 +17,9 @@ namespace Core
 ///
 /// Others may write, rename and delete the file meanwhile: one that is deleted can still be read, one that
 /// has another size or another time of writing than when it was opened is an error from then on. What is
-/// written within the clock's resolution of the file system and leaves the size can go unnoticed. Threads  as
-/// its base says.
+/// written within the clock's resolution of the file system and leaves the size can go unnoticed.
+///
+/// Threads  as its base says.
 class CORE_API LocalFile final : public ByteSource
 {
 public:
@@ -36,6 +37,7 @@ public:
     [[nodiscard]] bool read(std::span<const ByteRange> ranges, const std::stop_token& stopToken)
         const override;
 
+    /// As it was given.
     const std::filesystem::path& path() const noexcept { return mPath; }
 
 private:

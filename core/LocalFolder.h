@@ -25,6 +25,7 @@ public:
 
     bool mayHaveFolder(std::string_view folder) const override;
 
+    /// As it was given.
     const std::filesystem::path& path() const noexcept { return mPath; }
 
 private:

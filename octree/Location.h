@@ -53,14 +53,16 @@ public:
     /// The data set's local folder; empty when its files lie elsewhere.
     const std::filesystem::path& folder() const noexcept { return mFolder; }
 
+    /// Where its files are; never null.
     const std::shared_ptr<const Core::ByteFolder>& files() const noexcept { return mFiles; }
 
     /// The name, within files(), of the file that the data set is opened by.
     const std::string& file() const noexcept { return mFile; }
 
-    /// Folder, or that file in it, for messages.
+    /// The name of the folder of files, for messages.
     std::string name() const { return mFiles->name(); }
 
+    /// The name of the file that the data set is opened by, for messages.
     std::string fileName() const { return mFiles->nameOf(mFile); }
 
     /// True when there is the file that the data set is opened by.
@@ -70,6 +72,7 @@ public:
     /// The same hash in every process for the same kind and path.
     std::size_t hash() const noexcept;
 
+    /// True for the same kind, place and file.
     bool operator==(const Location& other) const;
 
 private:

@@ -18,7 +18,9 @@ namespace PoTree
 /// Reads pieces of hierarchy.bin and octree.bin.
 ///
 /// The files stay open, so a local one that is deleted meanwhile can still be read where the system allows
-/// that; one that changes is an error. Threads  all operations from any threads at once.
+/// that; one that changes is an error.
+///
+/// Threads  all operations from any threads at once.
 class FileLoader
 {
 public:
@@ -26,6 +28,7 @@ public:
     /// @throws std::runtime_error  naming the file that cannot be opened
     OCTREE_API explicit FileLoader(const Core::ByteFolder& files);
 
+    /// The same for a local folder.
     explicit FileLoader(const FileSystemLocation& location) : FileLoader(*location.files()) {}
 
     /// Reads a hierarchy chunk.
@@ -68,9 +71,10 @@ public:
     /// @throws std::runtime_error  naming the file, as readHierarchyChunk()
     OCTREE_API void checkHierarchyChunk(std::uint64_t offset, std::uint64_t size) const;
 
-    /// Names for messages.
+    /// The name of hierarchy.bin, for messages.
     std::string hierarchyFile() const { return mHierarchy->name(); }
 
+    /// The name of octree.bin, for messages.
     std::string octreeFile() const { return mOctree->name(); }
 
     /// Eighty times the largest chunk of four levels; its nodes take about 90 MB.
