@@ -9,6 +9,8 @@ namespace PoTree
 {
 namespace
 {
+constexpr const char* kHierarchyChunk = "a hierarchy chunk";
+
 std::string rangeText(std::uint64_t offset, std::uint64_t size)
 {
     return std::to_string(size) + " bytes from byte " + std::to_string(offset) + " on";
@@ -55,8 +57,8 @@ bool succeeds(const Read& read) noexcept
 }
 }  // namespace
 
-FileLoader::FileLoader(const Core::ByteFolder& files)
-    : mHierarchy(files.open("hierarchy.bin")), mOctree(files.open("octree.bin"))
+FileLoader::FileLoader(const std::shared_ptr<const Core::ByteFolder>& files)
+    : mHierarchy(files, "hierarchy.bin"), mOctree(files, "octree.bin")
 {
 }
 
@@ -82,14 +84,20 @@ bool FileLoader::readHierarchyChunk(
     {
         return false;
     }
-    checkHierarchyChunk(offset, size);
-    out.resize(static_cast<std::size_t>(size));
-    return mHierarchy->readAt(offset, out, stopToken);
+    return mHierarchy.use(
+        [&](const Core::ByteSource& file)
+        {
+            checkRange(file, kHierarchyChunk, offset, size, kMaxHierarchyChunkSize);
+            out.resize(static_cast<std::size_t>(size));
+            return file.readAt(offset, out, stopToken);
+        }
+    );
 }
 
 void FileLoader::checkHierarchyChunk(std::uint64_t offset, std::uint64_t size) const
 {
-    checkRange(*mHierarchy, "a hierarchy chunk", offset, size, kMaxHierarchyChunkSize);
+    mHierarchy.use([&](const Core::ByteSource& file)
+                   { checkRange(file, kHierarchyChunk, offset, size, kMaxHierarchyChunkSize); });
 }
 
 bool FileLoader::readOctreeChunk(
@@ -100,8 +108,13 @@ bool FileLoader::readOctreeChunk(
     {
         return false;
     }
-    checkRange(*mOctree, "node " + node.id.name(), node.byteOffset, node.byteSize, maxSize);
-    out.resize(static_cast<std::size_t>(node.byteSize));
-    return mOctree->readAt(node.byteOffset, out, stopToken);
+    return mOctree.use(
+        [&](const Core::ByteSource& file)
+        {
+            checkRange(file, "node " + node.id.name(), node.byteOffset, node.byteSize, maxSize);
+            out.resize(static_cast<std::size_t>(node.byteSize));
+            return file.readAt(node.byteOffset, out, stopToken);
+        }
+    );
 }
 }  // namespace PoTree

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/ByteFolder.h"
-#include "core/ByteSource.h"
+#include "core/ReopenedFile.h"
 #include "octree/Export.h"
 #include "octree/potree/FileSystemLocation.h"
 #include "octree/potree/Node.h"
@@ -18,7 +18,7 @@ namespace PoTree
 /// Reads pieces of hierarchy.bin and octree.bin.
 ///
 /// The files stay open, so a local one that is deleted meanwhile can still be read where the system allows
-/// that; one that changes is an error.
+/// that; one that changes is an error. After an error the file is opened anew.
 ///
 /// Threads  all operations from any threads at once.
 class FileLoader
@@ -26,10 +26,11 @@ class FileLoader
 public:
     /// Opens both files.
     /// @throws std::runtime_error  naming the file that cannot be opened
-    OCTREE_API explicit FileLoader(const Core::ByteFolder& files);
+    /// @param files  not null
+    OCTREE_API explicit FileLoader(const std::shared_ptr<const Core::ByteFolder>& files);
 
     /// The same for a local folder.
-    explicit FileLoader(const FileSystemLocation& location) : FileLoader(*location.files()) {}
+    explicit FileLoader(const FileSystemLocation& location) : FileLoader(location.files()) {}
 
     /// Reads a hierarchy chunk.
     /// @param size  bytes, at most kMaxHierarchyChunkSize
@@ -72,16 +73,16 @@ public:
     OCTREE_API void checkHierarchyChunk(std::uint64_t offset, std::uint64_t size) const;
 
     /// The name of hierarchy.bin, for messages.
-    std::string hierarchyFile() const { return mHierarchy->name(); }
+    std::string hierarchyFile() const { return mHierarchy.name(); }
 
     /// The name of octree.bin, for messages.
-    std::string octreeFile() const { return mOctree->name(); }
+    std::string octreeFile() const { return mOctree.name(); }
 
     /// Eighty times the largest chunk of four levels; its nodes take about 90 MB.
     static constexpr std::uint64_t kMaxHierarchyChunkSize = 8U << 20U;
 
 private:
-    std::unique_ptr<const Core::ByteSource> mHierarchy;
-    std::unique_ptr<const Core::ByteSource> mOctree;
+    Core::ReopenedFile mHierarchy;
+    Core::ReopenedFile mOctree;
 };
 }  // namespace PoTree

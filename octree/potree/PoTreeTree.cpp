@@ -71,7 +71,7 @@ PoTreeTree::PoTreeTree(const Octree::Location& location)
     : mMetadata(readMetadata(*location.files()->open(location.file()))),
       mLayout(makePointLayout(mMetadata, location.fileName())),
       mDescription(describe(mMetadata, mLayout, *location.files())),
-      mLoader(*location.files()),
+      mLoader(location.files()),
       mNodes(kHierarchyCacheCapacity, kExpectedNodes)
 {
 }

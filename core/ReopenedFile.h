@@ -1,0 +1,59 @@
+#pragma once
+
+#include "core/ByteFolder.h"
+#include "core/ByteSource.h"
+#include "core/Export.h"
+#include "core/NonCopyable.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace Core
+{
+/// A file of a folder that is kept open, and opened anew after something was wrong with it: one that is mended
+/// or replaced can be read again.
+///
+/// Threads  all operations from any threads at once.
+class CORE_API ReopenedFile : private NonCopyable
+{
+public:
+    /// Opens it.
+    /// @param folder  not null
+    /// @throws std::runtime_error  naming the file when that cannot be done
+    ReopenedFile(std::shared_ptr<const ByteFolder> folder, std::string file);
+
+    ~ReopenedFile();
+
+    /// The file's name for messages.
+    std::string name() const;
+
+    /// Does something with the open file; what that throws has the file opened anew for the next time.
+    /// @param action  called with a const ByteSource&, on several threads at once
+    /// @return what the action returns
+    /// @throws std::runtime_error  naming the file when it cannot be opened anew
+    template <class Action>
+    auto use(const Action& action) const
+    {
+        const std::shared_ptr<const ByteSource> source = opened();
+        try
+        {
+            return action(*source);
+        }
+        catch (...)
+        {
+            close(source);
+            throw;
+        }
+    }
+
+private:
+    std::shared_ptr<const ByteSource> opened() const;
+    void close(const std::shared_ptr<const ByteSource>& source) const noexcept;
+
+    const std::shared_ptr<const ByteFolder> mFolder;
+    const std::string mFile;
+    mutable std::mutex mMutex;                          // guards mSource
+    mutable std::shared_ptr<const ByteSource> mSource;  // absent after a failure
+};
+}  // namespace Core
