@@ -77,7 +77,8 @@ consumer() {
         "${runner[@]}" "$build/consumer$ending" tests/data/autzen_brotli "$build/picture.png" &&
         withAvx2 "${runner[@]}" "$build/consumer-avx2$ending" tests/data/autzen_brotli "$build/avx2.png" &&
         "${runner[@]}" "$install/bin/tarnel$ending" sample "$build/shown/out/sample" --points 50000 --cloud-only &&
-        (cd "$build/shown" && "${runner[@]}" "$build/readme$ending" && [ -s picture.png ]) &&
+        (cd "$build/shown" && "${runner[@]}" "$build/readme$ending" && [ -s picture.png ] &&
+            "${runner[@]}" "$build/coordinates$ending" && "${runner[@]}" "$build/extending$ending" && [ -s room.png ]) &&
         cmake -G Ninja -S examples/01-first-frame -B "$build/first-frame" -DCMAKE_BUILD_TYPE=Release \
             -DCMAKE_PREFIX_PATH="$install" "$@" &&
         cmake --build "$build/first-frame" &&
