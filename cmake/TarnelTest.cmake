@@ -4,7 +4,8 @@ include(GoogleTest)
 #
 # One GoogleTest program; each test in it is a test of CTest, found just before a run (so that building needs no
 # Wine). The program gets its main from tests/support/TestMain.cpp. Labels in use: "device" for what needs Direct3D,
-# "gpu" besides for what is also run on Wine's own Direct3D. TARNEL_TEST_DATA is the folder tests/data.
+# "gpu" besides for what is also run on Wine's own Direct3D. What testData.h
+# of tests/support gives is the folder tests/data.
 function(tarnel_test name)
     cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
     if(NOT ARG_TIMEOUT)
@@ -16,7 +17,6 @@ function(tarnel_test name)
 
     add_executable(${name} ${ARG_SOURCES})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
-    target_compile_definitions(${name} PRIVATE TARNEL_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data")
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} tarnel_test_main GTest::gtest GTest::gmock tarnel_build_options)
     set_target_properties(${name} PROPERTIES FOLDER tests)
     if(TARNEL_QUICK_TESTS)

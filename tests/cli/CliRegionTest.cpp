@@ -22,7 +22,7 @@ constexpr double kRounding = 1e-4;  // of autzen: half of a float's last digit a
 
 std::string autzen()
 {
-    return TARNEL_TEST_DATA "/autzen_brotli";
+    return dataSet("autzen_brotli");
 }
 
 /// A line of so many characters, built bit by bit: GCC 12 warns where it knows the length.

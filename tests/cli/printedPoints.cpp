@@ -10,9 +10,7 @@
 
 std::vector<PrintedPoint> dumpAll(const std::string& name)
 {
-    std::string path = TARNEL_TEST_DATA;
-    path.append("/").append(name);
-    const TarnelRun run = runTarnel({"dump", path, "--all"});
+    const TarnelRun run = runTarnel({"dump", dataSet(name), "--all"});
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     std::vector<PrintedPoint> points;
     std::istringstream stream(run.output);

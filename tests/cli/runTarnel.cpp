@@ -1,6 +1,7 @@
 #include "tests/cli/runTarnel.h"
 
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/testData.h"
 
 #include <cerrno>
 #include <cstring>
@@ -178,7 +179,7 @@ TarnelRun runTarnel(const std::vector<std::string>& arguments)
 
 std::string dataSet(const std::string& name)
 {
-    return TARNEL_TEST_DATA "/" + name;
+    return text(testData() / name);
 }
 
 std::string text(const std::filesystem::path& path)

@@ -1,4 +1,5 @@
 #include "core/version.h"
+#include "tests/support/testData.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +16,7 @@
 
 namespace
 {
-const std::string kSources = TARNEL_TEST_DATA "/../..";
+const std::string kSources = (testData() / ".." / "..").string();
 
 std::string textOf(const std::string& path)
 {

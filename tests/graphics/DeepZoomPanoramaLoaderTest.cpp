@@ -4,6 +4,7 @@
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/memoryCopy.h"
 #include "tests/support/messageOf.h"
+#include "tests/support/testData.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -39,7 +40,7 @@ public:
     DeepZoomPanorama()
     {
         std::filesystem::copy(
-            std::filesystem::path(TARNEL_TEST_DATA) / "deepzoom",
+            testData() / "deepzoom",
             folder(),
             std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing
         );

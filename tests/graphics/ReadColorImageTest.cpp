@@ -2,6 +2,7 @@
 #include "tests/graphics/PlainPng.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/messageOf.h"
+#include "tests/support/testData.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -68,9 +69,8 @@ TEST(ReadColorImage, ReadsPng)
 TEST(ReadColorImage, ReadsJpegUnderBothOfItsNames)
 {
     const TemporaryFolder folder;
-    const std::string bytes = TemporaryFolder::read(
-        std::filesystem::path(TARNEL_TEST_DATA) / "deepzoom" / "photo_files" / "7" / "0_0.jpeg"
-    );
+    const std::string bytes =
+        TemporaryFolder::read(testData() / "deepzoom" / "photo_files" / "7" / "0_0.jpeg");
     for (const char* const name : {"a.jpg", "a.JPEG"})
     {
         const auto image = readColorImage(folder.write(name, bytes));
@@ -84,9 +84,7 @@ TEST(ReadColorImage, ReadsJpegUnderBothOfItsNames)
 TEST(ReadColorImage, AJpegThatAnnouncesMoreThanItCanHoldIsRefusedBeforeItTakesMemory)
 {
     const TemporaryFolder folder;
-    std::string bytes = TemporaryFolder::read(
-        std::filesystem::path(TARNEL_TEST_DATA) / "deepzoom" / "photo_files" / "7" / "0_0.jpeg"
-    );
+    std::string bytes = TemporaryFolder::read(testData() / "deepzoom" / "photo_files" / "7" / "0_0.jpeg");
     const std::size_t frame =
         bytes.find("\xFF\xC0");  // then two bytes of length, one of precision, height, width
     ASSERT_NE(frame, std::string::npos);
@@ -101,9 +99,7 @@ TEST(ReadColorImage, AJpegThatAnnouncesMoreThanItCanHoldIsRefusedBeforeItTakesMe
 TEST(ReadColorImage, AJpegWhoseHeaderIsLongCanHoldNoMore)
 {
     const TemporaryFolder folder;
-    std::string bytes = TemporaryFolder::read(
-        std::filesystem::path(TARNEL_TEST_DATA) / "deepzoom" / "photo_files" / "7" / "0_0.jpeg"
-    );
+    std::string bytes = TemporaryFolder::read(testData() / "deepzoom" / "photo_files" / "7" / "0_0.jpeg");
     bytes.replace(bytes.find("\xFF\xC0") + 5, 4, "\x3E\x80\x3E\x80");  // 16000 twice
     std::string comment = "\xFF\xFE\xFF\xFF" + std::string(65533, 'x');
     for (int i = 0; i < 8; ++i)

@@ -1,6 +1,7 @@
 #include "octree/Octree.h"
 #include "samples/OctreeWriter.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/testData.h"
 
 #include <gtest/gtest.h>
 
@@ -45,7 +46,7 @@ void expectSummariesOfAllNodes(const std::filesystem::path& folder)
 
 TEST(ChildSummary, IsWhatTheChildrensRecordsSay)
 {
-    for (const auto& entry : std::filesystem::directory_iterator(TARNEL_TEST_DATA))
+    for (const auto& entry : std::filesystem::directory_iterator(testData()))
     {
         if (std::filesystem::exists(entry.path() / "metadata.json") ||
             std::filesystem::exists(entry.path() / "ept.json"))
@@ -87,9 +88,7 @@ TEST(ChildSummary, ChildrenInOtherChunksAndWithoutPointsCount)
 
 TEST(ChildSummary, ANodeThatDoesNotExistIsAnError)
 {
-    const Octree::Octree octree(
-        Octree::Location::fromPath(std::filesystem::path(TARNEL_TEST_DATA) / "autzen_brotli"), 1.0
-    );
+    const Octree::Octree octree(Octree::Location::fromPath(testData() / "autzen_brotli"), 1.0);
 
     EXPECT_THROW(octree.childSummary(OctreeNodeId::fromName("r0000000000")), std::runtime_error);
 }

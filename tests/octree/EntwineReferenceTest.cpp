@@ -3,6 +3,7 @@
 #include "octree/entwine/zstdDecode.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/sha256.h"
+#include "tests/support/testData.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -29,7 +30,7 @@ using Octree::OctreeNodeId;
 
 std::filesystem::path dataSet(const std::string& name)
 {
-    return std::filesystem::path(TARNEL_TEST_DATA) / name;
+    return testData() / name;
 }
 
 std::vector<OctreeNodeId> allNodes(const Octree::Octree& octree)

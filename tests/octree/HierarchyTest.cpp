@@ -2,6 +2,7 @@
 #include "octree/potree/parseHierarchyChunk.h"
 #include "tests/octree/TestDataSet.h"
 #include "tests/support/messageOf.h"
+#include "tests/support/testData.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -235,7 +236,7 @@ TEST(HierarchyLookup, StopRequestFailsTheLookupAndCachesNothing)
 
 TEST(HierarchyLookup, ThreadsShareTheHierarchy)
 {
-    const std::filesystem::path folder = std::filesystem::path(TARNEL_TEST_DATA) / "test14_brotli";
+    const std::filesystem::path folder = testData() / "test14_brotli";
     const Octree::Octree octree(Octree::Location::fromPath(folder), 1.0);
     std::vector<std::size_t> counts(4);
 

@@ -2,6 +2,7 @@
 #include "octree/potree/FileLoader.h"
 #include "tests/octree/TestDataSet.h"
 #include "tests/support/messageOf.h"
+#include "tests/support/testData.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -42,7 +43,7 @@ std::unique_ptr<Octree::Octree> openedBrotli(
 
 TEST(HostileNodeData, FolderThatDoesNotExist)
 {
-    const std::filesystem::path folder = std::filesystem::path(TARNEL_TEST_DATA) / "no such folder";
+    const std::filesystem::path folder = testData() / "no such folder";
 
     EXPECT_THAT(
         openError(Octree::Location::fromPath(folder)),
@@ -360,7 +361,7 @@ TEST(HostileNodeData, RandomDamageIsReportedOrHarmless)
 {
     constexpr unsigned kSeed = 20240229;
     constexpr std::size_t kMostNodes = 1606 / 22;  // records in the file; a walk must not find more nodes
-    const std::filesystem::path original = std::filesystem::path(TARNEL_TEST_DATA) / "test14_brotli";
+    const std::filesystem::path original = testData() / "test14_brotli";
     std::mt19937 random(kSeed);
     std::size_t failures = 0;
     for (int round = 0; round < 300; ++round)

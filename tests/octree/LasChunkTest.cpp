@@ -3,6 +3,7 @@
 #include "tests/support/lazEncoded.h"
 #include "tests/support/messageOf.h"
 #include "tests/support/sha256.h"
+#include "tests/support/testData.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -112,7 +113,7 @@ protected:
         return rows;
     }
 
-    const std::filesystem::path folder = std::filesystem::path(TARNEL_TEST_DATA) / "copc_color12";
+    const std::filesystem::path folder = testData() / "copc_color12";
     const nlohmann::json reference = nlohmann::json::parse(contentOf(folder / "reference.json"));
     const std::string file = contentOf(folder / "color12.copc.laz");
     const LazHeader header = Las::parseLazHeader(

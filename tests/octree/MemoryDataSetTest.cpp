@@ -3,6 +3,7 @@
 #include "octree/Octree.h"
 #include "tests/support/memoryCopy.h"
 #include "tests/support/messageOf.h"
+#include "tests/support/testData.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,7 +24,7 @@ using testing::HasSubstr;
 
 std::filesystem::path dataSet(const std::string& name)
 {
-    return std::filesystem::path(TARNEL_TEST_DATA) / name;
+    return testData() / name;
 }
 
 /// All points of a data set, node by node, and what the description says.

@@ -7,6 +7,7 @@
 #include "octree/passColumns.h"
 #include "samples/OctreeWriter.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/testData.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -178,7 +179,7 @@ TEST_F(PassNodePoints, BlocksHoldWhatTheArraysHoldInEachEncoding)
 
 TEST_F(PassNodePoints, BlocksHoldWhatTheArraysHoldInRealDataSets)
 {
-    for (const auto& entry : std::filesystem::directory_iterator(TARNEL_TEST_DATA))
+    for (const auto& entry : std::filesystem::directory_iterator(testData()))
     {
         if (!std::filesystem::exists(entry.path() / "metadata.json") &&
             !std::filesystem::exists(entry.path() / "ept.json"))

@@ -1,6 +1,7 @@
 #include "octree/Octree.h"
 #include "octree/potree/PoTreeTree.h"
 #include "tests/support/sha256.h"
+#include "tests/support/testData.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -25,7 +26,7 @@ using Octree::OctreeNodeId;
 
 std::filesystem::path dataSet(const std::string& name)
 {
-    return std::filesystem::path(TARNEL_TEST_DATA) / name;
+    return testData() / name;
 }
 
 json referenceOf(const std::string& name)

@@ -7,6 +7,7 @@
 #include "tests/render/algorithms/rankOf.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/messageOf.h"
+#include "tests/support/testData.h"
 
 #include <gtest/gtest.h>
 
@@ -257,9 +258,7 @@ TEST(OctreeSelectionOfRealData, EveryPointBecomesAVertex)
     for (const char* name : {"autzen_brotli", "autzen_default", "test14_brotli"})
     {
         SCOPED_TRACE(name);
-        const Octree::Octree octree(
-            Octree::Location::fromPath(std::filesystem::path(TARNEL_TEST_DATA) / name), 1.0
-        );
+        const Octree::Octree octree(Octree::Location::fromPath(testData() / name), 1.0);
         std::vector<OctreeNodeId> nodes{octree.root()};
         std::uint64_t pointCount = 0;
         for (std::size_t i = 0; i < nodes.size(); ++i)

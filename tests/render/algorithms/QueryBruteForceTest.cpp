@@ -11,6 +11,7 @@
 #include "render/pointcloud/filters/SphereFilter.h"
 #include "render/pointcloud/selectNodes.h"
 #include "tests/render/algorithms/rankOf.h"
+#include "tests/support/testData.h"
 
 #include <gtest/gtest.h>
 
@@ -37,9 +38,7 @@ constexpr std::chrono::nanoseconds kNoTimeout = std::chrono::nanoseconds::max();
 
 std::shared_ptr<Octree::Octree> open(const std::string& name)
 {
-    return std::make_shared<Octree::Octree>(
-        Octree::Location::fromPath(std::filesystem::path(TARNEL_TEST_DATA) / name), 1.0
-    );
+    return std::make_shared<Octree::Octree>(Octree::Location::fromPath(testData() / name), 1.0);
 }
 
 /// A decoded point in the world and what decides whether its level counts.

@@ -13,6 +13,7 @@
 #include "tests/support/DeviceFixture.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/messageOf.h"
+#include "tests/support/testData.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -144,7 +145,7 @@ TEST_F(ShadersDevice, EveryStageIsBoundByBeginAndUnboundByEnd)
 {
     const TemporaryFolder folder;
     const auto compute = folder.write("compute.hlsl", kComputeSource);
-    const std::filesystem::path geometryCode = TARNEL_TEST_DATA "/shaders/triangles.gs.cso";
+    const std::filesystem::path geometryCode = testData() / "shaders" / "triangles.gs.cso";
     const auto computeCode = folder.write("compute.cso", compiled(kComputeSource, Render::kComputeProfile));
     const auto bound = [&](const auto& shader)
     {

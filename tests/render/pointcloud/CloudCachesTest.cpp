@@ -1,5 +1,6 @@
 #include "octree/Octree.h"
 #include "render/pointcloud/CloudCaches.h"
+#include "tests/support/testData.h"
 
 #include <gtest/gtest.h>
 
@@ -13,9 +14,7 @@ using Render::CloudCaches;
 
 std::shared_ptr<Octree::Octree> openOctree()
 {
-    return std::make_shared<Octree::Octree>(
-        Octree::Location::fromPath(std::filesystem::path(TARNEL_TEST_DATA) / "autzen_brotli"), 1.0
-    );
+    return std::make_shared<Octree::Octree>(Octree::Location::fromPath(testData() / "autzen_brotli"), 1.0);
 }
 
 void loadRoot(const CloudCaches& caches)

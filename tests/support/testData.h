@@ -1,0 +1,6 @@
+#pragma once
+
+#include <filesystem>
+
+/// The folder tests/data of the sources.
+std::filesystem::path testData();
