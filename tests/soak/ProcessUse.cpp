@@ -2,6 +2,7 @@
 
 #include "tests/soak/countedNew.h"
 
+#include <array>
 #include <stdexcept>
 
 #if defined(_WIN32)
@@ -20,6 +21,32 @@
 #endif
 
 #if defined(_WIN32)
+namespace
+{
+/// What is allocated from all heaps of the process. (Wine does not count a process's private bytes.)
+std::uint64_t heapBytes()
+{
+    std::array<HANDLE, 64> heaps{};
+    const DWORD count = GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
+    if (count == 0 || count > heaps.size())
+    {
+        throw std::runtime_error("the system does not tell which heaps the process has");
+    }
+    std::uint64_t bytes = 0;
+    for (DWORD i = 0; i < count; ++i)
+    {
+        HeapLock(heaps[i]);
+        PROCESS_HEAP_ENTRY entry{};
+        while (HeapWalk(heaps[i], &entry) != 0)
+        {
+            bytes += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? entry.cbData : 0;
+        }
+        HeapUnlock(heaps[i]);
+    }
+    return bytes;
+}
+}  // namespace
+
 ProcessUse processUse()
 {
     PROCESS_MEMORY_COUNTERS_EX memory{};
@@ -31,7 +58,7 @@ ProcessUse processUse()
     {
         throw std::runtime_error("the system does not tell what the process uses");
     }
-    ProcessUse use{memory.PrivateUsage, memory.WorkingSetSize, handles, 0};
+    ProcessUse use{heapBytes(), memory.WorkingSetSize, handles, 0};
     const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
     THREADENTRY32 entry{};
     entry.dwSize = sizeof entry;

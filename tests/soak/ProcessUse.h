@@ -5,11 +5,11 @@
 /// What this process uses at a moment.
 struct ProcessUse
 {
-    /// What C++ code holds, that of drivers included, but not their C code; where that cannot be told, what
-    /// the process holds.
+    /// What C++ code holds, that of drivers included, but not their C code; on Windows what all heaps hold.
     std::uint64_t heapBytes = 0;
     std::uint64_t residentBytes = 0;  ///< of all memory that lies in the machine's
-    std::uint64_t handles = 0;        ///< open files, or handles of the system
+    /// Open files, or handles of the system; 0 under Wine, which does not count them.
+    std::uint64_t handles = 0;
     std::uint64_t threads = 0;
 };
 
