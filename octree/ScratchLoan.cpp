@@ -13,10 +13,7 @@ constexpr std::size_t kMaxKeptBuffer = 64U << 20U;
 
 struct ScratchLoan::Idle
 {
-    Idle()
-    {
-        buffers.reserve(std::max(1U, std::thread::hardware_concurrency()));
-    }
+    Idle() { buffers.reserve(std::max(1U, std::thread::hardware_concurrency())); }
 
     std::unique_ptr<Buffers> take()
     {
@@ -53,8 +50,7 @@ ScratchLoan::Idle& ScratchLoan::idle()
     return idle;
 }
 
-ScratchLoan::ScratchLoan()
-    : mBuffers(idle().take()), stored(mBuffers->stored), unpacked(mBuffers->unpacked)
+ScratchLoan::ScratchLoan() : mBuffers(idle().take()), stored(mBuffers->stored), unpacked(mBuffers->unpacked)
 {
 }
 

@@ -14,16 +14,22 @@ TEST(ScratchLoan, UsesTheMemoryOfAThreadThatHasEnded)
 {
     const std::byte* first = nullptr;
     const std::byte* second = nullptr;
-    std::thread([&] {
-        const ScratchLoan loan;
-        loan.reserveUnpacked(kSize);
-        first = loan.unpacked.data();
-    }).join();
-    std::thread([&] {
-        const ScratchLoan loan;
-        loan.reserveUnpacked(kSize);
-        second = loan.unpacked.data();
-    }).join();
+    std::thread(
+        [&]
+        {
+            const ScratchLoan loan;
+            loan.reserveUnpacked(kSize);
+            first = loan.unpacked.data();
+        }
+    ).join();
+    std::thread(
+        [&]
+        {
+            const ScratchLoan loan;
+            loan.reserveUnpacked(kSize);
+            second = loan.unpacked.data();
+        }
+    ).join();
 
     EXPECT_NE(first, nullptr);
     EXPECT_EQ(first, second);
