@@ -1,7 +1,12 @@
 #include "render/mesh/MeshRenderable.h"
 
+#include "render/gpu/ClippingPlanes.h"
+#include "render/gpu/ConstantBlock.h"
+#include "render/gpu/PixelShader.h"
 #include "render/gpu/ScopedBinding.h"
 #include "render/gpu/ShaderConfiguration.h"
+#include "render/gpu/ShaderMatrix.h"
+#include "render/gpu/VertexShader.h"
 #include "render/gpu/bufferSize.h"
 #include "render/gpu/inputLayouts.h"
 #include "render/gpu/throwIfFailed.h"
@@ -10,6 +15,7 @@
 #include "render/scene/Camera.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <stdexcept>
 #include <string>
@@ -23,11 +29,48 @@ constexpr const char* kShader = "shaders/mesh.hlsl";
 constexpr std::size_t kCornersPerTriangle = 3;
 constexpr UINT kStride = sizeof(VertexPosNormalTexCoordColor);
 
+/// cbPerFrameConstants of shaders/mesh.hlsl.
+struct Constants
+{
+    ShaderMatrix modelMatrix = kIdentityShaderMatrix;
+    ShaderMatrix viewProjectionMatrix = kIdentityShaderMatrix;
+    ClippingPlanes clipping_planes{};
+    float unitScale = 1.0F;
+    std::array<float, 3> cameraPosition{};
+    std::array<float, 3> lightPos{};
+    float padding = 0.0F;
+};
+
+static_assert(offsetof(Constants, clipping_planes) == 128);
+static_assert(offsetof(Constants, unitScale) == 256);
+static_assert(offsetof(Constants, cameraPosition) == 260);
+static_assert(offsetof(Constants, lightPos) == 272);
+static_assert(sizeof(Constants) == 288);
+
 std::array<float, 3> toArray(const Math::Point<float, 3>& point)
 {
     return {point.x, point.y, point.z};
 }
 }  // namespace
+
+struct MeshRenderable::Drawing
+{
+    struct Part
+    {
+        CComPtr<ID3D11Buffer> vertices;
+        UINT vertexCount = 0;
+    };
+
+    CComPtr<ID3D11Device> device;  // none before init()
+    CComPtr<ID3D11DeviceContext> context;
+    std::shared_ptr<Camera> camera;
+    VertexShader vertexShader;
+    PixelShader pixelShader;
+    ConstantBlock<Constants> constants;
+    std::vector<Part> parts;
+};
+
+static_assert(MeshRenderable::CLIPPING_PLANES_MAX_COUNT == std::tuple_size_v<ClippingPlanes>);
 
 // Where the library is a DLL, a program can bind a reference to the constant only when it is defined here.
 const std::size_t MeshRenderable::CLIPPING_PLANES_MAX_COUNT;
@@ -49,7 +92,10 @@ std::shared_ptr<MeshRenderable> MeshRenderable::create(
 MeshRenderable::MeshRenderable(
     Private, std::shared_ptr<MeshLoader> loader, double unitScale, const std::string& name
 )
-    : Renderable(name), mLoader(std::move(loader)), mUnitScale(unitScale)
+    : Renderable(name),
+      mLoader(std::move(loader)),
+      mUnitScale(unitScale),
+      mDrawing(std::make_unique<Drawing>())
 {
     if (!mLoader)
     {
@@ -79,15 +125,15 @@ void MeshRenderable::init(
 {
     auto vertexShader = VertexShader::fromHlslResource(device, kShader, meshInputLayout());
     auto pixelShader = PixelShader::fromHlslResource(device, kShader);
-    mConstants = ConstantBlock<Constants>(device, mConstants.values());
-    mVertexShader = std::move(vertexShader);
-    mPixelShader = std::move(pixelShader);
-    mDevice = std::move(device);
-    mContext = std::move(deviceContext);
-    mCamera = std::move(camera);
-    mConstants.edit().unitScale = static_cast<float>(mUnitScale);
-    mConstants.edit().modelMatrix = toShaderMatrix(worldMatrix());
-    onUpdateViewMatrix(mCamera);
+    mDrawing->constants = ConstantBlock<Constants>(device, mDrawing->constants.values());
+    mDrawing->vertexShader = std::move(vertexShader);
+    mDrawing->pixelShader = std::move(pixelShader);
+    mDrawing->device = std::move(device);
+    mDrawing->context = std::move(deviceContext);
+    mDrawing->camera = std::move(camera);
+    mDrawing->constants.edit().unitScale = static_cast<float>(mUnitScale);
+    mDrawing->constants.edit().modelMatrix = toShaderMatrix(worldMatrix());
+    onUpdateViewMatrix(mDrawing->camera);
 
     forgetMesh();
     try
@@ -104,18 +150,18 @@ void MeshRenderable::init(
 
 void MeshRenderable::deinit()
 {
-    mParts.clear();
-    mVertexShader = VertexShader();
-    mPixelShader = PixelShader();
-    mConstants.releaseBuffer();
-    mCamera.reset();
-    mContext.release();
-    mDevice.release();
+    mDrawing->parts.clear();
+    mDrawing->vertexShader = VertexShader();
+    mDrawing->pixelShader = PixelShader();
+    mDrawing->constants.releaseBuffer();
+    mDrawing->camera.reset();
+    mDrawing->context.release();
+    mDrawing->device.release();
 }
 
 void MeshRenderable::forgetMesh() noexcept
 {
-    mParts.clear();
+    mDrawing->parts.clear();
     mFileBox = {};
     mTriangleCount = 0;
 }
@@ -132,10 +178,10 @@ void MeshRenderable::addMeshPart(std::span<const VertexPosNormalTexCoordColor> v
     desc.Usage = D3D11_USAGE_IMMUTABLE;
     desc.BindFlags = D3D11_BIND_VERTEX_BUFFER;
     const D3D11_SUBRESOURCE_DATA data{vertices.data(), 0, 0};
-    MeshPart part;
+    Drawing::Part part;
     part.vertexCount = static_cast<UINT>(vertices.size());
-    throwIfFailed(mDevice->CreateBuffer(&desc, &data, part.vertices.put()), mDevice, what);
-    mParts.push_back(std::move(part));
+    throwIfFailed(mDrawing->device->CreateBuffer(&desc, &data, part.vertices.put()), mDrawing->device, what);
+    mDrawing->parts.push_back(std::move(part));
 
     for (const VertexPosNormalTexCoordColor& vertex : vertices)
     {
@@ -147,13 +193,13 @@ void MeshRenderable::addMeshPart(std::span<const VertexPosNormalTexCoordColor> v
 
 void MeshRenderable::onUpdateProjectionMatrix(const std::shared_ptr<Camera>& camera)
 {
-    mConstants.edit().viewProjectionMatrix = toShaderMatrix(camera->viewProjectionMatrix());
+    mDrawing->constants.edit().viewProjectionMatrix = toShaderMatrix(camera->viewProjectionMatrix());
 }
 
 void MeshRenderable::onUpdateViewMatrix(const std::shared_ptr<Camera>& camera)
 {
     onUpdateProjectionMatrix(camera);
-    mConstants.edit().cameraPosition = toArray(camera->eye());
+    mDrawing->constants.edit().cameraPosition = toArray(camera->eye());
 }
 
 void MeshRenderable::onUpdateZRange(const std::shared_ptr<Camera>& camera)
@@ -164,7 +210,7 @@ void MeshRenderable::onUpdateZRange(const std::shared_ptr<Camera>& camera)
 void MeshRenderable::invalidateWorldMatrix()
 {
     Renderable::invalidateWorldMatrix();
-    mConstants.edit().modelMatrix = toShaderMatrix(worldMatrix());
+    mDrawing->constants.edit().modelMatrix = toShaderMatrix(worldMatrix());
 }
 
 void MeshRenderable::setClippingVolume(const Math::ConvexPolytope<float, 3>& volume)
@@ -175,32 +221,32 @@ void MeshRenderable::setClippingVolume(const Math::ConvexPolytope<float, 3>& vol
         return;
     }
     mClippingPlanes = volume.halfSpaces();
-    mConstants.edit().clipping_planes = planes;
+    mDrawing->constants.edit().clipping_planes = planes;
     setNeedsRedraw(true);
 }
 
 void MeshRenderable::render()
 {
     Renderable::render();
-    if (!mContext)
+    if (!mDrawing->context)
     {
         return;
     }
-    const ScopedBinding vertexShader(mContext, mVertexShader);
-    const ScopedBinding pixelShader(mContext, mPixelShader);
+    const ScopedBinding vertexShader(mDrawing->context, mDrawing->vertexShader);
+    const ScopedBinding pixelShader(mDrawing->context, mDrawing->pixelShader);
     constexpr ShaderConfiguration kStages = ShaderConfiguration::Vertex | ShaderConfiguration::Pixel;
-    const ScopedBinding constants(mContext, mConstants, kStages, 0U);
-    mContext->IASetPrimitiveTopology(D3D11_PRIMITIVE_TOPOLOGY_TRIANGLELIST);
+    const ScopedBinding constants(mDrawing->context, mDrawing->constants, kStages, 0U);
+    mDrawing->context->IASetPrimitiveTopology(D3D11_PRIMITIVE_TOPOLOGY_TRIANGLELIST);
     const UINT offset = 0;
-    for (const MeshPart& part : mParts)
+    for (const Drawing::Part& part : mDrawing->parts)
     {
         ID3D11Buffer* const buffer = part.vertices;
-        mContext->IASetVertexBuffers(0, 1, &buffer, &kStride, &offset);
-        mContext->Draw(part.vertexCount, 0);
+        mDrawing->context->IASetVertexBuffers(0, 1, &buffer, &kStride, &offset);
+        mDrawing->context->Draw(part.vertexCount, 0);
     }
     ID3D11Buffer* const none = nullptr;
     const UINT zero = 0;
-    mContext->IASetVertexBuffers(0, 1, &none, &zero, &zero);
+    mDrawing->context->IASetVertexBuffers(0, 1, &none, &zero, &zero);
 }
 
 Math::NBoundingBox<float, 3> MeshRenderable::boundingBox()

@@ -3,15 +3,9 @@
 #include "math/ConvexPolytope.h"
 #include "math/HalfSpace.h"
 #include "render/Export.h"
-#include "render/gpu/ClippingPlanes.h"
-#include "render/gpu/ConstantBlock.h"
-#include "render/gpu/PixelShader.h"
-#include "render/gpu/ShaderMatrix.h"
 #include "render/gpu/VertexFormats.h"
-#include "render/gpu/VertexShader.h"
 #include "render/scene/Renderable.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -37,7 +31,7 @@ class RENDER_API MeshRenderable : public Renderable, public std::enable_shared_f
 
 public:
     /// Most planes of a clipping volume.
-    static constexpr std::size_t CLIPPING_PLANES_MAX_COUNT = std::tuple_size_v<ClippingPlanes>;
+    static constexpr std::size_t CLIPPING_PLANES_MAX_COUNT = 8;
 
     /// A mesh that reads an OBJ file when it enters a live scene.
     /// @param unitScale  model units per unit of the file, above 0 and finite
@@ -102,44 +96,16 @@ public:
     double unitScale() const noexcept { return mUnitScale; }
 
 private:
-    /// cbPerFrameConstants of shaders/mesh.hlsl.
-    struct Constants
-    {
-        ShaderMatrix modelMatrix = kIdentityShaderMatrix;
-        ShaderMatrix viewProjectionMatrix = kIdentityShaderMatrix;
-        ClippingPlanes clipping_planes{};
-        float unitScale = 1.0F;
-        std::array<float, 3> cameraPosition{};
-        std::array<float, 3> lightPos{};
-        float padding = 0.0F;
-    };
-
-    static_assert(offsetof(Constants, clipping_planes) == 128);
-    static_assert(offsetof(Constants, unitScale) == 256);
-    static_assert(offsetof(Constants, cameraPosition) == 260);
-    static_assert(offsetof(Constants, lightPos) == 272);
-    static_assert(sizeof(Constants) == 288);
-
-    struct MeshPart
-    {
-        CComPtr<ID3D11Buffer> vertices;
-        unsigned int vertexCount = 0;
-    };
+    struct Drawing;
 
     void addMeshPart(std::span<const VertexPosNormalTexCoordColor> vertices);
     void forgetMesh() noexcept;
 
     std::shared_ptr<MeshLoader> mLoader;
     double mUnitScale;
-    std::vector<MeshPart> mParts;
     Math::NBoundingBox<float, 3> mFileBox;  // in units of the file
     std::uint64_t mTriangleCount = 0;
     std::vector<Math::HalfSpace<float, 3>> mClippingPlanes;  // world coordinates
-    CComPtr<ID3D11Device> mDevice;                           // none before init()
-    CComPtr<ID3D11DeviceContext> mContext;
-    std::shared_ptr<Camera> mCamera;
-    VertexShader mVertexShader;
-    PixelShader mPixelShader;
-    ConstantBlock<Constants> mConstants;
+    const std::unique_ptr<Drawing> mDrawing;                 // what it is drawn with
 };
 }  // namespace Render

@@ -4,8 +4,13 @@
 #include "graphics/ColorImage.h"
 #include "graphics/DepthImage.h"
 #include "graphics/PanoramaLoader.h"
+#include "render/gpu/ConstantBlock.h"
+#include "render/gpu/PixelShader.h"
+#include "render/gpu/SamplerState.h"
 #include "render/gpu/ScopedBinding.h"
 #include "render/gpu/ShaderConfiguration.h"
+#include "render/gpu/ShaderMatrix.h"
+#include "render/gpu/VertexShader.h"
 #include "render/pano/PanoramaPyramid.h"
 #include "render/pano/PanoramaTiles.h"
 #include "render/platform/Direct3D.h"
@@ -29,6 +34,27 @@ constexpr const char* kShader = "shaders/pano.hlsl";
 constexpr UINT kQuadVertexCount = 4;
 constexpr std::chrono::milliseconds kPollInterval{100};
 
+/// cbConstant of shaders/pano.hlsl.
+struct ShaderConstants
+{
+    ShaderMatrix viewProjection = kIdentityShaderMatrix;
+    ShaderMatrix inverseModelViewProjection = kIdentityShaderMatrix;
+    ShaderMatrix model = kIdentityShaderMatrix;
+    ShaderMatrix inverseModelView = kIdentityShaderMatrix;
+    float zNear = 0.0F;
+    float zFar = 0.0F;
+    float scale = 1.0F;
+    float padding = 0.0F;
+};
+
+static_assert(offsetof(ShaderConstants, inverseModelViewProjection) == 64);
+static_assert(offsetof(ShaderConstants, model) == 128);
+static_assert(offsetof(ShaderConstants, inverseModelView) == 192);
+static_assert(offsetof(ShaderConstants, zNear) == 256);
+static_assert(offsetof(ShaderConstants, zFar) == 260);
+static_assert(offsetof(ShaderConstants, scale) == 264);
+static_assert(sizeof(ShaderConstants) == 272);
+
 /// Round the horizon without a seam, and not over the poles. Texels are not mixed: between a near and a far
 /// one lies nothing that was measured.
 D3D11_SAMPLER_DESC samplerDesc()
@@ -44,6 +70,11 @@ D3D11_SAMPLER_DESC samplerDesc()
     return desc;
 }
 }  // namespace
+
+struct PanoRenderable::Constants
+{
+    ConstantBlock<ShaderConstants> block;
+};
 
 /// What belongs to one device.
 struct PanoRenderable::DeviceObjects
@@ -88,7 +119,8 @@ PanoRenderable::PanoRenderable(
     Private, std::shared_ptr<Graphics::PanoramaLoader> loader, const std::string& name
 )
     : Renderable(name),
-      mTiles(std::make_unique<PanoramaTiles>(std::move(loader), [this] { setNeedsRedraw(true); }))
+      mTiles(std::make_unique<PanoramaTiles>(std::move(loader), [this] { setNeedsRedraw(true); })),
+      mConstants(std::make_unique<Constants>())
 {
 }
 
@@ -108,7 +140,7 @@ void PanoRenderable::init(
     {
         deinit();
         auto objects = std::make_unique<DeviceObjects>(mTiles->loader(), device, std::move(deviceContext));
-        mConstants = ConstantBlock<Constants>(device, mConstants.values());
+        mConstants->block = ConstantBlock<ShaderConstants>(device, mConstants->block.values());
         mDeviceObjects = std::move(objects);
     }
     mModel = worldMatrix();
@@ -123,7 +155,7 @@ void PanoRenderable::init(
 void PanoRenderable::deinit()
 {
     mDeviceObjects.reset();
-    mConstants.releaseBuffer();
+    mConstants->block.releaseBuffer();
     mIsLost |= mTiles->forgetTaken();
 }
 
@@ -178,7 +210,7 @@ void PanoRenderable::updateCamera(const Camera& camera)
 {
     mView = camera.viewMatrix();
     mViewProjection = camera.viewProjectionMatrix();
-    Constants& constants = mConstants.edit();
+    ShaderConstants& constants = mConstants->block.edit();
     constants.viewProjection = toShaderMatrix(mViewProjection);
     constants.zNear = camera.zNear();
     constants.zFar = camera.zFar();
@@ -188,7 +220,7 @@ void PanoRenderable::updateCamera(const Camera& camera)
 void PanoRenderable::updateModel()
 {
     mModel = worldMatrix();
-    Constants& constants = mConstants.edit();
+    ShaderConstants& constants = mConstants->block.edit();
     constants.model = toShaderMatrix(mModel);
     constants.scale = mModel.col(0).head<3>().norm();
     updateInverses();
@@ -196,7 +228,7 @@ void PanoRenderable::updateModel()
 
 void PanoRenderable::updateInverses()
 {
-    Constants& constants = mConstants.edit();
+    ShaderConstants& constants = mConstants->block.edit();
     constants.inverseModelViewProjection = toShaderMatrix((mViewProjection * mModel).inverse());
     constants.inverseModelView = toShaderMatrix((mView * mModel).inverse());
 }
@@ -215,7 +247,7 @@ void PanoRenderable::render()
     const ScopedBinding vertexShader(context, objects.vertexShader);
     const ScopedBinding pixelShader(context, objects.pixelShader);
     constexpr ShaderConfiguration kStages = ShaderConfiguration::Vertex | ShaderConfiguration::Pixel;
-    const ScopedBinding constants(context, mConstants, kStages, 0U);
+    const ScopedBinding constants(context, mConstants->block, kStages, 0U);
     const ScopedBinding color(
         context, objects.colors.view(objects.shownColorLevel), ShaderConfiguration::Pixel, 0U
     );

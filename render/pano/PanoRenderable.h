@@ -2,11 +2,6 @@
 
 #include "core/JobState.h"
 #include "render/Export.h"
-#include "render/gpu/ConstantBlock.h"
-#include "render/gpu/PixelShader.h"
-#include "render/gpu/SamplerState.h"
-#include "render/gpu/ShaderMatrix.h"
-#include "render/gpu/VertexShader.h"
 #include "render/scene/Renderable.h"
 
 #include <atomic>
@@ -137,27 +132,7 @@ public:
     void waitForLoadingComplete() const;
 
 private:
-    /// cbConstant of shaders/pano.hlsl.
-    struct Constants
-    {
-        ShaderMatrix viewProjection = kIdentityShaderMatrix;
-        ShaderMatrix inverseModelViewProjection = kIdentityShaderMatrix;
-        ShaderMatrix model = kIdentityShaderMatrix;
-        ShaderMatrix inverseModelView = kIdentityShaderMatrix;
-        float zNear = 0.0F;
-        float zFar = 0.0F;
-        float scale = 1.0F;
-        float padding = 0.0F;
-    };
-
-    static_assert(offsetof(Constants, inverseModelViewProjection) == 64);
-    static_assert(offsetof(Constants, model) == 128);
-    static_assert(offsetof(Constants, inverseModelView) == 192);
-    static_assert(offsetof(Constants, zNear) == 256);
-    static_assert(offsetof(Constants, zFar) == 260);
-    static_assert(offsetof(Constants, scale) == 264);
-    static_assert(sizeof(Constants) == 272);
-
+    struct Constants;
     struct DeviceObjects;
 
     /// By which road the tiles have come.
@@ -179,7 +154,7 @@ private:
     Eigen::Matrix4f mView = Eigen::Matrix4f::Identity();
     Eigen::Matrix4f mViewProjection = Eigen::Matrix4f::Identity();
     Eigen::Matrix4f mModel = Eigen::Matrix4f::Identity();
-    ConstantBlock<Constants> mConstants;
+    const std::unique_ptr<Constants> mConstants;
     std::atomic<bool> mNeedsRedraw{true};
     Road mRoad = Road::None;
     bool mIsLost = false;  // tiles had been uploaded to a device that is gone
