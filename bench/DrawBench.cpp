@@ -151,7 +151,7 @@ Render::CComPtr<ID3D11Device> makeDevice()
 {
     Render::CComPtr<ID3D11Device> device;
     Render::CComPtr<ID3D11DeviceContext> context;
-    Render::throwIfFailed(Render::Direct3DLibrary::createDevice(nullptr, device.put(), context.put()));
+    Render::throwIfFailed(Render::Direct3DLibrary::createDevice(nullptr, 0, device.put(), context.put()));
     return device;
 }
 

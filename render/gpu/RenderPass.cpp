@@ -269,6 +269,11 @@ const Texture2d& RenderPass::texture(const std::string& name) const
     return renderTarget(name).texture;
 }
 
+ID3D11ShaderResourceView* RenderPass::view(const std::string& name) const
+{
+    return renderTarget(name).shaderResourceView.get();
+}
+
 Texture2d& RenderPass::depthTexture()
 {
     return required(mDepthTexture);

@@ -142,6 +142,9 @@ public:
     /// The texture of a target, or of the depth buffer.
     Texture2d& texture(const std::string& name);
     const Texture2d& texture(const std::string& name) const;
+
+    /// To read the texture in shaders; as long as it.
+    ID3D11ShaderResourceView* view(const std::string& name) const;
     Texture2d& depthTexture();
     const Texture2d& depthTexture() const;
 

@@ -81,6 +81,16 @@ std::vector<Adapter> describe(const std::vector<CComPtr<IDXGIAdapter1>>& adapter
     return result;
 }
 
+/// As it is handed out, when it can do what is needed.
+Device checked(Device device)
+{
+    if (device.device->GetFeatureLevel() < D3D_FEATURE_LEVEL_11_0)
+    {
+        throw std::runtime_error("needs at least a DirectX 11.0 graphics card");
+    }
+    return decorator() ? decorator()(device) : device;
+}
+
 CComPtr<IDXGIAdapter1> chosenAdapter(const std::string& choice)
 {
     const auto all = enumerate();
@@ -108,7 +118,7 @@ std::vector<std::string> adapterTroubles()
     return unusableAdapterTexts();
 }
 
-Device createDevice()
+Device createDevice(DebugLayer debugLayer)
 {
     const std::string choice = adapterChoice();
     CComPtr<IDXGIAdapter1> adapter;
@@ -117,12 +127,34 @@ Device createDevice()
         adapter = chosenAdapter(choice);
     }
     Device result;
-    throwIfNoDevice(Direct3DLibrary::createDevice(adapter, result.device.put(), result.context.put()));
-    if (result.device->GetFeatureLevel() < D3D_FEATURE_LEVEL_11_0)
+    const UINT flags = debugLayer == DebugLayer::On ? D3D11_CREATE_DEVICE_DEBUG : 0;
+    const HRESULT created =
+        Direct3DLibrary::createDevice(adapter, flags, result.device.put(), result.context.put());
+    if (created != DXGI_ERROR_SDK_COMPONENT_MISSING)
     {
-        throw std::runtime_error("needs at least a DirectX 11.0 graphics card");
+        throwIfNoDevice(created);
     }
-    return decorator() ? decorator()(result) : result;
+    // Some Direct3D takes the flag and has no such layer.
+    CComPtr<ID3D11Debug> debug;
+    if (debugLayer == DebugLayer::On &&
+        (FAILED(created) || FAILED(result.device->QueryInterface(IID_PPV_ARGS(debug.put())))))
+    {
+        throw std::runtime_error(missingDebugLayerText());
+    }
+    return checked(std::move(result));
+}
+
+Device adoptDevice(ID3D11Device* device)
+{
+    if ((device->GetCreationFlags() & D3D11_CREATE_DEVICE_SINGLETHREADED) != 0)
+    {
+        throw std::invalid_argument(
+            "the device was created with D3D11_CREATE_DEVICE_SINGLETHREADED, expected one for several threads"
+        );
+    }
+    Device result{device, {}};
+    device->GetImmediateContext(result.context.put());
+    return checked(std::move(result));
 }
 
 void setDeviceDecorator(std::function<Device(const Device&)> replacement)

@@ -15,10 +15,11 @@ namespace Render
 /// Threads  any.
 namespace Direct3DLibrary
 {
-/// D3D11CreateDevice without flags and with the feature levels that Direct3D tries by itself.
+/// D3D11CreateDevice with the feature levels that Direct3D tries by itself.
 /// @param adapter  the one to use; null for the default one
+/// @param flags    of D3D11_CREATE_DEVICE_FLAG
 /// @throws std::runtime_error  one line, when there is no such library
-HRESULT createDevice(IDXGIAdapter* adapter, ID3D11Device** device, ID3D11DeviceContext** context);
+HRESULT createDevice(IDXGIAdapter* adapter, UINT flags, ID3D11Device** device, ID3D11DeviceContext** context);
 
 /// @throws std::runtime_error  as createDevice
 HRESULT createFactory(IDXGIFactory1** factory);
@@ -36,6 +37,9 @@ DriverFacts driverFacts(IDXGIAdapter1& adapter, const DXGI_ADAPTER_DESC1& descri
 /// Why no device can be created: one line that names what is missing and what to install. Empty when the
 /// system has no more to say than the result of the failed call.
 std::string missingDeviceText();
+
+/// Why there is no debug layer, and what there is to install or to use instead: one line.
+std::string missingDebugLayerText();
 
 /// Which graphics cards cannot be used and why, a line each.
 std::vector<std::string> unusableAdapterTexts();

@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <limits>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace Render
@@ -29,18 +30,50 @@ unsigned int textureSize(std::uint64_t size)
 {
     return static_cast<unsigned int>(std::min<std::uint64_t>(size, std::numeric_limits<unsigned int>::max()));
 }
+
+Device deviceOf(const RendererOptions& options)
+{
+    if (options.device == nullptr)
+    {
+        return createDevice(options.debugLayer ? DebugLayer::On : DebugLayer::Off);
+    }
+    if (options.debugLayer)
+    {
+        throw std::invalid_argument("a device that is there already cannot be given the debug layer");
+    }
+    return adoptDevice(options.device);
+}
+
+bool isOfPictureFormat(DXGI_FORMAT format)
+{
+    return format == DXGI_FORMAT_B8G8R8A8_UNORM || format == DXGI_FORMAT_B8G8R8A8_UNORM_SRGB ||
+           format == DXGI_FORMAT_B8G8R8A8_TYPELESS;
+}
+
+CComPtr<ID3D11Device> deviceOf(ID3D11DeviceChild& child)
+{
+    CComPtr<ID3D11Device> device;
+    child.GetDevice(device.put());
+    return device;
+}
 }  // namespace
 
 Renderer::Renderer() : Renderer(true) {}
 
-Renderer::Renderer(bool reversedZ)
-    : mView(std::make_unique<View>(reversedZ)),
+Renderer::Renderer(bool reversedZ) : Renderer(reversedZ, createDevice()) {}
+
+Renderer::Renderer(const RendererOptions& options) : Renderer(options.reversedZ, deviceOf(options))
+{
+    mIsDeviceShared = options.device != nullptr;
+}
+
+Renderer::Renderer(bool reversedZ, Device device)
+    : mDevice(std::move(device.device)),
+      mDeviceContext(std::move(device.context)),
+      mView(std::make_unique<View>(reversedZ)),
       mPostProcess(std::make_unique<PostProcess>()),
       mPointExport(std::make_unique<PointExport>())
 {
-    Device created = createDevice();
-    mDevice = std::move(created.device);
-    mDeviceContext = std::move(created.context);
     setOrthographic(2.0F, 2.0F, -1.0F, 1.0F);
     setBackgroundColor(255, 255, 255, 255);
     mFrame = std::make_unique<Frame>(mDevice, *camera(), id());
@@ -361,6 +394,10 @@ void Renderer::render()
 {
     try
     {
+        if (mIsDeviceShared)
+        {
+            mDeviceContext->ClearState();  // of what the host has bound
+        }
         mFrame->draw(mDeviceContext, *mView, *mPostProcess, mBackgroundColor);
         mDeviceContext->Flush();  // the device begins, whenever the host may come back for the picture
         mReadBack->forget();
@@ -406,6 +443,50 @@ void Renderer::writePngImage(const std::filesystem::path& path)
     Graphics::ColorImage image;
     getColorImage(image);
     image.writePng(path);
+}
+
+ID3D11Texture2D* Renderer::outputTexture() const noexcept
+{
+    return mFrame->outputPass().texture("color").get();
+}
+
+ID3D11ShaderResourceView* Renderer::outputView() const noexcept
+{
+    return mFrame->outputPass().view("color");
+}
+
+void Renderer::copyOutputTo(ID3D11Texture2D* target)
+{
+    ID3D11Texture2D* const source = outputTexture();
+    D3D11_TEXTURE2D_DESC is{};
+    D3D11_TEXTURE2D_DESC expected{};
+    source->GetDesc(&expected);
+    if (target == nullptr || deviceOf(*target) != deviceOf(*source))
+    {
+        throw std::invalid_argument("the picture can be copied into a texture of the renderer's device only");
+    }
+    target->GetDesc(&is);
+    if (is.Width != expected.Width || is.Height != expected.Height)
+    {
+        throw std::invalid_argument(
+            "the picture has " + std::to_string(expected.Width) + " x " + std::to_string(expected.Height) +
+            " pixels, the texture to copy it into " + std::to_string(is.Width) + " x " +
+            std::to_string(is.Height)
+        );
+    }
+    if (!isOfPictureFormat(is.Format) || is.SampleDesc.Count != 1)
+    {
+        throw std::invalid_argument(
+            "the picture can be copied into textures of the formats DXGI_FORMAT_B8G8R8A8_... with one sample "
+            "only"
+        );
+    }
+    mDeviceContext->CopySubresourceRegion(target, 0, 0, 0, 0, source, 0, nullptr);
+}
+
+void Renderer::flush()
+{
+    mDeviceContext->Flush();
 }
 
 bool Renderer::pickPoint(unsigned long long x, unsigned long long y, Math::Point<float, 3>& point)

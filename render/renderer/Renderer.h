@@ -33,6 +33,26 @@ class Picking;
 class PointExport;
 class ReadBack;
 class View;
+struct Device;
+
+/// What a renderer is made with.
+struct RendererOptions
+{
+    /// Near is depth 1 and far depth 0, else near 0 and far 1.
+    bool reversedZ = true;
+
+    /// What draws, a device of the host that several renderers may share; the renderer holds a reference to
+    /// it. Null for a device of the renderer's own.
+    ///
+    /// It draws by the device's immediate context, on the thread that drives the renderer: whatever else uses
+    /// the context must not do so meanwhile. Every operation of the renderer that draws or reads back leaves
+    /// the context as ID3D11DeviceContext::ClearState does, so the host binds anew what it needs.
+    ID3D11Device* device = nullptr;
+
+    /// Has Direct3D's debug layer watch the calls of a device of the renderer's own; its messages are to be
+    /// had by ID3D11InfoQueue, and in a debugger.
+    bool debugLayer = false;
+};
 
 /// Draws a scene off-screen: holds scene, camera and settings, draws frames, and hands out what they show.
 ///
@@ -53,6 +73,12 @@ public:
     /// @throws ComException        when the device or one of its objects cannot be created
     /// @throws std::runtime_error  "needs at least a DirectX 11.0 graphics card"
     explicit Renderer(bool reversedZ);
+
+    /// The same on a device of the host, or with the debug layer.
+    /// @throws std::invalid_argument  for a device that was made for a single thread, or together with the
+    ///                                debug layer, which a device has from its creation
+    /// @throws std::runtime_error     also when there is no debug layer
+    explicit Renderer(const RendererOptions& options);
 
     /// Deinitialises the scene, which may then enter another renderer.
     virtual ~Renderer();
@@ -215,6 +241,26 @@ public:
     /// @throws std::runtime_error  naming the path when it cannot be written
     void writePngImage(const std::filesystem::path& path);
 
+    // The picture on the device, for a host that shows it itself or goes on drawing with it.
+
+    /// The picture of the last frame: one mip level of DXGI_FORMAT_B8G8R8A8_UNORM in the size of the viewport,
+    /// to be read by shaders and copied from. Not to be written to. It and its view belong to the renderer and
+    /// are replaced when the viewport's size changes.
+    ID3D11Texture2D* outputTexture() const noexcept;
+
+    /// To read the picture in shaders.
+    ID3D11ShaderResourceView* outputView() const noexcept;
+
+    /// Copies the picture of the last frame into mip level 0 of a texture of the host, such as the back buffer
+    /// of a swap chain.
+    /// @param target  of the renderer's device, the picture's size, one sample and a format of the family
+    ///                DXGI_FORMAT_B8G8R8A8
+    /// @throws std::invalid_argument  for a texture of another kind
+    void copyOutputTo(ID3D11Texture2D* target);
+
+    /// Has the device begin with what it was given, without waiting for it. render() does so itself.
+    void flush();
+
     // Picking: what the last frame shows at a pixel. These draw nothing. Pixels may lie outside the picture.
 
     /// The point under a pixel.
@@ -276,11 +322,14 @@ public:
     void writePoints(const std::filesystem::path& file);
 
 private:
+    Renderer(bool reversedZ, Device device);
+
     void raiseRedraw();
     Picking picking();
 
     CComPtr<ID3D11Device> mDevice;
     CComPtr<ID3D11DeviceContext> mDeviceContext;
+    bool mIsDeviceShared = false;
     Math::Color mBackgroundColor;
     std::unique_ptr<View> mView;
     std::unique_ptr<Frame> mFrame;

@@ -81,7 +81,7 @@ D3D11_MAPPED_SUBRESOURCE mapForReading(ID3D11DeviceContext* context, ID3D11Resou
 void DeviceFixture::SetUpTestSuite()
 {
     Render::Device made;
-    sDeviceResult = Render::Direct3DLibrary::createDevice(nullptr, made.device.put(), made.context.put());
+    sDeviceResult = Render::Direct3DLibrary::createDevice(nullptr, 0, made.device.put(), made.context.put());
     if (SUCCEEDED(sDeviceResult))
     {
         const Render::Device checked = strict(made);

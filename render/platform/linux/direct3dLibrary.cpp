@@ -59,7 +59,7 @@ const EntryPoints& entryPoints()
 }  // namespace
 
 HRESULT Direct3DLibrary::createDevice(
-    IDXGIAdapter* adapter, ID3D11Device** device, ID3D11DeviceContext** context
+    IDXGIAdapter* adapter, UINT flags, ID3D11Device** device, ID3D11DeviceContext** context
 )
 {
     CComPtr<IDXGIAdapter1> first;
@@ -78,7 +78,16 @@ HRESULT Direct3DLibrary::createDevice(
         adapter = first;
     }
     return entryPoints().createDevice(
-        adapter, D3D_DRIVER_TYPE_UNKNOWN, nullptr, 0, nullptr, 0, D3D11_SDK_VERSION, device, nullptr, context
+        adapter,
+        D3D_DRIVER_TYPE_UNKNOWN,
+        nullptr,
+        flags,
+        nullptr,
+        0,
+        D3D11_SDK_VERSION,
+        device,
+        nullptr,
+        context
     );
 }
 
@@ -122,6 +131,13 @@ DriverFacts driverFacts(IDXGIAdapter1&, const DXGI_ADAPTER_DESC1& description)
 std::string missingDeviceText()
 {
     return missingDeviceText(askVulkan());
+}
+
+std::string missingDebugLayerText()
+{
+    return "there is no debug layer of Direct3D here: DXVK has none. Vulkan's layers check what it makes of "
+           "the calls: "
+           "set VK_INSTANCE_LAYERS=VK_LAYER_KHRONOS_validation (package vulkan-validationlayers)";
 }
 
 std::vector<std::string> unusableAdapterTexts()

@@ -3,12 +3,12 @@
 namespace Render
 {
 HRESULT Direct3DLibrary::createDevice(
-    IDXGIAdapter* adapter, ID3D11Device** device, ID3D11DeviceContext** context
+    IDXGIAdapter* adapter, UINT flags, ID3D11Device** device, ID3D11DeviceContext** context
 )
 {
     const D3D_DRIVER_TYPE type = adapter == nullptr ? D3D_DRIVER_TYPE_HARDWARE : D3D_DRIVER_TYPE_UNKNOWN;
     return D3D11CreateDevice(
-        adapter, type, nullptr, 0, nullptr, 0, D3D11_SDK_VERSION, device, nullptr, context
+        adapter, type, nullptr, flags, nullptr, 0, D3D11_SDK_VERSION, device, nullptr, context
     );
 }
 
@@ -33,6 +33,12 @@ DriverFacts driverFacts(IDXGIAdapter1& adapter, const DXGI_ADAPTER_DESC1& descri
 std::string missingDeviceText()
 {
     return {};  // the text of the failed call is what there is
+}
+
+std::string missingDebugLayerText()
+{
+    return "there is no debug layer of Direct3D here: install the optional Windows feature \"Graphics "
+           "Tools\"";
 }
 
 std::vector<std::string> unusableAdapterTexts()
