@@ -6,6 +6,8 @@
 #include "render/Export.h"
 #include "render/gpu/VertexContainer.h"
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <stop_token>
 
@@ -26,11 +28,20 @@ public:
     using Cache =
         Core::LruCache<Octree::OctreeNodeId, VertexContainer, Core::CacheEntrySizeCount<VertexContainer>>;
 
+    /// How many nodes were read, and how many could not be; stop requests do not count.
+    struct Counts
+    {
+        std::atomic<std::uint64_t> read{0};
+        std::atomic<std::uint64_t> failed{0};
+    };
+
     /// @param identifier  what the cache holds; what is read of the octree after a change does not enter it
+    /// @param counts      counted on; none are if it is null
     CachedVertices(
         std::shared_ptr<const Octree::Octree> octree,
         Octree::CacheIdentifier identifier,
-        std::shared_ptr<Cache> cache
+        std::shared_ptr<Cache> cache,
+        std::shared_ptr<Counts> counts = nullptr
     );
 
     /// @return false when a stop was requested
@@ -41,8 +52,12 @@ public:
     bool contains(const Octree::OctreeNodeId& id) const;
 
 private:
+    bool read(const Octree::OctreeNodeId& id, VertexContainer& vertices, const std::stop_token& stopToken)
+        const;
+
     std::shared_ptr<const Octree::Octree> mOctree;
     Octree::CacheIdentifier mIdentifier;
     std::shared_ptr<Cache> mCache;
+    std::shared_ptr<Counts> mCounts;
 };
 }  // namespace Render

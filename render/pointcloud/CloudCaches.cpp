@@ -4,19 +4,33 @@
 #include "octree/Octree.h"
 
 #include <cstddef>
+#include <mutex>
+#include <stdexcept>
 #include <utility>
 
 namespace Render
 {
 namespace
 {
-constexpr unsigned long long kVertexCacheCapacity = 30'000'000;  // points
-constexpr unsigned long long kPointCacheCapacity = 2'000'000;    // points
-constexpr unsigned long long kExpectedEntries = 4000;            // nodes
+constexpr unsigned long long kExpectedEntries = 4000;  // nodes
+
+struct SharedCapacities
+{
+    std::mutex mutex;  // guards what follows
+    CacheCapacities capacities;
+};
+
+SharedCapacities& sharedCapacities()
+{
+    static SharedCapacities instance;
+    return instance;
+}
 
 std::shared_ptr<PointCloudQuery::PointCache> sharedPoints(const Octree::CacheIdentifier& identifier)
 {
-    return PointCloudQuery::createOrGetSharedCache(identifier, kPointCacheCapacity, kExpectedEntries);
+    return PointCloudQuery::createOrGetSharedCache(
+        identifier, CloudCaches::capacities().queryPoints, kExpectedEntries
+    );
 }
 }  // namespace
 
@@ -46,13 +60,31 @@ std::shared_ptr<CachedVertices::Cache> CloudCaches::sharedVertices(
 void CloudCaches::renew()
 {
     mIdentifier = mOctree->cacheIdentifier();
-    mVertexCache = sharedVertices(mIdentifier, kVertexCacheCapacity, kExpectedEntries);
+    mVertexCache = sharedVertices(mIdentifier, capacities().vertices, kExpectedEntries);
     mPointCache = sharedPoints(mIdentifier);
-    mVertices = std::make_shared<const CachedVertices>(mOctree, mIdentifier, mVertexCache);
+    mVertices = std::make_shared<const CachedVertices>(mOctree, mIdentifier, mVertexCache, mCounts);
     const std::size_t maxBytesInFlight =
         mLoader ? mLoader->maxBytesInFlight() : NodeLoader::kDefaultMaxBytesInFlight;
     mLoader = std::make_unique<NodeLoader>(mVertices);
     mLoader->setMaxBytesInFlight(maxBytesInFlight);
+}
+
+void CloudCaches::setCapacities(const CacheCapacities& capacities)
+{
+    if (capacities.vertices == 0 || capacities.queryPoints == 0)
+    {
+        throw std::invalid_argument("a cache needs room for points, expected capacities above 0");
+    }
+    SharedCapacities& shared = sharedCapacities();
+    const std::scoped_lock lock(shared.mutex);
+    shared.capacities = capacities;
+}
+
+CacheCapacities CloudCaches::capacities()
+{
+    SharedCapacities& shared = sharedCapacities();
+    const std::scoped_lock lock(shared.mutex);
+    return shared.capacities;
 }
 
 void CloudCaches::clearVertices()

@@ -3,6 +3,7 @@
 #include "core/NonCopyable.h"
 #include "octree/CacheIdentifier.h"
 #include "render/pointcloud/CachedVertices.h"
+#include "render/pointcloud/CloudStatus.h"
 #include "render/pointcloud/NodeLoader.h"
 #include "render/pointcloud/PointCloudQuery.h"
 
@@ -48,12 +49,23 @@ public:
     /// Its bound of bytes in flight survives renew().
     NodeLoader& loader() const noexcept { return *mLoader; }
 
+    const CachedVertices::Cache& vertexCache() const noexcept { return *mVertexCache; }
+
+    /// Of all caches that this object has had.
+    const CachedVertices::Counts& counts() const noexcept { return *mCounts; }
+
+    /// How large caches are that are made from now on, of all clouds of the process. Any thread.
+    /// @throws std::invalid_argument  for a capacity of 0
+    static void setCapacities(const CacheCapacities& capacities);
+    static CacheCapacities capacities();
+
     /// The points of the octree as it is now.
     std::shared_ptr<PointCloudQuery::PointCache> pointsForQuery() const;
 
 private:
     std::shared_ptr<Octree::Octree> mOctree;
     Octree::CacheIdentifier mIdentifier;  // what the caches hold
+    std::shared_ptr<CachedVertices::Counts> mCounts = std::make_shared<CachedVertices::Counts>();
     std::shared_ptr<CachedVertices::Cache> mVertexCache;
     std::shared_ptr<const CachedVertices> mVertices;  // by way of mVertexCache
     std::unique_ptr<NodeLoader> mLoader;              // of mVertices

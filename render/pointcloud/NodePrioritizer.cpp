@@ -119,6 +119,21 @@ std::size_t NodePrioritizer::totalUsedPointCount() const
     return mTotalUsedPointCount;
 }
 
+NodePrioritizer::Share NodePrioritizer::shareOf(std::size_t cloudId) const
+{
+    const std::scoped_lock lock(mMutex);
+    Share share;
+    for (const PrioritizedNode& node : mNodes)
+    {
+        if (node.nodeId.cloudId == cloudId)
+        {
+            ++share.nodes;
+            share.points += node.vertices->size();
+        }
+    }
+    return share;
+}
+
 bool NodePrioritizer::contains(const NodeId& nodeId) const
 {
     const std::scoped_lock lock(mMutex);

@@ -52,6 +52,16 @@ public:
     /// Number of points of all resident nodes.
     std::size_t totalUsedPointCount() const;
 
+    /// What one cloud has of it.
+    struct Share
+    {
+        std::size_t nodes = 0;
+        std::size_t points = 0;
+    };
+
+    /// Looks at every resident node.
+    Share shareOf(std::size_t cloudId) const;
+
     /// True when the node is resident.
     bool contains(const NodeId& nodeId) const;
 

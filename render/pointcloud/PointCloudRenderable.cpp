@@ -527,6 +527,7 @@ void PointCloudRenderable::reloadPoints(
         .onProgress = std::move(onProgress),
         .loader = &mCaches->loader(),
         .stopped = &mStoppedPublication,
+        .pending = &mPendingNodes,
         .childrenBound = [this](std::size_t level, const Math::NBoundingBox<float, 3>& box, unsigned mask)
         { return mRanking->get()->mostOfChildren(level, box, mask); },
     };
@@ -583,6 +584,42 @@ std::uint64_t PointCloudRenderable::numResidentPoints() const
     return mLoDPointCloud ? mLoDPointCloud->prioritizer().totalUsedPointCount() : 0;
 }
 
+CloudStatus PointCloudRenderable::status() const
+{
+    CloudStatus status{
+        .pendingNodes = mPendingNodes,
+        .isComplete = isAsyncReloadComplete(),
+        .drawnNodes = numVisibleOctreeNodes(),
+        .drawnPoints = numVisiblePoints(),
+        .readNodes = mCaches->counts().read,
+        .failedNodes = mCaches->counts().failed,
+        .budgetPoints = mMaxPointCount,
+        .cachedPoints = mCaches->vertexCache().weight(),
+        .cacheCapacity = mCaches->vertexCache().capacity(),
+        .bytesInFlight = mCaches->loader().bytesInFlight(),
+        .maxBytesInFlight = mCaches->loader().maxBytesInFlight()};
+    if (mLoDPointCloud)
+    {
+        const NodePrioritizer& prioritizer = mLoDPointCloud->prioritizer();
+        const NodePrioritizer::Share share = prioritizer.shareOf(mLoDPointCloud->cloudId());
+        status.residentNodes = share.nodes;
+        status.residentPoints = share.points;
+        status.budgetPoints = prioritizer.totalMaxPointCount();
+        status.usedBudgetPoints = prioritizer.totalUsedPointCount();
+    }
+    return status;
+}
+
+void PointCloudRenderable::setCacheCapacities(const CacheCapacities& capacities)
+{
+    CloudCaches::setCapacities(capacities);
+}
+
+CacheCapacities PointCloudRenderable::cacheCapacities()
+{
+    return CloudCaches::capacities();
+}
+
 PointCloudQuery PointCloudRenderable::createPointCloudQuery(
     IFilter* filter, std::size_t maxLevel, float minimumSpacing, std::chrono::nanoseconds timeout
 )
@@ -590,6 +627,16 @@ PointCloudQuery PointCloudRenderable::createPointCloudQuery(
     return PointCloudQuery(
         mOctree, mCaches->pointsForQuery(), worldMatrix(), filter, maxLevel, minimumSpacing, timeout
     );
+}
+
+PointCloudQuery PointCloudRenderable::createPointCloudQuery(
+    std::unique_ptr<IFilter> filter,
+    std::size_t maxLevel,
+    float minimumSpacing,
+    std::chrono::nanoseconds timeout
+)
+{
+    return createPointCloudQuery(filter.release(), maxLevel, minimumSpacing, timeout);
 }
 
 void PointCloudRenderable::updateFrustums()

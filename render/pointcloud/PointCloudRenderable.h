@@ -11,9 +11,11 @@
 #include "render/Export.h"
 #include "render/gpu/VertexContainer.h"
 #include "render/pointcloud/CachedVertices.h"
+#include "render/pointcloud/CloudStatus.h"
 #include "render/pointcloud/NodePriority.h"
 #include "render/pointcloud/PointCloudQuery.h"
 #include "render/pointcloud/chooseSplatRoad.h"
+#include "render/pointcloud/filters/FunctionFilter.h"
 #include "render/pointcloud/selectNodes.h"
 #include "render/scene/Renderable.h"
 
@@ -66,6 +68,9 @@ class RENDER_API PointCloudRenderable : public Renderable,
     };
 
 public:
+    /// Deeper than the deepest level of any data set.
+    static constexpr std::size_t kAllLevels = Octree::OctreeNodeId::MAX_REPRESENTABLE_LEVEL;
+
     /// The decoded vertices of nodes, shared by all renderables of one data set and unit scale.
     using VertexCache = CachedVertices::Cache;
 
@@ -277,15 +282,15 @@ public:
     /// done.
     /// @param onProgress  called on the loader thread after each publication; may be empty
     /// @param maxLevel    deepest level that is loaded
-    void startAsyncReload(std::function<void()> onProgress, std::size_t maxLevel);
+    void startAsyncReload(std::function<void()> onProgress, std::size_t maxLevel = kAllLevels);
     /// The same with a function.
-    void startAsyncReload(void (*onProgress)(), std::size_t maxLevel);
+    void startAsyncReload(void (*onProgress)(), std::size_t maxLevel = kAllLevels);
 
     /// The same for any other callable, which would be as near to either of the two above.
     template <std::invocable Callback>
     requires std::is_class_v<Callback>
 
-    void startAsyncReload(Callback onProgress, std::size_t maxLevel)
+    void startAsyncReload(Callback onProgress, std::size_t maxLevel = kAllLevels)
     {
         startAsyncReload(std::function<void()>(std::move(onProgress)), maxLevel);
     }
@@ -308,15 +313,19 @@ public:
     /// @throws std::runtime_error  "reloadingPoints is not allowed if PointCloudRenderable is not
     ///                             initialized"; "Error loading point data", the cause nested, when a node
     ///                             cannot be read
-    void reloadPoints(std::function<void()> onProgress, std::size_t maxLevel, std::stop_token stopToken);
+    void reloadPoints(
+        std::function<void()> onProgress, std::size_t maxLevel = kAllLevels, std::stop_token stopToken = {}
+    );
     /// The same with a function.
-    void reloadPoints(void (*onProgress)(), std::size_t maxLevel, std::stop_token stopToken);
+    void reloadPoints(
+        void (*onProgress)(), std::size_t maxLevel = kAllLevels, std::stop_token stopToken = {}
+    );
 
     /// The same for any other callable.
     template <std::invocable Callback>
     requires std::is_class_v<Callback>
 
-    void reloadPoints(Callback onProgress, std::size_t maxLevel, std::stop_token stopToken)
+    void reloadPoints(Callback onProgress, std::size_t maxLevel = kAllLevels, std::stop_token stopToken = {})
     {
         reloadPoints(std::function<void()>(std::move(onProgress)), maxLevel, stopToken);
     }
@@ -337,6 +346,18 @@ public:
     /// is fetched.
     std::uint64_t numResidentPoints() const;
 
+    /// Where loading stands and what the cloud holds; what the last frame drew and the rest are of moments
+    /// that may lie a little apart. Takes time in proportion to the resident nodes. Any thread, while neither
+    /// init() nor deinit() nor setUnitScale() nor addExternalAttributeLocation() runs.
+    CloudStatus status() const;
+
+    /// How large the caches are that clouds share which are made from now on; those that there are keep what
+    /// they have. Any thread.
+    /// @throws std::invalid_argument  for a capacity of 0
+    static void setCacheCapacities(const CacheCapacities& capacities);
+    /// See setCacheCapacities().
+    static CacheCapacities cacheCapacities();
+
     /// A query of this cloud's points as they lie in the world now. It is made on the thread that drives the
     /// renderer, and may be used on another one, also while the cloud is loading. Useless after
     /// setUnitScale().
@@ -349,6 +370,32 @@ public:
     PointCloudQuery createPointCloudQuery(
         IFilter* filter, std::size_t maxLevel, float minimumSpacing, std::chrono::nanoseconds timeout
     );
+
+    /// The same with a filter whose ownership shows, and all points of the region by default.
+    PointCloudQuery createPointCloudQuery(
+        std::unique_ptr<IFilter> filter,
+        std::size_t maxLevel = kAllLevels,
+        float minimumSpacing = 0.0F,
+        std::chrono::nanoseconds timeout = std::chrono::nanoseconds::max()
+    );
+
+    /// The same with a function that tells of each point, in world coordinates, whether it counts. Reads every
+    /// node; a FunctionFilter may have bounds.
+    template <std::predicate<const Math::Point<float, 3>&> Accepts>
+
+    requires std::is_class_v<Accepts>
+
+        PointCloudQuery createPointCloudQuery(
+            Accepts accepts,
+            std::size_t maxLevel = kAllLevels,
+            float minimumSpacing = 0.0F,
+            std::chrono::nanoseconds timeout = std::chrono::nanoseconds::max()
+        )
+    {
+        return createPointCloudQuery(
+            std::make_unique<FunctionFilter>(std::move(accepts)), maxLevel, minimumSpacing, timeout
+        );
+    }
 
     /// The camera's frustum in model coordinates.
     const Math::Frustum<float>& frustumModelCs() const noexcept { return mFrustumModelCs; }
@@ -380,6 +427,7 @@ private:
     Math::Color mUniformColor;
     std::atomic<bool> mNeedsRedraw{true};
     StoppedPublication mStoppedPublication;
+    std::atomic<std::size_t> mPendingNodes{0};  // of the present pass
     std::unique_ptr<SharedRanking> mRanking;
 };
 }  // namespace Render

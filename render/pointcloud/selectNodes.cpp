@@ -156,6 +156,10 @@ void runPass(const SelectionPass& pass, const std::stop_token& stopToken)
             setAside.offerAll(stopToken, candidates);
             continue;
         }
+        if (pass.pending != nullptr)
+        {
+            *pass.pending = candidates.size();
+        }
         publisher.flushWhenDue();
 
         const Candidate best = candidates.top();
@@ -186,6 +190,10 @@ void runPass(const SelectionPass& pass, const std::stop_token& stopToken)
         }
     }
     publisher.flushAtTheEnd();
+    if (pass.pending != nullptr)
+    {
+        *pass.pending = 0;
+    }
 }
 }  // namespace
 

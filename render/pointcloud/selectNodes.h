@@ -73,8 +73,9 @@ struct SelectionPass
     std::function<void()> onProgress;     ///< called after that; may be empty
     /// The clock.
     std::function<std::chrono::steady_clock::time_point()> now = &std::chrono::steady_clock::now;
-    NodeLoader* loader = nullptr;           ///< instead of `vertexSource`: nodes are read ahead
-    StoppedPublication* stopped = nullptr;  ///< the cloud's, where its passes follow one another
+    NodeLoader* loader = nullptr;                 ///< instead of `vertexSource`: nodes are read ahead
+    StoppedPublication* stopped = nullptr;        ///< the cloud's, where its passes follow one another
+    std::atomic<std::size_t>* pending = nullptr;  ///< told how many candidates wait, where somebody asks
     ChildrenBound childrenBound = {};  ///< of `ranking`; may be empty: then no child is left out unranked
 };
 

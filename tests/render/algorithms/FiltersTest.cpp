@@ -1,4 +1,5 @@
 #include "render/pointcloud/filters/BoxFilter.h"
+#include "render/pointcloud/filters/FunctionFilter.h"
 #include "render/pointcloud/filters/IntersectionFilter.h"
 #include "render/pointcloud/filters/OrientedBoxFilter.h"
 #include "render/pointcloud/filters/PolytopeFilter.h"
@@ -557,5 +558,29 @@ TEST(Filters, BoxesNeverContradictTheirPoints)
         )),
         100
     );
+}
+
+TEST(FunctionFilter, TakesWhatTheFunctionAcceptsAndReadsEveryNodeWithoutBounds)
+{
+    FunctionFilter filter([](const Point& point) { return point.x > 1.0F; });
+
+    EXPECT_TRUE(filter.testPosition({2, 0, 0}));
+    EXPECT_FALSE(filter.testPosition({1, 0, 0}));
+    EXPECT_EQ(filter.testBox(cube(-9, -8)), BoxTestResult::Border);
+}
+
+TEST(FunctionFilter, TakesNothingOutsideItsBounds)
+{
+    FunctionFilter filter([](const Point&) { return true; }, cube(0, 4));
+
+    EXPECT_TRUE(filter.testPosition({4, 4, 4}));
+    EXPECT_FALSE(filter.testPosition({above(4), 4, 4}));
+    EXPECT_EQ(filter.testBox(cube(5, 6)), BoxTestResult::Outside);
+    EXPECT_EQ(filter.testBox(cube(1, 2)), BoxTestResult::Border);
+}
+
+TEST(FunctionFilter, NeedsAFunction)
+{
+    EXPECT_THROW(FunctionFilter(nullptr), std::invalid_argument);
 }
 }  // namespace Render

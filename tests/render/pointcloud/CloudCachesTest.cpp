@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <stdexcept>
 #include <stop_token>
 
 namespace
@@ -93,4 +94,36 @@ TEST(CloudCaches, AQueryGetsThePointsOfTheOctreeAsItIsNow)
     const CloudCaches ofTheNewScale(octree);
     EXPECT_NE(caches.pointsForQuery(), before);
     EXPECT_EQ(caches.pointsForQuery(), ofTheNewScale.pointsForQuery());
+}
+
+TEST(CloudCaches, NodesThatAreReadAreCountedOnceAlsoOverARenewal)
+{
+    const std::shared_ptr<Octree::Octree> octree = openOctree();
+    CloudCaches caches(octree);
+    loadRoot(caches);
+    loadRoot(caches);  // from the cache
+    EXPECT_EQ(caches.counts().read, 1u);
+
+    octree->setUnitScale(2.0);
+    caches.renew();
+    loadRoot(caches);
+
+    EXPECT_EQ(caches.counts().read, 2u);
+    EXPECT_EQ(caches.counts().failed, 0u);
+}
+
+TEST(CloudCaches, CapacitiesCountForCachesMadeFromThenOn)
+{
+    const CloudCaches before(openOctree());
+    CloudCaches::setCapacities({.vertices = 1'000, .queryPoints = 2'000});
+    const std::shared_ptr<Octree::Octree> octree = openOctree();
+    octree->setUnitScale(3.0);
+
+    const CloudCaches after(octree);
+    CloudCaches::setCapacities({});
+
+    EXPECT_EQ(before.vertexCache().capacity(), 30'000'000u);
+    EXPECT_EQ(after.vertexCache().capacity(), 1'000u);
+    EXPECT_EQ(after.pointsForQuery()->capacity(), 2'000u);
+    EXPECT_THROW(CloudCaches::setCapacities({.vertices = 0}), std::invalid_argument);
 }

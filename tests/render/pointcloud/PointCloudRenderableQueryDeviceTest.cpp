@@ -8,7 +8,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <memory>
+#include <stdexcept>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace
@@ -131,4 +134,24 @@ TEST_F(PointCloudRenderableQueryTest, RunsOnAnotherThreadWhileTheCloudIsLoadedAn
     EXPECT_TRUE(areComplete);
     EXPECT_TRUE(isLoaded);
     EXPECT_TRUE(mCloud->isAsyncReloadHealthy(true));
+}
+
+TEST_F(PointCloudRenderableQueryTest, AFunctionMayTellWhichPointsCount)
+{
+    const auto points = all(mCloud->createPointCloudQuery([](const Position& point)
+                                                          { return point.x >= 3.05F && point.x <= 7.05F; }));
+
+    EXPECT_EQ(points.size(), countWithin(3.05, 7.05));
+}
+
+TEST_F(PointCloudRenderableQueryTest, AFilterMayBeGivenAway)
+{
+    auto filter = std::make_unique<Render::BoxFilter>(
+        Math::NBoundingBox<float, 3>({3.05F, -100, -100}, {7.05F, 100, 100})
+    );
+
+    const auto points = all(mCloud->createPointCloudQuery(std::move(filter)));
+
+    EXPECT_EQ(points.size(), countWithin(3.05, 7.05));
+    EXPECT_THROW(mCloud->createPointCloudQuery(std::unique_ptr<Render::IFilter>()), std::invalid_argument);
 }
