@@ -12,10 +12,10 @@
 #include "render/gpu/VertexContainer.h"
 #include "render/pointcloud/CachedVertices.h"
 #include "render/pointcloud/CloudStatus.h"
+#include "render/pointcloud/FunctionFilter.h"
 #include "render/pointcloud/NodePriority.h"
 #include "render/pointcloud/PointCloudQuery.h"
 #include "render/pointcloud/chooseSplatRoad.h"
-#include "render/pointcloud/filters/FunctionFilter.h"
 #include "render/pointcloud/selectNodes.h"
 #include "render/scene/Renderable.h"
 

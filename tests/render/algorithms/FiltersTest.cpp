@@ -1,5 +1,5 @@
+#include "render/pointcloud/FunctionFilter.h"
 #include "render/pointcloud/filters/BoxFilter.h"
-#include "render/pointcloud/filters/FunctionFilter.h"
 #include "render/pointcloud/filters/IntersectionFilter.h"
 #include "render/pointcloud/filters/OrientedBoxFilter.h"
 #include "render/pointcloud/filters/PolytopeFilter.h"

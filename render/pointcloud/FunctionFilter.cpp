@@ -1,7 +1,6 @@
-#include "render/pointcloud/filters/FunctionFilter.h"
+#include "render/pointcloud/FunctionFilter.h"
 
-#include "render/pointcloud/filters/BoxFilter.h"
-
+#include <cstddef>
 #include <stdexcept>
 #include <utility>
 
@@ -25,11 +24,13 @@ bool FunctionFilter::testPosition(const Math::Point<float, 3>& point)
 
 Octree::BoxTestResult FunctionFilter::testBox(const Math::NBoundingBox<float, 3>& box)
 {
-    if (mBounds.isEmpty())
+    for (std::size_t axis = 0; axis < 3 && !mBounds.isEmpty(); ++axis)
     {
-        return Octree::BoxTestResult::Border;
+        if (box.min()[axis] > mBounds.max()[axis] || box.max()[axis] < mBounds.min()[axis])
+        {
+            return Octree::BoxTestResult::Outside;
+        }
     }
-    const bool isOutside = BoxFilter(mBounds).testBox(box) == Octree::BoxTestResult::Outside;
-    return isOutside ? Octree::BoxTestResult::Outside : Octree::BoxTestResult::Border;
+    return Octree::BoxTestResult::Border;
 }
 }  // namespace Render
