@@ -33,6 +33,8 @@ tests=(
     libvips-tools
     # read completions and the manual page
     zsh groff-base
+    # an example's window, and a display for it
+    libsdl2-dev xvfb
 )
 docs=(
     doxygen

@@ -79,10 +79,36 @@ consumer() {
         "${runner[@]}" "$install/bin/tarnel$ending" sample "$build/shown/out/sample" --points 50000 --cloud-only &&
         (cd "$build/shown" && "${runner[@]}" "$build/readme$ending" && [ -s picture.png ] &&
             "${runner[@]}" "$build/coordinates$ending" && "${runner[@]}" "$build/extending$ending" && [ -s room.png ]) &&
-        cmake -G Ninja -S examples/01-first-frame -B "$build/first-frame" -DCMAKE_BUILD_TYPE=Release \
-            -DCMAKE_PREFIX_PATH="$install" "$@" &&
-        cmake --build "$build/first-frame" &&
-        "${runner[@]}" "$build/first-frame/first-frame$ending" tests/data/autzen_brotli "$build/first-frame.png"
+        examples "$preset" "$@"
+}
+
+# example <folder> <arguments...>: builds it as the users of an install tree do, and runs it.
+example() {
+    local folder=$1 name=${1#*-}
+    shift
+    echo "== example $folder"
+    cmake -G Ninja -S "examples/$folder" -B "$build/$folder" -DCMAKE_BUILD_TYPE=Release \
+        -DCMAKE_PREFIX_PATH="$install" "${toolchain[@]}" &&
+        cmake --build "$build/$folder" &&
+        "${runner[@]}" "$build/$folder/$name$ending" "$@"
+}
+
+# The window only here: SDL has no package for MinGW.
+examples() {
+    local cloud=tests/data/autzen_brotli other=tests/data/lonestar_brotli picture=$build/picture toolchain=("${@:2}")
+    example 01-first-frame $cloud "$picture-1.png" &&
+        example 02-streaming $cloud "$picture-2.png" &&
+        example 03-two-clouds $cloud $other "$picture-3.png" &&
+        example 04-panorama-and-mesh $cloud "$picture-4.png" &&
+        if [ "$1" = native ]; then
+            runner=(tests/consumer/check-window)
+            example 05-window $cloud 200
+            local status=$?
+            runner=()
+            [ $status -eq 0 ]
+        fi &&
+        example 06-shared-device $cloud &&
+        example 07-lost-device $cloud "$picture-7.png"
 }
 
 # A program that has the sources within its own build.
