@@ -35,6 +35,7 @@ void addRenderCommand(CLI::App& app)
     const auto options = std::make_shared<RenderOptions>();
     verb->add_option("OUTPUT", options->output, "PNG file to write")->required();
     addSceneOptions(*verb, options->scene);
+    addShadingOptions(*verb, options->scene);
     verb->footer(
         "Examples:\n"
         "  tarnel render picture.png --cloud out/sample\n"

@@ -13,6 +13,9 @@ constexpr const char* kPoints = "Point clouds";
 
 constexpr double kSmallest = 1e-6;  // of what must be above 0
 constexpr double kLargestPointInPixels = kLargestSide;
+constexpr double kEyeDomeStrength = 1.0;
+constexpr double kStrongestEyeDome = 1000.0;
+constexpr double kBroadestEyeDome = 100.0;  // pixels
 constexpr double kLargest = 1e9;  // of lengths in data units: far more than the earth measures in metres
 }  // namespace
 
@@ -97,6 +100,38 @@ void addLookOptions(CLI::App& verb, SceneOptions& options)
         ->check(numberFrom(0.0, kLargest))
         ->group(kPoints);
     addCloudOptions(verb, options);
+}
+
+void addShadingOptions(CLI::App& verb, SceneOptions& options)
+{
+    const std::string group = "Shading";
+    CLI::Option* const strength =
+        verb.add_option_function<std::string>(
+                "--edl",
+                [&options](const std::string& text) {
+                    options.eyeDomeStrength =
+                        text.empty() ? kEyeDomeStrength : parseNumbers("--edl", text, 1).front();
+                },
+                "Shade by depth (eye-dome lighting), with this strength or 1; on where a cloud has no "
+                "colours\n"
+                "and in thumbnails"
+        )
+            ->expected(0, 1)
+            ->check(numberFrom(0.0, kStrongestEyeDome))
+            ->type_name("[STRENGTH]")
+            ->group(group);
+    verb.add_flag_callback(
+            "--no-edl", [&options] { options.eyeDomeStrength = 0.0; }, "Do not shade by depth"
+    )
+        ->excludes(strength)
+        ->group(group);
+    verb.add_option(
+            "--edl-radius",
+            options.eyeDomeRadius,
+            "How far apart depths are compared, in pixels (default: 1.4, more for pictures above 720 rows)"
+    )
+        ->check(numberFrom(0.0, kBroadestEyeDome))
+        ->group(group);
 }
 
 void addCloudOptions(CLI::App& verb, SceneOptions& options)

@@ -45,6 +45,11 @@ struct SceneOptions
     std::vector<std::string> clipPlanes;
     bool showBoxes = false;
     std::string uniformColor;
+
+    /// Of verbs that write a picture; strengths as Render::EyeDomeLighting.
+    std::optional<double> eyeDomeStrength;  ///< without one the scene decides
+    std::optional<double> eyeDomeRadius;    ///< pixels; without one the picture's height decides
+    bool isThumbnail = false;               ///< seen as thumbnails are, with what makes small pictures clear
 };
 
 /// Adds everything that verbs take which draw a scene: its objects, the camera, the look, the depth picture.
@@ -56,6 +61,9 @@ void finishSceneOptions(const CLI::App& verb, SceneOptions& options);
 
 /// Adds camera and picture options to a verb.
 void addCameraOptions(CLI::App& verb, SceneOptions& options);
+
+/// Adds the options of verbs that write a picture to how it is shaded.
+void addShadingOptions(CLI::App& verb, SceneOptions& options);
 
 /// Adds the options of point clouds and colours to a verb.
 void addLookOptions(CLI::App& verb, SceneOptions& options);

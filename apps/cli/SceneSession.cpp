@@ -11,6 +11,7 @@
 #include <graphics/DepthImage.h>
 #include <math/ConvexPolytope.h>
 #include <math/HalfSpace.h>
+#include <octree/NodePointData.h>
 #include <octree/Octree.h>
 #include <octree/OctreeNodeId.h>
 
@@ -30,6 +31,8 @@ namespace Cli
 namespace
 {
 constexpr std::chrono::milliseconds kPollInterval{50};
+constexpr double kEyeDomeStrengthByItself = 1.0;
+constexpr double kRowsOfOrdinaryPicture = 720.0;  // for which the radius of eye-dome lighting is chosen
 
 /// From the coordinates of the octree to absolute ones.
 Eigen::Matrix4d absolutePlacement(const SceneItem& item, const Octree::Octree& octree)
@@ -65,6 +68,7 @@ SceneSession::SceneSession(const SceneOptions& options)
     addItems(options);
     mRenderer.setScene(mScene);
     applyLook(options);
+    applyShading(options);
     applyClipping(options);
     applyCamera(options);
 }
@@ -159,7 +163,7 @@ void SceneSession::addCloud(const SceneItem& item, const SceneOptions& options)
     }
     cloud->setShowBoundingBoxes(options.showBoxes);
     mScene->add(cloud);
-    mClouds.push_back(std::move(cloud));
+    mClouds.push_back({octree, std::move(cloud)});
 }
 
 void SceneSession::applyLook(const SceneOptions& options)
@@ -179,6 +183,20 @@ void SceneSession::applyLook(const SceneOptions& options)
                                          ? Math::Point<float, 3>(center.x, center.y, box.max().z)
                                          : toScene(parsePoint("--colorize-to", options.colorizeTo));
     mRenderer.setColorizationRange(from, to, parseColorMap("--color-map", options.colorMap));
+}
+
+void SceneSession::applyShading(const SceneOptions& options)
+{
+    const auto isColorless = [](const Cloud& cloud)
+    { return !Octree::hasColor(cloud.octree->attributeMask()); };
+    const bool isByItself = options.isThumbnail || std::ranges::any_of(mClouds, isColorless);
+    Render::EyeDomeLighting lighting;
+    lighting.strength =
+        static_cast<float>(options.eyeDomeStrength.value_or(isByItself ? kEyeDomeStrengthByItself : 0.0));
+    const double tallness = static_cast<double>(mRenderer.viewport().height()) / kRowsOfOrdinaryPicture;
+    lighting.radius =
+        static_cast<float>(options.eyeDomeRadius.value_or(lighting.radius * std::max(1.0, tallness)));
+    mRenderer.setEyeDomeLighting(lighting);
 }
 
 void SceneSession::applyClipping(const SceneOptions& options)
@@ -202,9 +220,9 @@ void SceneSession::applyClipping(const SceneOptions& options)
             static_cast<float>(plane.d)
         );
     }
-    for (const auto& cloud : mClouds)
+    for (const Cloud& cloud : mClouds)
     {
-        cloud->setClippingVolume(planes);
+        cloud.renderable->setClippingVolume(planes);
     }
     for (const auto& mesh : mMeshes)
     {
@@ -239,6 +257,7 @@ void SceneSession::applyCamera(const SceneOptions& options)
     }
     scene.aspect = static_cast<float>(mRenderer.aspectRatio());
 
+    wish.isThumbnail = options.isThumbnail;
     const CameraPlacement placement = placeCamera(wish, scene);
     mRenderer.setAutoAdjustZRange(placement.fitsZRange);
     if (options.orthographicHeight)
@@ -275,11 +294,11 @@ void SceneSession::load()
     const int rounds = mClouds.size() > 1 ? 2 : 1;
     for (int round = 0; round < rounds; ++round)
     {
-        for (const auto& cloud : mClouds)
+        for (const Cloud& cloud : mClouds)
         {
-            Progress progress("loading " + cloud->name(), 0, "points");
-            cloud->reloadPoints(
-                [&] { progress.update(cloud->numResidentPoints()); },
+            Progress progress("loading " + cloud.renderable->name(), 0, "points");
+            cloud.renderable->reloadPoints(
+                [&] { progress.update(cloud.renderable->numResidentPoints()); },
                 Octree::OctreeNodeId::MAX_REPRESENTABLE_LEVEL,
                 std::stop_token{}
             );

@@ -43,19 +43,26 @@ public:
     const Math::Point<double, 3>& origin() const noexcept { return mOrigin; }
 
 private:
+    struct Cloud
+    {
+        std::shared_ptr<Octree::Octree> octree;
+        std::shared_ptr<Render::PointCloudRenderable> renderable;
+    };
+
     void addItems(const SceneOptions& options);
     void addCloud(const SceneItem& item, const SceneOptions& options);
     void addPanorama(const SceneItem& item);
     void addMesh(const SceneItem& item);
     Eigen::Matrix4f placement(const Eigen::Matrix4d& toAbsolute);
     void applyLook(const SceneOptions& options);
+    void applyShading(const SceneOptions& options);
     void applyClipping(const SceneOptions& options);
     void applyCamera(const SceneOptions& options);
     Math::Point<float, 3> toScene(const Math::Point<double, 3>& absolute) const noexcept;
 
     Render::Renderer mRenderer;
     std::shared_ptr<Render::GroupRenderable> mScene;
-    std::vector<std::shared_ptr<Render::PointCloudRenderable>> mClouds;
+    std::vector<Cloud> mClouds;
     std::vector<std::shared_ptr<Render::PanoRenderable>> mPanoramas;
     std::vector<std::shared_ptr<Render::MeshRenderable>> mMeshes;
     std::optional<Math::Point<double, 3>> mFirstPlace;  // of any object
