@@ -89,17 +89,28 @@ void addLookOptions(CLI::App& verb, SceneOptions& options)
         ->excludes(brightness)
         ->excludes(contrast)
         ->group(color);
-    verb.add_option("--opacity", options.opacity, "Factor on the picture's alpha (default: 1)")
-        ->check(numberFrom(0.0, 1.0))
-        ->group(color);
-    verb.add_option("--background", options.background, "r,g,b[,a] or #rrggbb[aa] (default: white)")
-        ->group(color);
+    addBackgroundOptions(verb, options);
     verb.add_option("--uniform-color", options.uniformColor, "Colour of mode UniformColor")->group(color);
 
     verb.add_option("--threshold", options.threshold, "Smallest node to draw, in pixels (default: 15)")
         ->check(numberFrom(0.0, kLargest))
         ->group(kPoints);
     addCloudOptions(verb, options);
+}
+
+void addBackgroundOptions(CLI::App& verb, SceneOptions& options)
+{
+    const std::string group = "Colours";
+    verb.add_option("--opacity", options.opacity, "Factor on the picture's alpha (default: 1)")
+        ->check(numberFrom(0.0, 1.0))
+        ->group(group);
+    verb.add_option(
+            "--background",
+            options.background,
+            "r,g,b[,a] or #rrggbb[aa], transparent with an a below 255 (default: white; black behind\n"
+            "TomographicBright, which TomographicDark inverts)"
+    )
+        ->group(group);
 }
 
 void addShadingOptions(CLI::App& verb, SceneOptions& options)

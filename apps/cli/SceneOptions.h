@@ -34,7 +34,7 @@ struct SceneOptions
     std::optional<double> contrast;
     std::optional<double> autoContrast;
     double opacity = 1.0;
-    std::string background = "255,255,255,255";
+    std::string background;  ///< empty for one on which the mode shows something
 
     std::uint64_t budget = 5'000'000;
     std::optional<double> threshold;
@@ -61,6 +61,9 @@ void finishSceneOptions(const CLI::App& verb, SceneOptions& options);
 
 /// Adds camera and picture options to a verb.
 void addCameraOptions(CLI::App& verb, SceneOptions& options);
+
+/// Adds opacity and background, which are part of the look.
+void addBackgroundOptions(CLI::App& verb, SceneOptions& options);
 
 /// Adds the options of verbs that write a picture to how it is shaded.
 void addShadingOptions(CLI::App& verb, SceneOptions& options);

@@ -31,6 +31,7 @@ namespace Cli
 namespace
 {
 constexpr std::chrono::milliseconds kPollInterval{50};
+constexpr unsigned char kOpaque = 255;
 constexpr double kEyeDomeStrengthByItself = 1.0;
 constexpr double kRowsOfOrdinaryPicture = 720.0;  // for which the radius of eye-dome lighting is chosen
 
@@ -169,7 +170,12 @@ void SceneSession::addCloud(const SceneItem& item, const SceneOptions& options)
 void SceneSession::applyLook(const SceneOptions& options)
 {
     mRenderer.setRenderMode(parseRenderMode("--mode", options.mode));
-    mRenderer.setBackgroundColor(parseColor("--background", options.background));
+    const bool isXRay = Render::isTomographic(mRenderer.renderMode());
+    const Math::Color background = options.background.empty()
+                                       ? (isXRay ? Math::Color(0, 0, 0, 255) : Math::Color::white(255))
+                                       : parseColor("--background", options.background);
+    mRenderer.setBackgroundColor(background);
+    mRenderer.setTransparentBackground(isXRay || background.a() < kOpaque);
     mRenderer.setBrightness(static_cast<float>(options.brightness.value_or(0.0)));
     mRenderer.setContrast(static_cast<float>(options.contrast.value_or(1.0)));
     mRenderer.setOpacity(static_cast<float>(options.opacity));

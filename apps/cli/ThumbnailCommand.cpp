@@ -62,9 +62,9 @@ void addThumbnailCommand(CLI::App& app)
     const CLI::Validator side = wholeNumber(1, kLargestSide);
     verb->add_option("--width", options->width, "Pixels (default: 640)")->transform(side);
     verb->add_option("--height", options->height, "Pixels (default: 480)")->transform(side);
-    verb->add_option("--background", options->scene.background, "r,g,b[,a] or #rrggbb[aa] (default: white)");
     verb->add_option("--level", options->level, "Deepest octree level to load (default: all)")
         ->transform(wholeNumber(0, kLargestLevel));
+    addBackgroundOptions(*verb, options->scene);
     addShadingOptions(*verb, options->scene);
     addAdapterOption(*verb);
     verb->footer(

@@ -14,11 +14,8 @@ const std::string kSource = "shaders/eyedome.hlsl";
 constexpr UINT kCorners = 4;
 }  // namespace
 
-EyeDomePass::EyeDomePass(
-    const CComPtr<ID3D11Device>& device, const Camera& camera, const EyeDomeLighting& lighting
-)
+EyeDomePass::EyeDomePass(const CComPtr<ID3D11Device>& device, const Camera& camera)
     : ScreenPass(device, camera, {"color", PassImages::kDepth}),
-      mLighting(lighting),
       mConstants(device),
       mVertexShader(VertexShader::fromHlslResource(device, kSource, {})),
       mPixelShader(PixelShader::fromHlslResource(device, kSource))

@@ -22,9 +22,9 @@ class EyeDomePass final : public ScreenPass
 {
 public:
     /// @throws ComException  when the device refuses a texture, state, buffer or shader
-    EyeDomePass(const CComPtr<ID3D11Device>& device, const Camera& camera, const EyeDomeLighting& lighting);
+    EyeDomePass(const CComPtr<ID3D11Device>& device, const Camera& camera);
 
-    /// From the next frame on.
+    /// From the next frame on; of no strength at first.
     void setLighting(const EyeDomeLighting& lighting) noexcept { mLighting = lighting; }
 
 private:

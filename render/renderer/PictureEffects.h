@@ -7,6 +7,7 @@ namespace Render
 {
 class EyeDomePass;
 class Frame;
+class StraightAlphaPass;
 
 /// The settings of a renderer that are effects on its picture, and their passes while they are on.
 ///
@@ -16,6 +17,7 @@ class PictureEffects
 public:
     /// What is on from the next apply() on.
     EyeDomeLighting eyeDomeLighting;
+    bool hasTransparentBackground = false;
 
     /// Gives the frame the passes that are on and takes away those that are off, with their textures.
     /// @param frame  always the same
@@ -23,6 +25,7 @@ public:
     void apply(Frame& frame, const CComPtr<ID3D11Device>& device, const Camera& camera);
 
 private:
-    EyeDomePass* mEyeDome = nullptr;  // the frame's
+    EyeDomePass* mEyeDome = nullptr;  // the frame's, as the next
+    StraightAlphaPass* mStraightAlpha = nullptr;
 };
 }  // namespace Render

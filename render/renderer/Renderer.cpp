@@ -393,6 +393,21 @@ void Renderer::autoAdjustBrightnessAndContrast(float quantile, float range)
     raiseRedraw();
 }
 
+void Renderer::setTransparentBackground(bool enabled)
+{
+    if (enabled == mEffects->hasTransparentBackground)
+    {
+        return;
+    }
+    mEffects->hasTransparentBackground = enabled;
+    raiseRedraw();
+}
+
+bool Renderer::hasTransparentBackground() const noexcept
+{
+    return mEffects->hasTransparentBackground;
+}
+
 void Renderer::setEyeDomeLighting(const EyeDomeLighting& lighting)
 {
     for (const float value : {lighting.strength, lighting.radius})

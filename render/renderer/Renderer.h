@@ -212,6 +212,12 @@ public:
     /// and asks for a redraw every time; does nothing without a scene.
     void autoAdjustBrightnessAndContrast(float quantile, float range);
 
+    /// Lets the alpha of the background colour count in the picture, where a background is opaque at first. A
+    /// picture's alpha then tells how much covers each pixel, in the tomographic modes too, and its colours
+    /// are not multiplied by it; the opacity is a factor of it.
+    void setTransparentBackground(bool enabled);
+    bool hasTransparentBackground() const noexcept;
+
     /// Eye-dome lighting: pixels are darkened before which their neighbours stand, which shows shapes where
     /// colours do not. It comes after the render mode, and takes its depth from all that is drawn. Off at
     /// first, and then it costs nothing. Exported points keep their colours without it.

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -106,5 +108,73 @@ TEST_F(CliLooks, BadShadingIsRefused)
         const TarnelRun run = runTarnel(arguments);
         EXPECT_EQ(run.exitCode, 2);
         EXPECT_THAT(run.errors, HasSubstr("--"));
+    }
+}
+
+TEST_F(CliLooks, ABackgroundMayBeTransparent)
+{
+    const Graphics::ColorImage image = rendered(kColored, {"--background", "10,20,30,0"});
+
+    EXPECT_EQ(image.pixel(0, 0), Color(10, 20, 30, 0));
+    for (const Color& pixel : pixels(image))
+    {
+        EXPECT_TRUE(pixel == Color(10, 20, 30, 0) || pixel.a() == 255) << int{pixel.a()};
+    }
+    EXPECT_EQ(image.pixel(80, 60).a(), 255);
+}
+
+TEST_F(CliLooks, AThumbnailMayHaveATransparentBackgroundToo)
+{
+    const Graphics::ColorImage image =
+        drawn({"thumbnail", dataSet(kColored), "--width", "96", "--height", "72", "--background", "#ff000080"}
+        );
+
+    EXPECT_EQ(image.pixel(0, 0), Color(255, 0, 0, 128));
+    EXPECT_EQ(image.pixel(48, 36).a(), 255);
+}
+
+TEST_F(CliLooks, OpacityIsAFactorOfTheAlphaOfPointsAndBackground)
+{
+    const Graphics::ColorImage half = rendered(kColored, {"--opacity", "0.5"});
+    EXPECT_EQ(half.pixel(0, 0), Color(255, 255, 255, 128));
+    EXPECT_EQ(half.pixel(80, 60).a(), 128);
+
+    const Graphics::ColorImage both = rendered(kColored, {"--opacity", "0.5", "--background", "#ffffff80"});
+    EXPECT_EQ(both.pixel(0, 0), Color(255, 255, 255, 64));
+    EXPECT_EQ(both.pixel(80, 60).a(), 128);
+
+    const Graphics::ColorImage thumbnail =
+        drawn({"thumbnail", dataSet(kColored), "--width", "96", "--height", "72", "--opacity", "0.5"});
+    EXPECT_EQ(thumbnail.pixel(0, 0).a(), 128);
+}
+
+TEST_F(CliLooks, TomographicPicturesAreOpaqueAndShowSomethingByThemselves)
+{
+    const Graphics::ColorImage bright = rendered(kColored, {"--mode", "TomographicBright"});
+    const Graphics::ColorImage dark = rendered(kColored, {"--mode", "TomographicDark"});
+
+    EXPECT_EQ(bright.pixel(0, 0), Color(0, 0, 0, 255));
+    EXPECT_EQ(dark.pixel(0, 0), Color(255, 255, 255, 255));
+    int brightest = 0;
+    for (const Color& pixel : pixels(bright))
+    {
+        EXPECT_EQ(pixel.a(), 255);
+        brightest = std::max(brightest, int{pixel.r()});
+    }
+    EXPECT_GT(brightest, 30);
+}
+
+TEST_F(CliLooks, TomographicPicturesMayBeTransparent)
+{
+    const Graphics::ColorImage opaque = rendered(kColored, {"--mode", "TomographicBright"});
+    const Graphics::ColorImage clear =
+        rendered(kColored, {"--mode", "TomographicBright", "--background", "0,0,0,0"});
+
+    const std::vector<Color> coverage = pixels(opaque);
+    const std::vector<Color> transparent = pixels(clear);
+    for (std::size_t i = 0; i < coverage.size(); ++i)
+    {
+        EXPECT_EQ(int{transparent[i].a()}, int{coverage[i].r()});
+        EXPECT_EQ(int{transparent[i].r()}, transparent[i].a() > 0 ? 255 : 0);
     }
 }

@@ -23,7 +23,7 @@ _tarnel() {
         pano-tile:--tile | pano-tile:--depth-scale | pano-tile:--no-depth | pano-tile:--pose) return ;;
         dump:--node | dump:--limit) return ;;
         thumbnail:--output) _tarnel_files; return ;;
-        thumbnail:--width | thumbnail:--height | thumbnail:--background | thumbnail:--level | thumbnail:--adapter | thumbnail:--edl-radius) return ;;
+        thumbnail:--width | thumbnail:--height | thumbnail:--level | thumbnail:--adapter | thumbnail:--opacity | thumbnail:--background | thumbnail:--edl-radius) return ;;
         render:--depth | render:--cloud | render:--pano | render:--mesh) _tarnel_files; return ;;
         render:--adapter | render:--unit-scale | render:--transform | render:--eye | render:--target | render:--up | render:--fov | render:--ortho | render:--size | render:--colorize-from | render:--colorize-to | render:--brightness | render:--contrast | render:--auto-contrast | render:--opacity | render:--background | render:--uniform-color | render:--threshold | render:--budget | render:--min-level | render:--max-level | render:--point-size | render:--max-point-size | render:--clip | render:--edl-radius) return ;;
         render:--mode) _tarnel_words "Default TomographicDark TomographicBright ColorizeByNormal ColorizeByPlaneDistance ColorizeByIntensity UniformColor"; return ;;
@@ -47,7 +47,7 @@ _tarnel() {
         info:*) _tarnel_files ;;
         dump:-*) _tarnel_words "-h --help --node --all --limit" ;;
         dump:*) _tarnel_files ;;
-        thumbnail:-*) _tarnel_words "-h --help --output --width --height --background --level --adapter --edl --no-edl --edl-radius" ;;
+        thumbnail:-*) _tarnel_words "-h --help --output --width --height --level --adapter --opacity --background --edl --no-edl --edl-radius" ;;
         thumbnail:*) _tarnel_files ;;
         render:-*) _tarnel_words "-h --help --depth --adapter --cloud --pano --mesh --unit-scale --transform --eye --target --up --fov --ortho --size --mode --color-map --colorize-from --colorize-to --brightness --contrast --auto-contrast --opacity --background --uniform-color --threshold --budget --min-level --max-level --point-size --max-point-size --clip --boxes --edl --no-edl --edl-radius" ;;
         render:*) _tarnel_files ;;

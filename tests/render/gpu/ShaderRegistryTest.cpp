@@ -65,7 +65,8 @@ TEST(ShaderRegistry, HoldsTheSourcesInTheirOrder)
             "shaders/splatpicture.hlsl",
             "shaders/splatpictures.hlsl",
             "shaders/splatquads.hlsl",
-            "shaders/eyedome.hlsl"
+            "shaders/eyedome.hlsl",
+            "shaders/straightalpha.hlsl"
         )
     );
 }

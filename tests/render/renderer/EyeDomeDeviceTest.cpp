@@ -24,7 +24,8 @@ const Color kBlue(0, 0, 255, 255);
 Color darkened(double strength, double meanStep)
 {
     const double factor = std::exp(-100.0 * strength * meanStep);
-    const auto channel = [factor](int value) { return static_cast<unsigned char>(std::lround(factor * value)); };
+    const auto channel = [factor](int value)
+    { return static_cast<unsigned char>(std::lround(factor * value)); };
     return Color(channel(kGrey.r()), channel(kGrey.g()), channel(kGrey.b()), 255);
 }
 
@@ -66,7 +67,9 @@ TEST_P(EyeDome, DarkensAParallelViewByTheStepInHeightsOfThePicture)
     mRenderer->setEyeDomeLighting({0.05F, 1.0F});
     show(twoWalls(0.0F, -2.0F, 10.0F));
 
-    expectColor(shownAt(4, 2), darkened(0.05, 3.0 / 8.0 * 2.0 / 6.0));  // three neighbours stand 2 of 6 before
+    expectColor(
+        shownAt(4, 2), darkened(0.05, 3.0 / 8.0 * 2.0 / 6.0)
+    );  // three neighbours stand 2 of 6 before
     expectColor(shownAt(4, 0), darkened(0.05, 2.0 / 8.0 * 2.0 / 6.0));  // the third lies outside the picture
     expectColor(shownAt(5, 2), kGrey);
     expectColor(shownAt(3, 2), kBlue);  // what stands before is not darkened
@@ -210,7 +213,9 @@ TEST_F(EyeDomeSetting, FollowsTheSizeOfThePicture)
 TEST_F(EyeDomeSetting, LeavesTheColoursOfExportedPoints)
 {
     mRenderer->setEyeDomeLighting({1.0F, 1.0F});
-    show(rectangle(-4.0F, 4.0F, -3.0F, 3.0F, -2.0F, kGrey) + rectangle(-4.0F, 0.0F, -3.0F, 3.0F, 0.0F, kBlue));
+    show(
+        rectangle(-4.0F, 4.0F, -3.0F, 3.0F, -2.0F, kGrey) + rectangle(-4.0F, 0.0F, -3.0F, 3.0F, 0.0F, kBlue)
+    );
 
     std::vector<VertexPosColor> points;
     mRenderer->getPoints(points);
@@ -225,7 +230,8 @@ TEST_F(EyeDomeSetting, RefusesNumbersThatMakeNoSense)
         "Error: strength and radius of eye-dome lighting must be finite and not negative";
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const float infinity = std::numeric_limits<float>::infinity();
-    for (const EyeDomeLighting bad : {EyeDomeLighting{-1.0F, 1.0F}, {nan, 1.0F}, {1.0F, -1.0F}, {1.0F, infinity}})
+    for (const EyeDomeLighting bad :
+         {EyeDomeLighting{-1.0F, 1.0F}, {nan, 1.0F}, {1.0F, -1.0F}, {1.0F, infinity}})
     {
         EXPECT_EQ(messageOf<std::invalid_argument>([&] { mRenderer->setEyeDomeLighting(bad); }), expected);
     }
