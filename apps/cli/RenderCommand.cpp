@@ -23,6 +23,7 @@ void run(const RenderOptions& options)
     SceneSession session(options.scene);
     session.load();
     session.renderer().writePngImage(toPath(options.output));
+    session.noteEmptyPicture();
     writeOutput(options.output + "\n");
     session.writeDepth();
     flushOutput();

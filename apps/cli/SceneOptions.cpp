@@ -60,10 +60,10 @@ void addCameraOptions(CLI::App& verb, SceneOptions& options)
 void addLookOptions(CLI::App& verb, SceneOptions& options)
 {
     const std::string color = "Colours";
-    verb.add_option("--mode", options.mode, "One of " + renderModeNames() + " (default: Default)")
-        ->group(color);
-    verb.add_option("--color-map", options.colorMap, "One of " + colorMapNames() + " (default: Turbo)")
-        ->group(color);
+    CLI::Option* const mode =
+        verb.add_option("--mode", options.mode, "One of " + renderModeNames() + " (default: Default)")
+            ->group(color);
+    addColoringOptions(verb, options)->excludes(mode);
     verb.add_option(
             "--colorize-from",
             options.colorizeFrom,
@@ -96,6 +96,41 @@ void addLookOptions(CLI::App& verb, SceneOptions& options)
         ->check(numberFrom(0.0, kLargest))
         ->group(kPoints);
     addCloudOptions(verb, options);
+}
+
+CLI::Option* addColoringOptions(CLI::App& verb, SceneOptions& options)
+{
+    const std::string color = "Colours";
+    CLI::Option* const colorBy =
+        verb.add_option("--color-by", options.colorBy, "What colours points instead of a mode")
+            ->check(CLI::IsMember({"rgb", "intensity", "class", "scan", "height"}))
+            ->group(color);
+    verb.add_option(
+            "--color-map",
+            options.colorMap,
+            "One of " + colorMapNames() + " (default: Turbo, for --color-by intensity Gray)"
+    )
+        ->group(color);
+    verb.add_option(
+            "--intensity-range",
+            options.intensityRange,
+            "Intensities that become the darkest and the brightest: a,b (default: those that one point in a\n"
+            "hundred lies beyond)"
+    )
+        ->group(color);
+    verb.add_option(
+            "--class-color",
+            options.classColors,
+            "Colour of a class for --color-by class: N=COLOR; repeatable"
+    )
+        ->allow_extra_args(false)
+        ->group(color);
+    verb.add_option(
+            "--class-name", options.classNames, "Name of a class instead of the ASPRS one: N=NAME; repeatable"
+    )
+        ->allow_extra_args(false)
+        ->group(color);
+    return colorBy;
 }
 
 void addBackgroundOptions(CLI::App& verb, SceneOptions& options)
@@ -173,6 +208,19 @@ void addCloudOptions(CLI::App& verb, SceneOptions& options)
             "Keep what satisfies a x + b y + c z + d >= 0: a,b,c,d; repeatable, up to 8"
     )
         ->allow_extra_args(false)
+        ->group(kPoints);
+    CLI::Option* const classes =
+        verb.add_option("--classes", options.classes, "Show these classes only: 2,6,...")->group(kPoints);
+    verb.add_option("--hide-classes", options.hiddenClasses, "Hide these classes: 7,18,...")
+        ->excludes(classes)
+        ->group(kPoints);
+    verb.add_option("--intensity", options.intensities, "Show intensities from a to b only: a,b")
+        ->group(kPoints);
+    CLI::Option* const scans =
+        verb.add_option("--scans", options.scans, "Show points of these scan indices only: 0,3,...")
+            ->group(kPoints);
+    verb.add_option("--hide-scans", options.hiddenScans, "Hide points of these scan indices: 1,2,...")
+        ->excludes(scans)
         ->group(kPoints);
     verb.add_flag("--boxes", options.showBoxes, "Draw the boxes of the octree nodes")->group(kPoints);
 }

@@ -27,7 +27,11 @@ struct SceneOptions
     std::string depth;  ///< file for the depth buffer, empty for none
 
     std::string mode = "Default";
-    std::string colorMap = "Turbo";
+    std::string colorBy;  ///< rgb, intensity, class, scan, height; empty for what the mode says
+    std::optional<std::string> colorMap;  ///< Turbo, and Gray for intensities
+    std::string intensityRange;
+    std::vector<std::string> classColors;
+    std::vector<std::string> classNames;
     std::string colorizeFrom;
     std::string colorizeTo;
     std::optional<double> brightness;
@@ -43,6 +47,11 @@ struct SceneOptions
     std::optional<double> pointSize;
     std::optional<double> maxPointSize;
     std::vector<std::string> clipPlanes;
+    std::string classes;  ///< shown ones, empty for all
+    std::string hiddenClasses;
+    std::string intensities;  ///< shown ones, "least,greatest", empty for all
+    std::string scans;        ///< shown ones, empty for all
+    std::string hiddenScans;
     bool showBoxes = false;
     std::string uniformColor;
 
@@ -61,6 +70,10 @@ void finishSceneOptions(const CLI::App& verb, SceneOptions& options);
 
 /// Adds camera and picture options to a verb.
 void addCameraOptions(CLI::App& verb, SceneOptions& options);
+
+/// Adds what points are coloured by, which is part of the look.
+/// @returns the option that chooses
+CLI::Option* addColoringOptions(CLI::App& verb, SceneOptions& options);
 
 /// Adds opacity and background, which are part of the look.
 void addBackgroundOptions(CLI::App& verb, SceneOptions& options);

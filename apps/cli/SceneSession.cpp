@@ -1,7 +1,10 @@
 #include "apps/cli/SceneSession.h"
 
+#include "apps/cli/CoarsePoints.h"
 #include "apps/cli/Console.h"
 #include "apps/cli/Progress.h"
+#include "apps/cli/cloudLook.h"
+#include "apps/cli/emptyPicture.h"
 #include "apps/cli/openDataset.h"
 #include "apps/cli/parsePlanes.h"
 #include "apps/cli/parseValue.h"
@@ -23,6 +26,7 @@
 #include <cstdint>
 #include <memory>
 #include <numbers>
+#include <stdexcept>
 #include <stop_token>
 #include <thread>
 
@@ -42,6 +46,25 @@ Eigen::Matrix4d absolutePlacement(const SceneItem& item, const Octree::Octree& o
     Eigen::Matrix4d toAbsolute = Eigen::Matrix4d::Identity();
     toAbsolute.topRightCorner<3, 1>() = Eigen::Vector3d(reference.x, reference.y, reference.z);
     return item.transform ? *item.transform * toAbsolute : toAbsolute;
+}
+
+Render::RenderMode modeOf(const SceneOptions& options)
+{
+    return options.colorBy == "height" ? Render::RenderMode::ColorizeByPlaneDistance
+                                       : parseRenderMode("--mode", options.mode);
+}
+
+/// None where they cannot be read: loading meets the same failure, and tells it.
+CoarsePoints coarsePointsIfReadable(const Octree::Octree& octree)
+{
+    try
+    {
+        return readCoarsePoints(octree);
+    }
+    catch (const std::runtime_error&)
+    {
+        return {};
+    }
 }
 
 void loadWithProgress(Render::PanoRenderable& panorama)
@@ -163,13 +186,28 @@ void SceneSession::addCloud(const SceneItem& item, const SceneOptions& options)
         cloud->setUniformColor(parseColor("--uniform-color", options.uniformColor));
     }
     cloud->setShowBoundingBoxes(options.showBoxes);
+    applyPointLook(*cloud, *octree, options);
     mScene->add(cloud);
     mClouds.push_back({octree, std::move(cloud)});
 }
 
+void SceneSession::applyPointLook(
+    Render::PointCloudRenderable& cloud, const Octree::Octree& octree, const SceneOptions& options
+)
+{
+    const bool hasColors = Octree::hasColor(octree.attributeMask());
+    const bool isByIntensity = options.colorBy == "intensity" ||
+                               modeOf(options) == Render::RenderMode::ColorizeByIntensity ||
+                               (!hasColors && (options.colorBy.empty() || options.colorBy == "rgb"));
+    const CoarsePoints points = isByIntensity ? coarsePointsIfReadable(octree) : CoarsePoints{};
+    const std::optional<Octree::IntensityRange> range = shownIntensities(options, points, isByIntensity);
+    cloud.setIntensityRange(range);
+    cloud.setLook(pointLook(options, range));
+}
+
 void SceneSession::applyLook(const SceneOptions& options)
 {
-    mRenderer.setRenderMode(parseRenderMode("--mode", options.mode));
+    mRenderer.setRenderMode(modeOf(options));
     const bool isXRay = Render::isTomographic(mRenderer.renderMode());
     const Math::Color background = options.background.empty()
                                        ? (isXRay ? Math::Color(0, 0, 0, 255) : Math::Color::white(255))
@@ -188,7 +226,9 @@ void SceneSession::applyLook(const SceneOptions& options)
     const Math::Point<float, 3> to = options.colorizeTo.empty()
                                          ? Math::Point<float, 3>(center.x, center.y, box.max().z)
                                          : toScene(parsePoint("--colorize-to", options.colorizeTo));
-    mRenderer.setColorizationRange(from, to, parseColorMap("--color-map", options.colorMap));
+    mRenderer.setColorizationRange(
+        from, to, parseColorMap("--color-map", options.colorMap.value_or("Turbo"))
+    );
 }
 
 void SceneSession::applyShading(const SceneOptions& options)
@@ -226,6 +266,7 @@ void SceneSession::applyClipping(const SceneOptions& options)
             static_cast<float>(plane.d)
         );
     }
+    mClipPlanes = planes;
     for (const Cloud& cloud : mClouds)
     {
         cloud.renderable->setClippingVolume(planes);
@@ -314,6 +355,25 @@ void SceneSession::load()
     {
         mRenderer.autoAdjustBrightnessAndContrast(static_cast<float>(*mAutoContrast), 1.0F);
     }
+}
+
+void SceneSession::noteEmptyPicture()
+{
+    Render::VertexPosColor first;
+    mRenderer.resetPointChunkPosition();
+    const bool showsSome = mRenderer.getNextPointChunk(&first, 1) > 0;
+    mRenderer.resetPointChunkPosition();
+    if (showsSome)
+    {
+        return;
+    }
+    EmptyPicture picture{*mRenderer.camera(), mRenderer.boundingBox(), mClipPlanes};
+    for (const Cloud& cloud : mClouds)
+    {
+        picture.drawnPoints += cloud.renderable->numVisiblePoints();
+        picture.isFiltered |= !cloud.renderable->look().hidesNothing();
+    }
+    printNote("the picture shows no point: " + reasonOfEmptyPicture(picture));
 }
 
 void SceneSession::writeDepth()

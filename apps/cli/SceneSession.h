@@ -37,6 +37,9 @@ public:
     /// @throws std::runtime_error  when the file cannot be written
     void writeDepth();
 
+    /// Says on standard error when the last frame shows no point, and why.
+    void noteEmptyPicture();
+
     Render::Renderer& renderer() noexcept { return mRenderer; }
 
     /// The scene's origin in absolute coordinates.
@@ -54,6 +57,9 @@ private:
     void addPanorama(const SceneItem& item);
     void addMesh(const SceneItem& item);
     Eigen::Matrix4f placement(const Eigen::Matrix4d& toAbsolute);
+    void applyPointLook(
+        Render::PointCloudRenderable& cloud, const Octree::Octree& octree, const SceneOptions& options
+    );
     void applyLook(const SceneOptions& options);
     void applyShading(const SceneOptions& options);
     void applyClipping(const SceneOptions& options);
@@ -67,6 +73,7 @@ private:
     std::vector<std::shared_ptr<Render::MeshRenderable>> mMeshes;
     std::optional<Math::Point<double, 3>> mFirstPlace;  // of any object
     Math::Point<double, 3> mOrigin;
+    std::vector<Math::HalfSpace<float, 3>> mClipPlanes;
     std::optional<double> mAutoContrast;
     std::string mDepthFile;
 };

@@ -1,3 +1,4 @@
+#include "apps/cli/CoarsePoints.h"
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
 #include "apps/cli/SceneSession.h"
@@ -29,6 +30,26 @@ struct ThumbnailOptions
     SceneOptions scene;
 };
 
+/// Of data sets whose points would all look alike, or like the background.
+void chooseColoring(ThumbnailOptions& options)
+{
+    const Octree::Octree octree(datasetLocation(options.dataset), 1.0);
+    const Math::Color background = options.scene.background.empty()
+                                       ? Math::Color::white(255)
+                                       : parseColor("--background", options.scene.background);
+    switch (usefulColoring(readCoarsePoints(octree), background))
+    {
+        case UsefulColoring::Stored:
+            break;
+        case UsefulColoring::Intensity:
+            options.scene.colorBy = "intensity";
+            break;
+        case UsefulColoring::Height:
+            options.scene.colorBy = "height";
+            break;
+    }
+}
+
 void run(ThumbnailOptions& options)
 {
     if (!options.output.empty())
@@ -44,9 +65,14 @@ void run(ThumbnailOptions& options)
     options.scene.maxLevel = options.level;
     options.scene.size = std::to_string(options.width) + "x" + std::to_string(options.height);
     options.scene.clouds = {options.dataset};
+    if (options.scene.colorBy.empty())
+    {
+        chooseColoring(options);
+    }
     SceneSession session(options.scene);
     session.load();
     session.renderer().writePngImage(output);
+    session.noteEmptyPicture();
     writeOutput(toText(output) + "\n");
     flushOutput();
 }
@@ -64,6 +90,7 @@ void addThumbnailCommand(CLI::App& app)
     verb->add_option("--height", options->height, "Pixels (default: 480)")->transform(side);
     verb->add_option("--level", options->level, "Deepest octree level to load (default: all)")
         ->transform(wholeNumber(0, kLargestLevel));
+    addColoringOptions(*verb, options->scene);
     addBackgroundOptions(*verb, options->scene);
     addShadingOptions(*verb, options->scene);
     addAdapterOption(*verb);

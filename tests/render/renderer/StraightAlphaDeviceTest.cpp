@@ -18,6 +18,7 @@ protected:
     }
 
     Color surface() { return shownAt(1, 2); }
+
     Color background() { return shownAt(6, 2); }
 };
 }  // namespace
@@ -114,8 +115,10 @@ TEST_F(StraightAlpha, GoesWithEyeDomeLighting)
     mRenderer->setTransparentBackground(true);
     mRenderer->setEyeDomeLighting({1.0F, 1.0F});
 
-    show(rectangle(-4.0F, 2.0F, -3.0F, 3.0F, -5.0F, Color(200, 100, 50, 255)) +
-         rectangle(-4.0F, 0.0F, -3.0F, 3.0F, 0.0F, Color(200, 100, 50, 255)));
+    show(
+        rectangle(-4.0F, 2.0F, -3.0F, 3.0F, -5.0F, Color(200, 100, 50, 255)) +
+        rectangle(-4.0F, 0.0F, -3.0F, 3.0F, 0.0F, Color(200, 100, 50, 255))
+    );
 
     EXPECT_EQ(background(), Color(10, 20, 30, 0));
     EXPECT_LT(int{shownAt(4, 2).r()}, 20);
