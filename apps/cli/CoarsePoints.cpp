@@ -35,7 +35,8 @@ bool areAlike(const Math::Color& a, const Math::Color& b)
 /// Whether most colours are like this one.
 bool areMostAlike(const std::vector<Math::Color>& colors, const Math::Color& color)
 {
-    const auto count = std::ranges::count_if(colors, [&](const Math::Color& c) { return areAlike(c, color); });
+    const auto count =
+        std::ranges::count_if(colors, [&](const Math::Color& c) { return areAlike(c, color); });
     return static_cast<double>(count) > kMost * static_cast<double>(colors.size());
 }
 }  // namespace

@@ -77,7 +77,8 @@ std::string reasonOfEmptyPicture(const EmptyPicture& picture)
     }
     if (picture.drawnPoints == 0)
     {
-        return "no point is resident: no node in the picture fits into --budget, or is as large as --threshold asks "
+        return "no point is resident: no node in the picture fits into --budget, or is as large as "
+               "--threshold asks "
                "for, or is left by --max-level and --clip";
     }
     if (picture.isFiltered)

@@ -30,9 +30,9 @@ struct RENDER_API PointLook
     std::array<Math::Color, 256> colors{};  ///< of all values of what is coloured by
 
     std::bitset<256> shownClasses = std::bitset<256>().set();
-    std::uint8_t leastIntensity = 0;      ///< of the 8 bits that vertices have
+    std::uint8_t leastIntensity = 0;       ///< of the 8 bits that vertices have
     std::uint8_t greatestIntensity = 255;  ///< likewise
-    bool showsListedScans = false;        ///< whether listed scans are all that are shown, or hidden
+    bool showsListedScans = false;         ///< whether listed scans are all that are shown, or hidden
     std::vector<std::uint16_t> listedScans{};
 
     /// Whether every point is shown.
@@ -47,11 +47,11 @@ struct RENDER_API PointLook
 /// A look as the splat shaders read it.
 struct PointLookData
 {
-    std::array<std::uint32_t, 256> colors{};   ///< 0xAARRGGBB
-    std::array<std::uint32_t, 8> classes{};    ///< a bit each: whether it is shown
-    std::uint32_t leastIntensity = 0;          ///< that is shown
-    std::uint32_t greatestIntensity = 255;     ///< that is shown
-    std::array<std::uint32_t, 2048> scans{};   ///< a bit each: whether it is shown
+    std::array<std::uint32_t, 256> colors{};  ///< 0xAARRGGBB
+    std::array<std::uint32_t, 8> classes{};   ///< a bit each: whether it is shown
+    std::uint32_t leastIntensity = 0;         ///< that is shown
+    std::uint32_t greatestIntensity = 255;    ///< that is shown
+    std::array<std::uint32_t, 2048> scans{};  ///< a bit each: whether it is shown
 };
 
 static_assert(sizeof(PointLookData) == 4 * 2314);

@@ -14,7 +14,10 @@ constexpr std::size_t kFirstOfUsers = 64;
 Math::Color opaque(unsigned int red, unsigned int green, unsigned int blue)
 {
     return Math::Color(
-        static_cast<unsigned char>(red), static_cast<unsigned char>(green), static_cast<unsigned char>(blue), 255
+        static_cast<unsigned char>(red),
+        static_cast<unsigned char>(green),
+        static_cast<unsigned char>(blue),
+        255
     );
 }
 

@@ -490,12 +490,12 @@ void Renderer::writePngImage(const std::filesystem::path& path)
 
 ID3D11Texture2D* Renderer::outputTexture() const noexcept
 {
-    return mFrame->outputPass().texture("color").get();
+    return mFrame->picture().texture("color").get();
 }
 
 ID3D11ShaderResourceView* Renderer::outputView() const noexcept
 {
-    return mFrame->outputPass().view("color");
+    return mFrame->picture().view("color");
 }
 
 void Renderer::copyOutputTo(ID3D11Texture2D* target)

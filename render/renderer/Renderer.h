@@ -260,7 +260,8 @@ public:
 
     /// The picture of the last frame: one mip level of DXGI_FORMAT_B8G8R8A8_UNORM in the size of the viewport,
     /// to be read by shaders and copied from. Not to be written to. It and its view belong to the renderer and
-    /// are replaced when the viewport's size changes.
+    /// are others after the viewport's size has changed, and after the first frame with or without eye-dome
+    /// lighting or a transparent background.
     ID3D11Texture2D* outputTexture() const noexcept;
 
     /// To read the picture in shaders.

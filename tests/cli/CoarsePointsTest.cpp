@@ -22,7 +22,9 @@ std::vector<Color> greens()
     for (int i = 0; i < 100; ++i)
     {
         colors.emplace_back(
-            static_cast<unsigned char>(2 * i), static_cast<unsigned char>(150), static_cast<unsigned char>(0),
+            static_cast<unsigned char>(2 * i),
+            static_cast<unsigned char>(150),
+            static_cast<unsigned char>(0),
             static_cast<unsigned char>(255)
         );
     }

@@ -20,7 +20,9 @@ protected:
     std::shared_ptr<Render::PointCloudRenderable> openPoints(bool hasColors)
     {
         std::vector<Samples::SamplePoint> points{
-            dot(2, 6, 1, Color(0, 0, 0, 255)), dot(8, 6, 1, Color(0, 0, 0, 255)), dot(14, 6, 1, Color(0, 0, 0, 255))};
+            dot(2, 6, 1, Color(0, 0, 0, 255)),
+            dot(8, 6, 1, Color(0, 0, 0, 255)),
+            dot(14, 6, 1, Color(0, 0, 0, 255))};
         points[0].intensity = 100;
         points[1].intensity = 150;
         points[2].intensity = 3000;
@@ -97,7 +99,11 @@ TEST_F(PointIntensity, RangesThatAreNoneAreRefused)
     const auto cloud = openPoints(true);
 
     EXPECT_EQ(
-        messageOf<std::invalid_argument>([&] { cloud->setIntensityRange(IntensityRange{5, 5}); }),
+        messageOf<std::invalid_argument>(
+            [&] {
+                cloud->setIntensityRange(IntensityRange{5, 5});
+            }
+        ),
         "Error: an intensity range must lie in -1..65536, its darkest value below its brightest"
     );
     EXPECT_FALSE(cloud->intensityRange());

@@ -54,8 +54,7 @@ protected:
         return {shown.color.at(8, 32), shown.color.at(24, 32), shown.color.at(40, 32)};
     }
 
-    const std::array<Color, 3> kColors{
-        Color(255, 0, 0, 255), Color(0, 255, 0, 255), Color(0, 0, 255, 255)};
+    const std::array<Color, 3> kColors{Color(255, 0, 0, 255), Color(0, 255, 0, 255), Color(0, 0, 255, 255)};
 };
 
 std::array<Color, 256> table()
@@ -64,7 +63,10 @@ std::array<Color, 256> table()
     for (unsigned i = 0; i < 256; ++i)
     {
         colors[i] = Color(
-            static_cast<unsigned char>(i), static_cast<unsigned char>(255 - i), 77, static_cast<unsigned char>(200)
+            static_cast<unsigned char>(i),
+            static_cast<unsigned char>(255 - i),
+            77,
+            static_cast<unsigned char>(200)
         );
     }
     return colors;
@@ -169,10 +171,12 @@ TEST_F(PointLooks, CloudsThatShareTheLastStepKeepTheirOwn)
         cloud->setMaxPointSize(static_cast<float>(kSize));
         cloud->setPointSize(4.0F / static_cast<float>(kSize));
         cloud->setRootNodeSize(2.0F);
-        auto point = pointAt(clipX(8.5F + 16.0F * static_cast<float>(i)), clipY(32.5F), 0.5F, Color(9, 9, 9, 255));
+        auto point =
+            pointAt(clipX(8.5F + 16.0F * static_cast<float>(i)), clipY(32.5F), 0.5F, Color(9, 9, 9, 255));
         point.classIndex = 3;
         point.intensity = 50;
-        auto hidden = pointAt(clipX(8.5F + 16.0F * static_cast<float>(i)), clipY(50.5F), 0.5F, Color(9, 9, 9, 255));
+        auto hidden =
+            pointAt(clipX(8.5F + 16.0F * static_cast<float>(i)), clipY(50.5F), 0.5F, Color(9, 9, 9, 255));
         hidden.classIndex = 4;
         publish(*cloud, {point, hidden});
         clouds.push_back(std::move(cloud));

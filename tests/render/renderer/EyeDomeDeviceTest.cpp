@@ -1,3 +1,5 @@
+#include "render/gpu/MappedResource.h"
+#include "render/gpu/Texture2d.h"
 #include "render/renderer/Frame.h"
 #include "render/renderer/PictureEffects.h"
 #include "render/renderer/View.h"
@@ -208,6 +210,24 @@ TEST_F(EyeDomeSetting, FollowsTheSizeOfThePicture)
 
     expectColor(shownAt(8, 2), darkened(0.05, 3.0 / 8.0 * 2.0 / 6.0));
     expectColor(shownAt(4, 2), kBlue);
+}
+
+TEST_F(EyeDomeSetting, IsInThePictureOnTheDeviceToo)
+{
+    mRenderer->setEyeDomeLighting({0.05F, 1.0F});
+    show(twoWalls(0.0F, -2.0F, 10.0F));
+
+    D3D11_TEXTURE2D_DESC desc{};
+    mRenderer->outputTexture()->GetDesc(&desc);
+    desc.Usage = D3D11_USAGE_STAGING;
+    desc.BindFlags = 0;
+    desc.CPUAccessFlags = D3D11_CPU_ACCESS_READ;
+    Texture2d copy(mRenderer->device(), desc, 8, 6);
+    mRenderer->deviceContext()->CopyResource(copy.get(), mRenderer->outputTexture());
+    const MappedResource mapped(mRenderer->deviceContext(), copy.get(), D3D11_MAP_READ);
+    const auto* const row = reinterpret_cast<const Color*>(mapped.data() + 2 * mapped.rowPitch());
+
+    expectColor(row[4], darkened(0.05, 3.0 / 8.0 * 2.0 / 6.0));
 }
 
 TEST_F(EyeDomeSetting, LeavesTheColoursOfExportedPoints)
