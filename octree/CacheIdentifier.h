@@ -1,21 +1,24 @@
 #pragma once
 
+#include "octree/IntensityRange.h"
 #include "octree/Location.h"
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <utility>
 #include <vector>
 
 namespace Octree
 {
 /// What decides whether two users of node data can share a cache: the data set, the unit scale of its
-/// coordinates, and the data sets that attributes are taken from besides.
+/// coordinates, the data sets that attributes are taken from besides, and what becomes of intensities.
 struct CacheIdentifier
 {
-    Location location;                          ///< of the data set
-    double unitScale = 1.0;                     ///< scene units per data unit
-    std::vector<Location> externalLocations{};  ///< in the order in which they are asked
+    Location location;                                    ///< of the data set
+    double unitScale = 1.0;                               ///< scene units per data unit
+    std::vector<Location> externalLocations{};            ///< in the order in which they are asked
+    std::optional<IntensityRange> shownIntensityRange{};  ///< see Octree::setShownIntensityRange
 
     friend bool operator==(const CacheIdentifier&, const CacheIdentifier&) = default;
 };
@@ -34,6 +37,11 @@ struct std::hash<Octree::CacheIdentifier>
         for (const Octree::Location& location : identifier.externalLocations)
         {
             add(location.hash());
+        }
+        if (identifier.shownIntensityRange)
+        {
+            add(std::hash<std::int32_t>{}(identifier.shownIntensityRange->darkest));
+            add(std::hash<std::int32_t>{}(identifier.shownIntensityRange->brightest));
         }
         return seed;
     }

@@ -27,6 +27,8 @@ using Trees = std::vector<std::shared_ptr<const Tree>>;
 // Cubes of data sets over the same octree may differ in the last digits of their decimal numbers.
 constexpr double kCubeTolerance = 1e-6;  // of the edge
 
+constexpr IntensityRange kNoRange{0, 0};
+
 double checkedUnitScale(double unitScale)
 {
     if (!(unitScale > 0.0) || !std::isfinite(unitScale))
@@ -91,15 +93,38 @@ void moveArrays(NodePointColumns& from, unsigned attributes, NodePointColumns& o
     move(kNormalAttribute, from.normals, out.normals);
 }
 
+/// The greys of points without colours.
+void makeGreys(
+    std::span<const std::uint16_t> intensities,
+    const std::pair<std::uint16_t, std::uint16_t>& range,
+    const std::optional<IntensityRange>& shownRange,
+    std::span<Math::Color> out
+)
+{
+    if (!shownRange)
+    {
+        fillWithGrey(intensities, range, out);
+        return;
+    }
+    for (std::size_t i = 0; i < intensities.size(); ++i)
+    {
+        const std::uint8_t grey = shownRange->toByte(intensities[i]);
+        out[i].set(grey, grey, grey, 255);
+    }
+}
+
 /// Gives points without colours those to draw with on their way to another sink.
 class ColoringSink final : public PointSink
 {
 public:
     /// @param wanted  AttributeMask bits; intensities that are not among them go no further
     ColoringSink(
-        PointSink& next, unsigned wanted, std::pair<std::uint16_t, std::uint16_t> intensityRange
+        PointSink& next,
+        unsigned wanted,
+        std::pair<std::uint16_t, std::uint16_t> intensityRange,
+        const std::optional<IntensityRange>& shownRange
     ) noexcept
-        : mNext(next), mWanted(wanted), mIntensityRange(intensityRange)
+        : mNext(next), mWanted(wanted), mIntensityRange(intensityRange), mShownRange(shownRange)
     {
     }
 
@@ -115,7 +140,7 @@ public:
             const std::span colors(block.colors.data(), block.pointCount);
             if (hasIntensity(block.attributes))
             {
-                fillWithGrey({block.intensities.data(), block.pointCount}, mIntensityRange, colors);
+                makeGreys({block.intensities.data(), block.pointCount}, mIntensityRange, mShownRange, colors);
             }
             else
             {
@@ -135,6 +160,7 @@ private:
     PointSink& mNext;
     unsigned mWanted;
     std::pair<std::uint16_t, std::uint16_t> mIntensityRange;
+    std::optional<IntensityRange> mShownRange;
 };
 
 /// What has to be read to get the wanted attributes of points that have those present.
@@ -203,6 +229,7 @@ struct Octree::Implementation
     }
 
     std::atomic<double> unitScale;  // relaxed: readers need the old or the new value, nothing else
+    std::atomic<IntensityRange> shownRange{kNoRange};  // likewise
     const Location location;
     const std::shared_ptr<const Tree> tree;
     const TreeDescription& description;
@@ -435,7 +462,8 @@ bool Octree::readNodePointData(const OctreeNodeId& id, NodePointData& out, std::
     {
         if (columns.intensities.size() == columns.pointCount)
         {
-            fillWithGrey(columns.intensities, intensityRange(), columns.colors);
+            columns.colors.resize(columns.pointCount);
+            makeGreys(columns.intensities, intensityRange(), shownIntensityRange(), columns.colors);
         }
         else
         {
@@ -466,7 +494,7 @@ bool Octree::passNodePoints(
     }
     const TreeDescription& description = mImplementation->description;
     const unsigned needed = neededAttributes(attributes, description.attributeMask);
-    ColoringSink coloring(sink, attributes, description.intensityRange);
+    ColoringSink coloring(sink, attributes, description.intensityRange, shownIntensityRange());
     return mImplementation->tree->passNodePoints(id, needed, unitScale(), coloring, std::move(stopToken));
 }
 
@@ -502,6 +530,23 @@ std::pair<std::uint16_t, std::uint16_t> Octree::intensityRange() const noexcept
     return mImplementation->description.intensityRange;
 }
 
+void Octree::setShownIntensityRange(const std::optional<IntensityRange>& range)
+{
+    if (range && !isPossible(*range))
+    {
+        throw std::invalid_argument(
+            "Error: an intensity range must lie in -1..65536, its darkest value below its brightest"
+        );
+    }
+    mImplementation->shownRange.store(range.value_or(kNoRange), std::memory_order_relaxed);
+}
+
+std::optional<IntensityRange> Octree::shownIntensityRange() const noexcept
+{
+    const IntensityRange range = mImplementation->shownRange.load(std::memory_order_relaxed);
+    return range == kNoRange ? std::nullopt : std::optional(range);
+}
+
 void Octree::addExternalAttributeLocation(const Location& location)
 {
     std::shared_ptr<const Tree> external = openTree(location);
@@ -519,6 +564,7 @@ void Octree::addExternalAttributeLocation(const Location& location)
 CacheIdentifier Octree::cacheIdentifier() const
 {
     const std::scoped_lock lock(mImplementation->externalsMutex);
-    return {mImplementation->location, unitScale(), mImplementation->externalLocations};
+    return {
+        mImplementation->location, unitScale(), mImplementation->externalLocations, shownIntensityRange()};
 }
 }  // namespace Octree

@@ -5,6 +5,7 @@
 #include "octree/CacheIdentifier.h"
 #include "octree/ChildSummary.h"
 #include "octree/Export.h"
+#include "octree/IntensityRange.h"
 #include "octree/Location.h"
 #include "octree/NodePointData.h"
 #include "octree/NodeVisibilityType.h"
@@ -51,7 +52,7 @@ struct NodeInfo
 /// Frame    everything float or relative lies in the octree's own frame: (absolute coordinate - position())
 ///          x unitScale(), with the subtraction done in double precision, so that projected coordinates
 ///          lose nothing in 32-bit floats. position() is absolute, never scaled.
-/// Threads  all operations from any threads at once. Beside setUnitScale() and
+/// Threads  all operations from any threads at once. Beside setUnitScale(), setShownIntensityRange() and
 ///          addExternalAttributeLocation() each const operation works with the old or with the new value.
 class OCTREE_API Octree
 {
@@ -158,13 +159,22 @@ public:
     /// Smallest and largest intensity that the data set declares; (0, 65535) when it does not say.
     std::pair<std::uint16_t, std::uint16_t> intensityRange() const noexcept;
 
+    /// Which intensities become dark and bright where they are to be 8 bits: in vertices, and in the greys of
+    /// points without colours. Without one, vertices have the upper 8 of the 16 bits, and greys spread over
+    /// intensityRange().
+    /// @throws std::invalid_argument  for limits that are none, see IntensityRange
+    void setShownIntensityRange(const std::optional<IntensityRange>& range);
+
+    /// See setShownIntensityRange().
+    std::optional<IntensityRange> shownIntensityRange() const noexcept;
+
     /// Opens a second data set over the same octree that carries only some attributes; its values are used
     /// where the main data set has none.
     /// @throws std::runtime_error  when it cannot be opened, or its cube is not that of this octree
     void addExternalAttributeLocation(const Location& location);
 
-    /// What caches of this octree's node data are found by: it changes with the unit scale and the external
-    /// data sets.
+    /// What caches of this octree's node data are found by: it changes with the unit scale, the external data
+    /// sets and the shown intensities.
     CacheIdentifier cacheIdentifier() const;
 
 private:

@@ -11,7 +11,7 @@ struct Node
     uint level;
 };
 
-StructuredBuffer<Node> nodes : register(t4);
+StructuredBuffer<Node> nodes : register(t5);
 RWByteAddressBuffer levelsOut : register(u0);
 
 [numthreads(16, 1, 1)] void cs_main(uint3 group : SV_GroupID, uint lane : SV_GroupIndex)

@@ -2,12 +2,13 @@
 
 // Last pass of the splat rasterizer: writes the winners into the targets, with their depth, so that they meet whatever
 // else is drawn there by the depth test. Three vertices cover the viewport. With SEVERAL_CLOUDS the chunks are those of
-// several clouds one after the other, and a chunk's node is the number of its cloud.
+// several clouds one after the other, a chunk's node is the number of its cloud, and looks are tables of 256 colours
+// alone, one a cloud.
 //
 // Out:  as pointcloud.hlsl, and the depth
 
-Buffer<uint> winners : register(t4);
-Buffer<uint> depths : register(t5);
+Buffer<uint> winners : register(t5);
+Buffer<uint> depths : register(t6);
 
 struct Cloud
 {
@@ -16,11 +17,13 @@ struct Cloud
     float4x4 inv_view_proj;
     float4 uniformColor;
     int point_render_mode;
-    uint3 padding;
+    uint coloring;
+    uint color_table;  // where its table begins
+    uint padding;
 };
 
 #ifdef SEVERAL_CLOUDS
-StructuredBuffer<Cloud> clouds : register(t6);
+StructuredBuffer<Cloud> clouds : register(t7);
 #endif
 
 Cloud cloudOf(Chunk chunk)
@@ -34,7 +37,9 @@ Cloud cloudOf(Chunk chunk)
     cloud.inv_view_proj = inv_view_proj;
     cloud.uniformColor = uniformColor;
     cloud.point_render_mode = point_render_mode;
-    cloud.padding = uint3(0u, 0u, 0u);
+    cloud.coloring = coloring;
+    cloud.color_table = 0u;
+    cloud.padding = 0u;
     return cloud;
 #endif
 }
@@ -77,7 +82,12 @@ PictureOut ps_main(float4 pixel : SV_POSITION)
 
     PictureOut result;
     result.color =
-        shownColor(colorOf(index), intensityOf(index), cloud.point_render_mode, cloud.uniformColor);
+        shownColor(
+            colorOf(index, cloud.coloring, cloud.color_table),
+            intensityOf(index),
+            cloud.point_render_mode,
+            cloud.uniformColor
+        );
     result.exactWorldPosition = mul(cloud.model, position);
     result.worldPosition = result.exactWorldPosition + mul(cloud.inv_view_proj, offset);
     result.depth = depthOfKey(depths[place]);

@@ -18,7 +18,7 @@
     }
     const uint index = chunk.first + lane;
     const float4 position = float4(positionOf(index), 1.0);
-    if (isCut(position))
+    if (isCut(index, position))
     {
         return;
     }

@@ -13,9 +13,9 @@ VertexOut vs_main(uint vertex : SV_VertexID, uint instance : SV_InstanceID)
     }
     const uint index = chunk.first + lane;
     const float4 position = float4(positionOf(index), 1.0);
-    if (isCut(position))
+    if (isCut(index, position))
     {
         return noCorner();
     }
-    return splatCorner(position, colorOf(index), intensityOf(index), levelOf(index), vertex & 3u);
+    return splatCorner(position, colorOf(index, coloring, 0u), intensityOf(index), levelOf(index), vertex & 3u);
 }

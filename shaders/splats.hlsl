@@ -7,7 +7,7 @@
 // its chunk's number times 64 and its place in the chunk.
 //
 // In:   b0 cbPerFrame, b2 cbSplats   laid out like PerFrameConstants and SplatConstants
-//       t1 chunks, t2 points, t3 levels
+//       t1 chunks, t2 points, t3 levels, t4 look
 
 static const uint kChunkSize = 64u;
 static const uint kGroupsPerRow = 65535u;  // most groups of one dimension of a dispatch
@@ -27,6 +27,8 @@ cbuffer cbSplats : register(b2)
     uint depth_test;     // 0 none, 1 less is nearer, 2 greater is nearer
     uint order_flip;     // among equal depths: 0 the last drawn wins, all bits the first
     uint first_order;    // place of the first chunk's first point among all clouds that share a picture
+    uint coloring;       // number of a PointColoring
+    uint is_filtered;    // whether points may be hidden by what they are
 };
 
 struct Chunk
@@ -40,6 +42,19 @@ struct Chunk
 StructuredBuffer<Chunk> chunks : register(t1);
 ByteAddressBuffer points : register(t2);  // 20 bytes a point, laid out like the vertices
 ByteAddressBuffer levels : register(t3);  // a byte a point: level of the deepest drawn node around it
+StructuredBuffer<uint> look : register(t4);  // laid out like PointLookData, read where coloring or is_filtered asks for it
+
+// The numbers of PointColoring.
+static const uint kStoredColors = 0u;
+static const uint kColorsByIntensity = 1u;
+static const uint kColorsByClass = 2u;
+static const uint kColorsByScan = 3u;
+
+// Where PointLookData has what, behind its table of colours.
+static const uint kClassesInLook = 256u;
+static const uint kLeastIntensityInLook = 264u;
+static const uint kGreatestIntensityInLook = 265u;
+static const uint kScansInLook = 266u;
 
 // A point on the screen.
 struct Splat
@@ -62,20 +77,58 @@ float levelOf(uint index)
     return float((levels.Load(index & ~3u) >> (8u * (index & 3u))) & 255u);
 }
 
-// Of the point's own colour and intensity: red, green, blue, alpha from 0 to 1.
-float4 colorOf(uint index)
+// Intensity, class and scan index: 8, 8 and 16 bits from the lowest on.
+uint attributesOf(uint index)
 {
-    const uint bits = points.Load(index * kBytesPerPoint + 12u);
+    return points.Load(index * kBytesPerPoint + 16u);
+}
+
+// Red, green, blue, alpha from 0 to 1.
+float4 unpacked(uint bits)
+{
     return float4((bits >> 16u) & 255u, (bits >> 8u) & 255u, bits & 255u, bits >> 24u) / 255.0;
+}
+
+// The point's colour, by a table of 256 colours that begins there where the cloud is coloured by something else.
+float4 colorOf(uint index, uint by, uint table)
+{
+    uint bits = points.Load(index * kBytesPerPoint + 12u);
+    if (by != kStoredColors)
+    {
+        const uint attributes = attributesOf(index);
+        const uint shift = by == kColorsByIntensity ? 0u : by == kColorsByClass ? 8u : 16u;
+        bits = look[table + ((attributes >> shift) & 255u)];
+    }
+    return unpacked(bits);
+}
+
+bool isInLook(uint set, uint number)
+{
+    return ((look[set + (number >> 5u)] >> (number & 31u)) & 1u) != 0u;
+}
+
+bool isHidden(uint index)
+{
+    const uint attributes = attributesOf(index);
+    const uint intensity = attributes & 255u;
+    return !isInLook(kClassesInLook, (attributes >> 8u) & 255u) || intensity < look[kLeastIntensityInLook] ||
+           intensity > look[kGreatestIntensityInLook] || !isInLook(kScansInLook, attributes >> 16u);
 }
 
 float intensityOf(uint index)
 {
-    return float(points.Load(index * kBytesPerPoint + 16u) & 255u) / 255.0;
+    return float(attributesOf(index) & 255u) / 255.0;
 }
 
-bool isCut(float4 position)
+bool isCut(uint index, float4 position)
 {
+    if (is_filtered != 0u)
+    {
+        if (isHidden(index))
+        {
+            return true;
+        }
+    }
     for (uint i = 0u; i < plane_count; ++i)
     {
         if (dot(position, clipping_planes[i]) < 0.0)

@@ -2,7 +2,7 @@
 
 // Second pass of the splat rasterizer: of the points that have a pixel's depth, the one that wins.
 
-Buffer<uint> depths : register(t4);
+Buffer<uint> depths : register(t5);
 RWBuffer<uint> winners : register(u0);
 
 void visit(uint pixel, uint key, uint winner)

@@ -29,6 +29,7 @@ void run(const ExportVisibleOptions& options)
     session.renderer().render();
     std::vector<Render::VertexPosColor> points;
     session.renderer().getPoints(points);
+    session.noteEmptyPicture();
     if (options.isAbsolute)
     {
         OutputFile file(toPath(options.output));

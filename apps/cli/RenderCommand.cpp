@@ -23,6 +23,7 @@ void run(const RenderOptions& options)
     SceneSession session(options.scene);
     session.load();
     session.renderer().writePngImage(toPath(options.output));
+    session.noteEmptyPicture();
     writeOutput(options.output + "\n");
     session.writeDepth();
     flushOutput();
@@ -35,6 +36,7 @@ void addRenderCommand(CLI::App& app)
     const auto options = std::make_shared<RenderOptions>();
     verb->add_option("OUTPUT", options->output, "PNG file to write")->required();
     addSceneOptions(*verb, options->scene);
+    addShadingOptions(*verb, options->scene);
     verb->footer(
         "Examples:\n"
         "  tarnel render picture.png --cloud out/sample\n"

@@ -13,6 +13,9 @@ constexpr const char* kPoints = "Point clouds";
 
 constexpr double kSmallest = 1e-6;  // of what must be above 0
 constexpr double kLargestPointInPixels = kLargestSide;
+constexpr double kEyeDomeStrength = 1.0;
+constexpr double kStrongestEyeDome = 1000.0;
+constexpr double kBroadestEyeDome = 100.0;  // pixels
 constexpr double kLargest = 1e9;  // of lengths in data units: far more than the earth measures in metres
 }  // namespace
 
@@ -57,10 +60,10 @@ void addCameraOptions(CLI::App& verb, SceneOptions& options)
 void addLookOptions(CLI::App& verb, SceneOptions& options)
 {
     const std::string color = "Colours";
-    verb.add_option("--mode", options.mode, "One of " + renderModeNames() + " (default: Default)")
-        ->group(color);
-    verb.add_option("--color-map", options.colorMap, "One of " + colorMapNames() + " (default: Turbo)")
-        ->group(color);
+    CLI::Option* const mode =
+        verb.add_option("--mode", options.mode, "One of " + renderModeNames() + " (default: Default)")
+            ->group(color);
+    addColoringOptions(verb, options)->excludes(mode);
     verb.add_option(
             "--colorize-from",
             options.colorizeFrom,
@@ -86,17 +89,95 @@ void addLookOptions(CLI::App& verb, SceneOptions& options)
         ->excludes(brightness)
         ->excludes(contrast)
         ->group(color);
-    verb.add_option("--opacity", options.opacity, "Factor on the picture's alpha (default: 1)")
-        ->check(numberFrom(0.0, 1.0))
-        ->group(color);
-    verb.add_option("--background", options.background, "r,g,b[,a] or #rrggbb[aa] (default: white)")
-        ->group(color);
+    addBackgroundOptions(verb, options);
     verb.add_option("--uniform-color", options.uniformColor, "Colour of mode UniformColor")->group(color);
 
     verb.add_option("--threshold", options.threshold, "Smallest node to draw, in pixels (default: 15)")
         ->check(numberFrom(0.0, kLargest))
         ->group(kPoints);
     addCloudOptions(verb, options);
+}
+
+CLI::Option* addColoringOptions(CLI::App& verb, SceneOptions& options)
+{
+    const std::string color = "Colours";
+    CLI::Option* const colorBy =
+        verb.add_option("--color-by", options.colorBy, "What colours points instead of a mode")
+            ->check(CLI::IsMember({"rgb", "intensity", "class", "scan", "height"}))
+            ->group(color);
+    verb.add_option(
+            "--color-map",
+            options.colorMap,
+            "One of " + colorMapNames() + " (default: Turbo, for --color-by intensity Gray)"
+    )
+        ->group(color);
+    verb.add_option(
+            "--intensity-range",
+            options.intensityRange,
+            "Intensities that become the darkest and the brightest: a,b (default: those that one point in a\n"
+            "hundred lies beyond)"
+    )
+        ->group(color);
+    verb.add_option(
+            "--class-color",
+            options.classColors,
+            "Colour of a class for --color-by class: N=COLOR; repeatable"
+    )
+        ->allow_extra_args(false)
+        ->group(color);
+    verb.add_option(
+            "--class-name", options.classNames, "Name of a class instead of the ASPRS one: N=NAME; repeatable"
+    )
+        ->allow_extra_args(false)
+        ->group(color);
+    return colorBy;
+}
+
+void addBackgroundOptions(CLI::App& verb, SceneOptions& options)
+{
+    const std::string group = "Colours";
+    verb.add_option("--opacity", options.opacity, "Factor on the picture's alpha (default: 1)")
+        ->check(numberFrom(0.0, 1.0))
+        ->group(group);
+    verb.add_option(
+            "--background",
+            options.background,
+            "r,g,b[,a] or #rrggbb[aa], transparent with an a below 255 (default: white; black behind\n"
+            "TomographicBright, which TomographicDark inverts)"
+    )
+        ->group(group);
+}
+
+void addShadingOptions(CLI::App& verb, SceneOptions& options)
+{
+    const std::string group = "Shading";
+    CLI::Option* const strength =
+        verb.add_option_function<std::string>(
+                "--edl",
+                [&options](const std::string& text) {
+                    options.eyeDomeStrength =
+                        text.empty() ? kEyeDomeStrength : parseNumbers("--edl", text, 1).front();
+                },
+                "Shade by depth (eye-dome lighting), with this strength or 1; on where a cloud has no "
+                "colours\n"
+                "and in thumbnails"
+        )
+            ->expected(0, 1)
+            ->check(numberFrom(0.0, kStrongestEyeDome))
+            ->type_name("[STRENGTH]")
+            ->group(group);
+    verb.add_flag_callback(
+            "--no-edl", [&options] { options.eyeDomeStrength = 0.0; }, "Do not shade by depth"
+    )
+        ->excludes(strength)
+        ->group(group);
+    verb.add_option(
+            "--edl-radius",
+            options.eyeDomeRadius,
+            "How far apart depths are compared, in pixels (default: 1.4, more for pictures above 720 rows)"
+    )
+        ->check(numberFrom(0.0, kBroadestEyeDome))
+        ->group(group);
 }
 
 void addCloudOptions(CLI::App& verb, SceneOptions& options)
@@ -127,6 +208,19 @@ void addCloudOptions(CLI::App& verb, SceneOptions& options)
             "Keep what satisfies a x + b y + c z + d >= 0: a,b,c,d; repeatable, up to 8"
     )
         ->allow_extra_args(false)
+        ->group(kPoints);
+    CLI::Option* const classes =
+        verb.add_option("--classes", options.classes, "Show these classes only: 2,6,...")->group(kPoints);
+    verb.add_option("--hide-classes", options.hiddenClasses, "Hide these classes: 7,18,...")
+        ->excludes(classes)
+        ->group(kPoints);
+    verb.add_option("--intensity", options.intensities, "Show intensities from a to b only: a,b")
+        ->group(kPoints);
+    CLI::Option* const scans =
+        verb.add_option("--scans", options.scans, "Show points of these scan indices only: 0,3,...")
+            ->group(kPoints);
+    verb.add_option("--hide-scans", options.hiddenScans, "Hide points of these scan indices: 1,2,...")
+        ->excludes(scans)
         ->group(kPoints);
     verb.add_flag("--boxes", options.showBoxes, "Draw the boxes of the octree nodes")->group(kPoints);
 }

@@ -27,14 +27,18 @@ struct SceneOptions
     std::string depth;  ///< file for the depth buffer, empty for none
 
     std::string mode = "Default";
-    std::string colorMap = "Turbo";
+    std::string colorBy;  ///< rgb, intensity, class, scan, height; empty for what the mode says
+    std::optional<std::string> colorMap;  ///< Turbo, and Gray for intensities
+    std::string intensityRange;
+    std::vector<std::string> classColors;
+    std::vector<std::string> classNames;
     std::string colorizeFrom;
     std::string colorizeTo;
     std::optional<double> brightness;
     std::optional<double> contrast;
     std::optional<double> autoContrast;
     double opacity = 1.0;
-    std::string background = "255,255,255,255";
+    std::string background;  ///< empty for one on which the mode shows something
 
     std::uint64_t budget = 5'000'000;
     std::optional<double> threshold;
@@ -43,8 +47,18 @@ struct SceneOptions
     std::optional<double> pointSize;
     std::optional<double> maxPointSize;
     std::vector<std::string> clipPlanes;
+    std::string classes;  ///< shown ones, empty for all
+    std::string hiddenClasses;
+    std::string intensities;  ///< shown ones, "least,greatest", empty for all
+    std::string scans;        ///< shown ones, empty for all
+    std::string hiddenScans;
     bool showBoxes = false;
     std::string uniformColor;
+
+    /// Of verbs that write a picture; strengths as Render::EyeDomeLighting.
+    std::optional<double> eyeDomeStrength;  ///< without one the scene decides
+    std::optional<double> eyeDomeRadius;    ///< pixels; without one the picture's height decides
+    bool isThumbnail = false;               ///< seen as thumbnails are, with what makes small pictures clear
 };
 
 /// Adds everything that verbs take which draw a scene: its objects, the camera, the look, the depth picture.
@@ -56,6 +70,16 @@ void finishSceneOptions(const CLI::App& verb, SceneOptions& options);
 
 /// Adds camera and picture options to a verb.
 void addCameraOptions(CLI::App& verb, SceneOptions& options);
+
+/// Adds what points are coloured by, which is part of the look.
+/// @returns the option that chooses
+CLI::Option* addColoringOptions(CLI::App& verb, SceneOptions& options);
+
+/// Adds opacity and background, which are part of the look.
+void addBackgroundOptions(CLI::App& verb, SceneOptions& options);
+
+/// Adds the options of verbs that write a picture to how it is shaded.
+void addShadingOptions(CLI::App& verb, SceneOptions& options);
 
 /// Adds the options of point clouds and colours to a verb.
 void addLookOptions(CLI::App& verb, SceneOptions& options);

@@ -1,7 +1,10 @@
 #include "apps/cli/SceneSession.h"
 
+#include "apps/cli/CoarsePoints.h"
 #include "apps/cli/Console.h"
 #include "apps/cli/Progress.h"
+#include "apps/cli/cloudLook.h"
+#include "apps/cli/emptyPicture.h"
 #include "apps/cli/openDataset.h"
 #include "apps/cli/parsePlanes.h"
 #include "apps/cli/parseValue.h"
@@ -11,6 +14,7 @@
 #include <graphics/DepthImage.h>
 #include <math/ConvexPolytope.h>
 #include <math/HalfSpace.h>
+#include <octree/NodePointData.h>
 #include <octree/Octree.h>
 #include <octree/OctreeNodeId.h>
 
@@ -22,6 +26,7 @@
 #include <cstdint>
 #include <memory>
 #include <numbers>
+#include <stdexcept>
 #include <stop_token>
 #include <thread>
 
@@ -30,6 +35,9 @@ namespace Cli
 namespace
 {
 constexpr std::chrono::milliseconds kPollInterval{50};
+constexpr unsigned char kOpaque = 255;
+constexpr double kEyeDomeStrengthByItself = 1.0;
+constexpr double kRowsOfOrdinaryPicture = 720.0;  // for which the radius of eye-dome lighting is chosen
 
 /// From the coordinates of the octree to absolute ones.
 Eigen::Matrix4d absolutePlacement(const SceneItem& item, const Octree::Octree& octree)
@@ -38,6 +46,25 @@ Eigen::Matrix4d absolutePlacement(const SceneItem& item, const Octree::Octree& o
     Eigen::Matrix4d toAbsolute = Eigen::Matrix4d::Identity();
     toAbsolute.topRightCorner<3, 1>() = Eigen::Vector3d(reference.x, reference.y, reference.z);
     return item.transform ? *item.transform * toAbsolute : toAbsolute;
+}
+
+Render::RenderMode modeOf(const SceneOptions& options)
+{
+    return options.colorBy == "height" ? Render::RenderMode::ColorizeByPlaneDistance
+                                       : parseRenderMode("--mode", options.mode);
+}
+
+/// None where they cannot be read: loading meets the same failure, and tells it.
+CoarsePoints coarsePointsIfReadable(const Octree::Octree& octree)
+{
+    try
+    {
+        return readCoarsePoints(octree);
+    }
+    catch (const std::runtime_error&)
+    {
+        return {};
+    }
 }
 
 void loadWithProgress(Render::PanoRenderable& panorama)
@@ -65,6 +92,7 @@ SceneSession::SceneSession(const SceneOptions& options)
     addItems(options);
     mRenderer.setScene(mScene);
     applyLook(options);
+    applyShading(options);
     applyClipping(options);
     applyCamera(options);
 }
@@ -158,14 +186,34 @@ void SceneSession::addCloud(const SceneItem& item, const SceneOptions& options)
         cloud->setUniformColor(parseColor("--uniform-color", options.uniformColor));
     }
     cloud->setShowBoundingBoxes(options.showBoxes);
+    applyPointLook(*cloud, *octree, options);
     mScene->add(cloud);
-    mClouds.push_back(std::move(cloud));
+    mClouds.push_back({octree, std::move(cloud)});
+}
+
+void SceneSession::applyPointLook(
+    Render::PointCloudRenderable& cloud, const Octree::Octree& octree, const SceneOptions& options
+)
+{
+    const bool hasColors = Octree::hasColor(octree.attributeMask());
+    const bool isByIntensity = options.colorBy == "intensity" ||
+                               modeOf(options) == Render::RenderMode::ColorizeByIntensity ||
+                               (!hasColors && (options.colorBy.empty() || options.colorBy == "rgb"));
+    const CoarsePoints points = isByIntensity ? coarsePointsIfReadable(octree) : CoarsePoints{};
+    const std::optional<Octree::IntensityRange> range = shownIntensities(options, points, isByIntensity);
+    cloud.setIntensityRange(range);
+    cloud.setLook(pointLook(options, range));
 }
 
 void SceneSession::applyLook(const SceneOptions& options)
 {
-    mRenderer.setRenderMode(parseRenderMode("--mode", options.mode));
-    mRenderer.setBackgroundColor(parseColor("--background", options.background));
+    mRenderer.setRenderMode(modeOf(options));
+    const bool isXRay = Render::isTomographic(mRenderer.renderMode());
+    const Math::Color background = options.background.empty()
+                                       ? (isXRay ? Math::Color(0, 0, 0, 255) : Math::Color::white(255))
+                                       : parseColor("--background", options.background);
+    mRenderer.setBackgroundColor(background);
+    mRenderer.setTransparentBackground(isXRay || background.a() < kOpaque);
     mRenderer.setBrightness(static_cast<float>(options.brightness.value_or(0.0)));
     mRenderer.setContrast(static_cast<float>(options.contrast.value_or(1.0)));
     mRenderer.setOpacity(static_cast<float>(options.opacity));
@@ -178,7 +226,23 @@ void SceneSession::applyLook(const SceneOptions& options)
     const Math::Point<float, 3> to = options.colorizeTo.empty()
                                          ? Math::Point<float, 3>(center.x, center.y, box.max().z)
                                          : toScene(parsePoint("--colorize-to", options.colorizeTo));
-    mRenderer.setColorizationRange(from, to, parseColorMap("--color-map", options.colorMap));
+    mRenderer.setColorizationRange(
+        from, to, parseColorMap("--color-map", options.colorMap.value_or("Turbo"))
+    );
+}
+
+void SceneSession::applyShading(const SceneOptions& options)
+{
+    const auto isColorless = [](const Cloud& cloud)
+    { return !Octree::hasColor(cloud.octree->attributeMask()); };
+    const bool isByItself = options.isThumbnail || std::ranges::any_of(mClouds, isColorless);
+    Render::EyeDomeLighting lighting;
+    lighting.strength =
+        static_cast<float>(options.eyeDomeStrength.value_or(isByItself ? kEyeDomeStrengthByItself : 0.0));
+    const double tallness = static_cast<double>(mRenderer.viewport().height()) / kRowsOfOrdinaryPicture;
+    lighting.radius =
+        static_cast<float>(options.eyeDomeRadius.value_or(lighting.radius * std::max(1.0, tallness)));
+    mRenderer.setEyeDomeLighting(lighting);
 }
 
 void SceneSession::applyClipping(const SceneOptions& options)
@@ -202,9 +266,10 @@ void SceneSession::applyClipping(const SceneOptions& options)
             static_cast<float>(plane.d)
         );
     }
-    for (const auto& cloud : mClouds)
+    mClipPlanes = planes;
+    for (const Cloud& cloud : mClouds)
     {
-        cloud->setClippingVolume(planes);
+        cloud.renderable->setClippingVolume(planes);
     }
     for (const auto& mesh : mMeshes)
     {
@@ -239,6 +304,7 @@ void SceneSession::applyCamera(const SceneOptions& options)
     }
     scene.aspect = static_cast<float>(mRenderer.aspectRatio());
 
+    wish.isThumbnail = options.isThumbnail;
     const CameraPlacement placement = placeCamera(wish, scene);
     mRenderer.setAutoAdjustZRange(placement.fitsZRange);
     if (options.orthographicHeight)
@@ -275,11 +341,11 @@ void SceneSession::load()
     const int rounds = mClouds.size() > 1 ? 2 : 1;
     for (int round = 0; round < rounds; ++round)
     {
-        for (const auto& cloud : mClouds)
+        for (const Cloud& cloud : mClouds)
         {
-            Progress progress("loading " + cloud->name(), 0, "points");
-            cloud->reloadPoints(
-                [&] { progress.update(cloud->numResidentPoints()); },
+            Progress progress("loading " + cloud.renderable->name(), 0, "points");
+            cloud.renderable->reloadPoints(
+                [&] { progress.update(cloud.renderable->numResidentPoints()); },
                 Octree::OctreeNodeId::MAX_REPRESENTABLE_LEVEL,
                 std::stop_token{}
             );
@@ -289,6 +355,25 @@ void SceneSession::load()
     {
         mRenderer.autoAdjustBrightnessAndContrast(static_cast<float>(*mAutoContrast), 1.0F);
     }
+}
+
+void SceneSession::noteEmptyPicture()
+{
+    Render::VertexPosColor first;
+    mRenderer.resetPointChunkPosition();
+    const bool showsSome = mRenderer.getNextPointChunk(&first, 1) > 0;
+    mRenderer.resetPointChunkPosition();
+    if (showsSome)
+    {
+        return;
+    }
+    EmptyPicture picture{*mRenderer.camera(), mRenderer.boundingBox(), mClipPlanes};
+    for (const Cloud& cloud : mClouds)
+    {
+        picture.drawnPoints += cloud.renderable->numVisiblePoints();
+        picture.isFiltered |= !cloud.renderable->look().hidesNothing();
+    }
+    printNote("the picture shows no point: " + reasonOfEmptyPicture(picture));
 }
 
 void SceneSession::writeDepth()

@@ -37,29 +37,43 @@ public:
     /// @throws std::runtime_error  when the file cannot be written
     void writeDepth();
 
+    /// Says on standard error when the last frame shows no point, and why.
+    void noteEmptyPicture();
+
     Render::Renderer& renderer() noexcept { return mRenderer; }
 
     /// The scene's origin in absolute coordinates.
     const Math::Point<double, 3>& origin() const noexcept { return mOrigin; }
 
 private:
+    struct Cloud
+    {
+        std::shared_ptr<Octree::Octree> octree;
+        std::shared_ptr<Render::PointCloudRenderable> renderable;
+    };
+
     void addItems(const SceneOptions& options);
     void addCloud(const SceneItem& item, const SceneOptions& options);
     void addPanorama(const SceneItem& item);
     void addMesh(const SceneItem& item);
     Eigen::Matrix4f placement(const Eigen::Matrix4d& toAbsolute);
+    void applyPointLook(
+        Render::PointCloudRenderable& cloud, const Octree::Octree& octree, const SceneOptions& options
+    );
     void applyLook(const SceneOptions& options);
+    void applyShading(const SceneOptions& options);
     void applyClipping(const SceneOptions& options);
     void applyCamera(const SceneOptions& options);
     Math::Point<float, 3> toScene(const Math::Point<double, 3>& absolute) const noexcept;
 
     Render::Renderer mRenderer;
     std::shared_ptr<Render::GroupRenderable> mScene;
-    std::vector<std::shared_ptr<Render::PointCloudRenderable>> mClouds;
+    std::vector<Cloud> mClouds;
     std::vector<std::shared_ptr<Render::PanoRenderable>> mPanoramas;
     std::vector<std::shared_ptr<Render::MeshRenderable>> mMeshes;
     std::optional<Math::Point<double, 3>> mFirstPlace;  // of any object
     Math::Point<double, 3> mOrigin;
+    std::vector<Math::HalfSpace<float, 3>> mClipPlanes;
     std::optional<double> mAutoContrast;
     std::string mDepthFile;
 };

@@ -1,6 +1,7 @@
 #include "apps/cli/placeCamera.h"
 
 #include "apps/cli/fitCamera.h"
+#include <render/thumbnail/thumbnailEye.h>
 
 #include <CLI/CLI.hpp>
 #include <Eigen/Geometry>
@@ -57,6 +58,10 @@ Eigen::Vector3f directionOf(const CameraWish& wish, const SeenScene& scene)
     {
         return toVector(targetOf(wish, scene)) - toVector(*wish.eye);
     }
+    if (wish.isThumbnail && !scene.box.isEmpty())
+    {
+        return toVector(scene.box.center()) - toVector(Render::thumbnailEye(scene.box, scene.aspect));
+    }
     if (isInPanorama(scene))
     {
         return toVector(targetOf(wish, scene)) - scene.firstPanorama->col(3).head<3>();
@@ -90,6 +95,10 @@ Math::Point<float, 3> eyeOf(const CameraWish& wish, const SeenScene& scene, cons
     if (isInPanorama(scene))
     {
         return toPoint(scene.firstPanorama->col(3).head<3>());
+    }
+    if (wish.isThumbnail && !scene.box.isEmpty())
+    {
+        return Render::thumbnailEye(scene.box, scene.aspect);
     }
     const Math::Point<float, 3> fitted =
         fitCamera(scene.box, direction, wish.up, wish.fovYRad, scene.aspect).eye;

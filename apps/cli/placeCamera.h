@@ -21,6 +21,7 @@ struct CameraWish
     std::string upText;
     float fovYRad = 1.0F;
     bool isOrthographic = false;
+    bool isThumbnail = false;  ///< without an eye, from where thumbnails look
 };
 
 /// What there is to see.

@@ -44,6 +44,12 @@ public:
     /// Of what the caches hold; who else shares the octree may have given it another one since.
     double unitScale() const noexcept { return mIdentifier.unitScale; }
 
+    /// The intensities' of the octree when they were made.
+    const std::optional<Octree::IntensityRange>& intensityRange() const noexcept
+    {
+        return mIdentifier.shownIntensityRange;
+    }
+
     const CachedVertices& vertices() const noexcept { return *mVertices; }
 
     /// Its bound of bytes in flight survives renew().

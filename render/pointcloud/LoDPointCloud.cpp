@@ -236,6 +236,7 @@ void LoDPointCloud::draw()
         mSplats->setNodes(mDeviceContext, *mPoints, mOctreeTextureView, mPerFrame);
         mNeedsLevels = false;  // not before: after a failure the next frame tries again
     }
+    mSplats->setLook(mDeviceContext, mLook);
     const OutputState output = outputStateOf(mDeviceContext);
     mDrawnRoad = chooseSplatRoad({
         .wanted = mSplatRoad,

@@ -10,6 +10,7 @@
 #include "render/gpu/Texture1d.h"
 #include "render/pointcloud/Boxes.h"
 #include "render/pointcloud/Buffer.h"
+#include "render/pointcloud/PointLook.h"
 #include "render/pointcloud/PointShaderConstants.h"
 #include "render/pointcloud/chooseSplatRoad.h"
 #include "render/scene/RenderMode.h"
@@ -90,6 +91,9 @@ public:
     void setRenderMode(RenderMode renderMode);
     void setTomographicContrast(float contrast);
 
+    /// What points are coloured and hidden by, from the next frame on.
+    void setLook(const PointLook& look) { mLook = look; }
+
     /// How points become splats where there is a choice; Automatic at first.
     void setSplatRoad(SplatRoad road) noexcept { mSplatRoad = road; }
 
@@ -157,6 +161,7 @@ private:
     std::shared_ptr<SplatRasterizer> mRasterizer;
     std::unique_ptr<SplatQuads> mQuads;
     std::uint32_t mPlaneCount = 0;
+    PointLook mLook;
     SplatRoad mSplatRoad = SplatRoad::Automatic;
     SplatRoad mDrawnRoad = SplatRoad::Automatic;
     Texture1d mOctreeTexture;

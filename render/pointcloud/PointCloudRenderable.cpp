@@ -98,6 +98,7 @@ void PointCloudRenderable::init(
     cloud->setPointSize(mPointSize);
     cloud->setMaxPointSize(mMaxPointSize);
     cloud->setSplatRoad(mSplatRoad);
+    cloud->setLook(mLook);
     cloud->setTomographicContrast(mTomographicContrast);
     cloud->setRootNodeSize(mOctree->boundingCube().largestSize());
     cloud->setProjectionMatrix(camera->projectionMatrix());
@@ -319,6 +320,39 @@ void PointCloudRenderable::setUniformColor(const Math::Color& color)
         mLoDPointCloud->setUniformColor(color);
     }
     setNeedsRedraw(true);
+}
+
+void PointCloudRenderable::setLook(const PointLook& look)
+{
+    if (look == mLook)
+    {
+        return;
+    }
+    mLook = look;
+    if (mLoDPointCloud)
+    {
+        mLoDPointCloud->setLook(look);
+    }
+    setNeedsRedraw(true);
+}
+
+void PointCloudRenderable::setIntensityRange(const std::optional<Octree::IntensityRange>& range)
+{
+    if (range == mOctree->shownIntensityRange() && range == mCaches->intensityRange())
+    {
+        return;
+    }
+    // Nodes that are read from here on have other intensities.
+    const CloudLoading::Pause pause(*mLoading);
+    mOctree->setShownIntensityRange(range);
+    mCaches->renew();
+    clearVisibleOctreeNodes();
+    setNeedsRedraw(true);
+}
+
+std::optional<Octree::IntensityRange> PointCloudRenderable::intensityRange() const noexcept
+{
+    return mOctree->shownIntensityRange();
 }
 
 void PointCloudRenderable::setShowBoundingBoxes(bool show)

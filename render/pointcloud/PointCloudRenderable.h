@@ -6,6 +6,7 @@
 #include "math/HalfSpace.h"
 #include "math/NBoundingBox.h"
 #include "math/Point.h"
+#include "octree/IntensityRange.h"
 #include "octree/Location.h"
 #include "octree/OctreeNodeId.h"
 #include "render/Export.h"
@@ -15,6 +16,7 @@
 #include "render/pointcloud/FunctionFilter.h"
 #include "render/pointcloud/NodePriority.h"
 #include "render/pointcloud/PointCloudQuery.h"
+#include "render/pointcloud/PointLook.h"
 #include "render/pointcloud/chooseSplatRoad.h"
 #include "render/pointcloud/selectNodes.h"
 #include "render/scene/Renderable.h"
@@ -211,6 +213,24 @@ public:
 
     /// See setUniformColor().
     Math::Color uniformColor() const noexcept { return mUniformColor; }
+
+    /// What points are coloured by instead of their own colours, and which are hidden by what they are; at
+    /// first none. Nothing is loaded again for it. Hidden points count in the budget. The render modes work on
+    /// the colours that the look gives; ColorizeByIntensity and the tomographic ones need none.
+    void setLook(const PointLook& look);
+
+    /// See setLook().
+    const PointLook& look() const noexcept { return mLook; }
+
+    /// Which intensities become the darkest and the brightest of the 8 bits that a vertex has for them, and of
+    /// the greys of points without colours; without one, see Octree::Octree::setShownIntensityRange. Clouds
+    /// that share the octree are to be told, too. Waits for the loader's current node, drops what is loaded,
+    /// and loads again.
+    /// @throws std::invalid_argument  for limits that are none
+    void setIntensityRange(const std::optional<Octree::IntensityRange>& range);
+
+    /// See setIntensityRange().
+    std::optional<Octree::IntensityRange> intensityRange() const noexcept;
 
     /// Whether the cubes of the drawn nodes are shown.
     void setShowBoundingBoxes(bool show);
@@ -425,6 +445,7 @@ private:
     float mPointSize;
     float mTomographicContrast = 0.01F;
     Math::Color mUniformColor;
+    PointLook mLook;
     std::atomic<bool> mNeedsRedraw{true};
     StoppedPublication mStoppedPublication;
     std::atomic<std::size_t> mPendingNodes{0};  // of the present pass

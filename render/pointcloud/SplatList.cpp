@@ -3,7 +3,9 @@
 #include "render/pointcloud/SplatViews.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
+#include <bit>
 #include <span>
 #include <utility>
 
@@ -19,7 +21,8 @@ std::atomic<std::uint64_t> lastRevision = 0;
 SplatList::SplatList(CComPtr<ID3D11Device> device)
     : mDevice(std::move(device)),
       mLevelShader(ComputeShader::fromHlslResource(mDevice, "shaders/splatlevels.hlsl")),
-      mConstants(mDevice)
+      mConstants(mDevice),
+      mLookBuffer(ShaderBuffer::dynamic(mDevice, sizeof(std::uint32_t), 1))
 {
 }
 
@@ -57,10 +60,28 @@ void SplatList::setNodes(
     );
 }
 
+void SplatList::setLook(ID3D11DeviceContext* context, const PointLook& look)
+{
+    if (look == mLook)
+    {
+        return;
+    }
+    if (!look.isPlain())
+    {
+        const PointLookData data = dataOf(look);
+        const auto words =
+            std::bit_cast<std::array<std::uint32_t, sizeof(data) / sizeof(std::uint32_t)>>(data);
+        mLookBuffer.assign(mDevice, context, std::span<const std::uint32_t>(words));
+    }
+    mLook = look;
+}
+
 void SplatList::setConstants(SplatConstants constants)
 {
     constants.chunk_count = mConstants.values().chunk_count;
     constants.window = mConstants.values().window;
+    constants.coloring = static_cast<std::uint32_t>(mLook.coloring);
+    constants.is_filtered = mLook.hidesNothing() ? 0U : 1U;
     if (constants != mConstants.values())
     {
         mConstants.edit() = constants;

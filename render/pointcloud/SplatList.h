@@ -7,6 +7,7 @@
 #include "render/gpu/ShaderBuffer.h"
 #include "render/gpu/ShaderConfiguration.h"
 #include "render/gpu/ShaderResourceView.h"
+#include "render/pointcloud/PointLook.h"
 #include "render/pointcloud/PointShaderConstants.h"
 #include "render/pointcloud/PointStore.h"
 #include "render/pointcloud/SplatChunk.h"
@@ -35,7 +36,8 @@ struct SplatConstants
     std::uint32_t depth_test = 0;
     std::uint32_t order_flip = 0;
     std::uint32_t first_order = 0;
-    std::array<std::uint32_t, 2> padding{};
+    std::uint32_t coloring = 0;
+    std::uint32_t is_filtered = 0;
 
     friend bool operator==(const SplatConstants&, const SplatConstants&) = default;
 };
@@ -53,8 +55,8 @@ public:
     static constexpr unsigned int kPerFrameSlot = 0;
     static constexpr unsigned int kConstantSlot = 2;
     static constexpr UINT kOctreeTextureSlot = 0;
-    static constexpr UINT kChunkSlot = 1;  // and points and levels behind it
-    static constexpr UINT kExtraSlot = 4;
+    static constexpr UINT kChunkSlot = 1;  // and points, levels and look behind it
+    static constexpr UINT kExtraSlot = 5;
 
     /// @throws ComException  when a shader or buffer cannot be created
     explicit SplatList(CComPtr<ID3D11Device> device);
@@ -78,11 +80,17 @@ public:
     /// Another number for every setNodes() of any list.
     std::uint64_t revision() const noexcept { return mRevision; }
 
-    /// Replaces the constants but for chunk_count and window.
+    /// What points are coloured and hidden by, from now on. A look that changes nothing costs nothing.
+    /// @throws ComException  when something cannot be created or mapped; the old look stays then
+    void setLook(ID3D11DeviceContext* context, const PointLook& look);
+
+    const PointLook& look() const noexcept { return mLook; }
+
+    /// Replaces the constants but for chunk_count, window and the look's.
     void setConstants(SplatConstants constants);
 
     /// Calls draw(views) for each buffer of points, with the constants bound at the stages.
-    /// @param draw  takes the views of chunks, points and levels, which belong at kChunkSlot
+    /// @param draw  takes the views of chunks, points, levels and look, which belong at kChunkSlot
     template <class Draw>
     void forEachWindow(ID3D11DeviceContext* context, ShaderConfiguration stages, const Draw& draw)
     {
@@ -92,11 +100,14 @@ public:
             const ScopedBinding constants(context, mConstants, stages, kConstantSlot);
             const PointWindows::Window& window = mWindows->windows()[i];
             draw(Views{
-                mChunkBuffer.resourceView(), window.points.resourceView(), window.levels.resourceView()});
+                mChunkBuffer.resourceView(),
+                window.points.resourceView(),
+                window.levels.resourceView(),
+                mLookBuffer.resourceView()});
         }
     }
 
-    using Views = std::array<ID3D11ShaderResourceView*, 3>;
+    using Views = std::array<ID3D11ShaderResourceView*, 4>;
 
     /// One group of threads a chunk; the compute shader and what it needs are bound.
     void dispatch(ID3D11DeviceContext* context) const;
@@ -113,5 +124,7 @@ private:
     std::vector<SplatNode> mNodes;
     ShaderBuffer mChunkBuffer;
     ShaderBuffer mNodeBuffer;
+    PointLook mLook;
+    ShaderBuffer mLookBuffer;  // shaders want one even where they do not read it
 };
 }  // namespace Render

@@ -212,6 +212,7 @@ void SplatRasterizer::drawPictures(ID3D11DeviceContext* context)
     {
         mClouds.push_back(cloudOf(cloud.perFrame->values()));
     }
+    const bool hasTables = mergeLooks(context);
     mCloudBuffer.assign(mDevice, context, std::span<const SplatCloud>(mClouds));
 
     const ScopedBinding vertexShader(context, mPictureVertexShader);
@@ -223,6 +224,7 @@ void SplatRasterizer::drawPictures(ID3D11DeviceContext* context)
         [&](SplatList::Views views)
         {
             views[0] = mChunkBuffer.resourceView();
+            views[3] = hasTables ? mColorTableBuffer.resourceView() : views[3];
             const PixelSplatViews inputs(
                 context,
                 views,
@@ -233,6 +235,28 @@ void SplatRasterizer::drawPictures(ID3D11DeviceContext* context)
             context->Draw(kCoveringTriangle, 0);
         }
     );
+}
+
+bool SplatRasterizer::mergeLooks(ID3D11DeviceContext* context)
+{
+    mColorTables.clear();
+    for (std::size_t i = 0; i < mPending.size(); ++i)
+    {
+        const PointLook& look = mPending[i].list->look();
+        if (look.coloring != PointColoring::Stored)
+        {
+            mClouds[i].coloring = static_cast<std::uint32_t>(look.coloring);
+            mClouds[i].color_table = static_cast<std::uint32_t>(mColorTables.size());
+            const PointLookData data = dataOf(look);
+            mColorTables.insert(mColorTables.end(), data.colors.begin(), data.colors.end());
+        }
+    }
+    if (mColorTables.empty())
+    {
+        return false;
+    }
+    mColorTableBuffer.assign(mDevice, context, std::span<const std::uint32_t>(mColorTables));
+    return true;
 }
 
 void SplatRasterizer::mergeChunks(ID3D11DeviceContext* context)

@@ -28,7 +28,9 @@ struct SplatCloud
     ShaderMatrix inv_view_proj{};
     std::array<float, 4> uniformColor{};
     std::int32_t point_render_mode = 0;
-    std::array<std::uint32_t, 3> padding{};
+    std::uint32_t coloring = 0;
+    std::uint32_t color_table = 0;
+    std::uint32_t padding = 0;
 };
 
 static_assert(std::is_trivially_copyable_v<SplatCloud> && sizeof(SplatCloud) == 224);
@@ -95,6 +97,7 @@ private:
     void drawPicture(ID3D11DeviceContext* context);
     void drawPictures(ID3D11DeviceContext* context);
     void mergeChunks(ID3D11DeviceContext* context);
+    bool mergeLooks(ID3D11DeviceContext* context);
 
     CComPtr<ID3D11Device> mDevice;
     SplatTargets mTargets;
@@ -112,5 +115,7 @@ private:
     std::vector<SplatCloud> mClouds;
     ShaderBuffer mChunkBuffer;
     ShaderBuffer mCloudBuffer;
+    std::vector<std::uint32_t> mColorTables;
+    ShaderBuffer mColorTableBuffer;
 };
 }  // namespace Render

@@ -14,7 +14,7 @@ template <auto Set>
 class [[nodiscard]] SplatViews
 {
 public:
-    /// @param extra  what the pass reads behind chunks, points and levels; null for nothing
+    /// @param extra  what the pass reads behind chunks, points, levels and look; null for nothing
     explicit SplatViews(
         ID3D11DeviceContext* context,
         const SplatList::Views& views,
@@ -22,7 +22,7 @@ public:
     )
         : mContext(context)
     {
-        const All all{views[0], views[1], views[2], extra[0], extra[1], extra[2]};
+        const All all{views[0], views[1], views[2], views[3], extra[0], extra[1], extra[2]};
         (mContext->*Set)(SplatList::kChunkSlot, static_cast<UINT>(all.size()), all.data());
     }
 
@@ -36,7 +36,7 @@ public:
     }
 
 private:
-    using All = std::array<ID3D11ShaderResourceView*, 6>;
+    using All = std::array<ID3D11ShaderResourceView*, 7>;
 
     ID3D11DeviceContext* mContext;
 };

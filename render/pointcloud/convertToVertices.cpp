@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <utility>
 
 namespace Render
@@ -22,7 +23,12 @@ constexpr unsigned kDrawnAttributes =
 class VertexSink final : public Octree::PointSink
 {
 public:
-    explicit VertexSink(VertexContainer& out) noexcept : mOut(out) {}
+    explicit VertexSink(
+        VertexContainer& out, const std::optional<Octree::IntensityRange>& intensityRange = {}
+    ) noexcept
+        : mOut(out), mIntensityRange(intensityRange)
+    {
+    }
 
     void begin(std::size_t, std::size_t visibleCount) override
     {
@@ -45,14 +51,20 @@ public:
             {
                 *mNext++ = vertexOf(block, i);
             }
-            return;
         }
-        for (std::size_t i = 0; i < block.pointCount; ++i)
+        else
         {
-            if (block.visibilities[i] == 0)
+            for (std::size_t i = 0; i < block.pointCount; ++i)
             {
-                *mNext++ = vertexOf(block, i);
+                if (block.visibilities[i] == 0)
+                {
+                    *mNext++ = vertexOf(block, i);
+                }
             }
+        }
+        if (mIntensityRange)
+        {
+            spreadIntensities(block);
         }
     }
 
@@ -68,7 +80,21 @@ private:
             static_cast<std::uint16_t>(block.scanIndices[i] & 0xFFFFU)};
     }
 
+    /// Of the block's vertices, which are the last ones.
+    void spreadIntensities(const Octree::PointBlock& block) noexcept
+    {
+        VertexContainer::Vertex* vertex = mNext;
+        for (std::size_t i = block.pointCount; i > 0; --i)
+        {
+            if (block.visibilities[i - 1] == 0)
+            {
+                (--vertex)->intensity = mIntensityRange->toByte(block.intensities[i - 1]);
+            }
+        }
+    }
+
     VertexContainer& mOut;
+    std::optional<Octree::IntensityRange> mIntensityRange;
     VertexContainer::Vertex* mNext = nullptr;
 };
 }  // namespace
@@ -87,7 +113,7 @@ bool convertToVertices(
     std::stop_token stopToken
 )
 {
-    VertexSink sink(vertices);
+    VertexSink sink(vertices, octree.shownIntensityRange());
     if (!octree.passNodePoints(id, kDrawnAttributes, sink, std::move(stopToken)))
     {
         return false;

@@ -4,6 +4,7 @@
 #include "render/renderer/PassImages.h"
 #include "render/renderer/ScenePass.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
@@ -13,11 +14,30 @@ Frame::Frame(const CComPtr<ID3D11Device>& device, const Camera& camera, std::uin
 {
     mPasses.push_back(std::make_unique<ScenePass>(device, camera, rendererId));
     mPasses.push_back(std::make_unique<OutputPass>(device, camera));
+    mOutput = mPasses.back().get();
+    mPicture = mOutput;
 }
 
 void Frame::addEffect(std::unique_ptr<ScreenPass> effect)
 {
-    mPasses.insert(mPasses.end() - 1, std::move(effect));
+    const auto output = std::find_if(
+        mPasses.begin(), mPasses.end(), [this](const auto& pass) { return pass.get() == mOutput; }
+    );
+    mPasses.insert(output, std::move(effect));
+}
+
+void Frame::addPictureEffect(std::unique_ptr<ScreenPass> effect)
+{
+    mPasses.push_back(std::move(effect));
+}
+
+void Frame::removeEffect(const ScreenPass& effect) noexcept
+{
+    if (mPicture == &effect)
+    {
+        mPicture = mOutput;
+    }
+    std::erase_if(mPasses, [&effect](const auto& pass) { return pass.get() == &effect; });
 }
 
 Frame::Textures Frame::texturesOfSize(unsigned int width, unsigned int height) const
@@ -50,6 +70,10 @@ void Frame::draw(
         {
             pass->draw(input, images);
             images.add(pass->targets());
+            if (pass->targets().hasRenderTarget("color"))
+            {
+                mPicture = pass.get();
+            }
         }
     }
 }

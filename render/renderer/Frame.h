@@ -11,7 +11,8 @@
 
 namespace Render
 {
-/// Draws one frame, pass after pass: the scene, the screen effects in their order, and the picture.
+/// Draws one frame, pass after pass: the scene, the screen effects in their order, the picture, and what is
+/// done to the picture.
 ///
 /// Each pass reads images of those before it by name, see ScenePass, ScreenPass and OutputPass.
 /// Threads  rendering thread only, not locked.
@@ -26,6 +27,14 @@ public:
     /// Adds an effect behind those that there are, before the picture.
     /// @param effect  made for the size that the frame has
     void addEffect(std::unique_ptr<ScreenPass> effect);
+
+    /// Adds an effect on the picture that the post-process has made, behind those that there are.
+    /// @param effect  made for the size that the frame has; its "color", if it draws one, is BGRA8
+    void addPictureEffect(std::unique_ptr<ScreenPass> effect);
+
+    /// Takes an effect out, and gives its textures back.
+    /// @param effect  one of this frame
+    void removeEffect(const ScreenPass& effect) noexcept;
 
     /// Of each pass, what it has in the size of the frame.
     using Textures = std::vector<RenderPass::Textures>;
@@ -46,10 +55,15 @@ public:
     /// What the scene was drawn to, before any effect.
     const RenderPass& scenePass() const noexcept { return mPasses.front()->targets(); }
 
-    /// The picture.
-    const RenderPass& outputPass() const noexcept { return mPasses.back()->targets(); }
+    /// What the post-process has made, before any effect on the picture.
+    const RenderPass& outputPass() const noexcept { return mOutput->targets(); }
+
+    /// The pass whose "color" is the picture of the last frame.
+    const RenderPass& picture() const noexcept { return mPicture->targets(); }
 
 private:
     std::vector<std::unique_ptr<FramePass>> mPasses;  // in the order of drawing
+    const FramePass* mOutput;
+    const FramePass* mPicture;
 };
 }  // namespace Render

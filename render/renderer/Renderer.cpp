@@ -7,6 +7,7 @@
 #include "render/platform/Direct3D.h"
 #include "render/renderer/Frame.h"
 #include "render/renderer/Picking.h"
+#include "render/renderer/PictureEffects.h"
 #include "render/renderer/PointExport.h"
 #include "render/renderer/PostProcess.h"
 #include "render/renderer/ReadBack.h"
@@ -16,6 +17,7 @@
 #include "render/scene/Renderable.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -72,7 +74,8 @@ Renderer::Renderer(bool reversedZ, Device device)
       mDeviceContext(std::move(device.context)),
       mView(std::make_unique<View>(reversedZ)),
       mPostProcess(std::make_unique<PostProcess>()),
-      mPointExport(std::make_unique<PointExport>())
+      mPointExport(std::make_unique<PointExport>()),
+      mEffects(std::make_unique<PictureEffects>())
 {
     setOrthographic(2.0F, 2.0F, -1.0F, 1.0F);
     setBackgroundColor(255, 255, 255, 255);
@@ -390,6 +393,45 @@ void Renderer::autoAdjustBrightnessAndContrast(float quantile, float range)
     raiseRedraw();
 }
 
+void Renderer::setTransparentBackground(bool enabled)
+{
+    if (enabled == mEffects->hasTransparentBackground)
+    {
+        return;
+    }
+    mEffects->hasTransparentBackground = enabled;
+    raiseRedraw();
+}
+
+bool Renderer::hasTransparentBackground() const noexcept
+{
+    return mEffects->hasTransparentBackground;
+}
+
+void Renderer::setEyeDomeLighting(const EyeDomeLighting& lighting)
+{
+    for (const float value : {lighting.strength, lighting.radius})
+    {
+        if (!(value >= 0.0F && std::isfinite(value)))
+        {
+            throw std::invalid_argument(
+                "Error: strength and radius of eye-dome lighting must be finite and not negative"
+            );
+        }
+    }
+    if (lighting == mEffects->eyeDomeLighting)
+    {
+        return;
+    }
+    mEffects->eyeDomeLighting = lighting;
+    raiseRedraw();
+}
+
+const EyeDomeLighting& Renderer::eyeDomeLighting() const noexcept
+{
+    return mEffects->eyeDomeLighting;
+}
+
 void Renderer::render()
 {
     try
@@ -398,6 +440,7 @@ void Renderer::render()
         {
             mDeviceContext->ClearState();  // of what the host has bound
         }
+        mEffects->apply(*mFrame, mDevice, *camera());
         mFrame->draw(mDeviceContext, *mView, *mPostProcess, mBackgroundColor);
         mDeviceContext->Flush();  // the device begins, whenever the host may come back for the picture
         mReadBack->forget();
@@ -415,13 +458,13 @@ void Renderer::render()
 
 void Renderer::getColorImage(Graphics::ColorImage& image)
 {
-    const ReadBack::Mapped mapped = mReadBack->color(mDeviceContext, mFrame->outputPass().texture("color"));
+    const ReadBack::Mapped mapped = mReadBack->color(mDeviceContext, mFrame->picture().texture("color"));
     copyWhole(mapped.image(), viewport().width(), viewport().height(), image);
 }
 
 void Renderer::getColorImage(std::span<std::byte> data, unsigned long long rowPitch, unsigned long long rows)
 {
-    const ReadBack::Mapped mapped = mReadBack->color(mDeviceContext, mFrame->outputPass().texture("color"));
+    const ReadBack::Mapped mapped = mReadBack->color(mDeviceContext, mFrame->picture().texture("color"));
     copyRows(mapped.image(), viewport().height(), data, rowPitch, rows);
 }
 
@@ -447,12 +490,12 @@ void Renderer::writePngImage(const std::filesystem::path& path)
 
 ID3D11Texture2D* Renderer::outputTexture() const noexcept
 {
-    return mFrame->outputPass().texture("color").get();
+    return mFrame->picture().texture("color").get();
 }
 
 ID3D11ShaderResourceView* Renderer::outputView() const noexcept
 {
-    return mFrame->outputPass().view("color");
+    return mFrame->picture().view("color");
 }
 
 void Renderer::copyOutputTo(ID3D11Texture2D* target)

@@ -13,6 +13,7 @@
 #include "render/gpu/VertexFormats.h"
 #include "render/platform/ComPtr.h"
 #include "render/renderer/ColorMap.h"
+#include "render/renderer/EyeDomeLighting.h"
 #include "render/scene/Camera.h"
 #include "render/scene/RenderMode.h"
 #include "render/scene/Renderable.h"
@@ -30,6 +31,7 @@ namespace Render
 {
 class Frame;
 class Picking;
+class PictureEffects;
 class PointExport;
 class ReadBack;
 class View;
@@ -210,6 +212,19 @@ public:
     /// and asks for a redraw every time; does nothing without a scene.
     void autoAdjustBrightnessAndContrast(float quantile, float range);
 
+    /// Lets the alpha of the background colour count in the picture, where a background is opaque at first. A
+    /// picture's alpha then tells how much covers each pixel, in the tomographic modes too, and its colours
+    /// are not multiplied by it; the opacity is a factor of it.
+    void setTransparentBackground(bool enabled);
+    bool hasTransparentBackground() const noexcept;
+
+    /// Eye-dome lighting: pixels are darkened before which their neighbours stand, which shows shapes where
+    /// colours do not. It comes after the render mode, and takes its depth from all that is drawn. Off at
+    /// first, and then it costs nothing. Exported points keep their colours without it.
+    /// @throws std::invalid_argument  for numbers that are negative or not finite; nothing changes then
+    void setEyeDomeLighting(const EyeDomeLighting& lighting);
+    const EyeDomeLighting& eyeDomeLighting() const noexcept;
+
     // Frames.
 
     /// Draws one frame, after which no redraw is due, and has the device begin with it. Nothing stays bound
@@ -245,7 +260,8 @@ public:
 
     /// The picture of the last frame: one mip level of DXGI_FORMAT_B8G8R8A8_UNORM in the size of the viewport,
     /// to be read by shaders and copied from. Not to be written to. It and its view belong to the renderer and
-    /// are replaced when the viewport's size changes.
+    /// are others after the viewport's size has changed, and after the first frame with or without eye-dome
+    /// lighting or a transparent background.
     ID3D11Texture2D* outputTexture() const noexcept;
 
     /// To read the picture in shaders.
@@ -336,5 +352,6 @@ private:
     std::unique_ptr<ReadBack> mReadBack;
     std::unique_ptr<PostProcess> mPostProcess;
     std::unique_ptr<PointExport> mPointExport;
+    std::unique_ptr<PictureEffects> mEffects;
 };
 }  // namespace Render

@@ -1,4 +1,5 @@
 #include "apps/cli/placeCamera.h"
+#include "render/thumbnail/thumbnailEye.h"
 #include "tests/support/messageOf.h"
 
 #include <CLI/CLI.hpp>
@@ -52,6 +53,20 @@ TEST(PlaceCamera, WithoutAWishTheSceneIsSeenFromTheNorthEastAndAbove)
     EXPECT_GT(placement.eye.y, 1.0f);
     EXPECT_GT(placement.eye.z, 1.0f);
     EXPECT_TRUE(placement.fitsZRange);
+}
+
+TEST(PlaceCamera, AThumbnailIsTakenFromItsOwnPlace)
+{
+    CameraWish wish;
+    wish.isThumbnail = true;
+
+    const CameraPlacement placement = placeCamera(wish, sceneOf(kCube));
+
+    const Point eye = Render::thumbnailEye(kCube, sceneOf(kCube).aspect);
+    EXPECT_EQ(placement.eye, eye);
+    const Eigen::Vector3f towardsCenter =
+        Eigen::Vector3f(kCube.center().x - eye.x, kCube.center().y - eye.y, kCube.center().z - eye.z);
+    EXPECT_EQ(placement.direction, towardsCenter);
 }
 
 TEST(PlaceCamera, AnEyeLooksAtTheMiddleOfTheScene)

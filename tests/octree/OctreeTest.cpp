@@ -438,6 +438,11 @@ TEST_F(ExternalVisibility, CachesAreToldApartByScaleAndExternalDataSets)
     octree.addExternalAttributeLocation(externalLocation);
 
     EXPECT_EQ(octree.cacheIdentifier(), (Octree::CacheIdentifier{mainLocation, 2.0, {externalLocation}}));
+
+    octree.setShownIntensityRange(Octree::IntensityRange{3, 9});
+    const Octree::CacheIdentifier spread{mainLocation, 2.0, {externalLocation}, Octree::IntensityRange{3, 9}};
+    EXPECT_EQ(octree.cacheIdentifier(), spread);
+    EXPECT_NE(octree.cacheIdentifier(), (Octree::CacheIdentifier{mainLocation, 2.0, {externalLocation}}));
 }
 
 TEST_F(ExternalVisibility, AStopAtAnyMomentLeavesThePointsAsTheyAre)

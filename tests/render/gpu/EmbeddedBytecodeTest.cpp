@@ -86,7 +86,9 @@ INSTANTIATE_TEST_SUITE_P(
     Shaders,
     EmbeddedBytecode,
     testing::Combine(
-        testing::Values("box", "mesh", "pano", "pointcloud", "postprocessing", "splatpicture"),
+        testing::Values(
+            "box", "mesh", "pano", "pointcloud", "postprocessing", "splatpicture", "eyedome", "straightalpha"
+        ),
         testing::Values(Render::kVertexProfile, Render::kPixelProfile)
     ),
     [](const auto& parameters)

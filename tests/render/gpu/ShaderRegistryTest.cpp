@@ -64,7 +64,9 @@ TEST(ShaderRegistry, HoldsTheSourcesInTheirOrder)
             "shaders/splatwinners.hlsl",
             "shaders/splatpicture.hlsl",
             "shaders/splatpictures.hlsl",
-            "shaders/splatquads.hlsl"
+            "shaders/splatquads.hlsl",
+            "shaders/eyedome.hlsl",
+            "shaders/straightalpha.hlsl"
         )
     );
 }

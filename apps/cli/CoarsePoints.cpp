@@ -1,0 +1,97 @@
+#include "apps/cli/CoarsePoints.h"
+
+#include "apps/cli/HierarchyStatistics.h"
+#include <octree/NodePointData.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdlib>
+
+namespace Cli
+{
+namespace
+{
+constexpr std::size_t kEnough = 20'000;  // points
+constexpr double kOutliers = 0.01;       // of the intensities at either end
+constexpr int kLookAlike = 24;           // steps of a channel
+constexpr double kMost = 0.9;            // of the points
+
+std::array<int, 3> channels(const Math::Color& color)
+{
+    return {int{color.r()}, int{color.g()}, int{color.b()}};
+}
+
+/// Whether colours would be taken for one another.
+bool areAlike(const Math::Color& a, const Math::Color& b)
+{
+    const std::array<int, 3> left = channels(a);
+    const std::array<int, 3> right = channels(b);
+    return std::abs(left[0] - right[0]) < kLookAlike && std::abs(left[1] - right[1]) < kLookAlike &&
+           std::abs(left[2] - right[2]) < kLookAlike;
+}
+
+/// Whether most colours are like this one.
+bool areMostAlike(const std::vector<Math::Color>& colors, const Math::Color& color)
+{
+    const auto count =
+        std::ranges::count_if(colors, [&](const Math::Color& c) { return areAlike(c, color); });
+    return static_cast<double>(count) > kMost * static_cast<double>(colors.size());
+}
+}  // namespace
+
+CoarsePoints readCoarsePoints(const Octree::Octree& octree)
+{
+    const unsigned present = octree.attributeMask();
+    CoarsePoints points;
+    std::size_t count = 0;
+    visitNodes(
+        octree,
+        [&](const Octree::NodeInfo& node)
+        {
+            Octree::NodePointData data(
+                Octree::kPositionAttribute |
+                (present & (unsigned{Octree::kColorAttribute} | unsigned{Octree::kIntensityAttribute}))
+            );
+            octree.readNodePointData(node.id, data);
+            const Octree::NodePointColumns& columns = data.columns();
+            points.colors.insert(points.colors.end(), columns.colors.begin(), columns.colors.end());
+            points.intensities.insert(
+                points.intensities.end(), columns.intensities.begin(), columns.intensities.end()
+            );
+            count += columns.pointCount;
+            return count < kEnough;
+        }
+    );
+    std::ranges::sort(points.intensities);
+    return points;
+}
+
+std::optional<Octree::IntensityRange> usualIntensities(const CoarsePoints& points)
+{
+    if (points.intensities.empty() || points.intensities.front() == points.intensities.back())
+    {
+        return std::nullopt;
+    }
+    const auto last = static_cast<double>(points.intensities.size() - 1);
+    const auto at = [&](double place)
+    { return points.intensities[static_cast<std::size_t>(std::lround(place * last))]; };
+    const Octree::IntensityRange range{at(kOutliers), at(1.0 - kOutliers)};
+    return isPossible(range) ? range
+                             : Octree::IntensityRange{points.intensities.front(), points.intensities.back()};
+}
+
+UsefulColoring usefulColoring(const CoarsePoints& points, const Math::Color& background)
+{
+    const bool hasIntensities = usualIntensities(points).has_value();
+    if (points.colors.empty())
+    {
+        return hasIntensities ? UsefulColoring::Stored : UsefulColoring::Height;
+    }
+    const bool isUseful = !areMostAlike(points.colors, background) &&
+                          !areMostAlike(points.colors, points.colors[points.colors.size() / 2]);
+    return isUseful ? UsefulColoring::Stored
+                    : (hasIntensities ? UsefulColoring::Intensity : UsefulColoring::Height);
+}
+}  // namespace Cli

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "math/Color.h"
+#include "render/Export.h"
+
+#include <array>
+#include <string>
+
+namespace Render
+{
+/// What a classification number means, and the colour of its points.
+struct PointClass
+{
+    std::string name;
+    Math::Color color;
+};
+
+/// All classes by their numbers, as the specification of the LAS format (ASPRS, version 1.4) names them: 0 to 18,
+/// reserved numbers up to 63, and numbers from 64 on that users define.
+using PointClasses = std::array<PointClass, 256>;
+RENDER_API PointClasses asprsClasses();
+
+/// The colours of the classes, for PointLook.
+RENDER_API std::array<Math::Color, 256> colorsOf(const PointClasses& classes);
+
+/// Colours of which neighbours differ well, for scan indices and the like.
+RENDER_API std::array<Math::Color, 256> distinctColors();
+}  // namespace Render
