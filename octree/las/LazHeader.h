@@ -6,7 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <span>
+#include <string_view>
 #include <vector>
 
 namespace Las
@@ -35,10 +37,22 @@ struct LazHeader
     std::uint64_t pointCount = 0;   ///< of all chunks
     std::array<double, 3> scale{};  ///< coordinate = stored integer x scale + offset
     std::array<double, 3> offset{};
+    std::array<double, 3> min{};  ///< coordinates of the points as the file says; not checked
+    std::array<double, 3> max{};
     std::vector<LazItem> items;   ///< in the order of the record
     std::uint32_t chunkSize = 0;  ///< points of each chunk but the last, or kVaryingChunks
     std::uint64_t pointsBegin =
         0;  ///< position in the file: 8 bytes, which locate the chunk table, then chunks
+
+    /// Bytes of a record behind the fields of the point format.
+    std::size_t extraBytes() const noexcept
+    {
+        constexpr std::uint16_t kBytes = 0;
+        constexpr std::uint16_t kLayeredBytes = 14;
+        const bool hasAny =
+            !items.empty() && (items.back().type == kBytes || items.back().type == kLayeredBytes);
+        return hasAny ? items.back().size : 0;
+    }
 };
 
 /// Bytes of a file, from its beginning, that always have the position of the points.
@@ -60,6 +74,24 @@ OCTREE_API std::uint64_t lazHeaderSize(std::span<const std::byte> begin, std::ui
 /// Source   LAS 1.4 R15 (ASPRS, 2019); M. Isenburg, "LASzip: lossless compression of LiDAR data", PE&RS 79
 /// (2013).
 OCTREE_API LazHeader parseLazHeader(std::span<const std::byte> begin, std::uint64_t fileSize);
+
+/// A variable length record in front of the points.
+struct LasRecord
+{
+    std::uint64_t position = 0;       ///< of its data in the file
+    std::span<const std::byte> data;  ///< what follows its head
+};
+
+/// Bytes of the head of a variable length record.
+inline constexpr std::size_t kLasRecordHead = 54;
+
+/// The first record of that author and number, or nothing when there is none.
+/// @param begin   the file's bytes up to its points, or more
+/// @param author  at most 16 bytes
+/// @throws std::runtime_error  as parseLazHeader(), for records that do not end before the points
+OCTREE_API std::optional<LasRecord> findLasRecord(
+    std::span<const std::byte> begin, std::uint64_t fileSize, std::string_view author, unsigned number
+);
 
 /// The chunks of a file with chunks of equal numbers of points, one behind the other, without the table that
 /// follows them. The head of that table is checked.
