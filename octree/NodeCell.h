@@ -13,12 +13,13 @@ namespace Octree
 /// A node by its place among all that are as deep: what data sets name it by that do not count children.
 struct NodeCell
 {
-    std::uint32_t level = 0;
+    std::uint32_t level = 0;               ///< 0 for the root
     std::array<std::uint32_t, 3> place{};  ///< x, y and z, each from 0 to below 2^level
 
     friend bool operator==(const NodeCell&, const NodeCell&) = default;
 };
 
+/// The cell of a node.
 OCTREE_API NodeCell nodeCell(const OctreeNodeId& id) noexcept;
 
 /// The inverse; nothing for a cell outside the root's cube, or a level above 21.

@@ -26,6 +26,7 @@ template <class Entry>
 class PagedHierarchy
 {
 public:
+    /// Shared with those who look something up in it, whatever the cache drops.
     using Page = std::shared_ptr<const NodeTable<Entry>>;
 
     /// Reads the page that begins with a node.

@@ -31,6 +31,7 @@ public:
     /// Its name for messages.
     std::string name() const { return mFile.name(); }
 
+    /// As it was when the file was opened.
     const CopcHeader& header() const noexcept { return mHeader; }
 
     /// The page of the hierarchy that begins with that node.

@@ -37,7 +37,7 @@ struct CopcHeader
     double spacing = 0.0;                        ///< of the root
     Extent rootPage;                             ///< of the hierarchy
     double smallestTime = 0.0;                   ///< GPS times of the points as the file says; not checked
-    double largestTime = 0.0;
+    double largestTime = 0.0;                    ///< likewise
 };
 
 /// Bytes of an entry of the hierarchy, of which each page is a whole number.

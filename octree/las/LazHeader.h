@@ -16,9 +16,9 @@ namespace Las
 /// One part of a point that the LASzip coder treats by itself.
 struct LazItem
 {
-    std::uint16_t type;  ///< number of LASzip's kinds of items
-    std::uint16_t size;  ///< bytes of it in a record
-    std::uint16_t version;
+    std::uint16_t type;     ///< number of LASzip's kinds of items
+    std::uint16_t size;     ///< bytes of it in a record
+    std::uint16_t version;  ///< of LASzip's way to compress it
 
     friend bool operator==(const LazItem&, const LazItem&) = default;
 };
@@ -31,16 +31,16 @@ struct LazHeader
     /// chunkSize of files whose chunks have differing numbers of points.
     static constexpr std::uint32_t kVaryingChunks = std::numeric_limits<std::uint32_t>::max();
 
-    unsigned pointFormat = 0;  ///< 0 to 3 or 6 to 8
-    bool isLayered = false;    ///< of point formats 6 to 8: each field of a chunk is compressed by itself
-    bool hasColors = false;
-    std::uint64_t pointCount = 0;   ///< of all chunks
-    std::array<double, 3> scale{};  ///< coordinate = stored integer x scale + offset
-    std::array<double, 3> offset{};
-    std::array<double, 3> min{};  ///< coordinates of the points as the file says; not checked
-    std::array<double, 3> max{};
-    std::vector<LazItem> items;   ///< in the order of the record
-    std::uint32_t chunkSize = 0;  ///< points of each chunk but the last, or kVaryingChunks
+    unsigned pointFormat = 0;      ///< 0 to 3 or 6 to 8
+    bool isLayered = false;        ///< of point formats 6 to 8: each field of a chunk is compressed by itself
+    bool hasColors = false;        ///< 16 bits a channel
+    std::uint64_t pointCount = 0;  ///< of all chunks
+    std::array<double, 3> scale{};   ///< coordinate = stored integer x scale + offset
+    std::array<double, 3> offset{};  ///< likewise
+    std::array<double, 3> min{};     ///< coordinates of the points as the file says; not checked
+    std::array<double, 3> max{};     ///< likewise
+    std::vector<LazItem> items;      ///< in the order of the record
+    std::uint32_t chunkSize = 0;     ///< points of each chunk but the last, or kVaryingChunks
     std::uint64_t pointsBegin =
         0;  ///< position in the file: 8 bytes, which locate the chunk table, then chunks
 
