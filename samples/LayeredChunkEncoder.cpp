@@ -153,7 +153,7 @@ LayeredChunkEncoder::LayeredChunkEncoder(
     // Positions in the table are those in the file.
     const std::vector<U8> before(static_cast<std::size_t>(begin));
     require(
-        library.stream.putBytes(before.data(), static_cast<U32>(before.size())) &&
+        (before.empty() || library.stream.putBytes(before.data(), static_cast<U32>(before.size()))) &&
         library.writer.setup(library.settings.num_items, library.settings.items, &library.settings) &&
         library.writer.init(&library.stream)
     );
