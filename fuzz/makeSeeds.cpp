@@ -2,6 +2,7 @@
 
 #include "fuzz/FuzzInput.h"
 #include "graphics/writePanorama.h"
+#include "samples/CopcWriter.h"
 #include "samples/EptWriter.h"
 #include "samples/OctreeWriter.h"
 #include "tests/support/TemporaryFolder.h"
@@ -116,6 +117,25 @@ std::vector<std::string> eptSeeds()
     return seeds;
 }
 
+std::vector<std::string> copcSeeds()
+{
+    std::vector<std::string> seeds;
+    for (const unsigned format : {6U, 7U, 8U})
+    {
+        const TemporaryFolder folder;
+        Samples::CopcWriterOptions options;
+        options.pointFormat = format;
+        options.itemVersion = format == 8 ? 4 : 3;
+        options.extraBytes = format == 6 ? 2 : 0;
+        options.cube = Samples::Cube{{0.0, 0.0, 0.0}, 1.0};
+        options.hierarchyStep = format - 6;
+        options.threadCount = 1;
+        Samples::writeCopcNodes(folder.path() / "x.copc.laz", smallCloud(), options);
+        seeds.push_back(TemporaryFolder::read(folder.path() / "x.copc.laz"));
+    }
+    return seeds;
+}
+
 std::vector<std::string> panoramaSeeds()
 {
     const TemporaryFolder folder;
@@ -163,6 +183,10 @@ std::vector<std::string> makeSeeds(std::string_view target)
     if (target == "ept")
     {
         return eptSeeds();
+    }
+    if (target == "copc")
+    {
+        return copcSeeds();
     }
     if (target == "panorama")
     {

@@ -13,6 +13,9 @@ void octree(std::string_view input);
 /// nodes.
 void ept(std::string_view input);
 
+/// A Cloud Optimized Point Cloud: the whole file.
+void copc(std::string_view input);
+
 /// A panorama in files 0 to 4: panorama.json, color.dzi, depth.dzi, all tiles of colour, all of depth.
 void panorama(std::string_view input);
 

@@ -1,8 +1,10 @@
 #include "octree/Location.h"
 
 #include "core/LocalFolder.h"
+#include "core/toUtf8.h"
 #include "octree/TreeKind.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <stdexcept>
 #include <utility>
@@ -30,7 +32,7 @@ Kind kindOf(const Core::ByteFolder& files)
     {
         try
         {
-            if (files.contains(kind->descriptionFile))
+            if (*kind->descriptionFile != '\0' && files.contains(kind->descriptionFile))
             {
                 return kind->kind;
             }
@@ -42,6 +44,14 @@ Kind kindOf(const Core::ByteFolder& files)
     }
     return treeKinds().front()->kind;
 }
+
+/// The kind that is opened by that file; null when it is none's.
+const TreeKind* kindOf(const Core::ByteFolder& files, std::string_view file)
+{
+    const auto isIts = [&](const TreeKind* kind) { return kind->isOpenedBy(files, file); };
+    const auto found = std::ranges::find_if(treeKinds(), isIts);
+    return found != treeKinds().end() ? *found : nullptr;
+}
 }  // namespace
 
 const char* kindName(Kind kind) noexcept
@@ -49,10 +59,10 @@ const char* kindName(Kind kind) noexcept
     return treeKind(kind).name;
 }
 
-Location::Location(Kind kind, std::filesystem::path folder)
+Location::Location(Kind kind, std::filesystem::path folder, std::string_view file)
     : mKind(kind),
       mFolder(std::move(folder)),
-      mFile(treeKind(kind).descriptionFile),
+      mFile(file.empty() ? treeKind(kind).descriptionFile : file),
       mFiles(std::make_shared<const Core::LocalFolder>(mFolder))
 {
 }
@@ -68,6 +78,10 @@ Location::Location(Kind kind, std::shared_ptr<const Core::ByteFolder> files, std
     {
         throw std::invalid_argument("Error: a location needs files");
     }
+    if (mFile.empty())
+    {
+        throw std::invalid_argument("Error: a location of this kind needs the name of its file");
+    }
     if (const auto* const local = dynamic_cast<const Core::LocalFolder*>(mFiles.get()))
     {
         mFolder = local->path();
@@ -82,13 +96,26 @@ Location Location::fromPath(const std::filesystem::path& path)
 {
     for (const TreeKind* const kind : treeKinds())
     {
-        if (path.filename() == kind->descriptionFile)
+        if (path.has_filename() && path.filename() == kind->descriptionFile)
         {
             return {kind->kind, folderOf(path)};
         }
     }
     const std::filesystem::path folder = withoutTrailingSeparator(path);
+    const std::filesystem::path parent = folderOf(folder);
+    const std::string file = Core::toUtf8(folder.filename());
+    const Core::LocalFolder around(parent);
+    if (const TreeKind* const kind = around.mayHaveFolder(file) ? nullptr : kindOf(around, file))
+    {
+        return {kind->kind, parent, file};
+    }
     return {kindOf(Core::LocalFolder(folder)), folder};
+}
+
+Location Location::fromFile(std::shared_ptr<const Core::ByteFolder> files, std::string_view file)
+{
+    const TreeKind* const kind = files ? kindOf(*files, file) : nullptr;
+    return {kind != nullptr ? kind->kind : treeKinds().front()->kind, std::move(files), file};
 }
 
 Location Location::fromFiles(std::shared_ptr<const Core::ByteFolder> files)

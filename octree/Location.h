@@ -19,6 +19,7 @@ enum class Kind
 {
     PoTree,   ///< three files: metadata.json, hierarchy.bin, octree.bin
     Entwine,  ///< Entwine Point Tiles
+    Copc,     ///< Cloud Optimized Point Cloud: one compressed LAS file
 };
 
 /// What a kind is called.
@@ -37,15 +38,21 @@ public:
 
     /// A data set whose files need not be local.
     /// @param files  not null; two locations are the same when these have one name
-    /// @param file   the one to open, the kind's usual one when empty
+    /// @param file   the one to open, the kind's usual one when empty; COPC has none
+    /// @throws std::invalid_argument  for no files, and for COPC without a file
     Location(Kind kind, std::shared_ptr<const Core::ByteFolder> files, std::string_view file = {});
 
     /// The location that the folder's files show: Entwine where there is an ept.json and no metadata.json,
-    /// else the three files. Also accepts the path of the metadata.json or ept.json itself.
+    /// else the three files. Also accepts the path of the metadata.json or ept.json itself, and of a COPC file:
+    /// any file is one whose name ends in ".laz" or ".las", or which begins as LAS files do. Those without octree
+    /// are refused when they are opened.
     static Location fromPath(const std::filesystem::path& path);
 
     /// The same for files that need not be local.
     static Location fromFiles(std::shared_ptr<const Core::ByteFolder> files);
+
+    /// The same for one of them, which need not be local: the file that a data set is opened by.
+    static Location fromFile(std::shared_ptr<const Core::ByteFolder> files, std::string_view file);
 
     /// Which kind of data set lies there.
     Kind kind() const noexcept { return mKind; }
@@ -76,7 +83,7 @@ public:
     bool operator==(const Location& other) const;
 
 private:
-    Location(Kind kind, std::filesystem::path folder);
+    Location(Kind kind, std::filesystem::path folder, std::string_view file = {});
 
     Kind mKind;
     std::filesystem::path mFolder;

@@ -70,10 +70,11 @@ public:
     const Location& location() const noexcept;
     Kind kind() const noexcept;
 
-    /// The data set's own name, or its folder's.
+    /// The data set's own name, or that of its folder, of a COPC file that of the file.
     std::string name() const;
 
-    /// "BROTLI" or "DEFAULT" for three files, "binary", "zstandard" or "laszip" for Entwine Point Tiles.
+    /// "BROTLI" or "DEFAULT" for three files, "binary", "zstandard" or "laszip" for Entwine Point Tiles, "laszip"
+    /// for COPC.
     std::string encoding() const;
 
     /// The origin of the octree's frame in absolute coordinates.
@@ -156,7 +157,8 @@ public:
     /// The data set's attribute list in storage order.
     std::vector<AttributeInfo> attributes() const;
 
-    /// Smallest and largest intensity that the data set declares; (0, 65535) when it does not say.
+    /// Smallest and largest intensity that the data set declares, of COPC that the root's points have; (0, 65535)
+    /// when it does not say.
     std::pair<std::uint16_t, std::uint16_t> intensityRange() const noexcept;
 
     /// Which intensities become dark and bright where they are to be 8 bits: in vertices, and in the greys of

@@ -1,5 +1,6 @@
 #include "octree/TreeKind.h"
 
+#include "octree/copc/treeKind.h"
 #include "octree/entwine/treeKind.h"
 #include "octree/potree/treeKind.h"
 
@@ -10,7 +11,8 @@ namespace Octree
 {
 std::span<const TreeKind* const> treeKinds() noexcept
 {
-    static const std::array<const TreeKind*, 2> kinds{&PoTree::treeKind(), &Entwine::treeKind()};
+    static const std::array<const TreeKind*, 3> kinds{
+        &PoTree::treeKind(), &Entwine::treeKind(), &Copc::treeKind()};
     return kinds;
 }
 

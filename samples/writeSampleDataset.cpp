@@ -41,4 +41,15 @@ EptSummary writeSampleEpt(const std::filesystem::path& folder, const SampleEptOp
     };
     return writeEpt(folder, scene.scan(options.points, options.threadCount), tiles);
 }
+
+CopcSummary writeSampleCopc(const std::filesystem::path& file, const SampleCopcOptions& options)
+{
+    const SampleScene scene(options.seed);
+    const CopcWriterOptions chunks{
+        .cube = kCube,
+        .hierarchyStep = 3,
+        .threadCount = options.threadCount,
+    };
+    return writeCopc(file, scene.scan(options.points, options.threadCount), chunks);
+}
 }  // namespace Samples

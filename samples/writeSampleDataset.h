@@ -1,5 +1,6 @@
 #pragma once
 
+#include "samples/CopcWriter.h"
 #include "samples/EptWriter.h"
 #include "samples/OctreeWriter.h"
 
@@ -34,4 +35,15 @@ struct SampleEptOptions
 
 /// The same cloud in the same nodes as Entwine Point Tiles.
 EptSummary writeSampleEpt(const std::filesystem::path& folder, const SampleEptOptions& options = {});
+
+struct SampleCopcOptions
+{
+    std::size_t points = 1'000'000;
+    std::uint64_t seed = 1;
+    unsigned threadCount = 0;
+};
+
+/// The same cloud in the same nodes as one COPC file, without normals.
+/// @param file  in a folder that is there
+CopcSummary writeSampleCopc(const std::filesystem::path& file, const SampleCopcOptions& options = {});
 }  // namespace Samples

@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # Fuzzes the readers of files: scripts/fuzz.sh [TARGET] [SECONDS]
 #
-# TARGET is octree, ept, panorama, mesh or region; all of them one after the other without it, or with "all". SECONDS is the
+# TARGET is octree, ept, copc, panorama, mesh or region; all of them one after the other without it, or with "all". SECONDS is the
 # time for each, 60 without it. Builds what it needs with Clang. What is found interesting stays in build/fuzz/corpus, and
 # what is wrong ends the run: its input then lies in build/fuzz/findings. Mend it, and put the input into
 # fuzz/regressions/TARGET, which the tests replay.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-targets=(octree ept panorama mesh region)
+targets=(octree ept copc panorama mesh region)
 if [ $# -ge 1 ] && [ "$1" != all ]; then
     targets=("$1")
 fi

@@ -8,6 +8,7 @@
 #include "samples/writeSampleDataset.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <limits>
 #include <memory>
 #include <string>
@@ -29,7 +30,8 @@ struct SampleOptions
     std::uint32_t panoramaWidth = Samples::SamplePanoramaOptions().width;
 };
 
-void writeTiles(const SampleOptions& options)
+/// @return what was written, for later commands
+std::string writeTiles(const SampleOptions& options)
 {
     Samples::SampleEptOptions sample;
     sample.points = options.points;
@@ -37,9 +39,21 @@ void writeTiles(const SampleOptions& options)
     sample.dataType =
         options.format == "ept-binary" ? Samples::EptDataType::Binary : Samples::EptDataType::Zstandard;
     Samples::writeSampleEpt(toPath(options.folder), sample);
+    return options.folder;
 }
 
-void writeThreeFiles(const SampleOptions& options)
+std::string writeOneFile(const SampleOptions& options)
+{
+    Samples::SampleCopcOptions sample;
+    sample.points = options.points;
+    sample.seed = options.seed;
+    std::filesystem::create_directories(toPath(options.folder));
+    const std::string file = options.folder + "/sample.copc.laz";
+    Samples::writeSampleCopc(toPath(file), sample);
+    return file;
+}
+
+std::string writeThreeFiles(const SampleOptions& options)
 {
     Samples::SampleDatasetOptions sample;
     sample.points = options.points;
@@ -47,6 +61,7 @@ void writeThreeFiles(const SampleOptions& options)
     sample.encoding =
         options.encoding == "brotli" ? Samples::OctreeEncoding::Brotli : Samples::OctreeEncoding::Default;
     Samples::writeSampleDataset(toPath(options.folder), sample);
+    return options.folder;
 }
 
 /// What goes with the cloud, taken of the same scene. Each line ends in the options that `render` needs with
@@ -76,8 +91,10 @@ void writeCompanions(const SampleOptions& options)
 
 void run(const SampleOptions& options)
 {
-    (options.format == "octree" ? writeThreeFiles : writeTiles)(options);
-    writeOutput(options.folder + "\n");
+    const auto write = options.format == "octree" ? writeThreeFiles
+                       : options.format == "copc" ? writeOneFile
+                                                  : writeTiles;
+    writeOutput(write(options) + "\n");
     if (!options.cloudOnly)
     {
         writeCompanions(options);
@@ -107,9 +124,10 @@ void addSampleCommand(CLI::App& app)
     verb->add_option(
             "--format",
             options->format,
-            "octree of three files, or Entwine Point Tiles: ept-binary, ept-zstandard (default: octree)"
+            "octree of three files, Entwine Point Tiles: ept-binary, ept-zstandard, or one file: copc "
+            "(default: octree)"
     )
-        ->check(CLI::IsMember({"octree", "ept-binary", "ept-zstandard"}));
+        ->check(CLI::IsMember({"octree", "ept-binary", "ept-zstandard", "copc"}));
     verb->add_option(
             "--encoding",
             options->encoding,
@@ -126,7 +144,8 @@ void addSampleCommand(CLI::App& app)
     verb->footer(
         "Examples:\n  tarnel sample out/sample\n"
         "  tarnel sample out/small --points 50000 --seed 7 --encoding default\n"
-        "  tarnel sample out/tiles --format ept-zstandard --cloud-only"
+        "  tarnel sample out/tiles --format ept-zstandard --cloud-only\n"
+        "  tarnel sample out/one --format copc --cloud-only"
     );
     verb->callback(
         [options]

@@ -12,7 +12,7 @@ Octree::Location datasetLocation(const std::string& path)
     if (!location.exists())
     {
         throw std::runtime_error(
-            path + ": no data set here (expected a folder with metadata.json or ept.json)"
+            path + ": no data set here (expected a folder with metadata.json or ept.json, or a COPC file)"
         );
     }
     return location;

@@ -7,7 +7,8 @@
 
 namespace Entwine
 {
-void BinaryCodec::checkStored(std::uint64_t stored, const TileLayout& layout, std::uint64_t pointCount) const
+void BinaryCodec::checkStored(std::uint64_t stored, const Octree::RowLayout& layout, std::uint64_t pointCount)
+    const
 {
     checkRows(pointCount, layout.bytesPerPoint);
     if (stored != pointCount * layout.bytesPerPoint)
@@ -19,7 +20,7 @@ void BinaryCodec::checkStored(std::uint64_t stored, const TileLayout& layout, st
 }
 
 std::optional<Tile> BinaryCodec::
-    unpacked(const TileLayout& layout, std::uint64_t, const Octree::ScratchLoan& scratch, const std::stop_token&)
+    unpacked(const Octree::RowLayout& layout, std::uint64_t, const Octree::ScratchLoan& scratch, const std::stop_token&)
         const
 {
     return Tile{layout, scratch.stored};

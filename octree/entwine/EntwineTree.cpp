@@ -4,6 +4,7 @@
 #include "octree/ScratchLoan.h"
 #include "octree/entwine/TileCodec.h"
 #include "octree/entwine/nodeKey.h"
+#include "octree/entwine/rowLayout.h"
 #include "octree/fileError.h"
 
 #include <algorithm>
@@ -34,7 +35,7 @@ double stepOf(const Dimension& dimension)
 }
 
 Octree::TreeDescription describe(
-    const Metadata& metadata, const TileLayout& layout, const Core::ByteFolder& files
+    const Metadata& metadata, const Octree::RowLayout& layout, const Core::ByteFolder& files
 )
 {
     Octree::TreeDescription description;
@@ -66,7 +67,7 @@ Octree::TreeDescription describe(
 
 EntwineTree::EntwineTree(const Octree::Location& location)
     : mMetadata(readMetadata(*location.files()->open(location.file()))),
-      mLayout(mMetadata),
+      mLayout(rowLayout(mMetadata)),
       mDescription(describe(mMetadata, mLayout, *location.files())),
       mHierarchy(location.files()),
       mTiles(location.files(), mMetadata)
@@ -110,11 +111,11 @@ std::optional<Hierarchy::Node> EntwineTree::existingNode(
     return node;
 }
 
-std::optional<TileConversion> EntwineTree::conversion(
+std::optional<Octree::RowConversion> EntwineTree::conversion(
     unsigned attributes, double unitScale, const std::stop_token& stopToken
 ) const
 {
-    TileConversion conversion{mDescription.position, unitScale, false};
+    Octree::RowConversion conversion{mDescription.position, unitScale, false};
     if (Octree::hasColor(attributes) && mLayout.rgb)
     {
         const std::optional<bool> wide = hasWideColors(stopToken);
@@ -145,8 +146,9 @@ bool EntwineTree::getNodePointData(
         out.clear();
         return true;
     }
-    const std::optional<TileConversion> how = conversion(attributes, unitScale, stopToken);
-    const auto decode = [&](const Tile& tile) { decodeTile(tile.layout, *how, tile.rows, attributes, out); };
+    const std::optional<Octree::RowConversion> how = conversion(attributes, unitScale, stopToken);
+    const auto decode = [&](const Tile& tile)
+    { Octree::decodeRows(tile.layout, *how, tile.rows, attributes, out); };
     return how && readTile(id, node->pointCount, decode, stopToken);
 }
 
@@ -168,8 +170,9 @@ bool EntwineTree::passNodePoints(
         sink.begin(0, 0);
         return true;
     }
-    const std::optional<TileConversion> how = conversion(attributes, unitScale, stopToken);
-    const auto decode = [&](const Tile& tile) { decodeTile(tile.layout, *how, tile.rows, attributes, sink); };
+    const std::optional<Octree::RowConversion> how = conversion(attributes, unitScale, stopToken);
+    const auto decode = [&](const Tile& tile)
+    { Octree::decodeRows(tile.layout, *how, tile.rows, attributes, sink); };
     return how && readTile(id, node->pointCount, decode, stopToken);
 }
 
@@ -236,6 +239,6 @@ std::optional<bool> EntwineTree::sampleWideColors(const std::stop_token& stopTok
     }
     const Octree::ScratchLoan scratch;
     const std::optional<Tile> tile = mTiles.read(id, node->pointCount, scratch, stopToken);
-    return tile ? std::optional(Entwine::hasWideColors(tile->layout, tile->rows)) : std::nullopt;
+    return tile ? std::optional(Octree::hasWideColors(tile->layout, tile->rows)) : std::nullopt;
 }
 }  // namespace Entwine

@@ -5,9 +5,9 @@
 #include "octree/entwine/Hierarchy.h"
 #include "octree/entwine/Metadata.h"
 #include "octree/entwine/RememberedAnswer.h"
-#include "octree/entwine/TileLayout.h"
 #include "octree/entwine/TileReader.h"
-#include "octree/entwine/decodeTile.h"
+#include "octree/rows/RowLayout.h"
+#include "octree/rows/decodeRows.h"
 
 #include <cstdint>
 #include <functional>
@@ -57,7 +57,7 @@ private:
     std::optional<Hierarchy::Node> existingNode(
         const Octree::OctreeNodeId& id, const std::stop_token& stopToken
     ) const;
-    std::optional<TileConversion> conversion(
+    std::optional<Octree::RowConversion> conversion(
         unsigned attributes, double unitScale, const std::stop_token& stopToken
     ) const;
 
@@ -72,7 +72,7 @@ private:
     std::optional<bool> sampleWideColors(const std::stop_token& stopToken) const;
 
     Metadata mMetadata;
-    TileLayout mLayout;
+    Octree::RowLayout mLayout;
     Octree::TreeDescription mDescription;
     Hierarchy mHierarchy;
     TileReader mTiles;

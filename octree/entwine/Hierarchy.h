@@ -1,10 +1,10 @@
 #pragma once
 
 #include "core/ByteFolder.h"
-#include "core/LruCache.h"
 #include "octree/ChildSummary.h"
 #include "octree/Export.h"
 #include "octree/OctreeNodeId.h"
+#include "octree/PagedHierarchy.h"
 #include "octree/entwine/HierarchyFile.h"
 
 #include <cstdint>
@@ -52,19 +52,7 @@ public:
     static constexpr std::uint64_t kCacheCapacity = 4'000'000;
 
 private:
-    using SharedFile = std::shared_ptr<const HierarchyFile>;
-
-    struct NodeCount
-    {
-        std::uint64_t operator()(const SharedFile& file) const noexcept { return file->size(); }
-    };
-
-    /// The file that has the node's own count; null when there is none or a stop was requested.
-    SharedFile fileWith(const Octree::OctreeNodeId& id, const std::stop_token& stopToken) const;
-
-    SharedFile cachedFile(const Octree::OctreeNodeId& first, std::stop_token stopToken) const;
-
     std::shared_ptr<const Core::ByteFolder> mDataSet;
-    mutable Core::LruCache<Octree::OctreeNodeId, SharedFile, NodeCount> mFiles;
+    Octree::PagedHierarchy<HierarchyFile::Entry> mFiles;
 };
 }  // namespace Entwine

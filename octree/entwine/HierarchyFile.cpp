@@ -6,11 +6,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace Entwine
 {
@@ -99,12 +100,6 @@ private:
     bool mInside = false;
 };
 
-std::vector<HierarchyFile::Entry>::const_iterator lowerBound(
-    const std::vector<HierarchyFile::Entry>& entries, const OctreeNodeId& id
-)
-{
-    return std::ranges::lower_bound(entries, id, {}, &HierarchyFile::Entry::id);
-}
 }  // namespace
 
 HierarchyFile::HierarchyFile(std::string_view text, const OctreeNodeId& first, std::string_view file)
@@ -112,63 +107,25 @@ HierarchyFile::HierarchyFile(std::string_view text, const OctreeNodeId& first, s
 {
     try
     {
-        EntryReader reader(mEntries);
+        std::vector<Entry> entries;
+        EntryReader reader(entries);
         json::sax_parse(text.begin(), text.end(), &reader);
+        mNodes = Octree::NodeTable<Entry>(std::move(entries), first);
     }
     catch (const std::exception& error)
     {
         throw Octree::fileError(file, error.what());
     }
-    mEntries.shrink_to_fit();
-    std::ranges::sort(mEntries, {}, &Entry::id);
-    check(file);
-}
-
-// With these rules no file can lead back to a node above its own, so a walk over all of them ends.
-void HierarchyFile::check(std::string_view file) const
-{
-    if (count(mFirst).value_or(kElsewhere) == kElsewhere)
-    {
-        throw Octree::fileError(file, "node " + nodeKey(mFirst) + ", expected its own number of points here");
-    }
-    for (std::size_t i = 0; i < mEntries.size(); ++i)
-    {
-        const OctreeNodeId& id = mEntries[i].id;
-        if (i > 0 && mEntries[i - 1].id == id)
-        {
-            throw Octree::fileError(file, "node " + nodeKey(id) + " is listed twice, expected once");
-        }
-        if (id != mFirst && (id.isRoot() || count(id.parent()).value_or(kElsewhere) == kElsewhere))
-        {
-            throw Octree::fileError(
-                file,
-                "node " + nodeKey(id) + " without its parent, expected only nodes of the subtree of " +
-                    nodeKey(mFirst) + " whose parents are listed too"
-            );
-        }
-    }
 }
 
 std::optional<std::int64_t> HierarchyFile::count(const OctreeNodeId& id) const noexcept
 {
-    const auto found = lowerBound(mEntries, id);
-    return found != mEntries.end() && found->id == id ? std::optional(found->count) : std::nullopt;
+    const Entry* const entry = mNodes.find(id);
+    return entry != nullptr ? std::optional(entry->count) : std::nullopt;
 }
 
 unsigned HierarchyFile::childMask(const OctreeNodeId& id) const noexcept
 {
-    if (id.level() >= OctreeNodeId::MAX_REPRESENTABLE_LEVEL)
-    {
-        return 0;
-    }
-    unsigned mask = 0;
-    const std::uint64_t firstChild = id.code() << 3U;
-    for (auto entry = lowerBound(mEntries, id.child(0));
-         entry != mEntries.end() && entry->id.code() - firstChild < 8;
-         ++entry)
-    {
-        mask |= 1U << entry->id.childIndex();
-    }
-    return mask;
+    return mNodes.childMask(id);
 }
 }  // namespace Entwine

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "octree/Export.h"
+#include "octree/NodeTable.h"
 #include "octree/OctreeNodeId.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
-#include <vector>
 
 namespace Entwine
 {
@@ -19,7 +19,7 @@ class HierarchyFile
 {
 public:
     /// Number of points of a node that another file describes.
-    static constexpr std::int64_t kElsewhere = -1;
+    static constexpr std::int64_t kElsewhere = Octree::kPointsElsewhere;
 
     /// Reads and checks the text: one object of node keys and numbers of points.
     /// @param first  the node that the subtree begins with; it must be listed with its own number
@@ -39,7 +39,7 @@ public:
     OCTREE_API unsigned childMask(const Octree::OctreeNodeId& id) const noexcept;
 
     /// Number of nodes listed.
-    std::size_t size() const noexcept { return mEntries.size(); }
+    std::size_t size() const noexcept { return mNodes.size(); }
 
     /// One node that the file lists.
     struct Entry
@@ -48,10 +48,11 @@ public:
         std::int64_t count;       ///< number of points, or kElsewhere
     };
 
-private:
-    void check(std::string_view file) const;
+    /// All of them.
+    const Octree::NodeTable<Entry>& nodes() const noexcept { return mNodes; }
 
+private:
     Octree::OctreeNodeId mFirst;
-    std::vector<Entry> mEntries;
+    Octree::NodeTable<Entry> mNodes;
 };
 }  // namespace Entwine

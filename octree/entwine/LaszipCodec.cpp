@@ -24,7 +24,7 @@ std::uint64_t largestLaz(std::uint64_t pointCount)
 }
 }  // namespace
 
-void LaszipCodec::checkStored(std::uint64_t stored, const TileLayout&, std::uint64_t pointCount) const
+void LaszipCodec::checkStored(std::uint64_t stored, const Octree::RowLayout&, std::uint64_t pointCount) const
 {
     const std::uint64_t limit = largestLaz(pointCount);
     if (stored > limit)
@@ -37,7 +37,7 @@ void LaszipCodec::checkStored(std::uint64_t stored, const TileLayout&, std::uint
 }
 
 std::optional<Tile> LaszipCodec::unpacked(
-    const TileLayout& declared,
+    const Octree::RowLayout& declared,
     std::uint64_t pointCount,
     const Octree::ScratchLoan& scratch,
     const std::stop_token& stopToken
@@ -51,7 +51,7 @@ std::optional<Tile> LaszipCodec::unpacked(
             " as the hierarchy says"
         );
     }
-    TileLayout layout = lazLayout(header, declared);
+    Octree::RowLayout layout = lazLayout(header, declared);
     checkRows(pointCount, layout.bytesPerPoint);
     const std::span<const std::byte> chunks = Las::equalChunks(scratch.stored, header);
     if (!Las::decodeChunks(

@@ -3,7 +3,7 @@
 #include "octree/Export.h"
 #include "octree/ScratchLoan.h"
 #include "octree/entwine/Metadata.h"
-#include "octree/entwine/TileLayout.h"
+#include "octree/rows/RowLayout.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -16,7 +16,7 @@ namespace Entwine
 /// The points of a tile as rows.
 struct Tile
 {
-    TileLayout layout;                ///< of this tile: that of a laszip tile is its own
+    Octree::RowLayout layout;         ///< of this tile: that of a laszip tile is its own
     std::span<const std::byte> rows;  ///< in memory of the scratch
 };
 
@@ -43,14 +43,14 @@ public:
     /// @param layout      of rows as the schema declares them
     /// @param pointCount  what the hierarchy says
     /// @throws std::runtime_error  when so many points cannot take so many bytes
-    virtual void checkStored(std::uint64_t stored, const TileLayout& layout, std::uint64_t pointCount)
+    virtual void checkStored(std::uint64_t stored, const Octree::RowLayout& layout, std::uint64_t pointCount)
         const = 0;
 
     /// Makes rows of the bytes in scratch.stored, of which checkStored() has seen the number.
     /// @return the tile, or nothing when a stop was requested
     /// @throws std::runtime_error  for bytes that are broken or of another number of points
     virtual std::optional<Tile> unpacked(
-        const TileLayout& layout,
+        const Octree::RowLayout& layout,
         std::uint64_t pointCount,
         const Octree::ScratchLoan& scratch,
         const std::stop_token& stopToken

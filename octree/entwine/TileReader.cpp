@@ -1,34 +1,18 @@
 #include "octree/entwine/TileReader.h"
 
 #include "octree/entwine/nodeKey.h"
+#include "octree/entwine/rowLayout.h"
 #include "octree/fileError.h"
 #include "octree/kMaxPointsPerNode.h"
+#include "octree/naming.h"
 
-#include <stdexcept>
 #include <string>
 #include <utility>
 
 namespace Entwine
 {
-namespace
-{
-/// Puts the file's name before what goes wrong in `step`.
-template <class Step>
-auto naming(const Core::ByteSource& file, const Step& step)
-{
-    try
-    {
-        return step();
-    }
-    catch (const std::runtime_error& error)
-    {
-        throw Octree::fileError(file.name(), error.what());
-    }
-}
-}  // namespace
-
 TileReader::TileReader(std::shared_ptr<const Core::ByteFolder> files, const Metadata& metadata)
-    : mFiles(std::move(files)), mCodec(tileCodec(metadata.dataType)), mLayout(metadata)
+    : mFiles(std::move(files)), mCodec(tileCodec(metadata.dataType)), mLayout(rowLayout(metadata))
 {
 }
 
@@ -63,12 +47,14 @@ std::optional<Tile> TileReader::read(
         return std::nullopt;
     }
     const std::uint64_t stored = file->size();
-    naming(*file, [&] { mCodec.checkStored(stored, mLayout, pointCount); });
+    Octree::naming(file->name(), [&] { mCodec.checkStored(stored, mLayout, pointCount); });
     scratch.stored.resize(static_cast<std::size_t>(stored));
     if (!file->readAt(0, scratch.stored, stopToken))
     {
         return std::nullopt;
     }
-    return naming(*file, [&] { return mCodec.unpacked(mLayout, pointCount, scratch, stopToken); });
+    return Octree::naming(
+        file->name(), [&] { return mCodec.unpacked(mLayout, pointCount, scratch, stopToken); }
+    );
 }
 }  // namespace Entwine

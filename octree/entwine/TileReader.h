@@ -6,7 +6,7 @@
 #include "octree/ScratchLoan.h"
 #include "octree/entwine/Metadata.h"
 #include "octree/entwine/TileCodec.h"
-#include "octree/entwine/TileLayout.h"
+#include "octree/rows/RowLayout.h"
 
 #include <cstdint>
 #include <memory>
@@ -47,6 +47,6 @@ private:
 
     std::shared_ptr<const Core::ByteFolder> mFiles;
     const TileCodec& mCodec;
-    TileLayout mLayout;  // of rows as the schema declares them
+    Octree::RowLayout mLayout;  // of rows as the schema declares them
 };
 }  // namespace Entwine

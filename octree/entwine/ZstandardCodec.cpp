@@ -17,8 +17,9 @@ std::uint64_t largestFrame(std::uint64_t size)
 }
 }  // namespace
 
-void ZstandardCodec::checkStored(std::uint64_t stored, const TileLayout& layout, std::uint64_t pointCount)
-    const
+void ZstandardCodec::checkStored(
+    std::uint64_t stored, const Octree::RowLayout& layout, std::uint64_t pointCount
+) const
 {
     checkRows(pointCount, layout.bytesPerPoint);
     if (stored > largestFrame(pointCount * layout.bytesPerPoint))
@@ -30,7 +31,7 @@ void ZstandardCodec::checkStored(std::uint64_t stored, const TileLayout& layout,
 }
 
 std::optional<Tile> ZstandardCodec::unpacked(
-    const TileLayout& layout,
+    const Octree::RowLayout& layout,
     std::uint64_t pointCount,
     const Octree::ScratchLoan& scratch,
     const std::stop_token& stopToken

@@ -14,10 +14,11 @@ public:
 
     bool hasRowsOfSchema() const noexcept override { return true; }
 
-    void checkStored(std::uint64_t stored, const TileLayout& layout, std::uint64_t pointCount) const override;
+    void checkStored(std::uint64_t stored, const Octree::RowLayout& layout, std::uint64_t pointCount)
+        const override;
 
     std::optional<Tile> unpacked(
-        const TileLayout& layout,
+        const Octree::RowLayout& layout,
         std::uint64_t pointCount,
         const Octree::ScratchLoan& scratch,
         const std::stop_token& stopToken

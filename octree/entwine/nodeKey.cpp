@@ -1,7 +1,10 @@
 #include "octree/entwine/nodeKey.h"
 
+#include "octree/NodeCell.h"
+
 #include <array>
 #include <charconv>
+#include <cstddef>
 #include <cstdint>
 #include <system_error>
 
@@ -11,21 +14,7 @@ using Octree::OctreeNodeId;
 
 std::string nodeKey(const OctreeNodeId& id)
 {
-    std::array<std::uint64_t, 3> cell{};
-    for (std::uint64_t level = id.level(); level > 0; --level)
-    {
-        const std::uint64_t child = id.code() >> (3U * (level - 1U));
-        for (unsigned axis = 0; axis < 3; ++axis)
-        {
-            cell[axis] = cell[axis] << 1U | (child >> (2U - axis) & 1U);
-        }
-    }
-    std::string key = std::to_string(id.level());
-    for (const std::uint64_t coordinate : cell)
-    {
-        key += '-' + std::to_string(coordinate);
-    }
-    return key;
+    return Octree::cellName(id);
 }
 
 std::optional<OctreeNodeId> parseNodeKey(std::string_view key)
@@ -47,26 +36,10 @@ std::optional<OctreeNodeId> parseNodeKey(std::string_view key)
         }
         next = after;
     }
-    const std::uint32_t depth = numbers[0];
-    if (next != end || depth > OctreeNodeId::MAX_REPRESENTABLE_LEVEL)
+    if (next != end)
     {
         return std::nullopt;
     }
-    for (std::size_t axis = 1; axis < numbers.size(); ++axis)
-    {
-        if (numbers[axis] >> depth != 0)
-        {
-            return std::nullopt;
-        }
-    }
-    OctreeNodeId id;
-    for (std::uint32_t level = depth; level > 0; --level)
-    {
-        const std::uint32_t bit = level - 1;
-        id = id.child(
-            (numbers[1] >> bit & 1U) << 2U | (numbers[2] >> bit & 1U) << 1U | (numbers[3] >> bit & 1U)
-        );
-    }
-    return id;
+    return Octree::nodeAt({numbers[0], {numbers[1], numbers[2], numbers[3]}});
 }
 }  // namespace Entwine

@@ -27,14 +27,16 @@ constexpr std::size_t kRecordLength = 105;
 constexpr std::size_t kPointCount = 107;
 constexpr std::size_t kScale = 131;
 constexpr std::size_t kOffset = 155;
+constexpr std::size_t kBounds = 179;          // largest and smallest x, then y, then z
 constexpr std::size_t kLongPointCount = 247;  // from LAS 1.4 on
 
 constexpr std::size_t kShortHeader = kShortestLasHeader;  // up to LAS 1.2
 constexpr std::size_t kLongHeader = 375;                  // from LAS 1.4 on
 
 // A variable length record: 2 bytes reserved, 16 of the author, 2 of the number, 2 of the length, 32 of text.
-constexpr std::size_t kRecordHead = 54;
-constexpr std::string_view kLaszipAuthor{"laszip encoded\0\0", 16};
+constexpr std::size_t kRecordHead = kLasRecordHead;
+constexpr std::size_t kAuthorSize = 16;  // filled up with zeros
+constexpr const char* kLaszipAuthor = "laszip encoded";
 constexpr unsigned kLaszipNumber = 22204;
 constexpr std::size_t kLaszipFixedPart = 34;
 constexpr std::size_t kLaszipItem = 6;
@@ -120,34 +122,6 @@ std::vector<LazItem> itemsOf(
     return items;
 }
 
-/// The data of the record that says how points are compressed.
-Bytes laszipRecord(Bytes file, std::size_t headerSize, std::size_t pointsBegin)
-{
-    std::size_t position = headerSize;
-    for (std::uint32_t left = at<std::uint32_t>(file, kRecordCount); left > 0; --left)
-    {
-        require(
-            pointsBegin - position >= kRecordHead,
-            "variable length records beyond the beginning of the points",
-            std::to_string(left) + " more of them"
-        );
-        const Bytes head = file.subspan(position, kRecordHead);
-        const std::size_t length = at<std::uint16_t>(head, 20);
-        position += kRecordHead;
-        require(
-            pointsBegin - position >= length,
-            "a variable length record of " + std::to_string(length) + " bytes",
-            "at most " + std::to_string(pointsBegin - position) + " before the points"
-        );
-        if (text(head.subspan(2, 16)) == kLaszipAuthor && at<std::uint16_t>(head, 18) == kLaszipNumber)
-        {
-            return file.subspan(position, length);
-        }
-        position += length;
-    }
-    fail("points are not compressed by LASzip", "a record \"laszip encoded\"");
-}
-
 void readCompression(Bytes record, const PointFormat& format, std::size_t recordLength, LazHeader& header)
 {
     require(
@@ -226,6 +200,8 @@ void readCoordinates(Bytes file, LazHeader& header)
             "bad offset of " + name + " in the LAS header",
             "a number within 1e30"
         );
+        header.max[axis] = at<double>(file, kBounds + 2 * axis * sizeof(double));
+        header.min[axis] = at<double>(file, kBounds + (2 * axis + 1) * sizeof(double));
     }
 }
 }  // namespace
@@ -249,15 +225,57 @@ std::uint64_t lazHeaderSize(Bytes begin, std::uint64_t fileSize)
     return pointsBegin;
 }
 
+namespace
+{
+/// The same, of bytes that are all there.
+std::size_t presentHeaderSize(Bytes begin, std::uint64_t fileSize)
+{
+    const std::uint64_t size = lazHeaderSize(begin, fileSize);
+    require(
+        size <= begin.size(),
+        std::to_string(begin.size()) + " bytes of a LAS file",
+        "all before its points, " + std::to_string(size)
+    );
+    return static_cast<std::size_t>(size);
+}
+}  // namespace
+
+std::optional<LasRecord> findLasRecord(
+    Bytes begin, std::uint64_t fileSize, std::string_view author, unsigned number
+)
+{
+    const std::size_t pointsBegin = presentHeaderSize(begin, fileSize);
+    std::string wanted(author);
+    wanted.resize(kAuthorSize, '\0');
+    std::size_t position = at<std::uint16_t>(begin, kHeaderSize);
+    for (std::uint32_t left = at<std::uint32_t>(begin, kRecordCount); left > 0; --left)
+    {
+        require(
+            pointsBegin - position >= kRecordHead,
+            "variable length records beyond the beginning of the points",
+            std::to_string(left) + " more of them"
+        );
+        const Bytes head = begin.subspan(position, kRecordHead);
+        const std::size_t length = at<std::uint16_t>(head, 20);
+        position += kRecordHead;
+        require(
+            pointsBegin - position >= length,
+            "a variable length record of " + std::to_string(length) + " bytes",
+            "at most " + std::to_string(pointsBegin - position) + " before the points"
+        );
+        if (text(head.subspan(2, kAuthorSize)) == wanted && at<std::uint16_t>(head, 18) == number)
+        {
+            return LasRecord{position, begin.subspan(position, length)};
+        }
+        position += length;
+    }
+    return std::nullopt;
+}
+
 LazHeader parseLazHeader(Bytes begin, std::uint64_t fileSize)
 {
     LazHeader header;
-    header.pointsBegin = lazHeaderSize(begin, fileSize);
-    require(
-        header.pointsBegin <= begin.size(),
-        std::to_string(begin.size()) + " bytes of a LAS file",
-        "all before its points, " + std::to_string(header.pointsBegin)
-    );
+    header.pointsBegin = presentHeaderSize(begin, fileSize);
     header.pointCount = versionOf(begin) >= 4 ? at<std::uint64_t>(begin, kLongPointCount)
                                               : at<std::uint32_t>(begin, kPointCount);
 
@@ -266,14 +284,9 @@ LazHeader parseLazHeader(Bytes begin, std::uint64_t fileSize)
     header.isLayered = format.number >= 6;
     header.hasColors = format.colorChannels > 0;
     readCoordinates(begin, header);
-    readCompression(
-        laszipRecord(
-            begin, at<std::uint16_t>(begin, kHeaderSize), static_cast<std::size_t>(header.pointsBegin)
-        ),
-        format,
-        at<std::uint16_t>(begin, kRecordLength),
-        header
-    );
+    const std::optional<LasRecord> compression = findLasRecord(begin, fileSize, kLaszipAuthor, kLaszipNumber);
+    require(compression.has_value(), "points are not compressed by LASzip", "a record \"laszip encoded\"");
+    readCompression(compression->data, format, at<std::uint16_t>(begin, kRecordLength), header);
     return header;
 }
 

@@ -165,7 +165,7 @@ TEST_P(CliEntwine, ExportVisibleWritesPointsWithinTheBoundsAndPickFindsOne)
     EXPECT_THAT(pick.output, testing::StartsWith("point"));
 }
 
-// The four store the same millimetres in the same nodes. But they count from different reference positions,
+// The five store the same millimetres in the same nodes. But they count from different reference positions,
 // so single precision rounds coordinates by some hundredths of a millimetre: far less than a pixel, and the
 // borders of the query lie between millimetres. The edge of a splat may fall differently, though none does
 // here.
@@ -185,16 +185,18 @@ TEST(CliEntwineSample, OneCloudInEveryFormatLooksTheSameAndAnswersQueriesTheSame
         {"default", {"--encoding", "default"}, "DEFAULT"},
         {"binary", {"--format", "ept-binary"}, "binary"},
         {"zstandard", {"--format", "ept-zstandard"}, "zstandard"},
+        {"copc", {"--format", "copc"}, "laszip"},
     };
     std::vector<Graphics::ColorImage> pictures;
     std::vector<std::vector<Row>> rows;
     for (const Format& format : formats)
     {
-        const std::string path = text(folder.path() / format.name);
-        std::vector<std::string> arguments{"sample", path, "--points", "30000", "--cloud-only"};
+        std::vector<std::string> arguments{
+            "sample", text(folder.path() / format.name), "--points", "30000", "--cloud-only"};
         arguments.insert(arguments.end(), format.options.begin(), format.options.end());
         const TarnelRun sample = runTarnel(arguments);
         ASSERT_EQ(sample.exitCode, 0) << sample.errors;
+        const std::string path = sample.output.substr(0, sample.output.find_first_of("\r\n"));
         const json info = json::parse(runTarnel({"info", path, "--json"}).output);
         EXPECT_EQ(info["encoding"], format.encoding);
 

@@ -76,6 +76,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Target{"octree", Fuzz::octree},
         Target{"ept", Fuzz::ept},
+        Target{"copc", Fuzz::copc},
         Target{"panorama", Fuzz::panorama},
         Target{"mesh", Fuzz::mesh},
         Target{"region", Fuzz::region}

@@ -2,6 +2,7 @@
 #include "octree/entwine/EntwineTree.h"
 #include "octree/entwine/Metadata.h"
 #include "octree/entwine/TileCodec.h"
+#include "octree/entwine/rowLayout.h"
 #include "octree/las/LazHeader.h"
 #include "octree/las/decodeChunks.h"
 #include "tests/octree/EptTestSet.h"
@@ -242,7 +243,8 @@ protected:
         const Octree::ScratchLoan scratch;
         const auto bytes = std::as_bytes(std::span(file));
         scratch.stored.assign(bytes.begin(), bytes.end());
-        const Entwine::TileLayout layout(Entwine::parseMetadata(smallEpt("laszip").dump(), "ept.json"));
+        const Octree::RowLayout layout =
+            Entwine::rowLayout(Entwine::parseMetadata(smallEpt("laszip").dump(), "ept.json"));
         return messageOf<std::runtime_error>(
             [&] { Entwine::tileCodec(Entwine::DataType::Laszip).unpacked(layout, count, scratch, {}); }
         );

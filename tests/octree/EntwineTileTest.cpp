@@ -1,7 +1,7 @@
 #include "octree/entwine/Metadata.h"
-#include "octree/entwine/TileLayout.h"
-#include "octree/entwine/decodeTile.h"
+#include "octree/entwine/rowLayout.h"
 #include "octree/entwine/zstdDecode.h"
+#include "octree/rows/decodeRows.h"
 #include "tests/octree/EptTestSet.h"
 #include "tests/octree/TestDataSet.h"
 #include "tests/support/messageOf.h"
@@ -22,10 +22,10 @@
 
 namespace
 {
-using Entwine::TileConversion;
-using Entwine::TileLayout;
 using nlohmann::json;
 using Octree::NodePointColumns;
+using Octree::RowConversion;
+using Octree::RowLayout;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -35,7 +35,7 @@ std::span<const std::byte> bytesOf(const std::string& text)
 }
 
 /// X, Y and Z of one byte each, then the dimensions given.
-TileLayout layoutWith(const json& dimensions)
+RowLayout layoutWith(const json& dimensions)
 {
     json document = smallEpt("binary");
     document["schema"] = json::array();
@@ -47,22 +47,22 @@ TileLayout layoutWith(const json& dimensions)
     {
         document["schema"].push_back(dimension);
     }
-    return TileLayout(Entwine::parseMetadata(document.dump(), "ept.json"));
+    return Entwine::rowLayout(Entwine::parseMetadata(document.dump(), "ept.json"));
 }
 
-TileLayout layoutOf(const json& schema)
+RowLayout layoutOf(const json& schema)
 {
     json document = smallEpt("binary");
     document["schema"] = schema;
-    return TileLayout(Entwine::parseMetadata(document.dump(), "ept.json"));
+    return Entwine::rowLayout(Entwine::parseMetadata(document.dump(), "ept.json"));
 }
 
 NodePointColumns decoded(
-    const TileLayout& layout, const std::string& rows, const TileConversion& conversion = {}
+    const RowLayout& layout, const std::string& rows, const RowConversion& conversion = {}
 )
 {
     NodePointColumns out;
-    Entwine::decodeTile(layout, conversion, bytesOf(rows), Octree::kAllAttributes, out);
+    Octree::decodeRows(layout, conversion, bytesOf(rows), Octree::kAllAttributes, out);
     return out;
 }
 
@@ -88,7 +88,7 @@ TEST(EntwineTile, IntegersOfEverySizeAreReadWithTheirSign)
 {
     for (unsigned size = 1; size <= 8; ++size)
     {
-        const TileLayout layout = layoutOf(
+        const RowLayout layout = layoutOf(
             {dimensionEntry("X", "signed", size),
              dimensionEntry("Y", "unsigned", size),
              dimensionEntry("Z", "signed", size)}
@@ -105,7 +105,7 @@ TEST(EntwineTile, IntegersOfEverySizeAreReadWithTheirSign)
 
 TEST(EntwineTile, FloatingPointCoordinatesAreReadInBothSizes)
 {
-    const TileLayout layout = layoutOf(
+    const RowLayout layout = layoutOf(
         {dimensionEntry("X", "float", 4), dimensionEntry("Y", "float", 8), dimensionEntry("Z", "float", 8)}
     );
     std::string row;
@@ -125,7 +125,7 @@ TEST(EntwineTile, CoordinatesAreScaledAndRelativeToTheOriginTimesTheUnitScale)
     json x = dimensionEntry("X", "unsigned", 1);
     x["scale"] = 0.5;
     x["offset"] = 100;
-    const TileLayout layout =
+    const RowLayout layout =
         layoutOf({x, dimensionEntry("Y", "unsigned", 1), dimensionEntry("Z", "unsigned", 1)});
 
     const NodePointColumns points = decoded(layout, "\x03\x04\x05", {{90, 1, 0}, 10.0, false});
@@ -135,7 +135,7 @@ TEST(EntwineTile, CoordinatesAreScaledAndRelativeToTheOriginTimesTheUnitScale)
 
 TEST(EntwineTile, CoordinatesThatAreNotFiniteAreRefused)
 {
-    const TileLayout layout = layoutOf(
+    const RowLayout layout = layoutOf(
         {dimensionEntry("X", "unsigned", 1),
          dimensionEntry("Y", "float", 8),
          dimensionEntry("Z", "unsigned", 1)}
@@ -154,7 +154,7 @@ TEST(EntwineTile, CoordinatesThatAreNotFiniteAreRefused)
 
 TEST(EntwineTile, ColorsAreTakenAsBytesOrDividedByTwoHundredFiftySix)
 {
-    const TileLayout layout = layoutWith(
+    const RowLayout layout = layoutWith(
         {dimensionEntry("Blue", "unsigned", 2),
          dimensionEntry("Green", "unsigned", 2),
          dimensionEntry("Red", "unsigned", 2)}
@@ -164,14 +164,14 @@ TEST(EntwineTile, ColorsAreTakenAsBytesOrDividedByTwoHundredFiftySix)
     appendNumber(row, std::uint16_t{0x00ff});
     appendNumber(row, std::uint16_t{0x0042});
 
-    EXPECT_TRUE(Entwine::hasWideColors(layout, bytesOf(row)));
+    EXPECT_TRUE(Octree::hasWideColors(layout, bytesOf(row)));
     EXPECT_EQ(decoded(layout, row, {{}, 1.0, true}).colors[0], Math::Color(0, 0, 0x12, 255));
     EXPECT_EQ(decoded(layout, row, {{}, 1.0, false}).colors[0], Math::Color(0x42, 0xff, 0xff, 255));
 }
 
 TEST(EntwineTile, ColorsUpTo255AreNotWide)
 {
-    const TileLayout layout = layoutWith(
+    const RowLayout layout = layoutWith(
         {dimensionEntry("Red", "unsigned", 2),
          dimensionEntry("Green", "unsigned", 2),
          dimensionEntry("Blue", "unsigned", 2)}
@@ -182,12 +182,12 @@ TEST(EntwineTile, ColorsUpTo255AreNotWide)
         appendNumber(row, std::uint16_t{255});
     }
 
-    EXPECT_FALSE(Entwine::hasWideColors(layout, bytesOf(row)));
+    EXPECT_FALSE(Octree::hasWideColors(layout, bytesOf(row)));
 }
 
 TEST(EntwineTile, TwoChannelsAreNoColor)
 {
-    const TileLayout layout =
+    const RowLayout layout =
         layoutWith({dimensionEntry("Red", "unsigned", 1), dimensionEntry("Green", "unsigned", 1)});
 
     EXPECT_FALSE(Octree::hasColor(layout.attributeMask()));
@@ -196,7 +196,7 @@ TEST(EntwineTile, TwoChannelsAreNoColor)
 
 TEST(EntwineTile, ValuesBeyondTheirArrayAreCutToItsRange)
 {
-    const TileLayout layout =
+    const RowLayout layout =
         layoutWith({dimensionEntry("Intensity", "signed", 4), dimensionEntry("Classification", "unsigned", 2)}
         );
     std::string rows = kOrigin;
@@ -214,7 +214,7 @@ TEST(EntwineTile, ValuesBeyondTheirArrayAreCutToItsRange)
 
 TEST(EntwineTile, FloatingPointAttributesAreRoundedAndWhatIsNoNumberIsZero)
 {
-    const TileLayout layout = layoutWith(json::array({dimensionEntry("Intensity", "float", 4)}));
+    const RowLayout layout = layoutWith(json::array({dimensionEntry("Intensity", "float", 4)}));
     std::string rows;
     for (const float value : {1.4F, 1.5F, -3.0F, 1e20F, std::numeric_limits<float>::quiet_NaN()})
     {
@@ -263,11 +263,11 @@ TEST(EntwineTile, NormalsNeedAllThreeAxes)
 
 TEST(EntwineTile, ArraysThatAreNotAskedForStayEmpty)
 {
-    const TileLayout layout = layoutWith(json::array({dimensionEntry("Intensity", "unsigned", 1)}));
+    const RowLayout layout = layoutWith(json::array({dimensionEntry("Intensity", "unsigned", 1)}));
     NodePointColumns out;
     out.intensities = {1, 2, 3};
 
-    Entwine::decodeTile(layout, {}, bytesOf(kOrigin + "\x05"), Octree::kPositionAttribute, out);
+    Octree::decodeRows(layout, {}, bytesOf(kOrigin + "\x05"), Octree::kPositionAttribute, out);
 
     EXPECT_EQ(out.positions.size(), 1U);
     EXPECT_TRUE(out.intensities.empty());

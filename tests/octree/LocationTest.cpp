@@ -1,3 +1,4 @@
+#include "core/MemoryFolder.h"
 #include "octree/CacheIdentifier.h"
 #include "octree/Location.h"
 #include "octree/Octree.h"
@@ -9,6 +10,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <unordered_set>
@@ -95,6 +97,64 @@ TEST(Location, FileSystemThatCannotTellIsAnError)
     {
         EXPECT_THAT(error.what(), testing::HasSubstr("exists"));
     }
+}
+
+TEST(Location, LasFilesAreOpenedByThemselvesWhateverTheyAreCalled)
+{
+    const TemporaryFolder folder;
+    folder.write("a.copc.laz", "");
+    folder.write("b.LAZ", "");
+    folder.write("c.las", "");
+    folder.write("cloud.dat", "LASF and more");
+
+    for (const char* const name : {"a.copc.laz", "b.LAZ", "c.las", "cloud.dat", "missing.laz"})
+    {
+        const Location location = Location::fromPath(folder.path() / name);
+        EXPECT_EQ(location.kind(), Kind::Copc) << name;
+        EXPECT_EQ(location.folder(), folder.path()) << name;
+        EXPECT_EQ(location.file(), name);
+        EXPECT_EQ(location.exists(), std::string(name) != "missing.laz");
+    }
+}
+
+TEST(Location, OtherFilesAndFoldersAreNoLasFiles)
+{
+    const TemporaryFolder folder;
+    folder.write("cloud.dat", "LAS");
+    std::filesystem::create_directory(folder.path() / "tiles.laz");
+    folder.write("tiles.laz/ept.json", "{}");
+
+    EXPECT_EQ(Location::fromPath(folder.path() / "cloud.dat").kind(), Kind::PoTree);
+    EXPECT_EQ(Location::fromPath(folder.path() / "tiles.laz").kind(), Kind::Entwine);
+}
+
+TEST(Location, FilesOfOneFolderAreDifferent)
+{
+    const Location one = Location::fromPath("a/one.laz");
+    const Location other = Location::fromPath("a/other.laz");
+
+    EXPECT_EQ(one, Location::fromPath("a/./one.laz"));
+    EXPECT_EQ(one.hash(), Location::fromPath("a/./one.laz").hash());
+    EXPECT_NE(one, other);
+    EXPECT_NE(one.hash(), other.hash());
+}
+
+TEST(Location, OneFileSaysWhatKindItIs)
+{
+    const auto files = std::make_shared<Core::MemoryFolder>("set");
+    files->set("cloud", "LASF");
+
+    EXPECT_EQ(Location::fromFile(files, "cloud").kind(), Kind::Copc);
+    EXPECT_EQ(Location::fromFile(files, "x.copc.laz").kind(), Kind::Copc);
+    EXPECT_EQ(Location::fromFile(files, "ept.json").kind(), Kind::Entwine);
+    EXPECT_EQ(Location::fromFile(files, "metadata.json").kind(), Kind::PoTree);
+    EXPECT_EQ(Location::fromFile(files, "other").kind(), Kind::PoTree);
+    EXPECT_EQ(Location::fromFile(files, "cloud").fileName(), "set/cloud");
+}
+
+TEST(Location, ACopcFileNeedsItsName)
+{
+    EXPECT_THROW(Location(Kind::Copc, std::make_shared<Core::MemoryFolder>("set")), std::invalid_argument);
 }
 
 TEST(Location, KindsOfTheSameFolderAreDifferent)

@@ -1,4 +1,5 @@
 #include "octree/Octree.h"
+#include "samples/CopcWriter.h"
 #include "samples/EptWriter.h"
 #include "samples/OctreeWriter.h"
 #include "tests/support/TemporaryFolder.h"
@@ -163,6 +164,22 @@ TEST_P(SameCloud, CoordinatesAsAbsoluteDoublesAreRelativeToTheCube)
     EXPECT_EQ(Octree::Octree(Octree::Location::fromPath(folder.path()), 1.0).position(), kCube.min);
     EXPECT_TRUE(nodesOf(folder.path()) == asThreeFiles());
 }
+
+class SameCloudInOneFile : public testing::TestWithParam<unsigned>
+{
+};
+
+TEST_P(SameCloudInOneFile, ChunksReadLikeThreeFiles)
+{
+    const TemporaryFolder folder;
+    const Samples::CopcWriterOptions options{
+        .cube = kCube, .hierarchyStep = GetParam(), .leafCapacity = 500, .threadCount = 1};
+    Samples::writeCopc(folder.path() / "x.copc.laz", cloud(), options);
+
+    EXPECT_TRUE(nodesOf(folder.path() / "x.copc.laz") == asThreeFiles());
+}
+
+INSTANTIATE_TEST_SUITE_P(LevelsOfAPage, SameCloudInOneFile, testing::Values(0U, 1U, 2U));
 
 INSTANTIATE_TEST_SUITE_P(
     DataTypes, SameCloud, testing::Values(Samples::EptDataType::Binary, Samples::EptDataType::Zstandard)

@@ -18,7 +18,7 @@ _tarnel() {
     # The value of an option.
     case $verb:$before in
         sample:--points | sample:--seed | sample:--pano-width) return ;;
-        sample:--format) _tarnel_words "octree ept-binary ept-zstandard"; return ;;
+        sample:--format) _tarnel_words "octree ept-binary ept-zstandard copc"; return ;;
         sample:--encoding) _tarnel_words "brotli default"; return ;;
         pano-tile:--tile | pano-tile:--depth-scale | pano-tile:--no-depth | pano-tile:--pose) return ;;
         dump:--node | dump:--limit) return ;;

@@ -1,4 +1,4 @@
-#include "octree/entwine/decodeTile.h"
+#include "octree/rows/decodeRows.h"
 
 #include "octree/ColumnSink.h"
 #include "octree/PointBlock.h"
@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-namespace Entwine
+namespace Octree
 {
 namespace
 {
@@ -161,7 +161,7 @@ void decodeCoordinate(
         {
             const double relative =
                 static_cast<double>(read(first + i * rows.stride)) * dimension.scale + shift;
-            good &= std::abs(relative) <= Octree::kLargestCoordinate;
+            good &= std::abs(relative) <= kLargestCoordinate;
             out[i] = relative * unitScale;
         }
     };
@@ -172,7 +172,7 @@ void decodeCoordinate(
     }
 }
 
-void decodeColors(const Rows& rows, const TileLayout::Triple& channels, bool wide, Math::Color* out)
+void decodeColors(const Rows& rows, const RowLayout::Triple& channels, bool wide, Math::Color* out)
 {
     const auto toByte = [wide](std::uint16_t value)
     { return static_cast<unsigned char>(wide ? value >> 8U : std::min<unsigned>(value, 255U)); };
@@ -192,54 +192,51 @@ void decodeColors(const Rows& rows, const TileLayout::Triple& channels, bool wid
 }
 
 /// Fills the columns that the block is to have from as many rows.
-void fillBlock(
-    const Rows& rows, const TileLayout& layout, const TileConversion& conversion, Octree::PointBlock& block
-)
+void fillBlock(const Rows& rows, const RowLayout& layout, const RowConversion& conversion, PointBlock& block)
 {
-    if (Octree::hasPosition(block.attributes))
+    if (hasPosition(block.attributes))
     {
         const auto& [origin, unitScale, wideColors] = conversion;
         decodeCoordinate(rows, layout.position[0], origin.x, unitScale, block.x.data());
         decodeCoordinate(rows, layout.position[1], origin.y, unitScale, block.y.data());
         decodeCoordinate(rows, layout.position[2], origin.z, unitScale, block.z.data());
     }
-    if (Octree::hasColor(block.attributes))
+    if (hasColor(block.attributes))
     {
         decodeColors(rows, *layout.rgb, conversion.wideColors, block.colors.data());
     }
-    if (Octree::hasIntensity(block.attributes))
+    if (hasIntensity(block.attributes))
     {
         decodeColumn(rows, *layout.intensity, block.intensities.data());
     }
-    if (Octree::hasClassification(block.attributes))
+    if (hasClassification(block.attributes))
     {
         decodeColumn(rows, *layout.classification, block.classifications.data());
     }
-    if (Octree::hasScanIndex(block.attributes))
+    if (hasScanIndex(block.attributes))
     {
         decodeColumn(rows, *layout.scanIndex, block.scanIndices.data());
     }
 }
 }  // namespace
 
-void decodeTile(
-    const TileLayout& layout,
-    const TileConversion& conversion,
+void decodeRows(
+    const RowLayout& layout,
+    const RowConversion& conversion,
     std::span<const std::byte> rows,
     unsigned attributes,
-    Octree::PointSink& sink
+    PointSink& sink
 )
 {
     const std::size_t stride = layout.bytesPerPoint;
     const std::size_t count = rows.size() / stride;
-    const unsigned filled =
-        attributes & layout.attributeMask() & ~static_cast<unsigned>(Octree::kNormalAttribute);
+    const unsigned filled = attributes & layout.attributeMask() & ~static_cast<unsigned>(kNormalAttribute);
     sink.begin(count, count);
 
-    Octree::PointBlock block;
-    for (std::size_t first = 0; first < count; first += Octree::PointBlock::kCapacity)
+    PointBlock block;
+    for (std::size_t first = 0; first < count; first += PointBlock::kCapacity)
     {
-        block.pointCount = std::min(Octree::PointBlock::kCapacity, count - first);
+        block.pointCount = std::min(PointBlock::kCapacity, count - first);
         block.attributes = filled;
         const auto bytes = rows.subspan(first * stride, block.pointCount * stride);
         fillBlock(Rows{bytes, stride}, layout, conversion, block);
@@ -247,26 +244,26 @@ void decodeTile(
     }
 }
 
-void decodeTile(
-    const TileLayout& layout,
-    const TileConversion& conversion,
+void decodeRows(
+    const RowLayout& layout,
+    const RowConversion& conversion,
     std::span<const std::byte> rows,
     unsigned attributes,
-    Octree::NodePointColumns& out
+    NodePointColumns& out
 )
 {
     const unsigned filled = attributes & layout.attributeMask();
-    Octree::ColumnSink sink(out, filled);
+    ColumnSink sink(out, filled);
     try
     {
-        decodeTile(layout, conversion, rows, filled, sink);
+        decodeRows(layout, conversion, rows, filled, sink);
     }
     catch (...)
     {
         out.clear();
         throw;
     }
-    if (Octree::hasNormal(filled))
+    if (hasNormal(filled))
     {
         for (std::size_t axis = 0; axis < 3; ++axis)
         {
@@ -279,7 +276,7 @@ void decodeTile(
     }
 }
 
-bool hasWideColors(const TileLayout& layout, std::span<const std::byte> bytes)
+bool hasWideColors(const RowLayout& layout, std::span<const std::byte> bytes)
 {
     bool wide = false;
     if (layout.rgb)
@@ -295,4 +292,4 @@ bool hasWideColors(const TileLayout& layout, std::span<const std::byte> bytes)
     }
     return wide;
 }
-}  // namespace Entwine
+}  // namespace Octree

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "octree/Export.h"
+#include "octree/rows/Dimension.h"
+
+#include <array>
+#include <cstddef>
+#include <optional>
+
+namespace Octree
+{
+/// Which dimensions of a row the attributes of points are read from.
+///
+/// Threads  a plain value.
+struct RowLayout
+{
+    /// Three dimensions that belong together.
+    using Triple = std::array<Dimension, 3>;
+
+    /// AttributeMask bits of what points have.
+    OCTREE_API unsigned attributeMask() const noexcept;
+
+    std::size_t bytesPerPoint = 0;            ///< of a row
+    Triple position;                          ///< coordinates
+    std::optional<Triple> rgb;                ///< red, green and blue
+    std::optional<Dimension> intensity;       ///< as stored
+    std::optional<Dimension> classification;  ///< as stored
+    std::optional<Dimension> scanIndex;       ///< what tells the scan of a point
+    std::optional<Triple> normal;             ///< of the surface
+};
+}  // namespace Octree
