@@ -5,13 +5,13 @@
 #include "octree/ScratchLoan.h"
 #include "octree/fileError.h"
 #include "octree/las/rowLayout.h"
-#include "octree/naming.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -268,7 +268,14 @@ bool CopcTree::readRows(
     {
         return false;
     }
-    Octree::naming(mFile.name(), [&] { decode(scratch.unpacked); });
+    try
+    {
+        decode(scratch.unpacked);
+    }
+    catch (const std::runtime_error& error)
+    {
+        throw Octree::fileError(mFile.name(), "node " + Octree::cellName(entry.id) + ": " + error.what());
+    }
     return true;
 }
 }  // namespace Copc

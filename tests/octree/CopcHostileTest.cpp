@@ -495,6 +495,17 @@ TEST_F(CopcHostile, LayersThatExceedTheirChunk)
     }
 }
 
+TEST_F(CopcHostile, CoordinatesThatLeaveNoRoomForSums)
+{
+    file.put(131, 1e20);  // the scale of x
+    file.put(155, 1e30);  // and what it counts from; all x of r4 are above
+
+    EXPECT_THAT(
+        readingError("r4"),
+        AllOf(StartsWith(kName), HasSubstr("node 1-1-0-0: bad X of a point, expected numbers within 1e30"))
+    );
+}
+
 TEST_F(CopcHostile, ABrokenNodeFailsAlone)
 {
     file.put(file.entry({1, 0, 0, 0}) + CopcTestFile::kEntryPlace, std::uint64_t{0});
