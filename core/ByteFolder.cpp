@@ -4,6 +4,11 @@ namespace Core
 {
 ByteFolder::~ByteFolder() = default;
 
+std::string ByteFolder::identity() const
+{
+    return name();
+}
+
 std::unique_ptr<const ByteSource> ByteFolder::openFor(
     Extent, std::string_view file, const std::stop_token& stopToken
 ) const

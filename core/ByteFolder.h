@@ -33,6 +33,9 @@ public:
     /// The same of a file in it, whether it is there or not.
     virtual std::string nameOf(std::string_view file) const = 0;
 
+    /// What tells it from others: the name, where that has nothing left out.
+    virtual std::string identity() const;
+
     /// What the folder alone is called: the last step of its name.
     virtual std::string title() const = 0;
 

@@ -233,10 +233,11 @@ make_laszip_windows() {
     ninja -C "$sources/laszip/build" install
 }
 
-make_nghttp2() { # HTTP/2 for curl
+# HTTP/2 for curl. It cannot be built where there are two clocks that it knows.
+make_nghttp2() {
     local tree
     tree=$(unpackedSource nghttp2)
-    crossConfigure nghttp2 "$tree" -DENABLE_LIB_ONLY=ON -DENABLE_STATIC_LIB=ON -DENABLE_SHARED_LIB=OFF
+    crossConfigure nghttp2 "$tree" -DENABLE_LIB_ONLY=ON -DENABLE_STATIC_LIB=ON -DENABLE_SHARED_LIB=OFF -DHAVE_CLOCK_GETTIME=OFF
     ninja -C "$sources/nghttp2/build" nghttp2_static
     cp "$sources/nghttp2/build/lib/libnghttp2.a" "$prefix/lib/"
     mkdir -p "$prefix/include/nghttp2"

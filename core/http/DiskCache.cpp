@@ -63,7 +63,9 @@ struct Entry
 }  // namespace
 
 DiskCache::DiskCache(const fs::path& folder, std::uint64_t maxBytes)
-    : mFolder(folder / kSubfolder), mMaxBytes(maxBytes), mWritten(maxBytes)  // so that the first look comes soon
+    : mFolder(folder / kSubfolder),
+      mMaxBytes(maxBytes),
+      mWritten(maxBytes)  // so that the first look comes soon
 {
 }
 
@@ -91,7 +93,8 @@ std::optional<std::vector<std::byte>> DiskCache::find(std::string_view key, std:
         {
             return std::nullopt;
         }
-        const std::span<const std::byte> bytes = std::as_bytes(std::span(text.substr(kHeadSize + key.size())));
+        const std::span<const std::byte> bytes =
+            std::as_bytes(std::span(text.substr(kHeadSize + key.size())));
         if (numberAt(text, kMagic.size() + kNumberSize) != bytes.size() ||
             numberAt(text, kMagic.size() + 2 * kNumberSize) != fnv1a(bytes))
         {

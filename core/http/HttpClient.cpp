@@ -22,7 +22,8 @@ constexpr unsigned kMostRetries = 100;
 bool isNameCharacter(char letter)
 {
     return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
-           (letter >= '0' && letter <= '9') || std::string_view("-_.!#$&'*+^`|~").find(letter) != std::string_view::npos;
+           (letter >= '0' && letter <= '9') ||
+           std::string_view("-_.!#$&'*+^`|~").find(letter) != std::string_view::npos;
 }
 
 /// Values are secret and stand in no message.
@@ -39,7 +40,8 @@ void checkHeader(const std::string& line)
         "transfer-encoding"};
     const std::size_t colon = line.find(':');
     std::string name = line.substr(0, colon);
-    const auto isControl = [](char letter) { return static_cast<unsigned char>(letter) < 0x20 && letter != '\t'; };
+    const auto isControl = [](char letter)
+    { return static_cast<unsigned char>(letter) < 0x20 && letter != '\t'; };
     if (colon == std::string::npos || colon == 0 || !std::ranges::all_of(name, isNameCharacter) ||
         std::ranges::any_of(line, isControl) || line.find_first_not_of(" \t", colon + 1) == std::string::npos)
     {
@@ -53,7 +55,9 @@ void checkHeader(const std::string& line)
     );
     if (std::ranges::find(kOurs, name) != kOurs.end())
     {
-        throw std::invalid_argument("Error: the header \"" + name + "\" cannot be given, it is set for each request");
+        throw std::invalid_argument(
+            "Error: the header \"" + name + "\" cannot be given, it is set for each request"
+        );
     }
 }
 
@@ -69,7 +73,9 @@ HttpOptions checked(HttpOptions options)
     }
     if (options.maxRetries > kMostRetries)
     {
-        throw std::invalid_argument("Error: at most " + std::to_string(kMostRetries) + " retries are possible");
+        throw std::invalid_argument(
+            "Error: at most " + std::to_string(kMostRetries) + " retries are possible"
+        );
     }
     if (std::min({options.connectTimeout, options.stallTimeout, options.totalTimeout, options.retryDelay})
             .count() < 1)

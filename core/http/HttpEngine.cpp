@@ -18,7 +18,7 @@ constexpr std::chrono::milliseconds kStopCheckInterval{5};
 
 constexpr std::chrono::milliseconds kGrace{500};
 
-constexpr int kLongestPause = 60'000;  // milliseconds
+constexpr int kLongestPause = 60'000;       // milliseconds
 constexpr std::size_t kMostLookedAt = 512;  // jobs of the queue, for ranges that lie together
 
 template <class Queue>
@@ -153,7 +153,8 @@ std::uint64_t HttpEngine::numRequests() const
     return mNumRequests;
 }
 
-// --- the thread ------------------------------------------------------------------------------------------------
+// --- the thread
+// ------------------------------------------------------------------------------------------------
 
 void HttpEngine::run() noexcept
 {

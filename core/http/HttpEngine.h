@@ -84,7 +84,7 @@ private:
 
     // the thread's
     Transfers mActive;
-    Transfers mPaused;  // until they are tried again
+    Transfers mPaused;                    // until they are tried again
     std::set<std::string> mMultiplexing;  // origins whose connections carry several requests
 
     mutable std::mutex mMutex;  // guards the rest, and what jobs say

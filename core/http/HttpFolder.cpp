@@ -36,6 +36,11 @@ std::string HttpFolder::title() const
     return shownText(mUrl.lastStep());
 }
 
+std::string HttpFolder::identity() const
+{
+    return HttpSource::cacheName(mUrl);
+}
+
 std::unique_ptr<HttpOpening> HttpFolder::takeExpected(std::string_view file) const
 {
     const std::scoped_lock lock(mMutex);
@@ -75,9 +80,7 @@ void HttpFolder::expect(Extent extent, std::string_view file) const noexcept
         const std::scoped_lock lock(mMutex);
         if (mExpected.size() < kMostExpected && !mExpected.contains(file))
         {
-            mExpected.emplace(
-                file, std::make_unique<HttpOpening>(mClient, mUrl.file(file), extent, false)
-            );
+            mExpected.emplace(file, std::make_unique<HttpOpening>(mClient, mUrl.file(file), extent, false));
         }
     }
     catch (const std::exception&)

@@ -24,7 +24,7 @@ class CORE_API HttpFolder final : public ByteFolder
 {
 public:
     /// Openings that are expected at a time.
-    static constexpr std::size_t kMostExpected = 64;
+    static constexpr std::size_t kMostExpected = 32;
 
     /// @param client  not null
     HttpFolder(std::shared_ptr<const HttpClient> client, HttpUrl url);
@@ -33,6 +33,7 @@ public:
     std::string name() const override;
     std::string nameOf(std::string_view file) const override;
     std::string title() const override;
+    std::string identity() const override;
 
     std::unique_ptr<const ByteSource> open(std::string_view file, const std::stop_token& stopToken = {})
         const override;

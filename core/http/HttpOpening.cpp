@@ -83,8 +83,9 @@ void HttpOpening::takeFromCache()
     const auto lastModified = etag ? takeLine(text) : std::nullopt;
     const auto sizeText = lastModified ? takeLine(text) : std::nullopt;
     HttpVersion version;
-    if (!sizeText || std::from_chars(sizeText->data(), sizeText->data() + sizeText->size(), version.size).ec !=
-                         std::errc())
+    if (!sizeText ||
+        std::from_chars(sizeText->data(), sizeText->data() + sizeText->size(), version.size).ec !=
+            std::errc())
     {
         return;
     }

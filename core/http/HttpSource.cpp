@@ -40,7 +40,8 @@ SourceIdentity HttpSource::identity() const
 {
     const HttpVersion& version = mFile->version;
     return {
-        cacheName(mFile->url), std::to_string(version.size) + " " + version.etag + " " + version.lastModified};
+        cacheName(mFile->url),
+        std::to_string(version.size) + " " + version.etag + " " + version.lastModified};
 }
 
 std::string HttpSource::cacheName(const HttpUrl& url)
@@ -64,8 +65,9 @@ bool HttpSource::isNear(std::uint64_t offset, std::size_t length) const noexcept
 bool HttpSource::readFromCache(const ByteRange& range) const
 {
     const DiskCache* const cache = mFile->version.canBeTold() ? mClient->cache() : nullptr;
-    const auto kept =
-        cache != nullptr ? cache->find(cacheKey(range.offset, range.out.size()), range.out.size()) : std::nullopt;
+    const auto kept = cache != nullptr
+                          ? cache->find(cacheKey(range.offset, range.out.size()), range.out.size())
+                          : std::nullopt;
     if (!kept || kept->size() != range.out.size())
     {
         return false;

@@ -17,7 +17,7 @@ namespace
 {
 constexpr unsigned kMostRedirects = 5;
 constexpr std::uint64_t kMostDiscarded = std::uint64_t{64} << 10U;  // of the body of an error
-constexpr std::size_t kShortestSecret = 3;                           // shorter ones stand in any text
+constexpr std::size_t kShortestSecret = 3;                          // shorter ones stand in any text
 
 std::string bytesText(std::uint64_t first, std::uint64_t count)
 {
@@ -204,7 +204,8 @@ CURL* HttpTransfer::begin()
     return mHandle;
 }
 
-// --- while bytes come ------------------------------------------------------------------------------------------
+// --- while bytes come
+// ------------------------------------------------------------------------------------------
 
 std::size_t HttpTransfer::onHeader(char* data, std::size_t size, std::size_t count, void* self) noexcept
 {
@@ -280,9 +281,7 @@ bool HttpTransfer::judgeHead()
         case 416:
             return judgeUnsatisfiable();
         default:
-            return refuse(
-                statusText(status) + ", expected 206 with " + bytesText(mFirst, mLength)
-            );
+            return refuse(statusText(status) + ", expected 206 with " + bytesText(mFirst, mLength));
     }
 }
 
@@ -299,8 +298,7 @@ bool HttpTransfer::judgeRange()
     }
     const std::uint64_t count = range->last - range->first + 1;
     const std::uint64_t end = mFirst + mLength;
-    const bool isAsked =
-        range->first == mFirst && (isOpening() ? range->last < end : range->last + 1 == end);
+    const bool isAsked = range->first == mFirst && (isOpening() ? range->last < end : range->last + 1 == end);
     if (!isAsked)
     {
         return refuse(
@@ -361,12 +359,15 @@ bool HttpTransfer::judgeUnsatisfiable()
     if (!isOpening())
     {
         return refuse(
-            "the file was changed while it was open: the server has no " + bytesText(mFirst, mLength) + " of it"
+            "the file was changed while it was open: the server has no " + bytesText(mFirst, mLength) +
+            " of it"
         );
     }
     if (size.value_or(0) != 0)
     {
-        return refuse("the server does not send the beginning of a file of " + std::to_string(*size) + " bytes");
+        return refuse(
+            "the server does not send the beginning of a file of " + std::to_string(*size) + " bytes"
+        );
     }
     mVersion = {mHead.etag(), mHead.lastModified(), 0};  // an empty file has no first byte
     return true;
@@ -434,14 +435,17 @@ bool HttpTransfer::takeBody(const char* data, std::size_t count)
         if (first < last && !job->isCancelled)
         {
             std::memcpy(
-                job->out.data() + (first - job->offset), data + (first - from), static_cast<std::size_t>(last - first)
+                job->out.data() + (first - job->offset),
+                data + (first - from),
+                static_cast<std::size_t>(last - first)
             );
         }
     }
     return true;
 }
 
-// --- when it has ended -----------------------------------------------------------------------------------------
+// --- when it has ended
+// -----------------------------------------------------------------------------------------
 
 HttpTransfer::Verdict HttpTransfer::failed(std::string reason)
 {
@@ -492,16 +496,16 @@ HttpTransfer::Verdict HttpTransfer::redirect()
     }
     if (++mRedirects > kMostRedirects)
     {
-        return failed("more than " + std::to_string(kMostRedirects) + " redirects, the last to " + mUrl.shown());
+        return failed(
+            "more than " + std::to_string(kMostRedirects) + " redirects, the last to " + mUrl.shown()
+        );
     }
     try
     {
         const HttpUrl next = HttpUrl(target).withoutCredentials();
         if (mUrl.isSecure() && !next.isSecure())
         {
-            return failed(
-                status + ", a redirect from https to " + next.shown() + ", which is not encrypted"
-            );
+            return failed(status + ", a redirect from https to " + next.shown() + ", which is not encrypted");
         }
         const bool keepsCredentials = next.origin() == mUrl.origin() && !mIsElsewhere;
         mIsMovedForGood = mIsMovedForGood && (mHead.status() == 301 || mHead.status() == 308);

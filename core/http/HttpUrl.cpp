@@ -37,9 +37,7 @@ bool isAlphanumeric(char letter) noexcept
 int hexadecimal(char digit) noexcept
 {
     const char small = lower(digit);
-    return small >= '0' && small <= '9'   ? small - '0'
-           : small >= 'a' && small <= 'f' ? small - 'a' + 10
-                                          : -1;
+    return small >= '0' && small <= '9' ? small - '0' : small >= 'a' && small <= 'f' ? small - 'a' + 10 : -1;
 }
 
 void appendEncoded(std::string& out, char letter)
@@ -124,8 +122,10 @@ bool isHost(std::string_view host)
                );
     }
     const auto belongs = [](char letter)
-    { return isAlphanumeric(letter) || letter == '-' || letter == '.' || letter == '_' ||
-               static_cast<unsigned char>(letter) >= 0x80; };
+    {
+        return isAlphanumeric(letter) || letter == '-' || letter == '.' || letter == '_' ||
+               static_cast<unsigned char>(letter) >= 0x80;
+    };
     return !host.empty() && std::ranges::all_of(host, belongs);
 }
 
@@ -197,7 +197,8 @@ HttpUrl::HttpUrl(std::string_view text)
         authority.remove_prefix(at + 1);
     }
     const std::size_t colon = authority.rfind(':');
-    const bool hasPort = colon != std::string_view::npos && authority.find(']', colon) == std::string_view::npos;
+    const bool hasPort =
+        colon != std::string_view::npos && authority.find(']', colon) == std::string_view::npos;
     mHost = lower(authority.substr(0, hasPort ? colon : authority.size()));
     mPort = hasPort ? std::string(authority.substr(colon + 1)) : isSecure() ? "443" : "80";
     if (!isHost(mHost))

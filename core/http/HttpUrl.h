@@ -50,6 +50,9 @@ public:
     /// The folder of this address, and what it is called there; the query stays.
     HttpUrl folder() const;
 
+    /// True for one that ends with a slash, so that it can be no file's.
+    bool isFolder() const noexcept { return mPath.ends_with('/'); }
+
     /// The last step of the path, decoded; empty where there is none.
     std::string lastStep() const;
 

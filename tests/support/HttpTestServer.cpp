@@ -284,15 +284,17 @@ void HttpTestServer::serve(
     }
     else if (range->first >= file.size())
     {
-        connection.respond(416, version + "Content-Range: bytes */" + std::to_string(file.size()) + "\r\n", "");
+        connection.respond(
+            416, version + "Content-Range: bytes */" + std::to_string(file.size()) + "\r\n", ""
+        );
     }
     else
     {
         const std::uint64_t last = std::min<std::uint64_t>(range->second, file.size() - 1);
         connection.respond(
             206,
-            version + "Content-Range: bytes " + std::to_string(range->first) + "-" + std::to_string(last) + "/" +
-                std::to_string(file.size()) + "\r\n",
+            version + "Content-Range: bytes " + std::to_string(range->first) + "-" + std::to_string(last) +
+                "/" + std::to_string(file.size()) + "\r\n",
             file.substr(range->first, last + 1 - range->first)
         );
     }

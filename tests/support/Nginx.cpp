@@ -1,17 +1,16 @@
 #include "tests/support/Nginx.h"
 
 #include <arpa/inet.h>
+#include <chrono>
+#include <cstdlib>
 #include <netinet/in.h>
 #include <signal.h>
 #include <spawn.h>
+#include <stdexcept>
 #include <sys/socket.h>
 #include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <cstdlib>
-#include <stdexcept>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace
@@ -43,8 +42,7 @@ bool answers(int port)
 {
     const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
     const sockaddr_in address = loopback(port);
-    const bool isThere =
-        ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    const bool isThere = ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
     ::close(socket);
     return isThere;
 }
@@ -105,13 +103,13 @@ bool Nginx::start(const std::filesystem::path& root, const std::string& rules)
     text += "server {\nlisten 127.0.0.1:" + std::to_string(mPort) + (isSecure ? " ssl http2" : "") + ";\n";
     if (isSecure)
     {
-        text += "ssl_certificate " + place + "/certificate.pem;\nssl_certificate_key " + place + "/key.pem;\n";
+        text +=
+            "ssl_certificate " + place + "/certificate.pem;\nssl_certificate_key " + place + "/key.pem;\n";
     }
     text += "root " + root.string() + ";\n" + rules + "\n}\n}\n";
     const std::filesystem::path configuration = mFolder.write("nginx.conf", text);
-    mProcess = spawn(
-        {"/usr/sbin/nginx", "-p", place, "-c", configuration.string(), "-e", place + "/error.log"}
-    );
+    mProcess =
+        spawn({"/usr/sbin/nginx", "-p", place, "-c", configuration.string(), "-e", place + "/error.log"});
     const auto end = std::chrono::steady_clock::now() + kLongestStart;
     while (mProcess > 0 && std::chrono::steady_clock::now() < end)
     {

@@ -19,7 +19,8 @@ class HttpFolderTest : public testing::Test
 {
 protected:
     const std::string bytes = patternBytes(1000);
-    HttpTestServer server{HttpTestServer::files({{"/set/a.bin", bytes}, {"/set/inner/b%20c.bin", "xyz"}}, 50ms)};
+    HttpTestServer server{
+        HttpTestServer::files({{"/set/a.bin", bytes}, {"/set/inner/b%20c.bin", "xyz"}}, 50ms)};
     const HttpFolder folder{makeClient(), HttpUrl(server.url("/set"))};
 };
 

@@ -1,7 +1,6 @@
-#include "tests/support/Nginx.h"
-
 #include "core/http/HttpUrl.h"
 #include "tests/core/http/HttpClientFixture.h"
+#include "tests/support/Nginx.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -97,8 +96,7 @@ TEST_F(NginxTest, PasswordsOpenWhatTheyProtect)
     wrong.insert(std::string("http://").size(), "me:guess@");
 
     EXPECT_EQ(HttpClient::open(client, HttpUrl(with))->size(), bytes.size());
-    const std::string text =
-        messageOf<std::runtime_error>([&] { HttpClient::open(client, HttpUrl(wrong)); });
+    const std::string text = messageOf<std::runtime_error>([&] { HttpClient::open(client, HttpUrl(wrong)); });
     EXPECT_THAT(text, HasSubstr("the server answers 401"));
     EXPECT_THAT(text, testing::Not(HasSubstr("guess")));
 }
