@@ -92,13 +92,16 @@ void addRemoteOptions(CLI::App& verb)
     verb.add_option(
             "--header",
             options.headers,
-            "Header \"Name: value\" to send along, such as Authorization; @FILE takes lines of a file; repeatable"
+            "Header \"Name: value\" to send along, such as Authorization; @FILE takes lines of a file; "
+            "repeatable"
     )
         ->allow_extra_args(false)
         ->type_name("TEXT")
         ->group(kGroup);
     verb.add_option(
-            "--proxy", options.proxy, "Address of a proxy, or \"\" for none (default: as the environment says)"
+            "--proxy",
+            options.proxy,
+            "Address of a proxy, or \"\" for none (default: as the environment says)"
     )
         ->group(kGroup);
     verb.add_option(

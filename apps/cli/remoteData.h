@@ -1,9 +1,9 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <core/ByteFolder.h>
 #include <core/http/HttpClient.h>
+
+#include <CLI/CLI.hpp>
 
 #include <memory>
 #include <string>

@@ -4,6 +4,7 @@
 #include "core/http/HttpSource.h"
 #include "core/shownText.h"
 
+#include <algorithm>
 #include <exception>
 #include <stdexcept>
 #include <utility>
@@ -47,11 +48,26 @@ std::unique_ptr<HttpOpening> HttpFolder::takeExpected(std::string_view file) con
     const auto found = mExpected.find(file);
     if (found == mExpected.end())
     {
+        std::erase_if(mWaiting, [file](const Wish& wish) { return wish.file == file; });
         return nullptr;
     }
     std::unique_ptr<HttpOpening> opening = std::move(found->second);
     mExpected.erase(found);
+    beginExpected();
     return opening;
+}
+
+/// With the mutex: begins what waits, as far as there is room.
+void HttpFolder::beginExpected() const
+{
+    while (mExpected.size() < kMostExpected && !mWaiting.empty())
+    {
+        const Wish wish = std::move(mWaiting.front());
+        mWaiting.pop_front();
+        mExpected.emplace(
+            wish.file, std::make_unique<HttpOpening>(mClient, mUrl.file(wish.file), wish.extent, false)
+        );
+    }
 }
 
 std::unique_ptr<const ByteSource> HttpFolder::open(std::string_view file, const std::stop_token& stopToken)
@@ -78,9 +94,11 @@ void HttpFolder::expect(Extent extent, std::string_view file) const noexcept
     try
     {
         const std::scoped_lock lock(mMutex);
-        if (mExpected.size() < kMostExpected && !mExpected.contains(file))
+        const auto isSame = [file](const Wish& wish) { return wish.file == file; };
+        if (!mExpected.contains(file) && std::ranges::none_of(mWaiting, isSame))
         {
-            mExpected.emplace(file, std::make_unique<HttpOpening>(mClient, mUrl.file(file), extent, false));
+            mWaiting.push_back({std::string(file), extent});
+            beginExpected();
         }
     }
     catch (const std::exception&)

@@ -5,6 +5,7 @@
 #include "core/http/HttpClient.h"
 #include "core/http/HttpUrl.h"
 
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -23,7 +24,7 @@ class HttpOpening;
 class CORE_API HttpFolder final : public ByteFolder
 {
 public:
-    /// Openings that are expected at a time.
+    /// Expected openings that are on their way, or done and not yet taken, at a time; more wait.
     static constexpr std::size_t kMostExpected = 32;
 
     /// @param client  not null
@@ -49,12 +50,20 @@ public:
     bool mayHaveFolder(std::string_view folder) const override;
 
 private:
+    struct Wish
+    {
+        std::string file;
+        Extent extent;
+    };
+
     std::unique_ptr<HttpOpening> takeExpected(std::string_view file) const;
+    void beginExpected() const;
 
     const std::shared_ptr<const HttpClient> mClient;
     const HttpUrl mUrl;
 
-    mutable std::mutex mMutex;  // guards mExpected
+    mutable std::mutex mMutex;          // guards the rest
+    mutable std::deque<Wish> mWaiting;  // in their order
     mutable std::map<std::string, std::unique_ptr<HttpOpening>, std::less<>> mExpected;
 };
 }  // namespace Core

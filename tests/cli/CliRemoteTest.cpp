@@ -63,14 +63,11 @@ TEST_P(CliRemote, AQueryFindsTheSamePoints)
 TEST_P(CliRemote, ThumbnailsAreTheSame)
 {
     ASSERT_EQ(runTarnel({"thumbnail", dataSet(GetParam()), "--output", file("a.png")}).exitCode, 0);
-    const TarnelRun run = runTarnel(
-        {"thumbnail", server.url("/" + GetParam()), "--output", file("b.png"), "--proxy", ""}
-    );
+    const TarnelRun run =
+        runTarnel({"thumbnail", server.url("/" + GetParam()), "--output", file("b.png"), "--proxy", ""});
 
     ASSERT_EQ(run.exitCode, 0) << run.errors;
-    EXPECT_EQ(
-        TemporaryFolder::read(folder.path() / "a.png"), TemporaryFolder::read(folder.path() / "b.png")
-    );
+    EXPECT_EQ(TemporaryFolder::read(folder.path() / "a.png"), TemporaryFolder::read(folder.path() / "b.png"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -103,7 +100,16 @@ TEST_F(CliRemoteScene, CloudsAndPanoramasAreDrawnAndPickedAsLocalOnes)
         {"render", file("a.png"), "--cloud", file("set"), "--pano", file("set/panorama"), "--size", "320x240"}
     );
     const TarnelRun remote = runTarnel(
-        {"render", file("b.png"), "--cloud", set, "--pano", set + "/panorama", "--size", "320x240", "--proxy", ""}
+        {"render",
+         file("b.png"),
+         "--cloud",
+         set,
+         "--pano",
+         set + "/panorama",
+         "--size",
+         "320x240",
+         "--proxy",
+         ""}
     );
     const TarnelRun localPick = runTarnel({"pick", file("set"), "--pixel", "640,400", "--tolerance", "40"});
     const TarnelRun remotePick =
@@ -177,9 +183,7 @@ TEST(CliRemoteFailure, HeadersComeFromFilesToo)
     folder.write("headers", "X-First: one\r\n\nX-Second: two\n");
     HttpTestServer server(HttpTestServer::files({}));
 
-    runTarnel(
-        {"info", server.url("/set"), "--header", "@" + text(folder.path() / "headers"), "--proxy", ""}
-    );
+    runTarnel({"info", server.url("/set"), "--header", "@" + text(folder.path() / "headers"), "--proxy", ""});
 
     const auto headers = server.requests().front().headers;
     EXPECT_EQ(headers.at("x-first"), "one");
@@ -188,8 +192,7 @@ TEST(CliRemoteFailure, HeadersComeFromFilesToo)
 
 TEST(CliRemoteFailure, ABadHeaderIsAMistakeOfTheCommandLineAndNotShown)
 {
-    const TarnelRun run =
-        runTarnel({"info", "http://127.0.0.1:1/set", "--header", "geheim", "--proxy", ""});
+    const TarnelRun run = runTarnel({"info", "http://127.0.0.1:1/set", "--header", "geheim", "--proxy", ""});
 
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_THAT(run.errors, HasSubstr("--header"));

@@ -1,11 +1,14 @@
 #include "core/http/HttpFolder.h"
 #include "tests/core/http/HttpClientFixture.h"
+#include "tests/support/ThreadSignals.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
 #include <memory>
 #include <string>
+#include <thread>
 
 namespace
 {
@@ -75,6 +78,31 @@ TEST_F(HttpFolderTest, ExpectedFilesAreOnTheirWayTogether)
 
     EXPECT_EQ(slow.numRequests(), 2U);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 780ms);  // one after the other they take 800
+}
+
+TEST_F(HttpFolderTest, MoreExpectedFilesThanMayBeOnTheirWayWaitForTheirTurn)
+{
+    std::map<std::string, std::string> files;
+    for (int i = 0; i < 50; ++i)
+    {
+        files["/" + std::to_string(i)] = std::to_string(i);
+    }
+    HttpTestServer many(HttpTestServer::files(files));
+    const HttpFolder expecting(makeClient(patientOptions()), HttpUrl(many.url("/")));
+    for (int i = 0; i < 50; ++i)
+    {
+        expecting.expect(Extent::Whole, std::to_string(i));
+    }
+    EXPECT_TRUE(eventually([&] { return many.numRequests() == HttpFolder::kMostExpected; }));
+    std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(many.numRequests(), HttpFolder::kMostExpected);
+
+    for (int i = 0; i < 50; ++i)
+    {
+        EXPECT_EQ(Core::readAll(*expecting.open(std::to_string(i))), std::to_string(i));
+    }
+
+    EXPECT_EQ(many.numRequests(), 50U);
 }
 
 TEST_F(HttpFolderTest, ForgottenFilesAreOpenedAnew)
