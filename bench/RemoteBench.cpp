@@ -1,9 +1,9 @@
-// How much longer a picture of the sample scene takes when its files lie behind a web server that answers some
-// milliseconds late, on the loopback interface and in this process. The device is there before the clock starts; each
-// round opens the data set anew.
+// How much longer a picture of the sample scene takes when its files lie behind a web server that answers
+// some milliseconds late, on the loopback interface and in this process. The device is there before the clock
+// starts; each round opens the data set anew.
 //
-// Counters, in milliseconds: `firstPoints`, until a frame with the root's points is in memory; `complete`, until one
-// with all points is. `requests` is their number in a round.
+// Counters, in milliseconds: `firstPoints`, until a frame with the root's points is in memory; `complete`,
+// until one with all points is. `requests` is their number in a round.
 #include "bench/sampleThumbnail.h"
 #include "core/http/HttpClient.h"
 #include "graphics/ColorImage.h"
@@ -115,8 +115,7 @@ void local(benchmark::State& state, Form form)
 
 void remote(benchmark::State& state, Form form)
 {
-    HttpTestServer server(
-        HttpTestServer::files(sample(form).files, std::chrono::milliseconds(state.range(0)))
+    HttpTestServer server(HttpTestServer::files(sample(form).files, std::chrono::milliseconds(state.range(0)))
     );
     Core::HttpOptions options;
     options.proxy = "";
@@ -125,17 +124,36 @@ void remote(benchmark::State& state, Form form)
         [&]
         {
             // connections are made anew too
-            return Octree::Location::fromUrl(server.url("/"), std::make_shared<const Core::HttpClient>(options));
+            return Octree::Location::fromUrl(
+                server.url("/"), std::make_shared<const Core::HttpClient>(options)
+            );
         }
     );
     state.counters["requests"] = {
-        static_cast<double>(server.numRequests()) * kRounds / (kRounds + 1), benchmark::Counter::kAvgIterations};
+        static_cast<double>(server.numRequests()) * kRounds / (kRounds + 1),
+        benchmark::Counter::kAvgIterations};
 }
 
-BENCHMARK_CAPTURE(local, threeFiles, Form::ThreeFiles)->Iterations(kRounds)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(local, threeFiles, Form::ThreeFiles)
+    ->Iterations(kRounds)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 BENCHMARK_CAPTURE(remote, threeFiles, Form::ThreeFiles)
-    ->Arg(0)->Arg(20)->Arg(100)->Iterations(kRounds)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK_CAPTURE(local, tiles, Form::Tiles)->Iterations(kRounds)->Unit(benchmark::kMillisecond)->UseRealTime();
+    ->Arg(0)
+    ->Arg(20)
+    ->Arg(100)
+    ->Iterations(kRounds)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(local, tiles, Form::Tiles)
+    ->Iterations(kRounds)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 BENCHMARK_CAPTURE(remote, tiles, Form::Tiles)
-    ->Arg(0)->Arg(20)->Arg(100)->Iterations(kRounds)->Unit(benchmark::kMillisecond)->UseRealTime();
+    ->Arg(0)
+    ->Arg(20)
+    ->Arg(100)
+    ->Iterations(kRounds)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 }  // namespace
