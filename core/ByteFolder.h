@@ -14,8 +14,8 @@ namespace Core
 /// How much of a file is going to be read.
 enum class Extent
 {
-    Parts,
-    Whole,
+    Parts,  ///< here and there
+    Whole,  ///< from its beginning to its end
 };
 
 /// The files that belong together as one data set, wherever they lie. Files are named within it: UTF-8, steps
@@ -47,8 +47,7 @@ public:
     ) const = 0;
 
     /// Opens a file of which is known how much will be read. A folder for which every access takes time then
-    /// needs fewer; for others it is open().
-    /// @return, @throws  as open()
+    /// needs fewer; for others it is open(). It returns and throws what that does.
     virtual std::unique_ptr<const ByteSource> openFor(
         Extent extent, std::string_view file, const std::stop_token& stopToken = {}
     ) const;

@@ -71,6 +71,13 @@ HttpOptions checked(HttpOptions options)
             std::to_string(kMostConnections)
         );
     }
+    if (options.readAround > HttpClient::kLargestResponse / 2)
+    {
+        throw std::invalid_argument(
+            "Error: blocks of " + std::to_string(options.readAround) + " bytes, expected at most " +
+            std::to_string(HttpClient::kLargestResponse / 2)
+        );
+    }
     if (options.maxRetries > kMostRetries)
     {
         throw std::invalid_argument(

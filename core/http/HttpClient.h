@@ -27,6 +27,7 @@ class CORE_API HttpClient : private NonCopyable
 public:
     /// How much of a file comes with its opening.
     static constexpr std::size_t kOpeningBytes = std::size_t{64} << 10U;
+    /// The same of a file that will be read as a whole.
     static constexpr std::size_t kWholeOpeningBytes = std::size_t{4} << 20U;
 
     /// Longer reads are several requests.

@@ -90,10 +90,14 @@ void HttpEngine::submit(std::span<const std::shared_ptr<HttpJob>> jobs, bool isU
     mCurl.multiWakeup(mMulti);
 }
 
-bool HttpEngine::wait(HttpJob& job, const std::stop_token& stopToken)
+/// Later than the transfers' own, which have the better reason.
+HttpEngine::Clock::time_point HttpEngine::deadlineOfRead() const
 {
-    // Later than the transfer's own, which has the better reason.
-    const Clock::time_point deadline = Clock::now() + mOptions.totalTimeout + kGrace;
+    return Clock::now() + mOptions.totalTimeout + kGrace;
+}
+
+bool HttpEngine::wait(HttpJob& job, const std::stop_token& stopToken, Clock::time_point deadline)
+{
     std::unique_lock lock(mMutex);
     if (job.isQueued)
     {

@@ -49,10 +49,13 @@ public:
     /// @param isUrgent  before all that is not
     void submit(std::span<const std::shared_ptr<HttpJob>> jobs, bool isUrgent);
 
+    /// When the time of a read that begins now is up.
+    HttpTransfer::Clock::time_point deadlineOfRead() const;
+
     /// Waits for a job.
     /// @return false when a stop was requested, or its time was up, which its error tells; it is cancelled
     /// then
-    bool wait(HttpJob& job, const std::stop_token& stopToken);
+    bool wait(HttpJob& job, const std::stop_token& stopToken, HttpTransfer::Clock::time_point deadline);
 
     /// Nobody wants the job any longer: nothing is written where it wanted its bytes.
     void cancel(HttpJob& job);

@@ -54,7 +54,7 @@ std::unique_ptr<HttpOpening> HttpFolder::takeExpected(std::string_view file) con
     std::unique_ptr<HttpOpening> opening = std::move(found->second);
     mExpected.erase(found);
     beginExpected();
-    return opening;
+    return opening->isStale() ? nullptr : std::move(opening);
 }
 
 /// With the mutex: begins what waits, as far as there is room.

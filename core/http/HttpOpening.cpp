@@ -18,6 +18,9 @@ namespace
 {
 constexpr std::size_t kMostVersionText = 1024;
 
+// After that the file may be another one, and has to be asked for again.
+constexpr std::chrono::seconds kLongestUse{10};
+
 /// What the cache keeps of an opening: three lines, then the first bytes.
 std::string versionText(const HttpVersion& version)
 {
@@ -42,7 +45,6 @@ HttpOpening::HttpOpening(
     std::shared_ptr<const HttpClient> client, const HttpUrl& url, Extent extent, bool isUrgent
 )
     : mClient(std::move(client)),
-      mExtent(extent),
       mFile(std::make_shared<HttpFile>(url)),
       mJob(std::make_shared<HttpJob>(
           mFile,
@@ -114,9 +116,15 @@ void HttpOpening::keepInCache() const
     cache->keep(cacheKey(), bytes);
 }
 
+bool HttpOpening::isStale() const
+{
+    return std::chrono::steady_clock::now() - mBegunAt > kLongestUse;
+}
+
 bool HttpOpening::wait(const std::stop_token& stopToken)
 {
-    if (!mClient->engine().wait(*mJob, stopToken) && mJob->error.empty())
+    HttpEngine& engine = mClient->engine();
+    if (!engine.wait(*mJob, stopToken, engine.deadlineOfRead()) && mJob->error.empty())
     {
         return false;
     }

@@ -6,6 +6,7 @@
 #include "core/http/HttpJob.h"
 #include "core/http/HttpUrl.h"
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -39,7 +40,8 @@ public:
     /// @throws std::runtime_error  when that cannot be told
     std::optional<bool> isThere(const std::stop_token& stopToken);
 
-    Extent extent() const noexcept { return mExtent; }
+    /// True when it began so long ago that the file may be another one by now.
+    bool isStale() const;
 
 private:
     bool wait(const std::stop_token& stopToken);
@@ -48,7 +50,7 @@ private:
     void keepInCache() const;
 
     const std::shared_ptr<const HttpClient> mClient;
-    const Extent mExtent;
+    const std::chrono::steady_clock::time_point mBegunAt = std::chrono::steady_clock::now();
     const std::shared_ptr<HttpFile> mFile;
     std::shared_ptr<HttpJob> mJob;
     std::vector<std::byte> mCached;  // the first bytes of the version that the job knows

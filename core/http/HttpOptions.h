@@ -45,6 +45,10 @@ struct HttpOptions
     /// The pause before the first retry; it doubles with each.
     std::chrono::milliseconds retryDelay{200};
 
+    /// A read of less than a quarter of this that nobody expected gets the whole block of so many bytes around it,
+    /// which serves its neighbours, such as the other chunks of a hierarchy. None when 0.
+    std::size_t readAround = std::size_t{64} << 10U;
+
     /// Where what was read is kept for later runs; nowhere when empty. Several processes may share it.
     std::filesystem::path cacheFolder;
 

@@ -76,6 +76,64 @@ bool HttpSource::readFromCache(const ByteRange& range) const
     return true;
 }
 
+bool HttpSource::isSmall(const ByteRange& range) const noexcept
+{
+    return range.out.size() < mClient->options().readAround / 4;
+}
+
+/// Offset and length of the blocks, two at most, that a small range lies in.
+std::pair<std::uint64_t, std::size_t> HttpSource::blockAround(const ByteRange& range) const noexcept
+{
+    const std::uint64_t step = mClient->options().readAround;
+    const std::uint64_t begin = range.offset / step * step;
+    const std::uint64_t end = std::min((range.offset + range.out.size() + step - 1) / step * step, size());
+    return {begin, static_cast<std::size_t>(end - begin)};
+}
+
+bool HttpSource::readBlockFromCache(const ByteRange& range) const
+{
+    if (!isSmall(range) || mClient->cache() == nullptr)
+    {
+        return false;
+    }
+    const auto [begin, length] = blockAround(range);
+    std::vector<std::byte> block(length);
+    if (!readFromCache({begin, block}))
+    {
+        return false;
+    }
+    std::memcpy(range.out.data(), block.data() + (range.offset - begin), range.out.size());
+    keepBlock(begin, std::move(block));
+    return true;
+}
+
+bool HttpSource::readFromBlocks(const ByteRange& range) const
+{
+    const auto isInside = [&range](const Block& block)
+    {
+        const auto& [begin, bytes] = block;
+        return range.offset >= begin && range.offset + range.out.size() <= begin + bytes.size();
+    };
+    const std::scoped_lock lock(mMutex);
+    const auto found = std::ranges::find_if(mBlocks, isInside);
+    if (found == mBlocks.end())
+    {
+        return false;
+    }
+    std::memcpy(range.out.data(), found->second.data() + (range.offset - found->first), range.out.size());
+    return true;
+}
+
+void HttpSource::keepBlock(std::uint64_t begin, std::vector<std::byte> bytes) const
+{
+    const std::scoped_lock lock(mMutex);
+    mBlocks.emplace_back(begin, std::move(bytes));
+    if (mBlocks.size() > kMostBlocks)
+    {
+        mBlocks.pop_front();
+    }
+}
+
 std::shared_ptr<HttpJob> HttpSource::takeExpected(std::uint64_t offset, std::size_t length) const noexcept
 {
     const std::scoped_lock lock(mMutex);
@@ -141,7 +199,20 @@ void HttpSource::addJobs(Piece& piece, Jobs& added) const
     if (std::shared_ptr<HttpJob> expected = takeExpected(offset, out.size()))
     {
         piece.jobs.push_back(std::move(expected));
-        piece.isExpected = true;
+        piece.isOwned = true;
+        return;
+    }
+    if (isSmall(piece.range))
+    {
+        const auto [begin, length] = blockAround(piece.range);
+        auto job =
+            std::make_shared<HttpJob>(mFile, HttpJob::Kind::Range, begin, length, std::span<std::byte>());
+        job->owned.resize(length);
+        job->out = job->owned;
+        piece.isOwned = true;
+        piece.isBlock = true;
+        piece.jobs.push_back(job);
+        added.push_back(std::move(job));
         return;
     }
     for (std::size_t done = 0; done < out.size(); done += HttpClient::kLargestResponse)
@@ -154,12 +225,14 @@ void HttpSource::addJobs(Piece& piece, Jobs& added) const
     }
 }
 
-bool HttpSource::finish(const Piece& piece, const std::stop_token& stopToken) const
+bool HttpSource::finish(
+    const Piece& piece, const std::stop_token& stopToken, std::chrono::steady_clock::time_point deadline
+) const
 {
     const auto& [offset, out] = piece.range;
     for (const std::shared_ptr<HttpJob>& job : piece.jobs)
     {
-        if (!mClient->engine().wait(*job, stopToken) && job->error.empty())
+        if (!mClient->engine().wait(*job, stopToken, deadline) && job->error.empty())
         {
             return false;
         }
@@ -168,13 +241,20 @@ bool HttpSource::finish(const Piece& piece, const std::stop_token& stopToken) co
             failRead(offset, out.size(), job->error);
         }
     }
-    if (piece.isExpected)
+    ByteRange kept = piece.range;
+    if (piece.isOwned)
     {
-        std::memcpy(out.data(), piece.jobs.front()->owned.data(), out.size());
+        HttpJob& job = *piece.jobs.front();
+        std::memcpy(out.data(), job.owned.data() + (offset - job.offset), out.size());
+        kept = {job.offset, job.owned};
     }
     if (DiskCache* const cache = mFile->version.canBeTold() ? mClient->cache() : nullptr)
     {
-        cache->keep(cacheKey(offset, out.size()), out);
+        cache->keep(cacheKey(kept.offset, kept.out.size()), kept.out);
+    }
+    if (piece.isBlock)
+    {
+        keepBlock(kept.offset, std::move(piece.jobs.front()->owned));
     }
     return true;
 }
@@ -203,7 +283,7 @@ bool HttpSource::read(std::span<const ByteRange> ranges, const std::stop_token& 
         {
             std::memcpy(out.data(), mBegin.data() + offset, out.size());
         }
-        else if (!readFromCache(range))
+        else if (!readFromBlocks(range) && !readFromCache(range) && !readBlockFromCache(range))
         {
             addJobs(pieces.emplace_back(Piece{range, {}, false}), added);
         }
@@ -233,9 +313,10 @@ bool HttpSource::read(std::span<const ByteRange> ranges, const std::stop_token& 
     }
     const Cancelling atTheEnd{mClient->engine(), pieces};
     mClient->engine().submit(added, true);
+    const auto deadline = mClient->engine().deadlineOfRead();
     for (const Piece& piece : pieces)
     {
-        if (!finish(piece, stopToken))
+        if (!finish(piece, stopToken, deadline))
         {
             return false;
         }

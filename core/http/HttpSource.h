@@ -5,8 +5,10 @@
 #include "core/http/HttpClient.h"
 #include "core/http/HttpUrl.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -30,6 +32,9 @@ struct HttpJob;
 class CORE_API HttpSource final : public ByteSource
 {
 public:
+    /// Blocks around small reads that are kept.
+    static constexpr std::size_t kMostBlocks = 32;
+
     /// Bytes that are expected at a time; what is above waits for its read.
     static constexpr std::size_t kMostExpectedBytes = std::size_t{32} << 20U;
 
@@ -59,20 +64,30 @@ public:
 private:
     using Jobs = std::vector<std::shared_ptr<HttpJob>>;
 
+    using Block = std::pair<std::uint64_t, std::vector<std::byte>>;  // where it begins
+
     /// One range of a read and the jobs that it waits for.
     struct Piece
     {
         ByteRange range;
         Jobs jobs;
-        bool isExpected = false;  // the job has its own memory
+        bool isOwned = false;  // the one job has its own memory, in which the range lies
+        bool isBlock = false;  // what it has is kept
     };
 
     bool isNear(std::uint64_t offset, std::size_t length) const noexcept;
     std::string cacheKey(std::uint64_t offset, std::size_t length) const;
     bool readFromCache(const ByteRange& range) const;
+    bool isSmall(const ByteRange& range) const noexcept;
+    std::pair<std::uint64_t, std::size_t> blockAround(const ByteRange& range) const noexcept;
+    bool readBlockFromCache(const ByteRange& range) const;
+    bool readFromBlocks(const ByteRange& range) const;
+    void keepBlock(std::uint64_t begin, std::vector<std::byte> bytes) const;
     std::shared_ptr<HttpJob> takeExpected(std::uint64_t offset, std::size_t length) const noexcept;
     void addJobs(Piece& piece, Jobs& added) const;
-    bool finish(const Piece& piece, const std::stop_token& stopToken) const;
+    bool finish(
+        const Piece& piece, const std::stop_token& stopToken, std::chrono::steady_clock::time_point deadline
+    ) const;
 
     const std::shared_ptr<const HttpClient> mClient;
     const std::shared_ptr<HttpFile> mFile;
@@ -81,5 +96,6 @@ private:
     mutable std::mutex mMutex;  // guards the rest
     mutable std::map<std::pair<std::uint64_t, std::size_t>, std::shared_ptr<HttpJob>> mExpected;
     mutable std::size_t mExpectedBytes = 0;
+    mutable std::deque<Block> mBlocks;  // the latest behind
 };
 }  // namespace Core

@@ -35,6 +35,7 @@ public:
     /// User and password as they stand in the address, decoded; both empty where there are none.
     const std::string& user() const noexcept { return mUser; }
 
+    /// See user().
     const std::string& password() const noexcept { return mPassword; }
 
     /// For messages: without user, password and the values of the query, "***" stands for them.

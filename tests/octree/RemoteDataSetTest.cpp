@@ -148,9 +148,8 @@ TEST(RemoteLocation, AStoreThatForbidsWhatIsNotThereIsUnderstood)
 
 TEST(RemoteLocation, QueriesThatNoMessageShowsTellDataSetsApart)
 {
-    HttpTestServer server(
-        [](const auto& request, auto& connection) { HttpTestServer::serve(request, connection, "{}"); }
-    );
+    HttpTestServer server([](const auto& request, auto& connection)
+                          { HttpTestServer::serve(request, connection, "{}"); });
     const auto client = makeClient();
     const Location first = Location::fromUrl(server.url("/a?set=secret1"), client);
     const Location same = Location::fromUrl(server.url("/a?set=secret1"), client);

@@ -24,6 +24,7 @@ inline Core::HttpOptions quickOptions()
     options.totalTimeout = std::chrono::milliseconds(3000);
     options.maxRetries = 2;
     options.retryDelay = std::chrono::milliseconds(20);
+    options.readAround = 0;  // what is asked for shows what is read
     return options;
 }
 

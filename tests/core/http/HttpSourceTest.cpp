@@ -163,6 +163,30 @@ TEST_F(HttpSourceTest, WhatIsExpectedIsReadOnce)
     EXPECT_EQ(server.numRequests(), 3U);
 }
 
+TEST_F(HttpSourceTest, SmallReadsGetTheBlockAroundThemWhichServesTheirNeighbours)
+{
+    Core::HttpOptions options = patientOptions();
+    options.readAround = 4096;
+    client = makeClient(options);
+    HttpTestServer server(HttpTestServer::files({{"/a.bin", bytes}}));
+    const auto source = open(server.url("/a.bin"));
+
+    EXPECT_EQ(readPart(*source, 100'100, 100), bytes.substr(100'100, 100));
+    EXPECT_EQ(readPart(*source, 98'304, 1000), bytes.substr(98'304, 1000));
+    EXPECT_EQ(readPart(*source, 102'300, 101), bytes.substr(102'300, 101));  // the last byte lies in the next
+    EXPECT_EQ(readPart(*source, 106'500, 10), bytes.substr(106'500, 10));
+    EXPECT_EQ(readPart(*source, kSize - 5, 5), bytes.substr(kSize - 5));
+    EXPECT_EQ(readPart(*source, 200'001, 1024), bytes.substr(200'001, 1024));
+
+    const auto requests = server.requests();
+    ASSERT_EQ(requests.size(), 6U);
+    EXPECT_EQ(requests[1].headers.at("range"), "bytes=98304-102399");
+    EXPECT_EQ(requests[2].headers.at("range"), "bytes=98304-106495");
+    EXPECT_EQ(requests[3].headers.at("range"), "bytes=106496-110591");
+    EXPECT_EQ(requests[4].headers.at("range"), "bytes=299008-299999");
+    EXPECT_EQ(requests[5].headers.at("range"), "bytes=200001-201024");  // not small
+}
+
 TEST_F(HttpSourceTest, WhatIsForgottenBeforeItsTurnIsNotRequested)
 {
     Core::HttpOptions options = quickOptions();
