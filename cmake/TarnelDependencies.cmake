@@ -4,6 +4,8 @@
 #   tarnel::json  tarnel::cli11  tarnel::tinyobj   headers only
 #   tarnel::brotlidec  tarnel::brotlienc  tarnel::spng  tarnel::zlib  tarnel::zstd  tarnel::laszip
 #   tarnel::jpeg  tarnel::pugixml
+#   tarnel::curl                         Windows: linked; elsewhere the headers, the library is loaded at run time
+#   tarnel::nghttp2                      Windows only, for curl
 #   tarnel::direct3d                     Windows: import libraries; elsewhere the headers, the library is loaded at run time
 #   tarnel::vulkan                       headers, not on Windows
 #   tarnel::vkd3d                        headers, not on Windows; the library is loaded at run time
@@ -87,6 +89,15 @@ if(WIN32)
         target_compile_definitions(tarnel::spng INTERFACE SPNG_STATIC)
     endif()
 
+    tarnel_dependency(nghttp2 HEADER nghttp2/nghttp2.h LIBRARIES "nghttp2|nghttp2_static")
+    tarnel_dependency(
+        curl HEADER curl/curl.h LIBRARIES "curl|libcurl" LINKS tarnel::nghttp2 ws2_32 crypt32 bcrypt
+        PACKAGE CURL TARGETS CURL::libcurl
+    )
+    if(NOT TARGET CURL::libcurl)
+        target_compile_definitions(tarnel::curl INTERFACE CURL_STATICLIB)
+    endif()
+
     target_link_libraries(tarnel::direct3d INTERFACE d3d11 dxgi $<IF:$<BOOL:${MINGW}>,d3dcompiler_47,d3dcompiler>)
     if(MINGW)
         target_link_libraries(tarnel::direct3d INTERFACE uuid)
@@ -102,6 +113,10 @@ else()
     target_link_libraries(tarnel::direct3d INTERFACE ${CMAKE_DL_LIBS})
 
     tarnel_dependency(vulkan HEADER vulkan/vulkan_core.h)
+
+    # Linking it would cost every process ten milliseconds.
+    tarnel_dependency(curl HEADER curl/curl.h)
+    target_link_libraries(tarnel::curl INTERFACE ${CMAKE_DL_LIBS})
 
     # Headers and library of vkd3d-shader, which scripts/deps.sh makes.
     tarnel_dependency(vkd3d HEADER vkd3d_shader.h SUFFIXES vkd3d)

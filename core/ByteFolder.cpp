@@ -3,4 +3,20 @@
 namespace Core
 {
 ByteFolder::~ByteFolder() = default;
+
+std::string ByteFolder::identity() const
+{
+    return name();
+}
+
+std::unique_ptr<const ByteSource> ByteFolder::openFor(
+    Extent, std::string_view file, const std::stop_token& stopToken
+) const
+{
+    return open(file, stopToken);
+}
+
+void ByteFolder::expect(Extent, std::string_view) const noexcept {}
+
+void ByteFolder::forget(std::string_view) const noexcept {}
 }  // namespace Core

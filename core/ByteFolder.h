@@ -11,6 +11,13 @@
 
 namespace Core
 {
+/// How much of a file is going to be read.
+enum class Extent
+{
+    Parts,  ///< here and there
+    Whole,  ///< from its beginning to its end
+};
+
 /// The files that belong together as one data set, wherever they lie. Files are named within it: UTF-8, steps
 /// separated by "/", such as "ept-data/0-0-0-0.laz".
 ///
@@ -26,6 +33,9 @@ public:
     /// The same of a file in it, whether it is there or not.
     virtual std::string nameOf(std::string_view file) const = 0;
 
+    /// What tells it from others: the name, where that has nothing left out.
+    virtual std::string identity() const;
+
     /// What the folder alone is called: the last step of its name.
     virtual std::string title() const = 0;
 
@@ -35,6 +45,20 @@ public:
     virtual std::unique_ptr<const ByteSource> open(
         std::string_view file, const std::stop_token& stopToken = {}
     ) const = 0;
+
+    /// Opens a file of which is known how much will be read. A folder for which every access takes time then
+    /// needs fewer; for others it is open(). It returns and throws what that does.
+    virtual std::unique_ptr<const ByteSource> openFor(
+        Extent extent, std::string_view file, const std::stop_token& stopToken = {}
+    ) const;
+
+    /// Says that a file will soon be opened for this. A folder for which every access takes time gets what that
+    /// needs on its way, as far as it has room; others do nothing. Does not wait, and does not fail: the opening
+    /// will.
+    virtual void expect(Extent extent, std::string_view file) const noexcept;
+
+    /// Takes that back.
+    virtual void forget(std::string_view file) const noexcept;
 
     /// True when there is something of that name.
     /// @throws std::runtime_error  when that cannot be told

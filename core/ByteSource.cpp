@@ -7,6 +7,10 @@ namespace Core
 {
 ByteSource::~ByteSource() = default;
 
+void ByteSource::expect(std::uint64_t, std::size_t) const noexcept {}
+
+void ByteSource::forget(std::uint64_t, std::size_t) const noexcept {}
+
 bool ByteSource::readAt(std::uint64_t offset, std::span<std::byte> out, const std::stop_token& stopToken)
     const
 {

@@ -59,7 +59,15 @@ public:
     [[nodiscard]] virtual bool read(std::span<const ByteRange> ranges, const std::stop_token& stopToken)
         const = 0;
 
-    /// The same for one range.
+    /// Says that these bytes will soon be read, in one range. A source for which every access takes time gets
+    /// them on their way, as far as it has room, and gives them to the next read of just this range; others do
+    /// nothing. Does not wait, and does not fail: the read will.
+    virtual void expect(std::uint64_t offset, std::size_t length) const noexcept;
+
+    /// Takes that back.
+    virtual void forget(std::uint64_t offset, std::size_t length) const noexcept;
+
+    /// read() for one range.
     [[nodiscard]] bool readAt(
         std::uint64_t offset, std::span<std::byte> out, const std::stop_token& stopToken = {}
     ) const;

@@ -1,5 +1,7 @@
 #include "core/MemorySource.h"
 
+#include "core/fnv1a.h"
+
 #include <cstring>
 #include <utility>
 
@@ -12,11 +14,7 @@ MemorySource::MemorySource(std::string name, std::shared_ptr<const std::string> 
 
 SourceIdentity MemorySource::identity() const
 {
-    std::uint64_t hash = 0xcbf29ce484222325ULL;  // 64-bit FNV-1a
-    for (const char byte : *mBytes)
-    {
-        hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001b3ULL;
-    }
+    const std::uint64_t hash = fnv1a(std::as_bytes(std::span(*mBytes)));
     return {mName, std::to_string(mBytes->size()) + "-" + std::to_string(hash)};
 }
 

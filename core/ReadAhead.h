@@ -14,6 +14,7 @@
 #include <stop_token>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 namespace Core
 {
@@ -31,13 +32,23 @@ public:
     /// Whether the source has a key's value without reading.
     using IsAtHand = std::function<bool(const Key&)>;
 
+    /// Told of keys that will be read, in their order, and of those that will not be after all.
+    struct Notice
+    {
+        std::function<void(const Key&)> expected;   ///< may be empty; must not throw
+        std::function<void(const Key&)> forgotten;  ///< likewise
+    };
+
     /// 8 MiB.
     static constexpr std::size_t kDefaultMaxBytesInFlight = std::size_t{8} << 20U;
 
     /// @param source    called on the pool's threads, several values at once, and by get()
     /// @param isAtHand  true for a key whose value the source has without reading; may be empty
-    ReadAhead(std::shared_ptr<WorkerPool> pool, Source source, IsAtHand isAtHand)
-        : mState(std::make_shared<State>(std::move(source), std::move(isAtHand))), mQueue(std::move(pool))
+    /// @param notice    called by the threads that request and drop
+    ReadAhead(std::shared_ptr<WorkerPool> pool, Source source, IsAtHand isAtHand, Notice notice = {})
+        : mState(std::make_shared<State>(std::move(source), std::move(isAtHand))),
+          mQueue(std::move(pool)),
+          mNotice(std::move(notice))
     {
     }
 
@@ -89,28 +100,20 @@ public:
         {
             return true;
         }
-        const std::scoped_lock lock(mState->mutex);
-        if (mState->want(key))
+        {
+            const std::scoped_lock lock(mState->mutex);
+            if (!mState->hasRoom(bytes))
+            {
+                return false;
+            }
+        }
+        tell(mNotice.expected, key);  // before a worker can begin, without the lock as well
+        if (add(key, bytes))
         {
             return true;
         }
-        if (mState->bytesInFlight > 0 && mState->bytesInFlight + bytes > mState->maxBytesInFlight)
-        {
-            return false;
-        }
-        const auto entry = mState->entries.try_emplace(key).first;
-        entry->second.bytes = bytes;
-        mState->bytesInFlight += bytes;
-        try
-        {
-            mQueue.add([state = mState, key] { state->read(key); });
-        }
-        catch (...)
-        {
-            mState->erase(entry);
-            throw;
-        }
-        return true;
+        tell(mNotice.forgotten, key);
+        return false;
     }
 
     /// Takes a value: waits for it when it is in flight, and otherwise reads it on the calling thread.
@@ -151,11 +154,21 @@ public:
     /// Forgets one request.
     void drop(const Key& key)
     {
-        const std::scoped_lock lock(mState->mutex);
-        if (const auto entry = mState->entries.find(key); entry != mState->entries.end())
         {
+            const std::scoped_lock lock(mState->mutex);
+            const auto entry = mState->entries.find(key);
+            if (entry == mState->entries.end())
+            {
+                return;
+            }
+            const bool hasBegun = entry->second.progress != Progress::Waiting;
             mState->drop(entry);
+            if (hasBegun)
+            {
+                return;
+            }
         }
+        tell(mNotice.forgotten, key);
     }
 
     /// Forgets all requests. Reads that run come to their end and are handed out if they are requested
@@ -163,10 +176,21 @@ public:
     void dropAll()
     {
         mQueue.clear();
-        const std::scoped_lock lock(mState->mutex);
-        for (auto entry = mState->entries.begin(); entry != mState->entries.end();)
+        std::vector<Key> forgotten;
         {
-            entry = mState->drop(entry);
+            const std::scoped_lock lock(mState->mutex);
+            for (auto entry = mState->entries.begin(); entry != mState->entries.end();)
+            {
+                if (mNotice.forgotten && entry->second.progress == Progress::Waiting)
+                {
+                    forgotten.push_back(entry->first);
+                }
+                entry = mState->drop(entry);
+            }
+        }
+        for (const Key& key : forgotten)
+        {
+            tell(mNotice.forgotten, key);
         }
     }
 
@@ -218,6 +242,11 @@ private:
             return true;
         }
 
+        bool hasRoom(std::size_t bytes) const
+        {
+            return bytesInFlight == 0 || bytesInFlight + bytes <= maxBytesInFlight;
+        }
+
         typename Entries::iterator erase(typename Entries::iterator entry)
         {
             bytesInFlight -= entry->second.bytes;
@@ -246,8 +275,44 @@ private:
         std::size_t maxBytesInFlight = kDefaultMaxBytesInFlight;
     };
 
+    static void tell(const std::function<void(const Key&)>& whom, const Key& key)
+    {
+        if (whom)
+        {
+            whom(key);
+        }
+    }
+
+    /// @return false when there is no room
+    bool add(const Key& key, std::size_t bytes)
+    {
+        const std::scoped_lock lock(mState->mutex);
+        if (mState->want(key))
+        {
+            return true;
+        }
+        if (!mState->hasRoom(bytes))
+        {
+            return false;
+        }
+        const auto entry = mState->entries.try_emplace(key).first;
+        entry->second.bytes = bytes;
+        mState->bytesInFlight += bytes;
+        try
+        {
+            mQueue.add([state = mState, key] { state->read(key); });
+        }
+        catch (...)
+        {
+            mState->erase(entry);
+            throw;
+        }
+        return true;
+    }
+
     const std::shared_ptr<State> mState;
     WorkerPool::Queue mQueue;
+    const Notice mNotice;
 };
 
 /// A job: reads the value, if it still waits.

@@ -16,14 +16,33 @@ std::string ReopenedFile::name() const
     return mFolder->nameOf(mFile);
 }
 
+std::shared_ptr<const ByteSource> ReopenedFile::current() const noexcept
+{
+    const std::scoped_lock lock(mMutex);
+    return mSource;
+}
+
+void ReopenedFile::expect(std::uint64_t offset, std::size_t length) const noexcept
+{
+    if (const std::shared_ptr<const ByteSource> source = current())
+    {
+        source->expect(offset, length);
+    }
+}
+
+void ReopenedFile::forget(std::uint64_t offset, std::size_t length) const noexcept
+{
+    if (const std::shared_ptr<const ByteSource> source = current())
+    {
+        source->forget(offset, length);
+    }
+}
+
 std::shared_ptr<const ByteSource> ReopenedFile::opened() const
 {
+    if (std::shared_ptr<const ByteSource> source = current())
     {
-        const std::scoped_lock lock(mMutex);
-        if (mSource)
-        {
-            return mSource;
-        }
+        return source;
     }
     std::shared_ptr<const ByteSource> source = mFolder->open(mFile);  // without the lock: it can take long
     const std::scoped_lock lock(mMutex);

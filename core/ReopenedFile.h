@@ -5,6 +5,8 @@
 #include "core/Export.h"
 #include "core/NonCopyable.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -47,8 +49,13 @@ public:
         }
     }
 
+    /// ByteSource::expect() and forget() of the open file; nothing while there is none.
+    void expect(std::uint64_t offset, std::size_t length) const noexcept;
+    void forget(std::uint64_t offset, std::size_t length) const noexcept;
+
 private:
     std::shared_ptr<const ByteSource> opened() const;
+    std::shared_ptr<const ByteSource> current() const noexcept;
     void close(const std::shared_ptr<const ByteSource>& source) const noexcept;
 
     const std::shared_ptr<const ByteFolder> mFolder;

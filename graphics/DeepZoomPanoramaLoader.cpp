@@ -24,6 +24,9 @@ namespace
 /// More would be pixels rather than tiles.
 constexpr std::uint64_t kMostTilesOfALevel = std::uint64_t{1} << 20U;
 
+/// On their way while one is decoded, where the files lie far away.
+constexpr std::uint64_t kTilesAhead = 8;
+
 constexpr std::size_t kCodeCount = 65536;
 
 struct Size
@@ -46,7 +49,16 @@ Size levelSize(const DeepZoomPyramid& pyramid, std::uint32_t level)
 
 DeepZoomPyramid openPyramid(const Core::ByteFolder& files, const std::string& name)
 {
-    return {readDeepZoomDescription(*files.open(name)), name};
+    return {readDeepZoomDescription(*files.openFor(Core::Extent::Whole, name)), name};
+}
+
+/// Reads panorama.json and has what it names on its way.
+PanoramaDescription readExpectingPyramids(const Core::ByteFolder& files)
+{
+    PanoramaDescription description = readPanoramaDescription(files);
+    files.expect(Core::Extent::Whole, description.color);
+    files.expect(Core::Extent::Whole, description.depth);
+    return description;
 }
 
 /// A tile's file, for messages and as it is stored.
@@ -60,7 +72,7 @@ std::optional<TileFile> readTileFile(
     const Core::ByteFolder& files, const std::string& name, const std::stop_token& stopToken
 )
 {
-    const std::unique_ptr<const Core::ByteSource> file = files.open(name, stopToken);
+    const std::unique_ptr<const Core::ByteSource> file = files.openFor(Core::Extent::Whole, name, stopToken);
     std::optional<std::string> bytes =
         file ? Core::readAll(*file, PictureLimits::kLargestTileFile, stopToken) : std::nullopt;
     return bytes ? std::optional(TileFile{file->name(), *std::move(bytes)}) : std::nullopt;
@@ -162,6 +174,8 @@ struct DeepZoomPanoramaLoader::Implementation
     Size tileCounts(std::uint64_t level) const;
     ImageRegion region(const TileIndex& index, std::uint64_t levelCount) const;
 
+    void expectNext(const DeepZoomPyramid& pyramid, const TileIndex& index, std::uint64_t levelCount) const;
+
     [[noreturn]] void fail(const std::string& reason) const
     {
         throw std::runtime_error("Error: cannot open the panorama " + files->name() + ": " + reason);
@@ -178,7 +192,7 @@ struct DeepZoomPanoramaLoader::Implementation
 
 DeepZoomPanoramaLoader::Implementation::Implementation(std::shared_ptr<const Core::ByteFolder> panoramaFiles)
     : files(std::move(panoramaFiles)),
-      description(readPanoramaDescription(*files)),
+      description(readExpectingPyramids(*files)),
       color(openPyramid(*files, description.color)),
       depth(openPyramid(*files, description.depth)),
       metresOfCode(metresOfCodes()),
@@ -317,6 +331,24 @@ ImageRegion DeepZoomPanoramaLoader::Implementation::region(const TileIndex& inde
         one.height};
 }
 
+/// Has the tiles on their way that tileIndices() has behind this one.
+void DeepZoomPanoramaLoader::Implementation::expectNext(
+    const DeepZoomPyramid& pyramid, const TileIndex& index, std::uint64_t levelCount
+) const
+{
+    const Size counts = tileCounts(index.level);
+    const std::uint64_t first = index.row * counts.width + index.column + 1;
+    const std::uint64_t end = std::min(first + kTilesAhead, std::uint64_t{counts.width} * counts.height);
+    for (std::uint64_t i = first; i < end; ++i)
+    {
+        const ImageRegion next = region({index.level, i % counts.width, i / counts.width}, levelCount);
+        for (const std::string& name : pyramid.tileNames(zoomLevel(index.level), next))
+        {
+            files->expect(Core::Extent::Whole, name);
+        }
+    }
+}
+
 DeepZoomPanoramaLoader::DeepZoomPanoramaLoader(const std::filesystem::path& folder)
     : DeepZoomPanoramaLoader(std::make_shared<const Core::LocalFolder>(folder))
 {
@@ -399,6 +431,7 @@ std::optional<ColorImage> DeepZoomPanoramaLoader::fetchColorTile(
 )
 {
     const ImageRegion region = mImplementation->region(tile, numColorLevels());
+    mImplementation->expectNext(mImplementation->color, tile, numColorLevels());
     const auto read = mImplementation->color.description().format == "png" ? readColorPng : readColorJpeg;
     const auto readTile = [&](const std::string& name, std::uint32_t width, std::uint32_t height)
     {
@@ -415,6 +448,7 @@ std::optional<DepthImage> DeepZoomPanoramaLoader::fetchDepthTile(
 )
 {
     const ImageRegion region = mImplementation->region(tile, numDepthLevels());
+    mImplementation->expectNext(mImplementation->depth, tile, numDepthLevels());
     const auto metresOfCode = std::span(mImplementation->metresOfCode).first<kCodeCount>();
     const auto readTile = [&](const std::string& name, std::uint32_t width, std::uint32_t height)
     {

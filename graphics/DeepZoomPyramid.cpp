@@ -31,4 +31,19 @@ ImageRegion DeepZoomPyramid::tileRegion(std::uint32_t level, std::uint32_t colum
     const Range y = range(row, mDescription.levelHeight(level));
     return {x.first, y.first, x.size, y.size};
 }
+
+std::vector<std::string> DeepZoomPyramid::tileNames(std::uint32_t level, const ImageRegion& part) const
+{
+    const std::uint32_t tileSize = mDescription.tileSize;
+    std::vector<std::string> names;
+    for (std::uint32_t row = part.y / tileSize; row <= (part.y + part.height - 1) / tileSize; ++row)
+    {
+        for (std::uint32_t column = part.x / tileSize; column <= (part.x + part.width - 1) / tileSize;
+             ++column)
+        {
+            names.push_back(tileName(level, column, row));
+        }
+    }
+    return names;
+}
 }  // namespace Graphics

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace Graphics
 {
@@ -48,6 +49,9 @@ public:
 
     /// The part of its level that a tile holds, its overlap with the neighbours included.
     ImageRegion tileRegion(std::uint32_t level, std::uint32_t column, std::uint32_t row) const noexcept;
+
+    /// The files of the tiles that hold a part of a level, in the order in which readRegion() reads them.
+    std::vector<std::string> tileNames(std::uint32_t level, const ImageRegion& part) const;
 
     /// Puts a part of a level together from the tiles that hold it.
     /// @param part      inside the level

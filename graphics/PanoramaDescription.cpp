@@ -180,7 +180,7 @@ PanoramaDescription parsePanoramaDescription(std::string_view text)
 
 PanoramaDescription readPanoramaDescription(const Core::ByteFolder& folder)
 {
-    const auto file = folder.open(PanoramaDescription::kFileName);
+    const auto file = folder.openFor(Core::Extent::Whole, PanoramaDescription::kFileName);
     const std::string text = *Core::readAll(*file, kLargestFile);  // nobody asks for a stop
     try
     {

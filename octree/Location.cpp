@@ -1,11 +1,15 @@
 #include "octree/Location.h"
 
 #include "core/LocalFolder.h"
+#include "core/http/HttpClient.h"
+#include "core/http/HttpFolder.h"
+#include "core/http/HttpUrl.h"
 #include "core/toUtf8.h"
 #include "octree/TreeKind.h"
 
 #include <algorithm>
 #include <cstdint>
+#include <exception>
 #include <stdexcept>
 #include <utility>
 
@@ -88,7 +92,7 @@ Location::Location(Kind kind, std::shared_ptr<const Core::ByteFolder> files, std
     }
     else
     {
-        mPlace = mFiles->name();
+        mPlace = mFiles->identity();
     }
 }
 
@@ -122,6 +126,66 @@ Location Location::fromFiles(std::shared_ptr<const Core::ByteFolder> files)
 {
     const Kind kind = files ? kindOf(*files) : Kind::PoTree;
     return {kind, std::move(files)};
+}
+
+Location Location::fromUrl(std::string_view url, std::shared_ptr<const Core::HttpClient> client)
+{
+    const Core::HttpUrl address(url);
+    if (!client)
+    {
+        client = Core::HttpClient::shared();
+    }
+    for (const TreeKind* const kind : treeKinds())
+    {
+        if (!address.isFolder() && address.lastStep() == kind->descriptionFile)
+        {
+            return {kind->kind, std::make_shared<const Core::HttpFolder>(client, address.folder())};
+        }
+    }
+    auto files = std::make_shared<const Core::HttpFolder>(client, address);
+    const auto lookForDescriptions = [&files]
+    {
+        for (const TreeKind* const kind : treeKinds())
+        {
+            if (*kind->descriptionFile != '\0')
+            {
+                files->expect(Core::Extent::Parts, kind->descriptionFile);
+            }
+        }
+    };
+    const std::string file = address.lastStep();
+    const bool looksLikeFile = file.find('.') != std::string::npos;
+    if (!looksLikeFile)
+    {
+        lookForDescriptions();  // while the address is looked at as a file
+    }
+    auto around = std::make_shared<const Core::HttpFolder>(client, address.folder());
+    if (const TreeKind* const kind = address.isFolder() ? nullptr : kindOf(*around, file))
+    {
+        return {kind->kind, std::move(around), file};
+    }
+    lookForDescriptions();
+    std::exception_ptr failure;
+    for (const TreeKind* const kind : treeKinds())
+    {
+        try
+        {
+            if (*kind->descriptionFile != '\0' && files->contains(kind->descriptionFile))
+            {
+                return {kind->kind, std::move(files)};
+            }
+        }
+        catch (const std::runtime_error&)
+        {
+            // Object stores answer so where there is nothing, if the list of files may not be read.
+            failure = failure ? failure : std::current_exception();
+        }
+    }
+    if (failure)
+    {
+        std::rethrow_exception(failure);
+    }
+    return {treeKinds().front()->kind, std::move(files)};
 }
 
 bool Location::exists() const

@@ -12,6 +12,11 @@
 #include <string>
 #include <string_view>
 
+namespace Core
+{
+class HttpClient;
+}
+
 namespace Octree
 {
 /// The kinds of octree data sets.
@@ -53,6 +58,11 @@ public:
 
     /// The same for one of them, which need not be local: the file that a data set is opened by.
     static Location fromFile(std::shared_ptr<const Core::ByteFolder> files, std::string_view file);
+
+    /// The same for a web address: of the folder, or of the file that the data set is opened by.
+    /// @param client  by which it is read; the process's when null
+    /// @throws std::runtime_error  naming the address, when it is none or the server does not tell what is there
+    static Location fromUrl(std::string_view url, std::shared_ptr<const Core::HttpClient> client = nullptr);
 
     /// Which kind of data set lies there.
     Kind kind() const noexcept { return mKind; }

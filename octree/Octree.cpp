@@ -430,6 +430,16 @@ bool Octree::getNodePointData(const OctreeNodeId& id, NodePointData& out, std::s
     }
 }
 
+void Octree::expectNodePoints(const OctreeNodeId& id) const noexcept
+{
+    mImplementation->tree->expectPoints(id);
+}
+
+void Octree::forgetNodePoints(const OctreeNodeId& id) const noexcept
+{
+    mImplementation->tree->forgetPoints(id);
+}
+
 bool Octree::readNodePointData(const OctreeNodeId& id, NodePointData& out, std::stop_token stopToken) const
 {
     const unsigned wanted = out.attributeMask();

@@ -138,7 +138,13 @@ public:
     /// @return false when a stop was requested or the data could not be read; readNodePointData tells why
     bool getNodePointData(const OctreeNodeId& id, NodePointData& out, std::stop_token stopToken = {}) const;
 
-    /// The same, but a failure is thrown with the file's name and what was wrong.
+    /// Says that a node's points will soon be read; does not wait. What lies far away is then on its way.
+    void expectNodePoints(const OctreeNodeId& id) const noexcept;
+
+    /// Takes that back.
+    void forgetNodePoints(const OctreeNodeId& id) const noexcept;
+
+    /// getNodePointData(), but a failure is thrown with the file's name and what was wrong.
     /// @return false only when a stop was requested
     bool readNodePointData(const OctreeNodeId& id, NodePointData& out, std::stop_token stopToken = {}) const;
 

@@ -87,6 +87,13 @@ public:
         PointSink& sink,
         std::stop_token stopToken
     ) const = 0;
+
+    /// Says that the points of a node, whose record is known, will soon be read; does not wait. Where the files
+    /// lie far away they are then on their way.
+    virtual void expectPoints(const OctreeNodeId& /*id*/) const noexcept {}
+
+    /// Takes that back.
+    virtual void forgetPoints(const OctreeNodeId& /*id*/) const noexcept {}
 };
 
 /// Opens the data set with the reader of its kind.

@@ -233,6 +233,34 @@ make_laszip_windows() {
     ninja -C "$sources/laszip/build" install
 }
 
+# HTTP/2 for curl. It cannot be built where there are two clocks that it knows.
+make_nghttp2() {
+    local tree
+    tree=$(unpackedSource nghttp2)
+    crossConfigure nghttp2 "$tree" -DENABLE_LIB_ONLY=ON -DENABLE_STATIC_LIB=ON -DENABLE_SHARED_LIB=OFF -DHAVE_CLOCK_GETTIME=OFF
+    ninja -C "$sources/nghttp2/build" nghttp2_static
+    cp "$sources/nghttp2/build/lib/libnghttp2.a" "$prefix/lib/"
+    mkdir -p "$prefix/include/nghttp2"
+    cp "$tree/lib/includes/nghttp2/nghttp2.h" "$sources/nghttp2/build/lib/includes/nghttp2/nghttp2ver.h" \
+        "$prefix/include/nghttp2/"
+}
+
+# HTTP alone, with the system's TLS and its certificates.
+make_curl() {
+    local tree
+    tree=$(unpackedSource curl)
+    crossConfigure curl "$tree" -DCMAKE_C_FLAGS="-fno-ipa-ra -DNGHTTP2_STATICLIB" -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF \
+        -DHTTP_ONLY=ON -DCURL_USE_SCHANNEL=ON -DUSE_NGHTTP2=ON -DUSE_LIBIDN2=OFF -DCURL_USE_LIBSSH2=OFF \
+        -DCURL_USE_LIBPSL=OFF -DCURL_ZLIB=OFF -DCURL_BROTLI=OFF -DCURL_ZSTD=OFF -DCURL_DISABLE_COOKIES=ON \
+        -DCURL_DISABLE_ALTSVC=ON -DCURL_DISABLE_HSTS=ON -DENABLE_MANUAL=OFF \
+        -DNGHTTP2_INCLUDE_DIR="$prefix/include" -DNGHTTP2_LIBRARY="$prefix/lib/libnghttp2.a"
+    ninja -C "$sources/curl/build" libcurl
+    cp "$sources/curl/build/lib/libcurl.a" "$prefix/lib/"
+    rm -rf "$prefix/include/curl"
+    mkdir -p "$prefix/include/curl"
+    cp "$tree"/include/curl/*.h "$prefix/include/curl/"
+}
+
 make_googletest() {
     mkdir -p "$sources/googletest"
     crossConfigure googletest /usr/src/googletest
@@ -312,6 +340,8 @@ forWindows() {
     part jpeg "building libjpeg-turbo for Windows" "$toolchain"
     part pugixml "building pugixml for Windows" "$toolchain"
     part laszip_windows "building LASzip for Windows" "$toolchain" "$tarnelRoot"/cmake/laszip/*
+    part nghttp2 "building nghttp2 for Windows" "$toolchain"
+    part curl "building curl for Windows" "$toolchain"
     part googletest "building GoogleTest for Windows" "$toolchain"
     part benchmark "building Google Benchmark for Windows" "$toolchain"
     part dxvk "fetching DXVK"

@@ -19,7 +19,7 @@ native=(
     # libraries; the header-only ones serve the Windows build as well
     libeigen3-dev nlohmann-json3-dev libcli11-dev libtinyobjloader-dev
     libbrotli-dev libspng-dev zlib1g-dev libzstd-dev libjpeg62-turbo-dev
-    libpugixml-dev
+    libpugixml-dev libcurl4-openssl-dev
 )
 windows=(
     g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev libz-mingw-w64-dev googletest curl
@@ -31,6 +31,8 @@ tests=(
     libgtest-dev libgmock-dev libbenchmark-dev
     # writes image pyramids for a test
     libvips-tools
+    # a web server for tests, and what makes its certificate
+    nginx-light openssl
     # read completions and the manual page
     zsh groff-base
     # an example's window, and a display for it

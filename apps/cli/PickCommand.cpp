@@ -164,7 +164,8 @@ void addPickCommand(CLI::App& app)
 {
     CLI::App* const verb = app.add_subcommand("pick", "Tells which point or plane a pixel shows");
     const auto options = std::make_shared<PickOptions>();
-    verb->add_option("DATASET", options->scene.clouds, "Folders of the point clouds")->required();
+    verb->add_option("DATASET", options->scene.clouds, "Folders or web addresses of the point clouds")
+        ->required();
     verb->add_option("--pixel", options->pixel, "Column and row from the upper left: x,y")->required();
     verb->add_option(
             "--tolerance",

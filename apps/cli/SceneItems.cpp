@@ -45,8 +45,8 @@ void addItemOptions(CLI::App& verb)
             ->allow_extra_args(false)
             ->group(kGroup);
     };
-    add("--cloud", "Folder of a point cloud; repeatable");
-    add("--pano", "Folder of a panorama; repeatable");
+    add("--cloud", "Folder or web address of a point cloud; repeatable");
+    add("--pano", "Folder or web address of a panorama; repeatable");
     add("--mesh", "OBJ file of a mesh; repeatable");
     add("--unit-scale", "Data units per unit of the mesh before it (default: 1)");
     add("--transform",

@@ -10,6 +10,7 @@
 #include "apps/cli/parseValue.h"
 #include "apps/cli/placeCamera.h"
 #include "apps/cli/refuseSizeClearly.h"
+#include "apps/cli/remoteData.h"
 #include <graphics/DeepZoomPanoramaLoader.h>
 #include <graphics/DepthImage.h>
 #include <math/ConvexPolytope.h>
@@ -29,6 +30,7 @@
 #include <stdexcept>
 #include <stop_token>
 #include <thread>
+#include <utility>
 
 namespace Cli
 {
@@ -108,7 +110,8 @@ void SceneSession::addItems(const SceneOptions& options)
     const auto isCloud = [](const SceneItem& item) { return item.kind == SceneItem::Kind::Cloud; };
     if (const auto first = std::find_if(items.begin(), items.end(), isCloud); first != items.end())
     {
-        placement(absolutePlacement(*first, Octree::Octree(datasetLocation(first->path), 1.0)));
+        mFirstCloud = std::make_shared<Octree::Octree>(datasetLocation(first->path), 1.0);
+        placement(absolutePlacement(*first, *mFirstCloud));
     }
     for (const SceneItem& item : items)
     {
@@ -141,8 +144,8 @@ Eigen::Matrix4f SceneSession::placement(const Eigen::Matrix4d& toAbsolute)
 
 void SceneSession::addPanorama(const SceneItem& item)
 {
-    const auto loader = std::make_shared<Graphics::DeepZoomPanoramaLoader>(toPath(item.path));
-    auto panorama = Render::PanoRenderable::create(loader, item.path);
+    const auto loader = std::make_shared<Graphics::DeepZoomPanoramaLoader>(dataFolder(item.path));
+    auto panorama = Render::PanoRenderable::create(loader, shownName(item.path));
     panorama->setMatrix(placement(item.transform.value_or(loader->pose())));
     mScene->add(panorama);
     mPanoramas.push_back(std::move(panorama));
@@ -158,8 +161,10 @@ void SceneSession::addMesh(const SceneItem& item)
 
 void SceneSession::addCloud(const SceneItem& item, const SceneOptions& options)
 {
-    const auto octree = std::make_shared<Octree::Octree>(datasetLocation(item.path), 1.0);
-    auto cloud = Render::PointCloudRenderable::create(octree, item.path, options.budget);
+    const std::shared_ptr<Octree::Octree> octree =
+        mFirstCloud ? std::move(mFirstCloud)
+                    : std::make_shared<Octree::Octree>(datasetLocation(item.path), 1.0);
+    auto cloud = Render::PointCloudRenderable::create(octree, shownName(item.path), options.budget);
     cloud->setMatrix(placement(absolutePlacement(item, *octree)));
     if (options.threshold)
     {

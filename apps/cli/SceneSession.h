@@ -68,6 +68,7 @@ private:
 
     Render::Renderer mRenderer;
     std::shared_ptr<Render::GroupRenderable> mScene;
+    std::shared_ptr<Octree::Octree> mFirstCloud;  // opened for its place, until it is added
     std::vector<Cloud> mClouds;
     std::vector<std::shared_ptr<Render::PanoRenderable>> mPanoramas;
     std::vector<std::shared_ptr<Render::MeshRenderable>> mMeshes;

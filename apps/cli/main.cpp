@@ -1,6 +1,7 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
 #include "apps/cli/errorText.h"
+#include "apps/cli/remoteData.h"
 #include <core/version.h>
 
 #include <cstdio>
@@ -38,6 +39,11 @@ int run(int count, const char* const* words)
     Cli::addExportVisibleCommand(app);
     Cli::addQueryCommand(app);
     Cli::addDevicesCommand(app);
+
+    for (const char* const verb : {"info", "dump", "thumbnail", "render", "pick", "export-visible", "query"})
+    {
+        Cli::addRemoteOptions(*app.get_subcommand(verb));
+    }
 
     try
     {

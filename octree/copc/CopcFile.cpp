@@ -149,4 +149,14 @@ bool CopcFile::readChunk(
         }
     );
 }
+
+void CopcFile::expectChunk(const NodeEntry& entry) const noexcept
+{
+    mFile.expect(entry.offset, entry.size);
+}
+
+void CopcFile::forgetChunk(const NodeEntry& entry) const noexcept
+{
+    mFile.forget(entry.offset, entry.size);
+}
 }  // namespace Copc

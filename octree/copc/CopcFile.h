@@ -51,6 +51,10 @@ public:
         const NodeEntry& entry, const Octree::ScratchLoan& scratch, const std::stop_token& stopToken
     ) const;
 
+    /// Says that a node's points will soon be read, or that they will not; see Core::ByteSource::expect().
+    void expectChunk(const NodeEntry& entry) const noexcept;
+    void forgetChunk(const NodeEntry& entry) const noexcept;
+
 private:
     bool readRange(std::uint64_t offset, std::span<std::byte> out, const std::stop_token& stopToken) const;
     void checkChunk(const NodeEntry& entry) const;

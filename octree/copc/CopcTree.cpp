@@ -11,6 +11,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <exception>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -277,5 +278,37 @@ bool CopcTree::readRows(
         throw Octree::fileError(mFile.name(), "node " + Octree::cellName(entry.id) + ": " + error.what());
     }
     return true;
+}
+
+/// Nothing where a page of the hierarchy would have to be read: a stop that is requested already keeps it from that.
+std::optional<NodeEntry> CopcTree::entryAtHand(const OctreeNodeId& id) const noexcept
+{
+    try
+    {
+        std::stop_source stop;
+        stop.request_stop();
+        const std::optional<Hierarchy::Node> node = mHierarchy.find(id, stop.get_token());
+        return node && node->entry.count > 0 ? std::optional(node->entry) : std::nullopt;
+    }
+    catch (const std::exception&)
+    {
+        return std::nullopt;  // whoever reads the node will meet the failure
+    }
+}
+
+void CopcTree::expectPoints(const OctreeNodeId& id) const noexcept
+{
+    if (const std::optional<NodeEntry> entry = entryAtHand(id))
+    {
+        mFile.expectChunk(*entry);
+    }
+}
+
+void CopcTree::forgetPoints(const OctreeNodeId& id) const noexcept
+{
+    if (const std::optional<NodeEntry> entry = entryAtHand(id))
+    {
+        mFile.forgetChunk(*entry);
+    }
 }
 }  // namespace Copc

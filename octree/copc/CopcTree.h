@@ -52,6 +52,9 @@ public:
         std::stop_token stopToken
     ) const override;
 
+    void expectPoints(const Octree::OctreeNodeId& id) const noexcept override;
+    void forgetPoints(const Octree::OctreeNodeId& id) const noexcept override;
+
     /// Number of nodes from which on pages of the hierarchy are dropped from memory; 60 MB.
     static constexpr std::uint64_t kHierarchyCacheCapacity = 2'500'000;
 
@@ -61,6 +64,8 @@ private:
     // Nothing when a stop was requested.
     std::optional<NodeEntry> existingNode(const Octree::OctreeNodeId& id, const std::stop_token& stopToken)
         const;
+
+    std::optional<NodeEntry> entryAtHand(const Octree::OctreeNodeId& id) const noexcept;
 
     bool readRows(
         const NodeEntry& entry,

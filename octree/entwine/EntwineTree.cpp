@@ -66,7 +66,7 @@ Octree::TreeDescription describe(
 }  // namespace
 
 EntwineTree::EntwineTree(const Octree::Location& location)
-    : mMetadata(readMetadata(*location.files()->open(location.file()))),
+    : mMetadata(readMetadata(*location.files()->openFor(Core::Extent::Whole, location.file()))),
       mLayout(rowLayout(mMetadata)),
       mDescription(describe(mMetadata, mLayout, *location.files())),
       mHierarchy(location.files()),
@@ -240,5 +240,15 @@ std::optional<bool> EntwineTree::sampleWideColors(const std::stop_token& stopTok
     const Octree::ScratchLoan scratch;
     const std::optional<Tile> tile = mTiles.read(id, node->pointCount, scratch, stopToken);
     return tile ? std::optional(Octree::hasWideColors(tile->layout, tile->rows)) : std::nullopt;
+}
+
+void EntwineTree::expectPoints(const OctreeNodeId& id) const noexcept
+{
+    mTiles.expect(id);
+}
+
+void EntwineTree::forgetPoints(const OctreeNodeId& id) const noexcept
+{
+    mTiles.forget(id);
 }
 }  // namespace Entwine

@@ -52,6 +52,9 @@ public:
         std::stop_token stopToken
     ) const override;
 
+    void expectPoints(const Octree::OctreeNodeId& id) const noexcept override;
+    void forgetPoints(const Octree::OctreeNodeId& id) const noexcept override;
+
 private:
     // Nothing when a stop was requested.
     std::optional<Hierarchy::Node> existingNode(

@@ -16,7 +16,9 @@ constexpr const char* kFolder = "ept-hierarchy";
 
 Files::Page read(const Core::ByteFolder& dataSet, const OctreeNodeId& first, const std::stop_token& stopToken)
 {
-    const auto file = dataSet.open(std::string(kFolder) + '/' + nodeKey(first) + ".json", stopToken);
+    const auto file = dataSet.openFor(
+        Core::Extent::Whole, std::string(kFolder) + '/' + nodeKey(first) + ".json", stopToken
+    );
     const std::optional<std::string> text =
         file ? Core::readAll(*file, Hierarchy::kMaxFileSize, stopToken) : std::nullopt;
     if (!text)

@@ -26,6 +26,16 @@ std::string TileReader::nameOf(const Octree::OctreeNodeId& id) const
     return mFiles->nameOf(fileOf(id));
 }
 
+void TileReader::expect(const Octree::OctreeNodeId& id) const noexcept
+{
+    mFiles->expect(Core::Extent::Whole, fileOf(id));
+}
+
+void TileReader::forget(const Octree::OctreeNodeId& id) const noexcept
+{
+    mFiles->forget(fileOf(id));
+}
+
 std::optional<Tile> TileReader::read(
     const Octree::OctreeNodeId& id,
     std::uint64_t pointCount,
@@ -41,7 +51,8 @@ std::optional<Tile> TileReader::read(
                 std::to_string(Octree::kMaxPointsPerNode)
         );
     }
-    const std::unique_ptr<const Core::ByteSource> file = mFiles->open(fileOf(id), stopToken);
+    const std::unique_ptr<const Core::ByteSource> file =
+        mFiles->openFor(Core::Extent::Whole, fileOf(id), stopToken);
     if (!file)
     {
         return std::nullopt;

@@ -39,6 +39,10 @@ public:
         const std::stop_token& stopToken
     ) const;
 
+    /// Says that a tile will soon be read, or that it will not; see Core::ByteFolder::expect().
+    void expect(const Octree::OctreeNodeId& id) const noexcept;
+    void forget(const Octree::OctreeNodeId& id) const noexcept;
+
     /// A tile's name for messages.
     std::string nameOf(const Octree::OctreeNodeId& id) const;
 

@@ -58,7 +58,7 @@ bool succeeds(const Read& read) noexcept
 }  // namespace
 
 FileLoader::FileLoader(const std::shared_ptr<const Core::ByteFolder>& files)
-    : mHierarchy(files, "hierarchy.bin"), mOctree(files, "octree.bin")
+    : mHierarchy(files, kFiles[0]), mOctree(files, kFiles[1])
 {
 }
 
@@ -116,5 +116,15 @@ bool FileLoader::readOctreeChunk(
             return file.readAt(node.byteOffset, out, stopToken);
         }
     );
+}
+
+void FileLoader::expectOctreeChunk(const Node& node) const noexcept
+{
+    mOctree.expect(node.byteOffset, static_cast<std::size_t>(node.byteSize));
+}
+
+void FileLoader::forgetOctreeChunk(const Node& node) const noexcept
+{
+    mOctree.forget(node.byteOffset, static_cast<std::size_t>(node.byteSize));
 }
 }  // namespace PoTree

@@ -6,6 +6,7 @@
 #include "octree/potree/FileSystemLocation.h"
 #include "octree/potree/Node.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -68,6 +69,10 @@ public:
         const Node& node, std::uint64_t maxSize, std::vector<std::byte>& out, std::stop_token stopToken
     ) const;
 
+    /// Says that a node's points will soon be read, or that they will not; see Core::ByteSource::expect().
+    void expectOctreeChunk(const Node& node) const noexcept;
+    void forgetOctreeChunk(const Node& node) const noexcept;
+
     /// Looks at the place of a hierarchy chunk without reading it.
     /// @throws std::runtime_error  naming the file, as readHierarchyChunk()
     OCTREE_API void checkHierarchyChunk(std::uint64_t offset, std::uint64_t size) const;
@@ -77,6 +82,9 @@ public:
 
     /// The name of octree.bin, for messages.
     std::string octreeFile() const { return mOctree.name(); }
+
+    /// What is opened, in this order.
+    static constexpr std::array<const char*, 2> kFiles{"hierarchy.bin", "octree.bin"};
 
     /// Eighty times the largest chunk of four levels; its nodes take about 90 MB.
     static constexpr std::uint64_t kMaxHierarchyChunkSize = 8U << 20U;

@@ -11,6 +11,7 @@
 #include "octree/unpackedSize.h"
 
 #include <algorithm>
+#include <exception>
 #include <iterator>
 #include <stdexcept>
 #include <string>
@@ -62,13 +63,24 @@ Octree::TreeDescription describe(
     description.intensityRange = metadata.intensityRange();
     return description;
 }
+
+/// Opens the metadata and has the other files, which will be opened next, on their way meanwhile.
+std::unique_ptr<const Core::ByteSource> openExpectingOthers(const Octree::Location& location)
+{
+    const Core::ByteFolder& files = *location.files();
+    for (const char* const file : FileLoader::kFiles)
+    {
+        files.expect(Core::Extent::Parts, file);
+    }
+    return files.openFor(Core::Extent::Whole, location.file());
+}
 }  // namespace
 
 // Where the library is a DLL, a program can bind a reference to the constant only when it is defined here.
 const std::uint64_t PoTreeTree::kHierarchyCacheCapacity;
 
 PoTreeTree::PoTreeTree(const Octree::Location& location)
-    : mMetadata(readMetadata(*location.files()->open(location.file()))),
+    : mMetadata(readMetadata(*openExpectingOthers(location))),
       mLayout(makePointLayout(mMetadata, location.fileName())),
       mDescription(describe(mMetadata, mLayout, *location.files())),
       mLoader(location.files()),
@@ -404,5 +416,34 @@ bool PoTreeTree::passNodePoints(
     }
     decodePoints(mLayout, conversion(unitScale), *bytes, attributes, sink);
     return true;
+}
+
+/// Null when it is not in the cache.
+std::shared_ptr<const Node> PoTreeTree::nodeAtHand(const OctreeNodeId& id) const noexcept
+{
+    try
+    {
+        return mNodes.contains(id) ? findNode(id, {}) : nullptr;
+    }
+    catch (const std::exception&)
+    {
+        return nullptr;  // whoever reads the node will meet the failure
+    }
+}
+
+void PoTreeTree::expectPoints(const OctreeNodeId& id) const noexcept
+{
+    if (const std::shared_ptr<const Node> node = nodeAtHand(id))
+    {
+        mLoader.expectOctreeChunk(*node);
+    }
+}
+
+void PoTreeTree::forgetPoints(const OctreeNodeId& id) const noexcept
+{
+    if (const std::shared_ptr<const Node> node = nodeAtHand(id))
+    {
+        mLoader.forgetOctreeChunk(*node);
+    }
 }
 }  // namespace PoTree

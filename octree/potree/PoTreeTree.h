@@ -61,6 +61,9 @@ public:
         std::stop_token stopToken
     ) const override;
 
+    void expectPoints(const Octree::OctreeNodeId& id) const noexcept override;
+    void forgetPoints(const Octree::OctreeNodeId& id) const noexcept override;
+
     /// The node through the hierarchy cache; null when it does not exist or a stop was requested. Never a
     /// proxy.
     /// @throws std::runtime_error  naming the file and what is wrong with it
@@ -73,6 +76,7 @@ private:
         Octree::OctreeNodeId owner;
     };
 
+    std::shared_ptr<const Node> nodeAtHand(const Octree::OctreeNodeId& id) const noexcept;
     std::shared_ptr<Node> cachedNode(const Octree::OctreeNodeId& id, std::stop_token stopToken) const;
     std::shared_ptr<Node> loadNode(const Octree::OctreeNodeId& id, std::stop_token stopToken) const;
     std::shared_ptr<Node> loadChunk(

@@ -52,6 +52,16 @@ bool CachedVertices::load(
     return mCache->getOrLoad(id, vertices, readNode, isOurs, std::move(stopToken));
 }
 
+void CachedVertices::expect(const Octree::OctreeNodeId& id) const noexcept
+{
+    mOctree->expectNodePoints(id);
+}
+
+void CachedVertices::forget(const Octree::OctreeNodeId& id) const noexcept
+{
+    mOctree->forgetNodePoints(id);
+}
+
 bool CachedVertices::contains(const Octree::OctreeNodeId& id) const
 {
     return mOctree->cacheIdentifier() == mIdentifier && mCache->contains(id);

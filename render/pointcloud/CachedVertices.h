@@ -48,6 +48,10 @@ public:
     /// @throws std::runtime_error  naming the file and what was wrong
     bool load(const Octree::OctreeNodeId& id, VertexContainer& vertices, std::stop_token stopToken) const;
 
+    /// Says that load() will soon read the node, or that it will not; does not wait.
+    void expect(const Octree::OctreeNodeId& id) const noexcept;
+    void forget(const Octree::OctreeNodeId& id) const noexcept;
+
     /// True when load() would not read.
     bool contains(const Octree::OctreeNodeId& id) const;
 

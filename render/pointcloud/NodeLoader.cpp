@@ -13,7 +13,11 @@ NodeLoader::NodeLoader(
           std::move(pool),
           [vertices](const Octree::OctreeNodeId& id, VertexContainer& out, std::stop_token stopToken)
           { return vertices->load(id, out, std::move(stopToken)); },
-          [vertices](const Octree::OctreeNodeId& id) { return vertices->contains(id); }
+          [vertices](const Octree::OctreeNodeId& id) { return vertices->contains(id); },
+          {
+              [vertices](const Octree::OctreeNodeId& id) { vertices->expect(id); },
+              [vertices](const Octree::OctreeNodeId& id) { vertices->forget(id); },
+          }
       )
 {
 }

@@ -247,7 +247,11 @@ void PointCloudQuery::readAhead()
                 ahead.identifier = octree->cacheIdentifier();
                 return octree->readNodePointData(id, ahead.points, std::move(stopToken));
             },
-            [cache = mCache](const Octree::OctreeNodeId& id) { return cache->contains(id); }
+            [cache = mCache](const Octree::OctreeNodeId& id) { return cache->contains(id); },
+            Ahead::Notice{
+                [octree = mOctree](const Octree::OctreeNodeId& id) { octree->expectNodePoints(id); },
+                [octree = mOctree](const Octree::OctreeNodeId& id) { octree->forgetNodePoints(id); },
+            }
         );
     }
     try

@@ -48,6 +48,27 @@ class CheckLayersTest(unittest.TestCase):
         self.write("low/a.cpp", '#include "low/a.h"\n\n#include "high/c.h"\n')
         self.expect_complaints("low/a.cpp:3: low may not include high/c.h, but only low")
 
+    def test_opening_files_of_the_system_needs_leave(self):
+        self.make_two_layers()
+        self.write("high/c.cpp", "#include <fstream>\n// fopen(\nint f = ::open(path, 0);\nauto g = std::fopen(a, b);\n")
+        self.expect_complaints(
+            *(f"high/c.cpp:{line}: high may not open files, but gets them from core" for line in (1, 3, 4))
+        )
+        self.write("tools/layers.txt", "low/:\nhigh/: low <files>\n")
+        self.draw()
+        self.expect_complaints()
+
+    def test_leave_to_open_files_that_nobody_uses_is_named(self):
+        self.make_two_layers()
+        self.write("tools/layers.txt", "low/: <files>\nhigh/: low\n")
+        self.draw()
+        self.expect_complaints("tools/layers.txt:1: low may open files, but does not")
+
+    def test_members_called_open_are_no_files(self):
+        self.make_two_layers()
+        self.write("high/c.cpp", "auto a = files.open(name);\nauto b = HttpClient::open(c);\nauto d = x->open(e);\n")
+        self.expect_complaints()
+
     def test_angle_brackets_count_as_well(self):
         self.make_two_layers()
         self.write("high/c.h", "#pragma once\nint c();\n")

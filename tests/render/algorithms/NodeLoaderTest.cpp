@@ -119,7 +119,11 @@ protected:
         return std::make_unique<NodeLoader>(
             std::make_shared<Core::WorkerPool>(threadCount),
             source.function(),
-            [this](const OctreeNodeId& id) { return id.name() == atHand; }
+            [this](const OctreeNodeId& id) { return id.name() == atHand; },
+            NodeLoader::Notice{
+                [this](const OctreeNodeId& id) { notices.push_back("+" + id.name()); },
+                [this](const OctreeNodeId& id) { notices.push_back("-" + id.name()); },
+            }
         );
     }
 
@@ -132,7 +136,55 @@ protected:
 
     Source source;
     std::string atHand;
+    Names notices;  // of nodes that are expected or forgotten
 };
+
+TEST_F(NodeLoaderTest, WhatIsRequestedIsAnnouncedOnceAndBeforeItIsRead)
+{
+    const auto loader = makeLoader(1);
+    atHand = "r2";
+    source.close();
+    loader->request(node("r0"), kBytes);
+    source.awaitBegun(1);
+    loader->request(node("r0"), kBytes);
+    loader->request(node("r1"), kBytes);
+    loader->request(node("r2"), kBytes);
+
+    EXPECT_EQ(notices, (Names{"+r0", "+r1"}));
+    source.open();
+}
+
+TEST_F(NodeLoaderTest, WhatIsDroppedBeforeItBeginsIsTakenBack)
+{
+    const auto loader = makeLoader(1);
+    source.close();
+    loader->request(node("r0"), kBytes);
+    source.awaitBegun(1);
+    loader->request(node("r1"), kBytes);
+    loader->request(node("r2"), kBytes);
+    notices.clear();
+
+    loader->drop(node("r1"));
+    loader->drop(node("r3"));
+    loader->dropAll();
+
+    EXPECT_EQ(notices, (Names{"-r1", "-r2"}));  // "r0" is being read
+    source.open();
+}
+
+TEST_F(NodeLoaderTest, WhatHasNoRoomIsNotAnnounced)
+{
+    const auto loader = makeLoader(1);
+    source.close();
+    loader->setMaxBytesInFlight(kBytes);
+    loader->request(node("r0"), kBytes);
+    source.awaitBegun(1);
+
+    EXPECT_FALSE(loader->request(node("r1"), kBytes));
+
+    EXPECT_EQ(notices, (Names{"+r0"}));
+    source.open();
+}
 }  // namespace
 
 TEST_F(NodeLoaderTest, ANodeThatWasNotRequestedIsReadByTheCaller)

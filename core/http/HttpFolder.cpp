@@ -1,0 +1,141 @@
+#include "core/http/HttpFolder.h"
+
+#include "core/http/HttpOpening.h"
+#include "core/http/HttpSource.h"
+#include "core/shownText.h"
+
+#include <algorithm>
+#include <exception>
+#include <stdexcept>
+#include <utility>
+
+namespace Core
+{
+HttpFolder::HttpFolder(std::shared_ptr<const HttpClient> client, HttpUrl url)
+    : mClient(std::move(client)), mUrl(std::move(url))
+{
+    if (!mClient)
+    {
+        throw std::invalid_argument("Error: a folder of a web server needs a client");
+    }
+}
+
+HttpFolder::~HttpFolder() = default;
+
+std::string HttpFolder::name() const
+{
+    return mUrl.shown();
+}
+
+std::string HttpFolder::nameOf(std::string_view file) const
+{
+    return mUrl.file(file).shown();
+}
+
+std::string HttpFolder::title() const
+{
+    return shownText(mUrl.lastStep());
+}
+
+std::string HttpFolder::identity() const
+{
+    return HttpSource::cacheName(mUrl);
+}
+
+std::unique_ptr<HttpOpening> HttpFolder::takeExpected(std::string_view file) const
+{
+    const std::scoped_lock lock(mMutex);
+    const auto found = mExpected.find(file);
+    if (found == mExpected.end())
+    {
+        std::erase_if(mWaiting, [file](const Wish& wish) { return wish.file == file; });
+        return nullptr;
+    }
+    std::unique_ptr<HttpOpening> opening = std::move(found->second);
+    mExpected.erase(found);
+    beginExpected();
+    return opening->isStale() ? nullptr : std::move(opening);
+}
+
+/// With the mutex: begins what waits, as far as there is room.
+void HttpFolder::beginExpected() const
+{
+    while (mExpected.size() < kMostExpected && !mWaiting.empty())
+    {
+        const Wish wish = std::move(mWaiting.front());
+        mWaiting.pop_front();
+        mExpected.emplace(
+            wish.file, std::make_unique<HttpOpening>(mClient, mUrl.file(wish.file), wish.extent, false)
+        );
+    }
+}
+
+std::unique_ptr<const ByteSource> HttpFolder::open(std::string_view file, const std::stop_token& stopToken)
+    const
+{
+    return openFor(Extent::Parts, file, stopToken);
+}
+
+std::unique_ptr<const ByteSource> HttpFolder::openFor(
+    Extent extent, std::string_view file, const std::stop_token& stopToken
+) const
+{
+    if (stopToken.stop_requested())
+    {
+        return nullptr;
+    }
+    const std::unique_ptr<HttpOpening> expected = takeExpected(file);
+    return expected ? expected->finish(stopToken)
+                    : HttpOpening(mClient, mUrl.file(file), extent).finish(stopToken);
+}
+
+void HttpFolder::expect(Extent extent, std::string_view file) const noexcept
+{
+    try
+    {
+        const std::scoped_lock lock(mMutex);
+        const auto isSame = [file](const Wish& wish) { return wish.file == file; };
+        if (!mExpected.contains(file) && std::ranges::none_of(mWaiting, isSame))
+        {
+            mWaiting.push_back({std::string(file), extent});
+            beginExpected();
+        }
+    }
+    catch (const std::exception&)
+    {
+        // whoever opens the file will meet the failure
+    }
+}
+
+void HttpFolder::forget(std::string_view file) const noexcept
+{
+    try
+    {
+        takeExpected(file);
+    }
+    catch (const std::exception&)
+    {
+    }
+}
+
+bool HttpFolder::contains(std::string_view file) const
+{
+    std::unique_ptr<HttpOpening> opening = takeExpected(file);
+    if (!opening)
+    {
+        opening = std::make_unique<HttpOpening>(mClient, mUrl.file(file), Extent::Parts);
+    }
+    const bool isThere = opening->isThere({}).value_or(false);
+    if (isThere)
+    {
+        const std::scoped_lock lock(mMutex);
+        mExpected.insert_or_assign(std::string(file), std::move(opening));
+    }
+    return isThere;
+}
+
+bool HttpFolder::mayHaveFolder(std::string_view) const
+{
+    return true;
+}
+}  // namespace Core
