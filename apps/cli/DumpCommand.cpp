@@ -128,7 +128,8 @@ void addDumpCommand(CLI::App& app)
         "dump", "Prints decoded points: node x y z r g b a intensity classification scanIndex"
     );
     const auto options = std::make_shared<DumpOptions>();
-    verb->add_option("DATASET", options->dataset, "Folder or web address of the data set, or a COPC file")->required();
+    verb->add_option("DATASET", options->dataset, "Folder or web address of the data set, or a COPC file")
+        ->required();
     CLI::Option* const node = verb->add_option(
         "--node", options->node, "Node to print: \"r\" and one digit a level (default: the root)"
     );

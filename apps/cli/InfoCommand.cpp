@@ -170,7 +170,8 @@ void addInfoCommand(CLI::App& app)
     CLI::App* const verb =
         app.add_subcommand("info", "Prints what a data set holds; walks its whole hierarchy");
     const auto options = std::make_shared<InfoOptions>();
-    verb->add_option("DATASET", options->dataset, "Folder or web address of the data set, or a COPC file")->required();
+    verb->add_option("DATASET", options->dataset, "Folder or web address of the data set, or a COPC file")
+        ->required();
     verb->add_flag("--json", options->asJson, "Print JSON");
     verb->footer("Examples:\n  tarnel info out/sample\n  tarnel info out/sample --json");
     verb->callback([options] { run(*options); });

@@ -145,7 +145,8 @@ void addQueryCommand(CLI::App& app)
 {
     CLI::App* const verb = app.add_subcommand("query", "Takes the points of a region out of a data set");
     const auto options = std::make_shared<QueryOptions>();
-    verb->add_option("DATASET", options->dataset, "Folder or web address of the data set, or a COPC file")->required();
+    verb->add_option("DATASET", options->dataset, "Folder or web address of the data set, or a COPC file")
+        ->required();
     addRegionOptions(*verb, options->region);
     verb->add_option("--max-level", options->maxLevel, "Deepest level to take points from (default: all)")
         ->transform(wholeNumber(0, kLargestLevel));

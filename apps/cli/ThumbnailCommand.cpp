@@ -87,7 +87,8 @@ void addThumbnailCommand(CLI::App& app)
     CLI::App* const verb =
         app.add_subcommand("thumbnail", "Draws a data set once, from a fixed oblique view");
     const auto options = std::make_shared<ThumbnailOptions>();
-    verb->add_option("DATASET", options->dataset, "Folder or web address of the data set, or a COPC file")->required();
+    verb->add_option("DATASET", options->dataset, "Folder or web address of the data set, or a COPC file")
+        ->required();
     verb->add_option("--output", options->output, "PNG file (default: thumbnail.png in the folder)");
     const CLI::Validator side = wholeNumber(1, kLargestSide);
     verb->add_option("--width", options->width, "Pixels (default: 640)")->transform(side);
