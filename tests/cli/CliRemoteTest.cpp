@@ -73,7 +73,13 @@ TEST_P(CliRemote, ThumbnailsAreTheSame)
 INSTANTIATE_TEST_SUITE_P(
     DataSets,
     CliRemote,
-    testing::Values("autzen_brotli", "lonestar_brotli", "ept_color12_laszip", "ept_ellipsoid_zstandard")
+    testing::Values(
+        "autzen_brotli",
+        "lonestar_brotli",
+        "ept_color12_laszip",
+        "ept_ellipsoid_zstandard",
+        "copc_color12/color12.copc.laz"
+    )
 );
 
 class CliRemoteScene : public testing::Test
@@ -150,7 +156,7 @@ TEST(CliRemoteFailure, ADataSetThatIsNotThereIsNamed)
     EXPECT_EQ(
         run.errors,
         "tarnel: error: " + server.url("/nowhere") +
-            ": no data set here (expected a folder with metadata.json or ept.json)\n"
+            ": no data set here (expected a folder with metadata.json or ept.json, or a COPC file)\n"
     );
 }
 

@@ -101,6 +101,27 @@ INSTANTIATE_TEST_SUITE_P(
     Kinds, RemoteDataSet, testing::Values("autzen_brotli", "ept_color12_laszip", "ept_lonestar_thin_binary")
 );
 
+TEST(RemoteLocation, ACopcFileIsNamedByItself)
+{
+    const std::filesystem::path file = testData() / "copc_color12" / "color12.copc.laz";
+    const std::string bytes = TemporaryFolder::read(file);
+    HttpTestServer server(HttpTestServer::files({{"/set.copc.laz", bytes}, {"/download?id=7", bytes}}));
+    const auto client = makeClient();
+    const Octree::Octree local(Location::fromPath(file), 1.0);
+    Octree::NodePointData expected;
+    ASSERT_TRUE(local.readNodePointData(local.root(), expected));
+
+    for (const char* const name : {"/set.copc.laz", "/download?id=7"})  // known by its name, by its content
+    {
+        const Octree::Octree remote(Location::fromUrl(server.url(name), client), 1.0);
+        EXPECT_EQ(remote.kind(), Kind::Copc);
+        Octree::NodePointData actual;
+        ASSERT_TRUE(remote.readNodePointData(remote.root(), actual));
+        EXPECT_EQ(actual.columns().positions, expected.columns().positions);
+        EXPECT_EQ(actual.columns().colors, expected.columns().colors);
+    }
+}
+
 TEST(RemoteLocation, IsNamedByItsFolderOrTheFileThatItIsOpenedBy)
 {
     HttpTestServer server(HttpTestServer::files({{"/a/metadata.json", "{}"}, {"/b/ept.json", "{}"}}));
