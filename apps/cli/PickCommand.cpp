@@ -1,8 +1,10 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
 #include "apps/cli/SceneSession.h"
+#include "apps/cli/cloudLook.h"
 #include "apps/cli/formatNumber.h"
 #include "apps/cli/numberChecks.h"
+#include "apps/cli/oneLine.h"
 #include "apps/cli/parseValue.h"
 #include <math/NPlane.h>
 
@@ -26,7 +28,7 @@ constexpr double kLargestThreshold = 1e9;  // data units
 
 struct PickOptions
 {
-    std::string pixel;
+    std::vector<std::string> pixels;
     std::optional<std::uint64_t> tolerance;
     bool wantsPlane = false;
     double threshold = 0.0;
@@ -40,9 +42,17 @@ struct Pixel
     std::uint64_t y;
 };
 
-Pixel parsePixel(const std::string& text)
+Pixel parsePixel(const std::string& text, const Size& size)
 {
     const std::vector<std::uint64_t> numbers = parseWholeNumbers("--pixel", text, 2, kLargestPixel);
+    if (numbers[0] >= size.width || numbers[1] >= size.height)
+    {
+        throw CLI::ValidationError(
+            "--pixel",
+            "'" + text + "' lies outside the picture, whose last pixel is " + std::to_string(size.width - 1) +
+                "," + std::to_string(size.height - 1)
+        );
+    }
     return {numbers[0], numbers[1]};
 }
 
@@ -52,6 +62,7 @@ struct Hit
     Math::Point<double, 3> point;
     double distance = 0.0;  ///< from the eye to the point
     std::optional<Math::NPlane<double, 3>> plane;
+    std::optional<SceneSession::Identified> identity;  ///< of a point that is one of a cloud
 };
 
 Math::NPlane<double, 3> toAbsolute(const Math::NPlane<float, 3>& plane, const Math::Point<double, 3>& origin)
@@ -62,14 +73,9 @@ Math::NPlane<double, 3> toAbsolute(const Math::NPlane<float, 3>& plane, const Ma
     return {a, b, c, plane.d - (a * origin.x + b * origin.y + c * origin.z)};
 }
 
-std::optional<Hit> pick(const PickOptions& options)
+std::optional<Hit> pick(SceneSession& session, const PickOptions& options, const Pixel& pixel)
 {
-    const Pixel pixel = parsePixel(options.pixel);
-    SceneSession session(options.scene);
-    session.load();
     Render::Renderer& renderer = session.renderer();
-    renderer.render();
-
     Math::Point<float, 3> point;
     Math::NPlane<float, 3> plane;
     bool isHit = false;
@@ -100,10 +106,20 @@ std::optional<Hit> pick(const PickOptions& options)
     {
         hit.plane = toAbsolute(plane, origin);
     }
+    else
+    {
+        hit.identity = session.identify(point);
+    }
     return hit;
 }
 
-void printForPeople(const Hit& hit)
+std::string numbersOf(const Math::Color& color)
+{
+    return std::to_string(color.r()) + " " + std::to_string(color.g()) + " " + std::to_string(color.b()) +
+           " " + std::to_string(color.a());
+}
+
+std::string textOf(const Hit& hit, const Render::PointClasses& classes)
 {
     std::string text = "point    ";
     for (std::size_t axis = 0; axis < 3; ++axis)
@@ -118,42 +134,104 @@ void printForPeople(const Hit& hit)
             text += " " + formatNumber(coefficient);
         }
     }
-    writeOutput(text + "\ndistance  " + formatNumber(hit.distance) + "\n");
+    text += "\ndistance  " + formatNumber(hit.distance) + "\n";
+    if (hit.identity)
+    {
+        const FoundPoint& point = hit.identity->point;
+        text += "cloud     " + oneLine(hit.identity->cloud) + "\n";
+        if (point.classification)
+        {
+            text += "class     " + std::to_string(*point.classification) + " " +
+                    oneLine(classes[*point.classification].name) + "\n";
+        }
+        text += "color     " + numbersOf(point.color) + "\n";
+        if (point.intensity)
+        {
+            text += "intensity " + std::to_string(*point.intensity) + "\n";
+        }
+    }
+    return text;
 }
 
-void printJson(const std::optional<Hit>& hit)
+nlohmann::ordered_json jsonOf(const std::optional<Hit>& hit, const Render::PointClasses& classes)
 {
     nlohmann::ordered_json json;
     json["hit"] = hit.has_value();
-    if (hit)
+    if (!hit)
     {
-        json["point"] = {hit->point.x, hit->point.y, hit->point.z};
-        if (hit->plane)
-        {
-            json["plane"] = {hit->plane->a, hit->plane->b, hit->plane->c, hit->plane->d};
-        }
-        json["distance"] = hit->distance;
+        return json;
     }
-    writeOutput(json.dump(2) + "\n");
+    json["point"] = {hit->point.x, hit->point.y, hit->point.z};
+    if (hit->plane)
+    {
+        json["plane"] = {hit->plane->a, hit->plane->b, hit->plane->c, hit->plane->d};
+    }
+    json["distance"] = hit->distance;
+    if (hit->identity)
+    {
+        const FoundPoint& point = hit->identity->point;
+        json["cloud"] = hit->identity->cloud;
+        if (point.classification)
+        {
+            json["class"] = *point.classification;
+            json["className"] = classes[*point.classification].name;
+        }
+        json["color"] = {point.color.r(), point.color.g(), point.color.b(), point.color.a()};
+        if (point.intensity)
+        {
+            json["intensity"] = *point.intensity;
+        }
+        if (point.scanIndex)
+        {
+            json["scanIndex"] = *point.scanIndex;
+        }
+    }
+    return json;
 }
 
 void run(const PickOptions& options)
 {
-    const std::optional<Hit> hit = pick(options);
+    const Size size = parseSize("--size", options.scene.size);
+    const Render::PointClasses classes = pointClasses(options.scene);
+    std::vector<Pixel> pixels;
+    for (const std::string& text : options.pixels)
+    {
+        pixels.push_back(parsePixel(text, size));
+    }
+    SceneSession session(options.scene);
+    session.load();
+    session.renderer().render();
+
+    const bool areSeveral = pixels.size() > 1;
+    bool isAnyHit = false;
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const Pixel& pixel : pixels)
+    {
+        const std::optional<Hit> hit = pick(session, options, pixel);
+        isAnyHit |= hit.has_value();
+        if (options.isJson)
+        {
+            nlohmann::ordered_json json;
+            if (areSeveral)
+            {
+                json["pixel"] = {pixel.x, pixel.y};
+            }
+            json.update(jsonOf(hit, classes));
+            list.push_back(json);
+            continue;
+        }
+        if (areSeveral)
+        {
+            writeOutput("pixel     " + std::to_string(pixel.x) + " " + std::to_string(pixel.y) + "\n");
+        }
+        writeOutput(hit ? textOf(*hit, classes) : "nothing there\n");
+    }
     if (options.isJson)
     {
-        printJson(hit);
-    }
-    else if (hit)
-    {
-        printForPeople(*hit);
-    }
-    else
-    {
-        writeOutput("nothing there\n");
+        writeOutput((areSeveral ? list : list.front()).dump(2) + "\n");
     }
     flushOutput();
-    if (!hit)
+    if (!isAnyHit)
     {
         throw CLI::RuntimeError(kExitNothing);
     }
@@ -166,7 +244,9 @@ void addPickCommand(CLI::App& app)
     const auto options = std::make_shared<PickOptions>();
     verb->add_option("DATASET", options->scene.clouds, "Folders or web addresses of the point clouds")
         ->required();
-    verb->add_option("--pixel", options->pixel, "Column and row from the upper left: x,y")->required();
+    verb->add_option("--pixel", options->pixels, "Column and row from the upper left: x,y; repeatable")
+        ->allow_extra_args(false)
+        ->required();
     verb->add_option(
             "--tolerance",
             options->tolerance,
@@ -187,6 +267,7 @@ void addPickCommand(CLI::App& app)
     verb->add_flag("--json", options->isJson, "Print JSON");
     addCameraOptions(*verb, options->scene);
     addCloudOptions(*verb, options->scene);
+    addClassNameOption(*verb, options->scene);
     verb->footer(
         "Coordinates are absolute; a plane is a, b, c, d with a x + b y + c z + d = 0 and its normal towards "
         "the eye.\n"

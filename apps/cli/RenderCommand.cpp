@@ -2,10 +2,15 @@
 #include "apps/cli/Console.h"
 #include "apps/cli/SceneSession.h"
 #include "apps/cli/fileExtension.h"
+#include "apps/cli/numberChecks.h"
 #include "apps/cli/parseValue.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace Cli
 {
@@ -14,13 +19,51 @@ namespace
 struct RenderOptions
 {
     std::string output;
+    std::uint64_t frames = 1;
+    bool isOrbit = false;
     SceneOptions scene;
 };
+
+constexpr std::uint64_t kMostFrames = 100'000;
+constexpr double kFullTurnDeg = 360.0;
+constexpr double kStartDeg = 50.0;  // where a camera without options stands
+
+/// "picture.png" becomes "picture-007.png", with as many digits as the last number has.
+std::string numberedName(const std::string& path, std::uint64_t number, std::uint64_t count)
+{
+    const std::size_t digits = std::max<std::size_t>(3, std::to_string(count - 1).size());
+    std::string text = std::to_string(number);
+    text.insert(0, digits - std::min(digits, text.size()), '0');
+    return path.substr(0, path.size() - std::string_view(".png").size()) + "-" + text + ".png";
+}
+
+void drawOrbit(SceneSession& session, const RenderOptions& options)
+{
+    SceneOptions scene = options.scene;
+    const double start = scene.azimuthDeg.value_or(kStartDeg);
+    for (std::uint64_t i = 0; i < options.frames; ++i)
+    {
+        scene.azimuthDeg =
+            start + kFullTurnDeg * static_cast<double>(i) / static_cast<double>(options.frames);
+        session.applyCamera(scene);
+        session.load();
+        const std::string name = numberedName(options.output, i, options.frames);
+        session.renderer().writePngImage(toPath(name));
+        session.noteEmptyPicture();
+        writeOutput(name + "\n");
+    }
+}
 
 void run(const RenderOptions& options)
 {
     requirePng("OUTPUT", options.output);
     SceneSession session(options.scene);
+    if (options.isOrbit)
+    {
+        drawOrbit(session, options);
+        flushOutput();
+        return;
+    }
     session.load();
     session.renderer().writePngImage(toPath(options.output));
     session.noteEmptyPicture();
@@ -36,15 +79,29 @@ void addRenderCommand(CLI::App& app)
     const auto options = std::make_shared<RenderOptions>();
     verb->add_option("OUTPUT", options->output, "PNG file to write")->required();
     addSceneOptions(*verb, options->scene);
+    CLI::Option* const orbit = verb->add_flag(
+        "--orbit",
+        options->isOrbit,
+        "Go round the target once, clockwise, in as many pictures as --frames says"
+    );
+    CLI::Option* const frames =
+        verb->add_option("--frames", options->frames, "Number of pictures: OUTPUT-000.png and so on")
+            ->transform(wholeNumber(1, kMostFrames));
+    orbit->needs(frames);
+    frames->needs(orbit);
+    for (const char* const other : {"--eye", "--view", "--section", "--depth"})
+    {
+        orbit->excludes(verb->get_option(other));
+    }
     addShadingOptions(*verb, options->scene);
     verb->footer(
         "Examples:\n"
         "  tarnel render picture.png --cloud out/sample\n"
         "  tarnel render all.png --cloud out/sample --pano out/pano --mesh shed.obj --transform 0,0,3,45,1\n"
         "  tarnel render height.png --cloud out/sample --mode ColorizeByPlaneDistance --color-map Viridis\n"
-        "  tarnel render top.png --cloud out/sample --ortho 200 --eye 637100,5651100,900 --target "
-        "637100,5651100,0 "
-        "--up 0,1,0"
+        "  tarnel render top.png --cloud out/sample --view top --ortho\n"
+        "  tarnel render south.png --cloud out/sample --azimuth 180 --elevation 30\n"
+        "  tarnel render round.png --cloud out/sample --orbit --frames 36"
     );
     verb->callback(
         [verb, options]

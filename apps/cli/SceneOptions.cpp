@@ -19,6 +19,63 @@ constexpr double kBroadestEyeDome = 100.0;  // pixels
 constexpr double kLargest = 1e9;  // of lengths in data units: far more than the earth measures in metres
 }  // namespace
 
+namespace
+{
+/// Ways to say from where to look without knowing coordinates.
+void addDirectionOptions(CLI::App& verb, SceneOptions& options, const std::string& group)
+{
+    CLI::Option* const eye = verb.get_option("--eye");
+    CLI::Option* const view =
+        verb.add_option("--view", options.view, "From where to look at the whole scene")
+            ->check(CLI::IsMember({"top", "bottom", "north", "south", "east", "west", "iso"}))
+            ->excludes(eye)
+            ->group(group);
+    verb.add_option(
+            "--azimuth",
+            options.azimuthDeg,
+            "From where to look, in degrees clockwise from the north, which is y (default: 50)"
+    )
+        ->check(numberFrom(-360.0, 360.0))
+        ->excludes(eye)
+        ->excludes(view)
+        ->group(group);
+    verb.add_option(
+            "--elevation", options.elevationDeg, "From how far above the horizon, in degrees (default: 38)"
+    )
+        ->check(numberFrom(-90.0, 90.0))
+        ->excludes(eye)
+        ->excludes(view)
+        ->group(group);
+    verb.add_option(
+            "--distance", options.distance, "How far from the target, in data units (default: what shows all)"
+    )
+        ->check(numberFrom(kSmallest, kLargest))
+        ->excludes(eye)
+        ->group(group);
+    verb.add_option(
+            "--fit",
+            options.fit,
+            "What is to fill the picture: a data set, or a box xmin,ymin,zmin,xmax,ymax,zmax (default: the "
+            "scene)"
+    )
+        ->excludes(eye)
+        ->group(group);
+    CLI::Option* const section =
+        verb.add_option(
+                "--section",
+                options.section,
+                "A vertical slice seen at right angles and to scale, from left to right: x1,y1,x2,y2,width"
+        )
+            ->excludes(eye)
+            ->excludes(view)
+            ->group(group);
+    for (const char* const other : {"--azimuth", "--elevation", "--distance", "--fit", "--target"})
+    {
+        section->excludes(verb.get_option(other));
+    }
+}
+}  // namespace
+
 void addSceneOptions(CLI::App& verb, SceneOptions& options)
 {
     addItemOptions(verb);
@@ -44,13 +101,28 @@ void addCameraOptions(CLI::App& verb, SceneOptions& options)
     verb.add_option("--eye", options.eye, "Where the camera stands: x,y,z")->group(group);
     verb.add_option("--target", options.target, "What it looks at: x,y,z (default: the scene's centre)")
         ->group(group);
-    verb.add_option("--up", options.up, "What is up: x,y,z (default: 0,0,1)")->group(group);
+    verb.add_option("--up", options.up, "What is up: x,y,z (default: 0,0,1; 0,1,0 in --view top)")
+        ->group(group);
+    addDirectionOptions(verb, options, group);
     CLI::Option* const fov =
         verb.add_option("--fov", options.fovDeg, "Vertical field of view in degrees (default: 40)")
             ->check(numberFrom(0.1, 179.0))
             ->group(group);
-    verb.add_option("--ortho", options.orthographicHeight, "Parallel projection of this height in data units")
+    verb.add_option_function<std::string>(
+            "--ortho",
+            [&options](const std::string& text)
+            {
+                options.isOrthographic = true;
+                if (!text.empty())
+                {
+                    options.orthographicHeight = parseNumbers("--ortho", text, 1).front();
+                }
+            },
+            "Parallel projection of this height in data units, or of one that fits"
+    )
+        ->expected(0, 1)
         ->check(numberFrom(kSmallest, kLargest))
+        ->type_name("[HEIGHT]")
         ->excludes(fov)
         ->group(group);
     verb.add_option("--size", options.size, "Picture size in pixels (default: 1280x720)")->group(group);
@@ -125,12 +197,15 @@ CLI::Option* addColoringOptions(CLI::App& verb, SceneOptions& options)
     )
         ->allow_extra_args(false)
         ->group(color);
+    return colorBy;
+}
+
+void addClassNameOption(CLI::App& verb, SceneOptions& options)
+{
     verb.add_option(
             "--class-name", options.classNames, "Name of a class instead of the ASPRS one: N=NAME; repeatable"
     )
-        ->allow_extra_args(false)
-        ->group(color);
-    return colorBy;
+        ->allow_extra_args(false);
 }
 
 void addBackgroundOptions(CLI::App& verb, SceneOptions& options)

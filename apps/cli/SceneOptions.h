@@ -20,9 +20,16 @@ struct SceneOptions
 
     std::string eye;
     std::string target;
-    std::string up = "0,0,1";
+    std::string up;  ///< empty for z, and for y where that is seen along
     double fovDeg = 40.0;
-    std::optional<double> orthographicHeight;
+    bool isOrthographic = false;
+    std::optional<double> orthographicHeight;  ///< fitted where not given
+    std::optional<double> azimuthDeg;
+    std::optional<double> elevationDeg;
+    std::optional<double> distance;
+    std::string view;
+    std::string fit;
+    std::string section;
     std::string size = "1280x720";
     std::string depth;  ///< file for the depth buffer, empty for none
 
@@ -74,6 +81,9 @@ void addCameraOptions(CLI::App& verb, SceneOptions& options);
 /// Adds what points are coloured by, which is part of the look.
 /// @returns the option that chooses
 CLI::Option* addColoringOptions(CLI::App& verb, SceneOptions& options);
+
+/// Adds names of classes, for verbs that tell them.
+void addClassNameOption(CLI::App& verb, SceneOptions& options);
 
 /// Adds opacity and background, which are part of the look.
 void addBackgroundOptions(CLI::App& verb, SceneOptions& options);

@@ -5,12 +5,14 @@
 #include "apps/cli/Progress.h"
 #include "apps/cli/cloudLook.h"
 #include "apps/cli/emptyPicture.h"
+#include "apps/cli/formatNumber.h"
 #include "apps/cli/openDataset.h"
 #include "apps/cli/parsePlanes.h"
 #include "apps/cli/parseValue.h"
 #include "apps/cli/placeCamera.h"
 #include "apps/cli/refuseSizeClearly.h"
 #include "apps/cli/remoteData.h"
+#include "apps/cli/viewDirection.h"
 #include <graphics/DeepZoomPanoramaLoader.h>
 #include <graphics/DepthImage.h>
 #include <math/ConvexPolytope.h>
@@ -20,6 +22,7 @@
 #include <octree/OctreeNodeId.h>
 
 #include <Eigen/Core>
+#include <Eigen/LU>
 
 #include <algorithm>
 #include <atomic>
@@ -38,8 +41,16 @@ namespace
 {
 constexpr std::chrono::milliseconds kPollInterval{50};
 constexpr unsigned char kOpaque = 255;
+constexpr double kAzimuthDeg = 50.0;  // the direction that placeCamera takes by itself
+constexpr double kElevationDeg = 38.0;
+constexpr float kUsedOfPicture = 0.96F;  // by a section
 constexpr double kEyeDomeStrengthByItself = 1.0;
 constexpr double kRowsOfOrdinaryPicture = 720.0;  // for which the radius of eye-dome lighting is chosen
+
+Eigen::Vector3f toEigen(const Math::Point<float, 3>& point)
+{
+    return {point.x, point.y, point.z};
+}
 
 /// From the coordinates of the octree to absolute ones.
 Eigen::Matrix4d absolutePlacement(const SceneItem& item, const Octree::Octree& octree)
@@ -96,7 +107,15 @@ SceneSession::SceneSession(const SceneOptions& options)
     applyLook(options);
     applyShading(options);
     applyClipping(options);
-    applyCamera(options);
+    if (options.section.empty())
+    {
+        applyCamera(options);
+    }
+    else
+    {
+        applySection(options);
+        applyClipPlanes();
+    }
 }
 
 void SceneSession::addItems(const SceneOptions& options)
@@ -252,41 +271,58 @@ void SceneSession::applyShading(const SceneOptions& options)
 
 void SceneSession::applyClipping(const SceneOptions& options)
 {
-    const auto given = parsePlanes("--clip", options.clipPlanes, mOrigin);
-    if (given.size() > Render::MeshRenderable::CLIPPING_PLANES_MAX_COUNT)
+    for (const Math::HalfSpace<double, 3>& plane : parsePlanes("--clip", options.clipPlanes, mOrigin))
     {
-        throw CLI::ValidationError(
-            "--clip",
-            std::to_string(given.size()) + " planes are too many, at most " +
-                std::to_string(Render::MeshRenderable::CLIPPING_PLANES_MAX_COUNT) + " are possible"
-        );
-    }
-    std::vector<Math::HalfSpace<float, 3>> planes;
-    for (const Math::HalfSpace<double, 3>& plane : given)
-    {
-        planes.emplace_back(
+        mClipPlanes.emplace_back(
             static_cast<float>(plane.a),
             static_cast<float>(plane.b),
             static_cast<float>(plane.c),
             static_cast<float>(plane.d)
         );
     }
-    mClipPlanes = planes;
+    applyClipPlanes();
+}
+
+void SceneSession::applyClipPlanes()
+{
+    if (mClipPlanes.size() > Render::MeshRenderable::CLIPPING_PLANES_MAX_COUNT)
+    {
+        throw CLI::ValidationError(
+            "--clip",
+            std::to_string(mClipPlanes.size()) + " planes are too many, at most " +
+                std::to_string(Render::MeshRenderable::CLIPPING_PLANES_MAX_COUNT) + " are possible"
+        );
+    }
     for (const Cloud& cloud : mClouds)
     {
-        cloud.renderable->setClippingVolume(planes);
+        cloud.renderable->setClippingVolume(mClipPlanes);
     }
     for (const auto& mesh : mMeshes)
     {
-        mesh->setClippingVolume(Math::ConvexPolytope<float, 3>(planes));
+        mesh->setClippingVolume(Math::ConvexPolytope<float, 3>(mClipPlanes));
     }
 }
 
 void SceneSession::applyCamera(const SceneOptions& options)
 {
-    const Math::Point<double, 3> up = parsePoint("--up", options.up);
     CameraWish wish;
-    wish.up = Eigen::Vector3d(up.x, up.y, up.z).cast<float>();
+    wish.up = Eigen::Vector3f::UnitZ();
+    if (!options.view.empty() || options.azimuthDeg || options.elevationDeg)
+    {
+        const ViewDirection direction =
+            !options.view.empty()
+                ? viewDirection(options.view)
+                : viewDirection(
+                      options.azimuthDeg.value_or(kAzimuthDeg), options.elevationDeg.value_or(kElevationDeg)
+                  );
+        wish.towardsEye = direction.towardsEye.cast<float>();
+        wish.up = direction.up.cast<float>();
+    }
+    if (!options.up.empty())
+    {
+        const Math::Point<double, 3> up = parsePoint("--up", options.up);
+        wish.up = Eigen::Vector3d(up.x, up.y, up.z).cast<float>();
+    }
     if (!options.target.empty())
     {
         wish.target = toScene(parsePoint("--target", options.target));
@@ -295,12 +331,66 @@ void SceneSession::applyCamera(const SceneOptions& options)
     {
         wish.eye = toScene(parsePoint("--eye", options.eye));
     }
+    if (options.distance)
+    {
+        wish.distance = static_cast<float>(*options.distance);
+    }
+    if (!options.fit.empty())
+    {
+        wish.fit = boxToFit(options.fit);
+    }
     wish.eyeText = options.eye;
     wish.targetText = options.target;
-    wish.upText = options.up;
+    wish.upText = options.up.empty() ? "0,0,1" : options.up;
     wish.fovYRad = static_cast<float>(options.fovDeg * std::numbers::pi / 180.0);
-    wish.isOrthographic = options.orthographicHeight.has_value();
+    wish.isOrthographic = options.isOrthographic;
+    wish.isThumbnail = options.isThumbnail;
+    place(wish, options);
+}
 
+void SceneSession::applySection(const SceneOptions& options)
+{
+    const std::vector<double> numbers = parseNumbers("--section", options.section, 5);
+    const Math::Point<float, 3> from = toScene({numbers[0], numbers[1], mOrigin.z});
+    const Math::Point<float, 3> to = toScene({numbers[2], numbers[3], mOrigin.z});
+    const auto width = static_cast<float>(numbers[4]);
+    const Eigen::Vector2f along(to.x - from.x, to.y - from.y);
+    const float length = along.norm();
+    if (!(length > 0.0F) || !(width > 0.0F))
+    {
+        throw CLI::ValidationError("--section", "'" + options.section + "' has no length or no width");
+    }
+    const Eigen::Vector2f right = along / length;
+    const Eigen::Vector2f ahead(
+        -right.y(), right.x()
+    );  // what lies behind the slice, seen with `from` at left
+    const Eigen::Vector2f middle = (Eigen::Vector2f(from.x, from.y) + Eigen::Vector2f(to.x, to.y)) / 2.0F;
+    const auto keep = [&](const Eigen::Vector2f& normal, float most)
+    { mClipPlanes.emplace_back(-normal.x(), -normal.y(), 0.0F, most + normal.dot(middle)); };
+    keep(ahead, width / 2.0F);
+    keep(-ahead, width / 2.0F);
+    keep(right, length / 2.0F);
+    keep(-right, length / 2.0F);
+
+    const Math::NBoundingBox<float, 3> box = mRenderer.boundingBox();
+    CameraWish wish;
+    wish.up = Eigen::Vector3f::UnitZ();
+    wish.target = {middle.x(), middle.y(), box.center().z};
+    wish.towardsEye = Eigen::Vector3f(-ahead.x(), -ahead.y(), 0.0F);
+    wish.distance = (toEigen(box.max()) - toEigen(box.min())).norm() + width;
+    wish.isOrthographic = true;
+    SceneOptions parallel = options;
+    parallel.isOrthographic = true;
+    const auto aspect = static_cast<float>(mRenderer.aspectRatio());
+    const float height = std::max(box.max().z - box.min().z, length / aspect) / kUsedOfPicture;
+    parallel.orthographicHeight = options.orthographicHeight.value_or(height);
+    place(wish, parallel);
+    const double perPixel = *parallel.orthographicHeight / static_cast<double>(mRenderer.viewport().height());
+    printNote("a pixel of the section is " + formatNumber(static_cast<float>(perPixel)) + " data units wide");
+}
+
+void SceneSession::place(const CameraWish& wish, const SceneOptions& options)
+{
     SeenScene scene;
     scene.box = mRenderer.boundingBox();
     if (!mPanoramas.empty())
@@ -309,14 +399,13 @@ void SceneSession::applyCamera(const SceneOptions& options)
     }
     scene.aspect = static_cast<float>(mRenderer.aspectRatio());
 
-    wish.isThumbnail = options.isThumbnail;
     const CameraPlacement placement = placeCamera(wish, scene);
     mRenderer.setAutoAdjustZRange(placement.fitsZRange);
-    if (options.orthographicHeight)
+    if (options.isOrthographic)
     {
-        mRenderer.setOrthographic(
-            static_cast<float>(*options.orthographicHeight), placement.nearDistance, placement.farDistance
-        );
+        const float height =
+            static_cast<float>(options.orthographicHeight.value_or(placement.orthographicHeight));
+        mRenderer.setOrthographic(height, placement.nearDistance, placement.farDistance);
     }
     else
     {
@@ -325,6 +414,26 @@ void SceneSession::applyCamera(const SceneOptions& options)
         );
     }
     mRenderer.setCameraPose(placement.eye, placement.direction, placement.up);
+}
+
+Math::NBoundingBox<float, 3> SceneSession::boxToFit(const std::string& text) const
+{
+    constexpr auto kCommasOfBox = 5;
+    if (std::count(text.begin(), text.end(), ',') == kCommasOfBox)
+    {
+        const std::vector<double> limits = parseNumbers("--fit", text, 6);
+        for (std::size_t axis = 0; axis < 3; ++axis)
+        {
+            if (limits[axis] > limits[axis + 3])
+            {
+                throw CLI::ValidationError("--fit", "'" + text + "' is an inverted box");
+            }
+        }
+        return {toScene({limits[0], limits[1], limits[2]}), toScene({limits[3], limits[4], limits[5]})};
+    }
+    const Math::NBoundingBox<double, 3> box =
+        Octree::Octree(datasetLocation(text), 1.0).absoluteBoundingBox();
+    return {toScene(box.min()), toScene(box.max())};
 }
 
 Math::Point<float, 3> SceneSession::toScene(const Math::Point<double, 3>& absolute) const noexcept
@@ -360,6 +469,25 @@ void SceneSession::load()
     {
         mRenderer.autoAdjustBrightnessAndContrast(static_cast<float>(*mAutoContrast), 1.0F);
     }
+}
+
+std::optional<SceneSession::Identified> SceneSession::identify(const Math::Point<float, 3>& place)
+{
+    constexpr double kSame = 1e-4;  // of the extent of a cloud: positions of pictures are floats
+    std::optional<Identified> nearest;
+    for (const Cloud& cloud : mClouds)
+    {
+        const Eigen::Vector4f inCloud =
+            cloud.renderable->worldMatrix().inverse() * Eigen::Vector4f(place.x, place.y, place.z, 1.0F);
+        const std::optional<FoundPoint> found =
+            findPoint(*cloud.octree, {inCloud.x(), inCloud.y(), inCloud.z()});
+        const double most = kSame * static_cast<double>(cloud.octree->boundingCube().largestSize());
+        if (found && found->distance <= most && (!nearest || found->distance < nearest->point.distance))
+        {
+            nearest = Identified{cloud.renderable->name(), *found};
+        }
+    }
+    return nearest;
 }
 
 void SceneSession::noteEmptyPicture()

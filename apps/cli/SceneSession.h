@@ -1,6 +1,7 @@
 #pragma once
 
 #include "apps/cli/SceneOptions.h"
+#include "apps/cli/findPoint.h"
 #include <math/Point.h>
 #include <octree/Octree.h>
 #include <render/mesh/MeshRenderable.h>
@@ -16,6 +17,8 @@
 
 namespace Cli
 {
+struct CameraWish;
+
 /// A renderer with the scene that the options describe, seen as they say.
 ///
 /// Frame    the scene's origin is the reference position of the first cloud, without clouds the place of the
@@ -29,6 +32,10 @@ public:
     /// @throws std::runtime_error  when a data set cannot be opened or no device made
     explicit SceneSession(const SceneOptions& options);
 
+    /// Sees the scene as these options say from now on; load() again for it.
+    /// @throws CLI::ParseError  for an option that makes no sense
+    void applyCamera(const SceneOptions& options);
+
     /// Loads everything that the view calls for, with progress; afterwards the picture is complete.
     /// @throws std::runtime_error  when data cannot be read
     void load();
@@ -39,6 +46,17 @@ public:
 
     /// Says on standard error when the last frame shows no point, and why.
     void noteEmptyPicture();
+
+    /// A point of one of the clouds.
+    struct Identified
+    {
+        std::string cloud;  ///< as the options name it
+        FoundPoint point;
+    };
+
+    /// The point of a cloud that stands at a place of the scene which a picture has told.
+    /// @throws std::runtime_error  when data cannot be read
+    std::optional<Identified> identify(const Math::Point<float, 3>& place);
 
     Render::Renderer& renderer() noexcept { return mRenderer; }
 
@@ -63,7 +81,10 @@ private:
     void applyLook(const SceneOptions& options);
     void applyShading(const SceneOptions& options);
     void applyClipping(const SceneOptions& options);
-    void applyCamera(const SceneOptions& options);
+    void applyClipPlanes();
+    void applySection(const SceneOptions& options);
+    void place(const CameraWish& wish, const SceneOptions& options);
+    Math::NBoundingBox<float, 3> boxToFit(const std::string& text) const;
     Math::Point<float, 3> toScene(const Math::Point<double, 3>& absolute) const noexcept;
 
     Render::Renderer mRenderer;

@@ -5,13 +5,14 @@
 #include "apps/cli/adapterOption.h"
 #include "apps/cli/fileExtension.h"
 #include "apps/cli/numberChecks.h"
+#include "apps/cli/oldSpelling.h"
 #include "apps/cli/openDataset.h"
 #include "apps/cli/parseValue.h"
-#include <octree/OctreeNodeId.h>
 #include <render/thumbnail/thumbnailEye.h>
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace Cli
@@ -24,9 +25,9 @@ struct ThumbnailOptions
 {
     std::string dataset;
     std::string output;
-    std::uint64_t width = 640;
-    std::uint64_t height = 480;
-    std::uint64_t level = Octree::OctreeNodeId::MAX_REPRESENTABLE_LEVEL;
+    std::uint64_t width = 0;             ///< by the old spelling, 0 where not given
+    std::uint64_t height = 0;            ///< likewise
+    std::optional<std::uint64_t> level;  ///< likewise
     SceneOptions scene;
 };
 
@@ -50,6 +51,22 @@ void chooseColoring(ThumbnailOptions& options)
     }
 }
 
+void takeOldSpellings(ThumbnailOptions& options)
+{
+    if (options.width != 0 || options.height != 0)
+    {
+        noteOldSpelling("--width and --height", "--size");
+        const Size given = parseSize("--size", options.scene.size);
+        options.scene.size = std::to_string(options.width != 0 ? options.width : given.width) + "x" +
+                             std::to_string(options.height != 0 ? options.height : given.height);
+    }
+    if (options.level)
+    {
+        noteOldSpelling("--level", "--max-level");
+        options.scene.maxLevel = options.level;
+    }
+}
+
 void run(ThumbnailOptions& options)
 {
     if (!options.output.empty())
@@ -66,8 +83,7 @@ void run(ThumbnailOptions& options)
     options.scene.isThumbnail = true;
     options.scene.budget = kBudget;
     options.scene.fovDeg = Render::kThumbnailFovYDeg;
-    options.scene.maxLevel = options.level;
-    options.scene.size = std::to_string(options.width) + "x" + std::to_string(options.height);
+    takeOldSpellings(options);
     options.scene.clouds = {options.dataset};
     if (options.scene.colorBy.empty())
     {
@@ -90,18 +106,29 @@ void addThumbnailCommand(CLI::App& app)
     verb->add_option("DATASET", options->dataset, "Folder or web address of the data set, or a COPC file")
         ->required();
     verb->add_option("--output", options->output, "PNG file (default: thumbnail.png in the folder)");
+    options->scene.size = "640x480";
+    verb->add_option("--size", options->scene.size, "Picture size in pixels (default: 640x480)");
     const CLI::Validator side = wholeNumber(1, kLargestSide);
-    verb->add_option("--width", options->width, "Pixels (default: 640)")->transform(side);
-    verb->add_option("--height", options->height, "Pixels (default: 480)")->transform(side);
-    verb->add_option("--level", options->level, "Deepest octree level to load (default: all)")
-        ->transform(wholeNumber(0, kLargestLevel));
+    const CLI::Validator level = wholeNumber(0, kLargestLevel);
+    CLI::Option* const width = verb->add_option("--width", options->width, "Of --size, in pixels")
+                                   ->transform(side)
+                                   ->group(kOldSpelling);
+    CLI::Option* const height = verb->add_option("--height", options->height, "Of --size, in pixels")
+                                    ->transform(side)
+                                    ->group(kOldSpelling);
+    verb->get_option("--size")->excludes(width)->excludes(height);
+    verb->add_option("--max-level", options->scene.maxLevel, "Deepest octree level to load (default: all)")
+        ->transform(level)
+        ->excludes(verb->add_option("--level", options->level, "Now --max-level")
+                       ->transform(level)
+                       ->group(kOldSpelling));
     addColoringOptions(*verb, options->scene);
     addBackgroundOptions(*verb, options->scene);
     addShadingOptions(*verb, options->scene);
     addAdapterOption(*verb);
     verb->footer(
         "Examples:\n  tarnel thumbnail out/sample\n"
-        "  tarnel thumbnail out/sample --output small.png --width 160 --height 120 --level 2"
+        "  tarnel thumbnail out/sample --output small.png --size 160x120 --max-level 2"
     );
     verb->callback([options] { run(*options); });
 }

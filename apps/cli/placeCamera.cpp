@@ -39,6 +39,12 @@ bool isInPanorama(const SeenScene& scene)
     return scene.box.isEmpty() && scene.firstPanorama;
 }
 
+/// What is to fill the picture.
+const Math::NBoundingBox<float, 3>& filling(const CameraWish& wish, const SeenScene& scene)
+{
+    return wish.fit ? *wish.fit : scene.box;
+}
+
 Math::Point<float, 3> targetOf(const CameraWish& wish, const SeenScene& scene)
 {
     if (wish.target)
@@ -49,7 +55,7 @@ Math::Point<float, 3> targetOf(const CameraWish& wish, const SeenScene& scene)
     {
         return toPoint(scene.firstPanorama->col(3).head<3>() + scene.firstPanorama->col(0).head<3>());
     }
-    return scene.box.center();
+    return filling(wish, scene).center();
 }
 
 Eigen::Vector3f directionOf(const CameraWish& wish, const SeenScene& scene)
@@ -57,6 +63,10 @@ Eigen::Vector3f directionOf(const CameraWish& wish, const SeenScene& scene)
     if (wish.eye)
     {
         return toVector(targetOf(wish, scene)) - toVector(*wish.eye);
+    }
+    if (wish.towardsEye)
+    {
+        return -*wish.towardsEye;
     }
     if (wish.isThumbnail && !scene.box.isEmpty())
     {
@@ -92,21 +102,25 @@ Math::Point<float, 3> eyeOf(const CameraWish& wish, const SeenScene& scene, cons
     {
         return *wish.eye;
     }
-    if (isInPanorama(scene))
+    if (isInPanorama(scene) && !wish.towardsEye)
     {
         return toPoint(scene.firstPanorama->col(3).head<3>());
     }
-    if (wish.isThumbnail && !scene.box.isEmpty())
+    if (wish.distance)
+    {
+        return toPoint(toVector(targetOf(wish, scene)) - direction.stableNormalized() * *wish.distance);
+    }
+    if (!wish.towardsEye && wish.isThumbnail && !scene.box.isEmpty())
     {
         return Render::thumbnailEye(scene.box, scene.aspect);
     }
-    const Math::Point<float, 3> fitted =
-        fitCamera(scene.box, direction, wish.up, wish.fovYRad, scene.aspect).eye;
+    const Math::NBoundingBox<float, 3>& box = filling(wish, scene);
+    const Math::Point<float, 3> fitted = fitCamera(box, direction, wish.up, wish.fovYRad, scene.aspect).eye;
     if (!wish.target)
     {
         return fitted;
     }
-    const float distance = (toVector(fitted) - toVector(scene.box.center())).norm();
+    const float distance = (toVector(fitted) - toVector(box.center())).norm();
     return toPoint(toVector(*wish.target) - direction.normalized() * distance);
 }
 
@@ -137,6 +151,9 @@ CameraPlacement placeCamera(const CameraWish& wish, const SeenScene& scene)
     check(wish, placement.direction);
     placement.eye = eyeOf(wish, scene, placement.direction);
     placement.up = wish.up;
+    placement.orthographicHeight =
+        fitCamera(filling(wish, scene), placement.direction, wish.up, wish.fovYRad, scene.aspect)
+            .orthographicHeight;
     chooseZRange(placement, wish, scene);
     return placement;
 }

@@ -22,6 +22,11 @@ struct CameraWish
     float fovYRad = 1.0F;
     bool isOrthographic = false;
     bool isThumbnail = false;  ///< without an eye, from where thumbnails look
+
+    // Without an eye:
+    std::optional<Eigen::Vector3f> towardsEye;        ///< from the target, of any length above 0
+    std::optional<float> distance;                    ///< of the eye from the target; fitted where not given
+    std::optional<Math::NBoundingBox<float, 3>> fit;  ///< what is to fill the picture instead of the scene
 };
 
 /// What there is to see.
@@ -41,6 +46,7 @@ struct CameraPlacement
     float nearDistance = 0.0F;
     float farDistance = 0.0F;
     bool fitsZRange = false;  ///< near and far follow the scene; the two above are what they start from
+    float orthographicHeight = 1.0F;  ///< of a parallel view that holds what is to fill the picture
 };
 
 /// Fills in what the user has left open.

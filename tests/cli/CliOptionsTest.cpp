@@ -317,9 +317,8 @@ TEST(CliOptions, ASizeThatTheDeviceRefusesIsNamedWithTheReason)
         EXPECT_GT(std::filesystem::file_size(folder.path() / "x.png"), 0U);
         return;
     }
-    const TarnelRun thumbnail = runTarnel(
-        {"thumbnail", dataSet("test14_brotli"), "--output", output, "--width", "16384", "--height", "16384"}
-    );
+    const TarnelRun thumbnail =
+        runTarnel({"thumbnail", dataSet("test14_brotli"), "--output", output, "--size", "16384x16384"});
 
     for (const TarnelRun& run : {picture, thumbnail})
     {

