@@ -107,6 +107,11 @@ struct HttpClient::Lazy
     std::unique_ptr<HttpEngine> engine;
 };
 
+// Where the library is a DLL, a program can bind a reference to the constant only when it is defined here.
+const std::size_t HttpClient::kOpeningBytes;
+const std::size_t HttpClient::kWholeOpeningBytes;
+const std::size_t HttpClient::kLargestResponse;
+
 HttpClient::HttpClient(HttpOptions options)
     : mOptions(checked(std::move(options))), mCache(makeCache(mOptions)), mEngine(std::make_unique<Lazy>())
 {

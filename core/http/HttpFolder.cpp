@@ -11,6 +11,9 @@
 
 namespace Core
 {
+// Where the library is a DLL, a program can bind a reference to the constant only when it is defined here.
+const std::size_t HttpFolder::kMostExpected;
+
 HttpFolder::HttpFolder(std::shared_ptr<const HttpClient> client, HttpUrl url)
     : mClient(std::move(client)), mUrl(std::move(url))
 {

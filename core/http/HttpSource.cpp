@@ -11,6 +11,10 @@
 
 namespace Core
 {
+// Where the library is a DLL, a program can bind a reference to the constant only when it is defined here.
+const std::size_t HttpSource::kMostBlocks;
+const std::size_t HttpSource::kMostExpectedBytes;
+
 HttpSource::HttpSource(
     std::shared_ptr<const HttpClient> client, std::shared_ptr<HttpFile> file, std::vector<std::byte> begin
 )

@@ -29,6 +29,9 @@ std::function<void()> toFunction(void (*callback)())
 }
 }  // namespace
 
+// Where the library is a DLL, a program can bind a reference to the constant only when it is defined here.
+const std::size_t PointCloudRenderable::kAllLevels;
+
 std::shared_ptr<PointCloudRenderable> PointCloudRenderable::create(
     const Octree::Location& location, const std::string& name, std::size_t maxPointCount, double unitScale
 )
