@@ -31,8 +31,8 @@ public:
     /// How many nodes were read, and how many could not be; stop requests do not count.
     struct Counts
     {
-        std::atomic<std::uint64_t> read{0};
-        std::atomic<std::uint64_t> failed{0};
+        std::atomic<std::uint64_t> read{0};    ///< nodes
+        std::atomic<std::uint64_t> failed{0};  ///< tries
     };
 
     /// @param identifier  what the cache holds; what is read of the octree after a change does not enter it

@@ -9,18 +9,18 @@ namespace Render
 struct CloudStatus
 {
     // What loading has to do, for a progress bar: residentNodes of residentNodes + pendingNodes.
-    std::size_t residentNodes = 0;  ///< of this cloud, drawn yet or not
-    std::size_t residentPoints = 0;
+    std::size_t residentNodes = 0;   ///< of this cloud, drawn yet or not
+    std::size_t residentPoints = 0;  ///< of these nodes
     std::size_t pendingNodes = 0;  ///< known to the present pass and not looked at yet; more may follow them
     bool isComplete = false;       ///< loading in the background has come to its end for the present view
 
     // What the last frame drew.
-    std::uint64_t drawnNodes = 0;
-    std::uint64_t drawnPoints = 0;
+    std::uint64_t drawnNodes = 0;   ///< of this cloud
+    std::uint64_t drawnPoints = 0;  ///< of these nodes
 
     // What has been read from files since the cloud was made, to be drawn. A node that fails is tried again.
-    std::uint64_t readNodes = 0;
-    std::uint64_t failedNodes = 0;
+    std::uint64_t readNodes = 0;    ///< as often as they were read
+    std::uint64_t failedNodes = 0;  ///< as often as they could not be
 
     // What is held, and its bounds.
     std::size_t budgetPoints = 0;      ///< most resident points of all clouds that share the budget

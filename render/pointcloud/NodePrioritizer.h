@@ -55,8 +55,8 @@ public:
     /// What one cloud has of it.
     struct Share
     {
-        std::size_t nodes = 0;
-        std::size_t points = 0;
+        std::size_t nodes = 0;   ///< resident ones
+        std::size_t points = 0;  ///< of these nodes
     };
 
     /// Looks at every resident node.

@@ -26,14 +26,14 @@ enum class PointColoring : std::uint32_t
 /// Threads  a plain value.
 struct RENDER_API PointLook
 {
-    PointColoring coloring = PointColoring::Stored;
-    std::array<Math::Color, 256> colors{};  ///< of all values of what is coloured by
+    PointColoring coloring = PointColoring::Stored;  ///< by what points are coloured
+    std::array<Math::Color, 256> colors{};           ///< of all values of what is coloured by
 
-    std::bitset<256> shownClasses = std::bitset<256>().set();
-    std::uint8_t leastIntensity = 0;       ///< of the 8 bits that vertices have
-    std::uint8_t greatestIntensity = 255;  ///< likewise
-    bool showsListedScans = false;         ///< whether listed scans are all that are shown, or hidden
-    std::vector<std::uint16_t> listedScans{};
+    std::bitset<256> shownClasses = std::bitset<256>().set();  ///< by number
+    std::uint8_t leastIntensity = 0;                           ///< of the 8 bits that vertices have
+    std::uint8_t greatestIntensity = 255;                      ///< likewise
+    bool showsListedScans = false;             ///< whether listed scans are all that are shown, or hidden
+    std::vector<std::uint16_t> listedScans{};  ///< scan indices
 
     /// Whether every point is shown.
     bool hidesNothing() const noexcept;

@@ -11,8 +11,8 @@ namespace Render
 /// What a classification number means, and the colour of its points.
 struct PointClass
 {
-    std::string name;
-    Math::Color color;
+    std::string name;   ///< in English
+    Math::Color color;  ///< of its points
 };
 
 /// All classes by their numbers, as the specification of the LAS format (ASPRS, version 1.4) names them: 0 to 18,
