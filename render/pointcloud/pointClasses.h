@@ -15,8 +15,8 @@ struct PointClass
     Math::Color color;  ///< of its points
 };
 
-/// All classes by their numbers, as the specification of the LAS format (ASPRS, version 1.4) names them: 0 to 18,
-/// reserved numbers up to 63, and numbers from 64 on that users define.
+/// All classes by their numbers, with the names that LAS 1.4 (ASPRS) gives them: 0 to 18, reserved numbers up to
+/// 63, and numbers from 64 on that users define.
 using PointClasses = std::array<PointClass, 256>;
 RENDER_API PointClasses asprsClasses();
 
