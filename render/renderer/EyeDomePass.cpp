@@ -2,6 +2,7 @@
 
 #include "render/renderer/PassImages.h"
 #include "render/renderer/View.h"
+#include "render/renderer/drawScreen.h"
 #include "render/scene/Camera.h"
 
 #include <string>
@@ -11,7 +12,6 @@ namespace Render
 namespace
 {
 const std::string kSource = "shaders/eyedome.hlsl";
-constexpr UINT kCorners = 4;
 }  // namespace
 
 EyeDomePass::EyeDomePass(const CComPtr<ID3D11Device>& device, const Camera& camera)
@@ -31,13 +31,6 @@ void EyeDomePass::drawPixels(const FrameInput& input)
     {
         mConstants.edit() = constants;
     }
-    mVertexShader.begin(input.context);
-    mPixelShader.begin(input.context);
-    mConstants.begin(input.context, ShaderConfiguration::Pixel, 0);
-    input.context->IASetPrimitiveTopology(D3D11_PRIMITIVE_TOPOLOGY_TRIANGLESTRIP);
-    input.context->DrawInstanced(kCorners, 1, 0, 0);
-    mConstants.end(input.context);
-    mVertexShader.end(input.context);
-    mPixelShader.end(input.context);
+    drawScreen(input.context, mVertexShader, mPixelShader, mConstants);
 }
 }  // namespace Render
