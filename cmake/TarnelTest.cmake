@@ -1,9 +1,8 @@
-include(GoogleTest)
-
 # tarnel_test(<Name> SOURCES <files>... [LIBS <targets>...] [LABELS <labels>...] [TIMEOUT <seconds>])
 #
-# One GoogleTest program; each test in it is a test of CTest, found just before a run (so that building needs no
-# Wine). The program gets its main from tests/support/TestMain.cpp. Labels in use: "device" for what needs Direct3D,
+# One GoogleTest program; each test in it is a test of CTest, or with TARNEL_TEST_SUITES each suite, found just before a
+# run (so that building needs no Wine). Those that TARNEL_TEST_EXCLUDE, a regular expression, fits are left out. The program
+# gets its main from tests/support/TestMain.cpp. Labels in use: "device" for what needs Direct3D,
 # "gpu" besides for what is also run on Wine's own Direct3D. What testData.h
 # of tests/support gives is the folder tests/data.
 function(tarnel_test name)
@@ -27,16 +26,30 @@ function(tarnel_test name)
         endif()
     endif()
 
-    set(labels)
+    set(cost 1)
     if(ARG_LABELS)
-        # As one word, "device-gpu": of several labels the discovery keeps the first. ctest -L looks for parts of it.
+        # As one word, "device-gpu", which passes as one argument; ctest -L looks for parts of it.
         list(JOIN ARG_LABELS "-" label)
-        set(labels LABELS ${label})
+        set(label "LABELS ${label}")
+        set(cost 10) # a device has to start
     endif()
-    gtest_discover_tests(
-        ${name}
-        DISCOVERY_MODE PRE_TEST
-        DISCOVERY_TIMEOUT 120
-        PROPERTIES TIMEOUT ${ARG_TIMEOUT} ${labels}
+    if(TARNEL_TEST_SUITES)
+        math(EXPR ARG_TIMEOUT "${ARG_TIMEOUT} * 2")
+    endif()
+    set(file "${CMAKE_CURRENT_BINARY_DIR}/${name}.tests")
+    file(
+        GENERATE
+        OUTPUT "${file}.cmake"
+        CONTENT
+            "set(testProgram [==[$<TARGET_FILE:${name}>]==])
+set(testEmulator $<TARGET_PROPERTY:${name},CROSSCOMPILING_EMULATOR>)
+set(testSuites ${TARNEL_TEST_SUITES})
+set(testExclude [==[${TARNEL_TEST_EXCLUDE}]==])
+set(testProperties \"TIMEOUT ${ARG_TIMEOUT} ${label}\")
+set(testCost ${cost})
+set(testCache [==[${file}.found.cmake]==])
+include([==[${PROJECT_SOURCE_DIR}/cmake/discoverTests.cmake]==])
+"
     )
+    set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES "${file}.cmake")
 endfunction()

@@ -8,6 +8,10 @@ namespace Render
 {
 Texture1d::Texture1d(ID3D11Device* device, const D3D11_TEXTURE1D_DESC& desc)
 {
+    if (desc.Width > D3D11_REQ_TEXTURE1D_U_DIMENSION)
+    {
+        throwIfFailed(E_INVALIDARG);  // also where the driver takes more, as for Texture2d
+    }
     throwIfFailed(device->CreateTexture1D(&desc, nullptr, mTexture.put()), device);
     setDebugName(mTexture, "Texture1d");
 }

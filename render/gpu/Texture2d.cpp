@@ -178,6 +178,11 @@ void Texture2d::create(ID3D11Device* device, const D3D11_SUBRESOURCE_DATA* initi
         // Direct3D would read an array with data for every mip level and slice, past the end of ours.
         throwIfFailed(E_INVALIDARG);
     }
+    if (std::max(mDesc.Width, mDesc.Height) > D3D11_REQ_TEXTURE2D_U_OR_V_DIMENSION)
+    {
+        // Some drivers take more; what else Direct3D bounds, as viewports, would not fit such a texture.
+        throwIfFailed(E_INVALIDARG);
+    }
     throwIfFailed(device->CreateTexture2D(&mDesc, initialData, mTexture.put()), device);
     setDebugName(mTexture, "Texture2d");
 }

