@@ -11,7 +11,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <exception>
 #include <mutex>
 #include <span>
@@ -28,6 +30,12 @@ using Trees = std::vector<std::shared_ptr<const Tree>>;
 constexpr double kCubeTolerance = 1e-6;  // of the edge
 
 constexpr IntensityRange kNoRange{0, 0};
+
+/// As one number, which every compiler reads and writes without a lock.
+constexpr std::uint64_t packed(const IntensityRange& range)
+{
+    return std::bit_cast<std::uint64_t>(range);
+}
 
 double checkedUnitScale(double unitScale)
 {
@@ -229,7 +237,7 @@ struct Octree::Implementation
     }
 
     std::atomic<double> unitScale;  // relaxed: readers need the old or the new value, nothing else
-    std::atomic<IntensityRange> shownRange{kNoRange};  // likewise
+    std::atomic<std::uint64_t> shownRange{packed(kNoRange)};  // likewise
     const Location location;
     const std::shared_ptr<const Tree> tree;
     const TreeDescription& description;
@@ -548,12 +556,13 @@ void Octree::setShownIntensityRange(const std::optional<IntensityRange>& range)
             "Error: an intensity range must lie in -1..65536, its darkest value below its brightest"
         );
     }
-    mImplementation->shownRange.store(range.value_or(kNoRange), std::memory_order_relaxed);
+    mImplementation->shownRange.store(packed(range.value_or(kNoRange)), std::memory_order_relaxed);
 }
 
 std::optional<IntensityRange> Octree::shownIntensityRange() const noexcept
 {
-    const IntensityRange range = mImplementation->shownRange.load(std::memory_order_relaxed);
+    const auto range =
+        std::bit_cast<IntensityRange>(mImplementation->shownRange.load(std::memory_order_relaxed));
     return range == kNoRange ? std::nullopt : std::optional(range);
 }
 

@@ -3,7 +3,6 @@
 #include "render/gpu/RenderPass.h"
 
 #include <algorithm>
-#include <ranges>
 #include <stdexcept>
 
 namespace Render
@@ -11,12 +10,12 @@ namespace Render
 RenderPass& PassImages::bind(ID3D11DeviceContext* context, const std::string& name, unsigned int slot) const
 {
     const bool isDepth = name == kDepth;
-    auto reversed = mPasses | std::views::reverse;
-    const auto found = std::ranges::find_if(
-        reversed,
+    const auto found = std::find_if(
+        mPasses.rbegin(),
+        mPasses.rend(),
         [&](const RenderPass* pass) { return isDepth ? pass->hasDepthBuffer() : pass->hasRenderTarget(name); }
     );
-    if (found == reversed.end())
+    if (found == mPasses.rend())
     {
         throw std::out_of_range("Error: no pass of the frame has drawn an image named " + name);
     }
