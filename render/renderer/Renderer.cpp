@@ -12,12 +12,14 @@
 #include "render/renderer/PostProcess.h"
 #include "render/renderer/ReadBack.h"
 #include "render/renderer/View.h"
+#include "render/renderer/ownerOfPixel.h"
 #include "render/renderer/pointText.h"
 #include "render/scene/Camera.h"
 #include "render/scene/Renderable.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -462,7 +464,7 @@ void Renderer::getColorImage(Graphics::ColorImage& image)
     copyWhole(mapped.image(), viewport().width(), viewport().height(), image);
 }
 
-void Renderer::getColorImage(std::span<std::byte> data, unsigned long long rowPitch, unsigned long long rows)
+void Renderer::getColorImage(std::span<std::byte> data, std::uint64_t rowPitch, std::uint64_t rows)
 {
     const ReadBack::Mapped mapped = mReadBack->color(mDeviceContext, mFrame->picture().texture("color"));
     copyRows(mapped.image(), viewport().height(), data, rowPitch, rows);
@@ -474,7 +476,7 @@ void Renderer::getDepthImage(Graphics::DepthImage& image)
     copyWhole(mapped.image(), viewport().width(), viewport().height(), image);
 }
 
-void Renderer::getDepthImage(std::span<std::byte> data, unsigned long long rowPitch, unsigned long long rows)
+void Renderer::getDepthImage(std::span<std::byte> data, std::uint64_t rowPitch, std::uint64_t rows)
 {
     const ReadBack::Mapped mapped = mReadBack->depth(mDeviceContext, mFrame->scenePass().depthTexture());
     copyRows(mapped.image(), viewport().height(), data, rowPitch, rows);
@@ -532,28 +534,50 @@ void Renderer::flush()
     mDeviceContext->Flush();
 }
 
-bool Renderer::pickPoint(unsigned long long x, unsigned long long y, Math::Point<float, 3>& point)
+bool Renderer::pickPoint(std::uint64_t x, std::uint64_t y, Math::Point<float, 3>& point)
 {
     return picking().pickPoint(x, y, point);
 }
 
 bool Renderer::pickClosestPointWithTolerance(
-    unsigned long long x, unsigned long long y, unsigned long long tolerance, Math::Point<float, 3>& point
+    std::uint64_t x, std::uint64_t y, std::uint64_t tolerance, Math::Point<float, 3>& point
 )
 {
     return picking().pickClosestPointWithTolerance(x, y, tolerance, point);
 }
 
 bool Renderer::pickPlane(
-    unsigned long long x,
-    unsigned long long y,
-    unsigned long long tolerance,
+    std::uint64_t x,
+    std::uint64_t y,
+    std::uint64_t tolerance,
     Math::NPlane<float, 3>& plane,
     Math::Point<float, 3>& point,
     double threshold
 )
 {
     return picking().pickPlane(x, y, tolerance, plane, point, threshold);
+}
+
+std::shared_ptr<Renderable> Renderer::pickRenderable(std::uint64_t x, std::uint64_t y)
+{
+    if (!scene() || x >= viewport().width() || y >= viewport().height())
+    {
+        return nullptr;
+    }
+    raiseRedraw();  // renderables count what they draw here as shown
+    if (mIsDeviceShared)
+    {
+        mDeviceContext->ClearState();  // of what the host has bound
+    }
+    std::shared_ptr<Renderable> owner = ownerOfPixel(
+        mDevice,
+        {mDeviceContext, *mView, *mPostProcess, mBackgroundColor},
+        id(),
+        static_cast<std::uint32_t>(x),
+        static_cast<std::uint32_t>(y)
+    );
+    throwIfLost(mDevice);
+    return owner;
 }
 
 void Renderer::resetPointChunkPosition() noexcept

@@ -122,7 +122,8 @@ public:
     /// Sets the matrix from world to camera coordinates.
     void setViewMatrix(const Eigen::Matrix4f& viewMatrix);
 
-    /// Looks along a direction.
+    /// Looks along a direction. Whoever gives three numbers in braces says what they are, here Eigen::Vector3f,
+    /// below Math::Point<float, 3>: braces alone could be either, and do not compile.
     void setCameraPose(
         const Math::Point<float, 3>& eye, const Eigen::Vector3f& direction, const Eigen::Vector3f& up
     );
@@ -242,7 +243,7 @@ public:
     /// @param data      rows x rowPitch bytes
     /// @param rowPitch  bytes from one row to the next; what does not fit is left out
     /// @param rows      rows beyond the picture's height stay as they are
-    void getColorImage(std::span<std::byte> data, unsigned long long rowPitch, unsigned long long rows);
+    void getColorImage(std::span<std::byte> data, std::uint64_t rowPitch, std::uint64_t rows);
 
     /// The depth buffer of the last frame, as it is: near is 1 when it is reversed.
     /// @throws ComException        when it cannot be read back
@@ -250,7 +251,7 @@ public:
     void getDepthImage(Graphics::DepthImage& image);
 
     /// The same into memory of the caller, a float a pixel.
-    void getDepthImage(std::span<std::byte> data, unsigned long long rowPitch, unsigned long long rows);
+    void getDepthImage(std::span<std::byte> data, std::uint64_t rowPitch, std::uint64_t rows);
 
     /// Draws a frame and writes its picture.
     /// @throws std::runtime_error  naming the path when it cannot be written
@@ -277,13 +278,14 @@ public:
     /// Has the device begin with what it was given, without waiting for it. render() does so itself.
     void flush();
 
-    // Picking: what the last frame shows at a pixel. These draw nothing. Pixels may lie outside the picture.
+    // Picking: what the last frame shows at a pixel. All but pickRenderable draw nothing. Pixels may lie
+    // outside the picture.
 
     /// The point under a pixel.
     /// @param point  gets the position that the pixel holds, also when it shows no point
     /// @returns whether the pixel shows a point
     /// @throws ComException  when the positions cannot be read back
-    bool pickPoint(unsigned long long x, unsigned long long y, Math::Point<float, 3>& point);
+    bool pickPoint(std::uint64_t x, std::uint64_t y, Math::Point<float, 3>& point);
 
     /// The point nearest to the camera among those of the columns [x - tolerance, x + tolerance) and the rows
     /// [y - tolerance, y + tolerance); the picture's last column and row are never searched.
@@ -291,7 +293,7 @@ public:
     /// @returns whether there is one; never with a tolerance of 0
     /// @throws ComException  when the positions cannot be read back
     bool pickClosestPointWithTolerance(
-        unsigned long long x, unsigned long long y, unsigned long long tolerance, Math::Point<float, 3>& point
+        std::uint64_t x, std::uint64_t y, std::uint64_t tolerance, Math::Point<float, 3>& point
     );
 
     /// A plane through most of the points around a pixel, searched as above, fitted robustly; the same frame
@@ -302,13 +304,26 @@ public:
     /// @returns whether there are a plane and a point; the plane alone may have been found otherwise
     /// @throws ComException  when the positions cannot be read back
     bool pickPlane(
-        unsigned long long x,
-        unsigned long long y,
-        unsigned long long tolerance,
+        std::uint64_t x,
+        std::uint64_t y,
+        std::uint64_t tolerance,
         Math::NPlane<float, 3>& plane,
         Math::Point<float, 3>& point,
         double threshold
     );
+
+    /// Which renderable a pixel shows: the last one, in the order of drawing, that a draw of the scene has left
+    /// something of there. Of groups it is the member; a class of the host that draws children itself, in
+    /// another way than a group does, is named for them.
+    ///
+    /// Draws the scene once more, aside from the picture and from what the functions above read, and waits for
+    /// the device after each renderable: it takes somewhat longer than a frame, and memory for its images.
+    /// The scene is drawn as it is now: where something has changed or been loaded since the last frame, the
+    /// answer may be ahead of the picture. A redraw is due afterwards.
+    /// @returns null where nothing is drawn, outside the picture, and without a scene
+    /// @throws DeviceLostException  when the device is lost
+    /// @throws ComException         when something cannot be made, uploaded or read back
+    std::shared_ptr<Renderable> pickRenderable(std::uint64_t x, std::uint64_t y);
 
     // Export of the points that the last frame shows, one per pixel, row by row from the top, with their
     // final colours. Draw once, then take all chunks.

@@ -87,9 +87,10 @@ void ScenePass::draw(const FrameInput& input, const PassImages&)
     {
         return;
     }
-    if (!scene->joinsNeighbours())
+    if (!scene->joinsNeighbours() || mDrawQueue->isWatched())
     {
         scene->render();
+        mDrawQueue->tellDrawn(scene);
         return;
     }
     const DrawQueue::Opened opened(*mDrawQueue);

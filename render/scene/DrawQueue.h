@@ -2,6 +2,7 @@
 
 #include "core/NonCopyable.h"
 #include "render/Export.h"
+#include "render/Render.h"
 
 #include <cstdint>
 #include <functional>
@@ -59,6 +60,35 @@ public:
         bool mWasOpen;
     };
 
+    /// Who is told of each renderable that has been drawn, those in a group before the group.
+    using Watcher = std::function<void(const std::shared_ptr<Renderable>&)>;
+
+    /// Has a watcher told of what is drawn, each wholly before the next: what draws the scene leaves the queue
+    /// closed then.
+    class [[nodiscard]] Watched : private Core::NonCopyable
+    {
+    public:
+        /// Until the end of this object's life.
+        Watched(DrawQueue& queue, Watcher watcher) : mQueue(queue) { mQueue.mWatcher = std::move(watcher); }
+
+        ~Watched() { mQueue.mWatcher = nullptr; }
+
+    private:
+        DrawQueue& mQueue;
+    };
+
+    /// Whether somebody watches.
+    bool isWatched() const noexcept { return mWatcher != nullptr; }
+
+    /// Tells whoever watches that it has been drawn.
+    void tellDrawn(const std::shared_ptr<Renderable>& renderable) const
+    {
+        if (mWatcher)
+        {
+            mWatcher(renderable);
+        }
+    }
+
     /// Whether steps may be left.
     bool isOpen() const noexcept { return mIsOpen; }
 
@@ -81,6 +111,7 @@ private:
     void drop() noexcept;
 
     bool mIsOpen = false;
+    Watcher mWatcher;
     std::vector<Step> mSteps;
 };
 }  // namespace Render

@@ -227,17 +227,26 @@ void GroupRenderable::render()
     setNeedsRedraw(false);
     for (const auto& child : mChildren)
     {
-        if (child->visible())
+        if (!child->visible())
         {
-            if (!mDrawQueue || child->joinsNeighbours())
-            {
-                child->render();
-                continue;
-            }
+            continue;
+        }
+        if (!mDrawQueue)
+        {
+            child->render();
+            continue;
+        }
+        if (child->joinsNeighbours())
+        {
+            child->render();
+        }
+        else
+        {
             mDrawQueue->finish();
             const DrawQueue::Closed closed(*mDrawQueue);
             child->render();
         }
+        mDrawQueue->tellDrawn(child);
     }
 }
 

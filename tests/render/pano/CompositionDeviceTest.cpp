@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <memory>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -108,6 +110,7 @@ public:
             Point3(8.0F, 8.0F, 8.0F), Vector3f(Vector3f::UnitX()), Vector3f(Vector3f::UnitZ())
         );
         mRenderer->setScene(group);
+        mGroup = group;
         load(*cloud);
         return picture(*mRenderer);
     }
@@ -121,7 +124,16 @@ public:
 
     static bool isPaint(Color color) { return color.r() > 100 && color.r() == color.g() && color.b() == 0; }
 
+    /// The name of what a pixel shows.
+    std::string ownerAt(Place place)
+    {
+        const std::shared_ptr<Renderable> owner = mRenderer->pickRenderable(place.x, place.y);
+        return owner ? owner->name() : "nothing";
+    }
+
     TemporaryFolder mFolder;
+    TemporaryFolder mOtherFolder;
+    std::shared_ptr<GroupRenderable> mGroup;
     std::unique_ptr<Renderer> mRenderer;
 };
 }  // namespace
@@ -181,5 +193,30 @@ TEST_F(CompositionDevice, ASphereCutsABoxWhereItsDistanceIs)
     // not.
     EXPECT_TRUE(isPaint(image.pixel(18, 18)));  // t = 1.7
     EXPECT_EQ(image.pixel(14, 14), kSphere);    // t = 2.2
+}
+
+TEST_F(CompositionDevice, PixelsTellWhichRenderableTheyShow)
+{
+    for (const bool reversedZ : {true, false})
+    {
+        SCOPED_TRACE(reversedZ);
+        compose(reversedZ, 6.25F);
+        mGroup->front()->setName("near box");
+        (*std::next(mGroup->begin(), 2))->setName("cloud");
+        mGroup->back()->setName("far box");
+        writeNodes(mOtherFolder.path(), {{"r", {::dot(12, 5, 5, kFarDot)}}});
+        const auto other = open(mOtherFolder.path());
+        const auto others = GroupRenderable::create("others");
+        others->add("other cloud", other);
+        mGroup->add(others);
+        load(*other);
+        mRenderer->render();
+
+        EXPECT_EQ(ownerAt(kNearDotAt), "cloud");
+        EXPECT_EQ(ownerAt({56, 56}), "other cloud");  // (4, -3, -3) from the eye
+        EXPECT_EQ(ownerAt(kNearBoxAt), "near box");
+        EXPECT_EQ(ownerAt(kFarDotAt), "pano");
+        EXPECT_EQ(ownerAt(kFarBoxAt), "pano");
+    }
 }
 }  // namespace Render

@@ -1,6 +1,7 @@
 #include "render/renderer/Frame.h"
 #include "render/renderer/Picking.h"
 #include "render/renderer/ReadBack.h"
+#include "render/scene/GroupRenderable.h"
 #include "tests/render/renderer/RecordingRenderable.h"
 #include "tests/render/renderer/RendererFixture.h"
 #include "tests/support/CheckedContext.h"
@@ -9,6 +10,8 @@
 
 #include <cmath>
 #include <limits>
+#include <memory>
+#include <stdexcept>
 
 namespace Render
 {
@@ -99,6 +102,121 @@ TEST_F(RendererPicking, APixelOutsideThePictureGivesNothing)
 
     EXPECT_EQ(point, Point(7.0F, 7.0F, 7.0F));
     EXPECT_TRUE(mRenderer->pickPoint(7, 5, point));
+}
+
+TEST_F(RendererPicking, ASceneWithoutGroupsIsTheOwnerOfItsPixels)
+{
+    const auto scene = show(rectangle(-4.0F, 0.0F, -3.0F, 3.0F, 2.0F, kRed));
+
+    EXPECT_EQ(mRenderer->pickRenderable(1, 0), scene);
+    EXPECT_EQ(mRenderer->pickRenderable(6, 0), nullptr);
+    EXPECT_EQ(mRenderer->pickRenderable(8, 0), nullptr);
+    EXPECT_EQ(mRenderer->pickRenderable(1, 6), nullptr);
+    EXPECT_EQ(mRenderer->pickRenderable(kHuge, kHuge), nullptr);
+}
+
+TEST_F(RendererPicking, WithoutASceneNoPixelHasAnOwner)
+{
+    mRenderer->render();
+
+    EXPECT_EQ(mRenderer->pickRenderable(1, 0), nullptr);
+}
+
+TEST_F(RendererPicking, TheOwnerIsTheMemberWhoseDepthWinsWhateverTheOrder)
+{
+    const auto back = std::make_shared<TriangleRenderable>(rectangle(-4.0F, 2.0F, -3.0F, 3.0F, 1.0F, kRed));
+    const auto front = std::make_shared<TriangleRenderable>(rectangle(-4.0F, 0.0F, -3.0F, 3.0F, 2.0F, kRed));
+    const auto hidden = std::make_shared<TriangleRenderable>(rectangle(-4.0F, 4.0F, -3.0F, 3.0F, 3.0F, kRed));
+    hidden->setVisible(false);
+    const auto inner = GroupRenderable::create("inner");
+    inner->add(front);
+    inner->add(hidden);
+    for (const bool isFrontFirst : {true, false})
+    {
+        SCOPED_TRACE(isFrontFirst);
+        const auto group = GroupRenderable::create("group");
+        group->add(isFrontFirst ? std::shared_ptr<Renderable>(inner) : back);
+        group->add(isFrontFirst ? std::shared_ptr<Renderable>(back) : inner);
+        mRenderer->setScene(group);
+        mRenderer->render();
+
+        EXPECT_EQ(mRenderer->pickRenderable(1, 0), front);
+        EXPECT_EQ(mRenderer->pickRenderable(5, 0), back);
+        EXPECT_EQ(mRenderer->pickRenderable(7, 0), nullptr);
+        mRenderer->setScene(nullptr);
+    }
+}
+
+TEST_F(RendererPicking, OfATransparentSceneTheLastMemberThatIsDrawnOwnsAPixel)
+{
+    const auto first = std::make_shared<TriangleRenderable>(rectangle(-4.0F, 2.0F, -3.0F, 3.0F, 2.0F, kRed));
+    const auto last = std::make_shared<TriangleRenderable>(rectangle(-4.0F, 0.0F, -3.0F, 3.0F, 1.0F, kRed));
+    first->transparent = true;
+    const auto group = GroupRenderable::create("group");
+    group->add(first);
+    group->add(last);
+    mRenderer->setScene(group);
+    mRenderer->render();
+
+    EXPECT_EQ(mRenderer->pickRenderable(1, 0), last);
+    EXPECT_EQ(mRenderer->pickRenderable(5, 0), first);
+}
+
+TEST_F(RendererPicking, AskingForAnOwnerLeavesThePictureAndAsksForARedraw)
+{
+    const auto scene = show(rectangle(-4.0F, 0.0F, -3.0F, 3.0F, 2.0F, kRed));
+    const Graphics::ColorImage before = colorImage(*mRenderer);
+    mRenderer->setCameraPose(
+        Point(0.0F, 0.0F, 0.0F), Eigen::Vector3f(0.0F, 0.0F, -1.0F), Eigen::Vector3f(1.0F, 0.0F, 0.0F)
+    );
+    mRenderer->camera()->setNeedsRedraw(false);
+    ASSERT_FALSE(mRenderer->needsRedraw());
+
+    // Turned by a quarter, what was to the left is below.
+    EXPECT_EQ(mRenderer->pickRenderable(1, 0), nullptr);
+    EXPECT_EQ(mRenderer->pickRenderable(1, 5), scene);
+
+    EXPECT_TRUE(mRenderer->needsRedraw());
+    EXPECT_EQ(shownAt(1, 0), before.pixel(1, 0));
+    EXPECT_EQ(shownAt(6, 5), before.pixel(6, 5));
+    Point point;
+    EXPECT_TRUE(mRenderer->pickPoint(1, 0, point));
+    EXPECT_FALSE(mRenderer->pickPoint(6, 5, point));
+}
+
+TEST_F(RendererPicking, ARenderableThatCannotDrawEndsTheQuestionForAnOwner)
+{
+    class Failing final : public TriangleRenderable
+    {
+    public:
+        using TriangleRenderable::TriangleRenderable;
+
+        void render() override
+        {
+            if (fails)
+            {
+                throw std::runtime_error("cannot draw");
+            }
+            TriangleRenderable::render();
+        }
+
+        bool fails = false;
+    };
+
+    const auto scene = std::make_shared<Failing>(rectangle(-4.0F, 0.0F, -3.0F, 3.0F, 2.0F, kRed));
+    const auto group = GroupRenderable::create("group");
+    group->add(scene);
+    mRenderer->setScene(group);
+    mRenderer->render();
+    scene->fails = true;
+
+    EXPECT_THROW(mRenderer->pickRenderable(1, 0), std::runtime_error);
+
+    scene->fails = false;
+    EXPECT_TRUE(mRenderer->needsRedraw());
+    EXPECT_EQ(mRenderer->pickRenderable(1, 0), scene);
+    mRenderer->render();
+    EXPECT_EQ(shownAt(1, 0), kRed);
 }
 
 TEST_F(RendererPicking, APixelOutsideThePictureCostsNoReadBack)
