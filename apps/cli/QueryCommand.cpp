@@ -26,8 +26,8 @@ namespace
 {
 constexpr int kExitTimeout = 4;
 constexpr std::size_t kChunkSize = std::size_t{1} << 16U;       // points
-constexpr unsigned long long kCacheCapacity = 2'000'000;        // points
-constexpr unsigned long long kExpectedCacheEntries = 4000;      // nodes
+constexpr std::uint64_t kCacheCapacity = 2'000'000;             // points
+constexpr std::uint64_t kExpectedCacheEntries = 4000;           // nodes
 constexpr double kLargestSpacing = 1e9;                         // data units
 constexpr std::uint64_t kLongestTimeoutMs = 1'000'000'000'000;  // fits into nanoseconds
 

@@ -33,12 +33,12 @@ void lookFrom(Render::Renderer& renderer, float angle)
 void print(int frame, std::chrono::duration<double, std::milli> time, const Render::CloudStatus& status)
 {
     std::printf(
-        "frame %2d: %5.1f ms, %llu points of %llu nodes; loaded %zu nodes, %zu to look at, %zu of %zu "
+        "frame %2d: %5.1f ms, %zu points of %zu nodes; loaded %zu nodes, %zu to look at, %zu of %zu "
         "points%s\n",
         frame,
         time.count(),
-        static_cast<unsigned long long>(status.drawnPoints),
-        static_cast<unsigned long long>(status.drawnNodes),
+        status.drawnPoints,
+        status.drawnNodes,
         status.residentNodes,
         status.pendingNodes,
         status.usedBudgetPoints,

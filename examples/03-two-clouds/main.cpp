@@ -67,8 +67,8 @@ private:
 
 struct Pixel
 {
-    unsigned long long x;
-    unsigned long long y;
+    std::uint64_t x;
+    std::uint64_t y;
 };
 
 /// Where a point of the world shows in the picture.
@@ -79,7 +79,7 @@ Pixel pixelOf(const Render::Renderer& renderer, const Point& point)
     const auto inPicture = [&](float value, std::uint64_t size)
     {
         const float pixels = (value / clip.w() + 1.0F) / 2.0F * static_cast<float>(size);
-        return static_cast<unsigned long long>(std::max(pixels, 0.0F));
+        return static_cast<std::uint64_t>(std::max(pixels, 0.0F));
     };
     return {
         inPicture(clip.x(), renderer.viewport().width()), inPicture(-clip.y(), renderer.viewport().height())};

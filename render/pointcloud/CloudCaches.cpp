@@ -12,7 +12,7 @@ namespace Render
 {
 namespace
 {
-constexpr unsigned long long kExpectedEntries = 4000;  // nodes
+constexpr std::uint64_t kExpectedEntries = 4000;  // nodes
 
 struct SharedCapacities
 {
@@ -41,9 +41,7 @@ CloudCaches::CloudCaches(std::shared_ptr<Octree::Octree> octree)
 }
 
 std::shared_ptr<CachedVertices::Cache> CloudCaches::sharedVertices(
-    const Octree::CacheIdentifier& identifier,
-    unsigned long long capacity,
-    unsigned long long expectedEntryCount
+    const Octree::CacheIdentifier& identifier, std::uint64_t capacity, std::uint64_t expectedEntryCount
 )
 {
     static Core::SharedResources<Octree::CacheIdentifier, CachedVertices::Cache> registry;

@@ -7,6 +7,7 @@
 #include "render/pointcloud/NodeLoader.h"
 #include "render/pointcloud/PointCloudQuery.h"
 
+#include <cstdint>
 #include <memory>
 
 namespace Octree
@@ -29,9 +30,7 @@ public:
     /// @param capacity            most points in it
     /// @param expectedEntryCount  number of nodes to reserve room for
     static std::shared_ptr<CachedVertices::Cache> sharedVertices(
-        const Octree::CacheIdentifier& identifier,
-        unsigned long long capacity,
-        unsigned long long expectedEntryCount
+        const Octree::CacheIdentifier& identifier, std::uint64_t capacity, std::uint64_t expectedEntryCount
     );
 
     /// Changes to the caches of what the octree is now, and leaves the old ones to those who still use them.

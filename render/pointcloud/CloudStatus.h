@@ -15,8 +15,8 @@ struct CloudStatus
     bool isComplete = false;       ///< loading in the background has come to its end for the present view
 
     // What the last frame drew.
-    std::uint64_t drawnNodes = 0;   ///< of this cloud
-    std::uint64_t drawnPoints = 0;  ///< of these nodes
+    std::size_t drawnNodes = 0;   ///< of this cloud
+    std::size_t drawnPoints = 0;  ///< of these nodes
 
     // What has been read from files since the cloud was made, to be drawn. A node that fails is tried again.
     std::uint64_t readNodes = 0;    ///< as often as they were read

@@ -132,10 +132,10 @@ public:
     std::uint64_t cloudId() const noexcept { return mCloudId; }
 
     /// What the last frame drew.
-    std::uint64_t numVisibleOctreeNodes() const noexcept { return mNumVisibleOctreeNodes; }
+    std::size_t numVisibleOctreeNodes() const noexcept { return mNumVisibleOctreeNodes; }
 
     /// Number of points that the last frame drew.
-    std::uint64_t numVisiblePoints() const noexcept { return mNumVisiblePoints; }
+    std::size_t numVisiblePoints() const noexcept { return mNumVisiblePoints; }
 
 private:
     void updateTransforms();
@@ -166,8 +166,8 @@ private:
     SplatRoad mDrawnRoad = SplatRoad::Automatic;
     Texture1d mOctreeTexture;
     ShaderResourceView mOctreeTextureView;
-    std::atomic<std::uint64_t> mNumVisibleOctreeNodes{0};
-    std::atomic<std::uint64_t> mNumVisiblePoints{0};
+    std::atomic<std::size_t> mNumVisibleOctreeNodes{0};
+    std::atomic<std::size_t> mNumVisiblePoints{0};
     Boxes mBoxes;
     bool mShowBoundingBoxes = false;
 };

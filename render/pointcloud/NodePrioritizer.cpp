@@ -119,7 +119,7 @@ std::size_t NodePrioritizer::totalUsedPointCount() const
     return mTotalUsedPointCount;
 }
 
-NodePrioritizer::Share NodePrioritizer::shareOf(std::size_t cloudId) const
+NodePrioritizer::Share NodePrioritizer::shareOf(std::uint64_t cloudId) const
 {
     const std::scoped_lock lock(mMutex);
     Share share;
@@ -192,7 +192,7 @@ void NodePrioritizer::clear()
     mIndex.clear();
 }
 
-void NodePrioritizer::clear(std::size_t cloudId)
+void NodePrioritizer::clear(std::uint64_t cloudId)
 {
     std::vector<PrioritizedNode> dropped;  // outlives the lock
     const std::scoped_lock lock(mMutex);
@@ -210,7 +210,7 @@ void NodePrioritizer::clear(std::size_t cloudId)
     }
 }
 
-void NodePrioritizer::rerank(std::size_t cloudId, const NodeRanking& ranking, std::stop_token stopToken)
+void NodePrioritizer::rerank(std::uint64_t cloudId, const NodeRanking& ranking, std::stop_token stopToken)
 {
     const std::scoped_lock lock(mMutex);
     ++mChangeCount;
@@ -295,7 +295,7 @@ bool NodePrioritizer::addNode(
 }
 
 void NodePrioritizer::updateBuffers(
-    std::size_t cloudId, bool dropDeepestLevel, Core::TripleBuffer<Buffer>& buffers
+    std::uint64_t cloudId, bool dropDeepestLevel, Core::TripleBuffer<Buffer>& buffers
 )
 {
     PublishedVertices outdated;  // outlives the lock: it may hold the last reference to what has left
@@ -356,7 +356,7 @@ NodePrioritizer::PrioritizedNode NodePrioritizer::dropTop()
 }
 
 /// Where the nodes lie that a frame draws of one cloud, ascending.
-NodePrioritizer::Positions NodePrioritizer::drawnNodes(std::size_t cloudId, bool dropDeepestLevel) const
+NodePrioritizer::Positions NodePrioritizer::drawnNodes(std::uint64_t cloudId, bool dropDeepestLevel) const
 {
     Positions drawn;
     for (std::size_t i = 0; i < mNodes.size(); ++i)

@@ -27,7 +27,7 @@ namespace Render
 using VertexSource = std::function<bool(const Octree::OctreeNodeId&, VertexContainer&, std::stop_token)>;
 
 /// Ranks a node by its level and its bounding cube in model coordinates.
-using NodeRanking = std::function<NodePriority(std::size_t level, const Math::NBoundingBox<float, 3>&)>;
+using NodeRanking = std::function<NodePriority(std::uint64_t level, const Math::NBoundingBox<float, 3>&)>;
 
 /// The resident octree nodes of all point clouds that share one budget of points.
 ///
@@ -60,7 +60,7 @@ public:
     };
 
     /// Looks at every resident node.
-    Share shareOf(std::size_t cloudId) const;
+    Share shareOf(std::uint64_t cloudId) const;
 
     /// True when the node is resident.
     bool contains(const NodeId& nodeId) const;
@@ -93,11 +93,11 @@ public:
     void clear();
 
     /// Drops every node of one cloud.
-    void clear(std::size_t cloudId);
+    void clear(std::uint64_t cloudId);
 
     /// Ranks the resident nodes of one cloud anew. Nodes that rank as discard() stay resident but are not
     /// drawn and are the first to leave. A stop request leaves the rest with their old ranks.
-    void rerank(std::size_t cloudId, const NodeRanking& ranking, std::stop_token stopToken);
+    void rerank(std::uint64_t cloudId, const NodeRanking& ranking, std::stop_token stopToken);
 
     /// Offers one node.
     ///
@@ -123,7 +123,7 @@ public:
     /// Drawn are the nodes that are not discarded on the unbroken run of levels from the root that have such
     /// nodes. Of more than kMaxDrawnNodes those stay that rank best, each only with its parent.
     /// @param dropDeepestLevel  leaves out the last of these levels
-    void updateBuffers(std::size_t cloudId, bool dropDeepestLevel, Core::TripleBuffer<Buffer>& buffers);
+    void updateBuffers(std::uint64_t cloudId, bool dropDeepestLevel, Core::TripleBuffer<Buffer>& buffers);
 
 private:
     struct PrioritizedNode
@@ -151,7 +151,7 @@ private:
     void makeRoomForOneNode();
     bool makeHeap();
     PrioritizedNode dropTop();
-    Positions drawnNodes(std::size_t cloudId, bool dropDeepestLevel) const;
+    Positions drawnNodes(std::uint64_t cloudId, bool dropDeepestLevel) const;
     Positions bestWithParents(const Positions& candidates) const;
     void updateNodes(const Positions& drawn, Buffer& buffer) const;
 

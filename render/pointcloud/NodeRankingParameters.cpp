@@ -23,7 +23,7 @@ void NodeRankingParameters::setCamera(const Camera& camera, const Eigen::Matrix4
     modelScale = model.topLeftCorner<3, 1>().norm();
 }
 
-NodePriority NodeRankingParameters::rank(std::size_t level, const Math::NBoundingBox<float, 3>& box) const
+NodePriority NodeRankingParameters::rank(std::uint64_t level, const Math::NBoundingBox<float, 3>& box) const
 {
     if (level > maxLevelToKeep)
     {
@@ -59,7 +59,7 @@ NodePriority NodeRankingParameters::rank(std::size_t level, const Math::NBoundin
 }
 
 float NodeRankingParameters::mostOfChildren(
-    std::size_t level, const Math::NBoundingBox<float, 3>& box, unsigned childMask
+    std::uint64_t level, const Math::NBoundingBox<float, 3>& box, unsigned childMask
 ) const
 {
     constexpr float kUnknown = std::numeric_limits<float>::infinity();

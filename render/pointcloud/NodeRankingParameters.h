@@ -11,6 +11,7 @@
 #include <Eigen/Core>
 
 #include <cstddef>
+#include <cstdint>
 
 namespace Render
 {
@@ -27,8 +28,8 @@ struct NodeRankingParameters
     /// are loaded too.
     static constexpr float kLoadingFrustumScale = 2.0F;
 
-    std::size_t minLevelToKeep = 0;                 ///< levels below it are loaded whatever their size
-    std::size_t maxLevelToKeep = 23;                ///< levels above it are never loaded
+    std::uint64_t minLevelToKeep = 0;               ///< levels below it are loaded whatever their size
+    std::uint64_t maxLevelToKeep = 23;              ///< levels above it are never loaded
     float octreeNodePriorityThreshold = 15.0F;      ///< pixels
     Math::ConvexPolytope<float, 3> clippingVolume;  ///< nothing outside is loaded
 
@@ -47,7 +48,7 @@ struct NodeRankingParameters
 
     /// Levels below the minimum are kept, levels above the maximum discarded, the maximum first; the rest
     /// is ranked by its size on screen.
-    RENDER_API NodePriority rank(std::size_t level, const Math::NBoundingBox<float, 3>& box) const;
+    RENDER_API NodePriority rank(std::uint64_t level, const Math::NBoundingBox<float, 3>& box) const;
 
     /// What no priority of a node's children comes near to, by a thousandth; infinite where that is not
     /// known.
@@ -55,7 +56,7 @@ struct NodeRankingParameters
     /// @param box        the node's own
     /// @param childMask  bit i: child i exists
     RENDER_API float mostOfChildren(
-        std::size_t level, const Math::NBoundingBox<float, 3>& box, unsigned childMask
+        std::uint64_t level, const Math::NBoundingBox<float, 3>& box, unsigned childMask
     ) const;
 };
 }  // namespace Render

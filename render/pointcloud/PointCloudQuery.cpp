@@ -119,17 +119,15 @@ PointCloudQuery::~PointCloudQuery() = default;
 std::shared_ptr<PointCloudQuery::PointCache> PointCloudQuery::createOrGetSharedCache(
     const Octree::Location& location,
     double unitScale,
-    unsigned long long capacity,
-    unsigned long long expectedEntryCount
+    std::uint64_t capacity,
+    std::uint64_t expectedEntryCount
 )
 {
     return createOrGetSharedCache(Octree::CacheIdentifier{location, unitScale}, capacity, expectedEntryCount);
 }
 
 std::shared_ptr<PointCloudQuery::PointCache> PointCloudQuery::createOrGetSharedCache(
-    const Octree::CacheIdentifier& identifier,
-    unsigned long long capacity,
-    unsigned long long expectedEntryCount
+    const Octree::CacheIdentifier& identifier, std::uint64_t capacity, std::uint64_t expectedEntryCount
 )
 {
     return mSharedCaches.createOrGet(

@@ -78,15 +78,13 @@ public:
     static std::shared_ptr<PointCache> createOrGetSharedCache(
         const Octree::Location& location,
         double unitScale,
-        unsigned long long capacity,
-        unsigned long long expectedEntryCount
+        std::uint64_t capacity,
+        std::uint64_t expectedEntryCount
     );
 
     /// The same for what Octree::cacheIdentifier() tells of an octree with external attributes, too.
     static std::shared_ptr<PointCache> createOrGetSharedCache(
-        const Octree::CacheIdentifier& identifier,
-        unsigned long long capacity,
-        unsigned long long expectedEntryCount
+        const Octree::CacheIdentifier& identifier, std::uint64_t capacity, std::uint64_t expectedEntryCount
     );
 
     /// Writes the next points. After the deadline each call ends with the node in hand, or with one more.

@@ -72,8 +72,8 @@ PointCloudRenderable::~PointCloudRenderable()
 std::shared_ptr<PointCloudRenderable::VertexCache> PointCloudRenderable::createOrGetSharedCache(
     const Octree::Location& location,
     double unitScale,
-    unsigned long long capacity,
-    unsigned long long expectedEntryCount
+    std::uint64_t capacity,
+    std::uint64_t expectedEntryCount
 )
 {
     return CloudCaches::sharedVertices(
@@ -244,7 +244,7 @@ Math::Point<double, 3> PointCloudRenderable::referencePosition() const
     return mOctree->position();
 }
 
-float PointCloudRenderable::spacing(std::size_t level) const
+float PointCloudRenderable::spacing(std::uint64_t level) const
 {
     return mOctree->spacing(level);
 }
@@ -385,7 +385,7 @@ float PointCloudRenderable::octreeNodePriorityThreshold() const
     return mRanking->get()->octreeNodePriorityThreshold;
 }
 
-void PointCloudRenderable::setMinLevelToKeep(std::size_t level)
+void PointCloudRenderable::setMinLevelToKeep(std::uint64_t level)
 {
     if (level == minLevelToKeep())
     {
@@ -400,7 +400,7 @@ std::size_t PointCloudRenderable::minLevelToKeep() const
     return mRanking->get()->minLevelToKeep;
 }
 
-void PointCloudRenderable::setMaxLevelToKeep(std::size_t level)
+void PointCloudRenderable::setMaxLevelToKeep(std::uint64_t level)
 {
     if (level == maxLevelToKeep())
     {
@@ -499,7 +499,7 @@ void PointCloudRenderable::addExternalAttributeLocation(const Octree::Location& 
     setNeedsRedraw(true);
 }
 
-void PointCloudRenderable::startAsyncReload(std::function<void()> onProgress, std::size_t maxLevel)
+void PointCloudRenderable::startAsyncReload(std::function<void()> onProgress, std::uint64_t maxLevel)
 {
     const bool isFirst = mLoading->start(
         [this, onProgress = std::move(onProgress), maxLevel](std::stop_token stopToken)
@@ -512,7 +512,7 @@ void PointCloudRenderable::startAsyncReload(std::function<void()> onProgress, st
     }
 }
 
-void PointCloudRenderable::startAsyncReload(void (*onProgress)(), std::size_t maxLevel)
+void PointCloudRenderable::startAsyncReload(void (*onProgress)(), std::uint64_t maxLevel)
 {
     startAsyncReload(toFunction(onProgress), maxLevel);
 }
@@ -538,7 +538,7 @@ bool PointCloudRenderable::isAsyncReloadComplete() const noexcept
 }
 
 void PointCloudRenderable::reloadPoints(
-    std::function<void()> onProgress, std::size_t maxLevel, std::stop_token stopToken
+    std::function<void()> onProgress, std::uint64_t maxLevel, std::stop_token stopToken
 )
 {
     if (!mLoDPointCloud)
@@ -546,7 +546,7 @@ void PointCloudRenderable::reloadPoints(
         throw std::runtime_error("reloadingPoints is not allowed if PointCloudRenderable is not initialized");
     }
     const OctreeSelectionTree tree(*mOctree);
-    const NodeRanking rank = [this](std::size_t level, const Math::NBoundingBox<float, 3>& box)
+    const NodeRanking rank = [this](std::uint64_t level, const Math::NBoundingBox<float, 3>& box)
     { return boundingBoxPriority(level, box); };
     const VertexSource vertexSource =
         [this](const Octree::OctreeNodeId& id, VertexContainer& vertices, std::stop_token stop)
@@ -565,7 +565,7 @@ void PointCloudRenderable::reloadPoints(
         .loader = &mCaches->loader(),
         .stopped = &mStoppedPublication,
         .pending = &mPendingNodes,
-        .childrenBound = [this](std::size_t level, const Math::NBoundingBox<float, 3>& box, unsigned mask)
+        .childrenBound = [this](std::uint64_t level, const Math::NBoundingBox<float, 3>& box, unsigned mask)
         { return mRanking->get()->mostOfChildren(level, box, mask); },
     };
     try
@@ -581,13 +581,15 @@ void PointCloudRenderable::reloadPoints(
     }
 }
 
-void PointCloudRenderable::reloadPoints(void (*onProgress)(), std::size_t maxLevel, std::stop_token stopToken)
+void PointCloudRenderable::reloadPoints(
+    void (*onProgress)(), std::uint64_t maxLevel, std::stop_token stopToken
+)
 {
     reloadPoints(toFunction(onProgress), maxLevel, stopToken);
 }
 
 NodePriority PointCloudRenderable::boundingBoxPriority(
-    std::size_t level, const Math::NBoundingBox<float, 3>& box
+    std::uint64_t level, const Math::NBoundingBox<float, 3>& box
 ) const
 {
     return mRanking->get()->rank(level, box);
@@ -606,17 +608,17 @@ void PointCloudRenderable::clearVisibleOctreeNodes()
     setNeedsRedraw(true);
 }
 
-std::uint64_t PointCloudRenderable::numVisibleOctreeNodes() const noexcept
+std::size_t PointCloudRenderable::numVisibleOctreeNodes() const noexcept
 {
     return mLoDPointCloud ? mLoDPointCloud->numVisibleOctreeNodes() : 0;
 }
 
-std::uint64_t PointCloudRenderable::numVisiblePoints() const noexcept
+std::size_t PointCloudRenderable::numVisiblePoints() const noexcept
 {
     return mLoDPointCloud ? mLoDPointCloud->numVisiblePoints() : 0;
 }
 
-std::uint64_t PointCloudRenderable::numResidentPoints() const
+std::size_t PointCloudRenderable::numResidentPoints() const
 {
     return mLoDPointCloud ? mLoDPointCloud->prioritizer().totalUsedPointCount() : 0;
 }
@@ -658,7 +660,7 @@ CacheCapacities PointCloudRenderable::cacheCapacities()
 }
 
 PointCloudQuery PointCloudRenderable::createPointCloudQuery(
-    IFilter* filter, std::size_t maxLevel, float minimumSpacing, std::chrono::nanoseconds timeout
+    IFilter* filter, std::uint64_t maxLevel, float minimumSpacing, std::chrono::nanoseconds timeout
 )
 {
     return PointCloudQuery(
@@ -668,7 +670,7 @@ PointCloudQuery PointCloudRenderable::createPointCloudQuery(
 
 PointCloudQuery PointCloudRenderable::createPointCloudQuery(
     std::unique_ptr<IFilter> filter,
-    std::size_t maxLevel,
+    std::uint64_t maxLevel,
     float minimumSpacing,
     std::chrono::nanoseconds timeout
 )

@@ -71,7 +71,7 @@ class RENDER_API PointCloudRenderable : public Renderable,
 
 public:
     /// Deeper than the deepest level of any data set.
-    static constexpr std::size_t kAllLevels = Octree::OctreeNodeId::MAX_REPRESENTABLE_LEVEL;
+    static constexpr std::uint64_t kAllLevels = Octree::OctreeNodeId::MAX_REPRESENTABLE_LEVEL;
 
     /// The decoded vertices of nodes, shared by all renderables of one data set and unit scale.
     using VertexCache = CachedVertices::Cache;
@@ -107,8 +107,8 @@ public:
     static std::shared_ptr<VertexCache> createOrGetSharedCache(
         const Octree::Location& location,
         double unitScale,
-        unsigned long long capacity,
-        unsigned long long expectedEntryCount
+        std::uint64_t capacity,
+        std::uint64_t expectedEntryCount
     );
 
     /// @throws std::runtime_error     "Error init was called on an already initialized
@@ -166,7 +166,7 @@ public:
     Math::Point<double, 3> referencePosition() const;
 
     /// Point spacing of a level, model units.
-    float spacing(std::size_t level) const;
+    float spacing(std::uint64_t level) const;
 
     /// The point size that suits the data set, model units.
     float defaultPointSize() const;
@@ -245,13 +245,13 @@ public:
     float octreeNodePriorityThreshold() const;
 
     /// Levels below the minimum are loaded whatever their size on screen, levels above the maximum never.
-    void setMinLevelToKeep(std::size_t level);
+    void setMinLevelToKeep(std::uint64_t level);
     /// See setMinLevelToKeep().
-    std::size_t minLevelToKeep() const;
+    std::uint64_t minLevelToKeep() const;
     /// See setMinLevelToKeep().
-    void setMaxLevelToKeep(std::size_t level);
+    void setMaxLevelToKeep(std::uint64_t level);
     /// See setMinLevelToKeep().
-    std::size_t maxLevelToKeep() const;
+    std::uint64_t maxLevelToKeep() const;
 
     /// Shortest time between two publications while a pass runs.
     /// @throws std::invalid_argument  "updateInterval must be larger than 0!"
@@ -302,15 +302,15 @@ public:
     /// done.
     /// @param onProgress  called on the loader thread after each publication; may be empty
     /// @param maxLevel    deepest level that is loaded
-    void startAsyncReload(std::function<void()> onProgress, std::size_t maxLevel = kAllLevels);
+    void startAsyncReload(std::function<void()> onProgress, std::uint64_t maxLevel = kAllLevels);
     /// The same with a function.
-    void startAsyncReload(void (*onProgress)(), std::size_t maxLevel = kAllLevels);
+    void startAsyncReload(void (*onProgress)(), std::uint64_t maxLevel = kAllLevels);
 
     /// The same for any other callable, which would be as near to either of the two above.
     template <std::invocable Callback>
     requires std::is_class_v<Callback>
 
-    void startAsyncReload(Callback onProgress, std::size_t maxLevel = kAllLevels)
+    void startAsyncReload(Callback onProgress, std::uint64_t maxLevel = kAllLevels)
     {
         startAsyncReload(std::function<void()>(std::move(onProgress)), maxLevel);
     }
@@ -334,37 +334,39 @@ public:
     ///                             initialized"; "Error loading point data", the cause nested, when a node
     ///                             cannot be read
     void reloadPoints(
-        std::function<void()> onProgress, std::size_t maxLevel = kAllLevels, std::stop_token stopToken = {}
+        std::function<void()> onProgress, std::uint64_t maxLevel = kAllLevels, std::stop_token stopToken = {}
     );
     /// The same with a function.
     void reloadPoints(
-        void (*onProgress)(), std::size_t maxLevel = kAllLevels, std::stop_token stopToken = {}
+        void (*onProgress)(), std::uint64_t maxLevel = kAllLevels, std::stop_token stopToken = {}
     );
 
     /// The same for any other callable.
     template <std::invocable Callback>
     requires std::is_class_v<Callback>
 
-    void reloadPoints(Callback onProgress, std::size_t maxLevel = kAllLevels, std::stop_token stopToken = {})
+    void reloadPoints(
+        Callback onProgress, std::uint64_t maxLevel = kAllLevels, std::stop_token stopToken = {}
+    )
     {
         reloadPoints(std::function<void()>(std::move(onProgress)), maxLevel, stopToken);
     }
 
     /// The rank of a node under the present camera and settings. Any thread.
-    NodePriority boundingBoxPriority(std::size_t level, const Math::NBoundingBox<float, 3>& box) const;
+    NodePriority boundingBoxPriority(std::uint64_t level, const Math::NBoundingBox<float, 3>& box) const;
 
     /// Drops what is loaded and loads again.
     void clearVisibleOctreeNodes();
 
     /// What the last frame drew; 0 before init(). Any thread, while neither init() nor deinit() runs.
-    std::uint64_t numVisibleOctreeNodes() const noexcept;
+    std::size_t numVisibleOctreeNodes() const noexcept;
     /// Number of points that the last frame drew; as above.
-    std::uint64_t numVisiblePoints() const noexcept;
+    std::size_t numVisiblePoints() const noexcept;
 
     /// Points that are resident now in all clouds that share this one's budget, drawn yet or not; 0 before
     /// init(). For progress reports. Any thread, while neither init() nor deinit() runs; waits while a node
     /// is fetched.
-    std::uint64_t numResidentPoints() const;
+    std::size_t numResidentPoints() const;
 
     /// Where loading stands and what the cloud holds; what the last frame drew and the rest are of moments
     /// that may lie a little apart. Takes time in proportion to the resident nodes. Any thread, while neither
@@ -388,13 +390,13 @@ public:
     /// @param timeout         from now; the largest duration means none
     /// @throws std::invalid_argument  without a filter
     PointCloudQuery createPointCloudQuery(
-        IFilter* filter, std::size_t maxLevel, float minimumSpacing, std::chrono::nanoseconds timeout
+        IFilter* filter, std::uint64_t maxLevel, float minimumSpacing, std::chrono::nanoseconds timeout
     );
 
     /// The same with a filter whose ownership shows, and all points of the region by default.
     PointCloudQuery createPointCloudQuery(
         std::unique_ptr<IFilter> filter,
-        std::size_t maxLevel = kAllLevels,
+        std::uint64_t maxLevel = kAllLevels,
         float minimumSpacing = 0.0F,
         std::chrono::nanoseconds timeout = std::chrono::nanoseconds::max()
     );
@@ -407,7 +409,7 @@ public:
 
         PointCloudQuery createPointCloudQuery(
             Accepts accepts,
-            std::size_t maxLevel = kAllLevels,
+            std::uint64_t maxLevel = kAllLevels,
             float minimumSpacing = 0.0F,
             std::chrono::nanoseconds timeout = std::chrono::nanoseconds::max()
         )

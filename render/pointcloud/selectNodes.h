@@ -55,18 +55,18 @@ private:
 /// What no priority of a node's children exceeds, by their level, the node's bounding cube and the mask of
 /// those that exist.
 using ChildrenBound =
-    std::function<float(std::size_t level, const Math::NBoundingBox<float, 3>& box, unsigned childMask)>;
+    std::function<float(std::uint64_t level, const Math::NBoundingBox<float, 3>& box, unsigned childMask)>;
 
 /// Everything one selection pass works with.
 struct SelectionPass
 {
     NodePrioritizer& prioritizer;         ///< decides what is resident
-    std::size_t cloudId;                  ///< the cloud's number there
+    std::uint64_t cloudId;                ///< the cloud's number there
     const SelectionTree& tree;            ///< what is walked through
     const NodeRanking& ranking;           ///< with the current camera
     const VertexSource& vertexSource;     ///< not used with a loader
     Core::TripleBuffer<Buffer>& buffers;  ///< written and published
-    std::size_t maxLevel;                 ///< deepest level that is offered
+    std::uint64_t maxLevel;               ///< deepest level that is offered
     std::function<UpdateInterval()>
         updateInterval;                   ///< shortest time between two publications, asked anew each time
     std::function<void()> requestRedraw;  ///< called after each publication
