@@ -30,7 +30,10 @@ enum class Form
 {
     ThreeFiles,
     Tiles,
+    Copc,
 };
+
+constexpr const char* kCopcFile = "sample.copc.laz";
 
 /// The sample in one form, on the disk and in the memory that servers answer from.
 struct Sample
@@ -40,6 +43,10 @@ struct Sample
         if (form == Form::ThreeFiles)
         {
             Samples::writeSampleDataset(folder.path());
+        }
+        else if (form == Form::Copc)
+        {
+            Samples::writeSampleCopc(folder.path() / kCopcFile);
         }
         else
         {
@@ -66,7 +73,8 @@ const Sample& sample(Form form)
 {
     static const Sample threeFiles(Form::ThreeFiles);
     static const Sample tiles(Form::Tiles);
-    return form == Form::ThreeFiles ? threeFiles : tiles;
+    static const Sample copc(Form::Copc);
+    return form == Form::ThreeFiles ? threeFiles : form == Form::Tiles ? tiles : copc;
 }
 
 constexpr int kRounds = 5;
@@ -110,22 +118,26 @@ void measure(benchmark::State& state, const std::function<Octree::Location()>& l
 
 void local(benchmark::State& state, Form form)
 {
-    measure(state, [&] { return Octree::Location::fromPath(sample(form).folder.path()); });
+    const std::filesystem::path& folder = sample(form).folder.path();
+    const std::filesystem::path path = form == Form::Copc ? folder / kCopcFile : folder;
+    measure(state, [&] { return Octree::Location::fromPath(path); });
 }
 
-void remote(benchmark::State& state, Form form)
+void remote(benchmark::State& state, Form form, unsigned maxConnections)
 {
     HttpTestServer server(HttpTestServer::files(sample(form).files, std::chrono::milliseconds(state.range(0)))
     );
     Core::HttpOptions options;
     options.proxy = "";
+    options.maxConnections = maxConnections;
+    const std::string path = form == Form::Copc ? std::string("/") + kCopcFile : "/";
     measure(
         state,
         [&]
         {
             // connections are made anew too
             return Octree::Location::fromUrl(
-                server.url("/"), std::make_shared<const Core::HttpClient>(options)
+                server.url(path), std::make_shared<const Core::HttpClient>(options)
             );
         }
     );
@@ -134,26 +146,24 @@ void remote(benchmark::State& state, Form form)
         benchmark::Counter::kAvgIterations};
 }
 
-BENCHMARK_CAPTURE(local, threeFiles, Form::ThreeFiles)
-    ->Iterations(kRounds)
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime();
-BENCHMARK_CAPTURE(remote, threeFiles, Form::ThreeFiles)
-    ->Arg(0)
-    ->Arg(20)
-    ->Arg(100)
-    ->Iterations(kRounds)
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime();
-BENCHMARK_CAPTURE(local, tiles, Form::Tiles)
-    ->Iterations(kRounds)
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime();
-BENCHMARK_CAPTURE(remote, tiles, Form::Tiles)
-    ->Arg(0)
-    ->Arg(20)
-    ->Arg(100)
-    ->Iterations(kRounds)
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime();
+constexpr unsigned kUsual = 8;
+constexpr unsigned kMany = 32;
+
+void onDisk(benchmark::internal::Benchmark* one)
+{
+    one->Iterations(kRounds)->Unit(benchmark::kMillisecond)->UseRealTime();
+}
+
+void byDelay(benchmark::internal::Benchmark* one)
+{
+    onDisk(one->Arg(0)->Arg(20)->Arg(100));
+}
+
+BENCHMARK_CAPTURE(local, threeFiles, Form::ThreeFiles)->Apply(onDisk);
+BENCHMARK_CAPTURE(remote, threeFiles, Form::ThreeFiles, kUsual)->Apply(byDelay);
+BENCHMARK_CAPTURE(local, copc, Form::Copc)->Apply(onDisk);
+BENCHMARK_CAPTURE(remote, copc, Form::Copc, kUsual)->Apply(byDelay);
+BENCHMARK_CAPTURE(local, tiles, Form::Tiles)->Apply(onDisk);
+BENCHMARK_CAPTURE(remote, tiles, Form::Tiles, kUsual)->Apply(byDelay);
+BENCHMARK_CAPTURE(remote, tilesManyConnections, Form::Tiles, kMany)->Apply(byDelay);
 }  // namespace

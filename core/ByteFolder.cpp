@@ -16,7 +16,10 @@ std::unique_ptr<const ByteSource> ByteFolder::openFor(
     return open(file, stopToken);
 }
 
-void ByteFolder::expect(Extent, std::string_view) const noexcept {}
+bool ByteFolder::expect(Extent, std::string_view, Turn) const noexcept
+{
+    return true;
+}
 
 void ByteFolder::forget(std::string_view) const noexcept {}
 }  // namespace Core

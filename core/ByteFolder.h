@@ -55,7 +55,8 @@ public:
     /// Says that a file will soon be opened for this. A folder for which every access takes time gets what that
     /// needs on its way, as far as it has room; others do nothing. Does not wait, and does not fail: the opening
     /// will.
-    virtual void expect(Extent extent, std::string_view file) const noexcept;
+    /// @return false while the opening would wait for what is on its way; then this can be said again to ask
+    virtual bool expect(Extent extent, std::string_view file, Turn turn = Turn::Behind) const noexcept;
 
     /// Takes that back.
     virtual void forget(std::string_view file) const noexcept;

@@ -7,7 +7,10 @@ namespace Core
 {
 ByteSource::~ByteSource() = default;
 
-void ByteSource::expect(std::uint64_t, std::size_t) const noexcept {}
+bool ByteSource::expect(std::uint64_t, std::size_t, Turn) const noexcept
+{
+    return true;
+}
 
 void ByteSource::forget(std::uint64_t, std::size_t) const noexcept {}
 

@@ -18,6 +18,13 @@ struct ByteRange
     std::span<std::byte> out;  ///< as many bytes as there are to read
 };
 
+/// Where what is expected stands among all that is.
+enum class Turn
+{
+    Behind,  ///< after what was expected before
+    First,   ///< before all that is to wait: what else is read depends on it
+};
+
 /// What tells the content of one source from that of another, now and in later runs: a key for caches.
 struct SourceIdentity
 {
@@ -62,7 +69,8 @@ public:
     /// Says that these bytes will soon be read, in one range. A source for which every access takes time gets
     /// them on their way, as far as it has room, and gives them to the next read of just this range; others do
     /// nothing. Does not wait, and does not fail: the read will.
-    virtual void expect(std::uint64_t offset, std::size_t length) const noexcept;
+    /// @return false while the read would wait for what is on its way; then this can be said again to ask
+    virtual bool expect(std::uint64_t offset, std::size_t length, Turn turn = Turn::Behind) const noexcept;
 
     /// Takes that back.
     virtual void forget(std::uint64_t offset, std::size_t length) const noexcept;

@@ -22,12 +22,10 @@ std::shared_ptr<const ByteSource> ReopenedFile::current() const noexcept
     return mSource;
 }
 
-void ReopenedFile::expect(std::uint64_t offset, std::size_t length) const noexcept
+bool ReopenedFile::expect(std::uint64_t offset, std::size_t length, Turn turn) const noexcept
 {
-    if (const std::shared_ptr<const ByteSource> source = current())
-    {
-        source->expect(offset, length);
-    }
+    const std::shared_ptr<const ByteSource> source = current();
+    return !source || source->expect(offset, length, turn);
 }
 
 void ReopenedFile::forget(std::uint64_t offset, std::size_t length) const noexcept

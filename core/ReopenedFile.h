@@ -50,7 +50,7 @@ public:
     }
 
     /// ByteSource::expect() and forget() of the open file; nothing while there is none.
-    void expect(std::uint64_t offset, std::size_t length) const noexcept;
+    bool expect(std::uint64_t offset, std::size_t length, Turn turn = Turn::Behind) const noexcept;
     void forget(std::uint64_t offset, std::size_t length) const noexcept;
 
 private:

@@ -202,6 +202,21 @@ struct Octree::Implementation
         return externals;
     }
 
+    /// Calls `action` for each external data set that readExternalAttributes() may read.
+    template <class Action>
+    void forEachExternal(const Trees& trees, unsigned attributes, const Action& action) const
+    {
+        unsigned missing = attributes & ~description.attributeMask;
+        for (const std::shared_ptr<const Tree>& external : trees)
+        {
+            if ((missing & external->description().attributeMask) != 0)
+            {
+                action(*external);
+                missing &= ~external->description().attributeMask;
+            }
+        }
+    }
+
     bool readExternalAttributes(
         const Trees& trees,
         const OctreeNodeId& id,
@@ -438,14 +453,67 @@ bool Octree::getNodePointData(const OctreeNodeId& id, NodePointData& out, std::s
     }
 }
 
-void Octree::expectNodePoints(const OctreeNodeId& id) const noexcept
+bool Octree::expectNode(const OctreeNodeId& id) const noexcept
 {
-    mImplementation->tree->expectPoints(id);
+    const auto isThere = [&id](const Tree& tree)
+    {
+        try
+        {
+            return tree.expectNode(id);
+        }
+        catch (const std::exception&)
+        {
+            return true;  // whoever looks the node up will meet the failure
+        }
+    };
+    bool isEverywhere = isThere(*mImplementation->tree);
+    const std::shared_ptr<const Trees> externals = mImplementation->externalTrees();
+    for (const std::shared_ptr<const Tree>& external : *externals)
+    {
+        isEverywhere = isThere(*external) && isEverywhere;
+    }
+    return isEverywhere;
 }
 
-void Octree::forgetNodePoints(const OctreeNodeId& id) const noexcept
+void Octree::forgetNode(const OctreeNodeId& id) const noexcept
+{
+    const auto forget = [&id](const Tree& tree)
+    {
+        try
+        {
+            tree.forgetNode(id);
+        }
+        catch (const std::exception&)
+        {
+            // then there was nothing to expect
+        }
+    };
+    forget(*mImplementation->tree);
+    const std::shared_ptr<const Trees> externals = mImplementation->externalTrees();
+    for (const std::shared_ptr<const Tree>& external : *externals)
+    {
+        forget(*external);
+    }
+}
+
+void Octree::expectNodePoints(const OctreeNodeId& id, unsigned attributes) const noexcept
+{
+    mImplementation->tree->expectPoints(id);
+    mImplementation->forEachExternal(
+        *mImplementation->externalTrees(),
+        neededAttributes(attributes, attributeMask()),
+        [&](const Tree& external) { external.expectPoints(id); }
+    );
+}
+
+void Octree::forgetNodePoints(const OctreeNodeId& id, unsigned attributes) const noexcept
 {
     mImplementation->tree->forgetPoints(id);
+    mImplementation->forEachExternal(
+        *mImplementation->externalTrees(),
+        neededAttributes(attributes, attributeMask()),
+        [&](const Tree& external) { external.forgetPoints(id); }
+    );
 }
 
 bool Octree::readNodePointData(const OctreeNodeId& id, NodePointData& out, std::stop_token stopToken) const
@@ -458,16 +526,24 @@ bool Octree::readNodePointData(const OctreeNodeId& id, NodePointData& out, std::
     NodePointColumns apart;  // of several data sets: a stop between them leaves `out` as it is
     apart.pointCount = columns.pointCount;
     NodePointColumns& target = externals->empty() ? columns : apart;
+    const auto forgetExternals = [&]  // some of which may not have been read
+    {
+        mImplementation->forEachExternal(
+            *externals, needed, [&](const Tree& external) { external.forgetPoints(id); }
+        );
+    };
     try
     {
         if (!mImplementation->tree->getNodePointData(id, needed, scale, target, stopToken) ||
             !mImplementation->readExternalAttributes(*externals, id, needed, scale, target, stopToken))
         {
+            forgetExternals();
             return false;
         }
     }
     catch (...)
     {
+        forgetExternals();
         columns.clear();
         throw;
     }

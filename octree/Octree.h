@@ -138,11 +138,22 @@ public:
     /// @return false when a stop was requested or the data could not be read; readNodePointData tells why
     bool getNodePointData(const OctreeNodeId& id, NodePointData& out, std::stop_token stopToken = {}) const;
 
-    /// Says that a node's points will soon be read; does not wait. What lies far away is then on its way.
-    void expectNodePoints(const OctreeNodeId& id) const noexcept;
+    /// Says that a node's record will soon be looked up, in the external data sets too; does not wait. What of the
+    /// hierarchies lies far away is then on its way, before points that are.
+    /// @return false while looking it up would wait for that; then this can be said again to ask
+    bool expectNode(const OctreeNodeId& id) const noexcept;
 
     /// Takes that back.
-    void forgetNodePoints(const OctreeNodeId& id) const noexcept;
+    void forgetNode(const OctreeNodeId& id) const noexcept;
+
+    /// Says that a node's points will soon be read, external attributes too; does not wait. What lies far away is
+    /// then on its way.
+    /// @param attributes  AttributeMask bits of what will be read
+    void expectNodePoints(const OctreeNodeId& id, unsigned attributes = kAllAttributes) const noexcept;
+
+    /// Takes that back.
+    /// @param attributes  as they were expected
+    void forgetNodePoints(const OctreeNodeId& id, unsigned attributes = kAllAttributes) const noexcept;
 
     /// getNodePointData(), but a failure is thrown with the file's name and what was wrong.
     /// @return false only when a stop was requested

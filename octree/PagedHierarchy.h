@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <stop_token>
+#include <type_traits>
 #include <utility>
 
 namespace Octree
@@ -35,6 +36,15 @@ public:
     using Load =
         std::function<Page(const OctreeNodeId& first, const Entry* link, const std::stop_token& stopToken)>;
 
+    /// How a page is expected before it is read; none of it may wait or throw.
+    struct Ahead
+    {
+        /// Has it on its way; false while reading it would wait for that.
+        std::function<bool(const OctreeNodeId& first, const Entry* link)> expect;
+        /// Takes that back.
+        std::function<void(const OctreeNodeId& first, const Entry* link)> forget;
+    };
+
     /// What is known of a node without its points.
     struct Node
     {
@@ -43,9 +53,10 @@ public:
     };
 
     /// @param load      called from any thread that looks a node up
+    /// @param ahead     called from any thread that expects one
     /// @param capacity  number of nodes from which on pages are dropped from the cache
-    PagedHierarchy(Load load, std::uint64_t capacity)
-        : mLoad(std::move(load)), mPages(capacity, kExpectedPages)
+    PagedHierarchy(Load load, Ahead ahead, std::uint64_t capacity)
+        : mLoad(std::move(load)), mAhead(std::move(ahead)), mPages(capacity, kExpectedPages)
     {
     }
 
@@ -85,6 +96,49 @@ public:
         return summary;
     }
 
+    /// The node as far as no page has to be read.
+    std::optional<Node> findAtHand(const OctreeNodeId& id) const noexcept
+    {
+        const Page page =
+            pageWith(id, [this](const OctreeNodeId& first, const Entry*) { return pageAtHand(first); });
+        return page ? std::optional(Node{*page->find(id), page->childMask(id)}) : std::nullopt;
+    }
+
+    /// Says that a node will soon be looked up: reads the pages on the way to it that can be read without
+    /// waiting, and expects the next one.
+    /// @return false while looking the node up would wait for that one
+    /// @throws  as find()
+    bool expect(const OctreeNodeId& id) const
+    {
+        bool isOnItsWay = false;
+        const auto step = [&](const OctreeNodeId& first, const Entry* link) -> Page
+        {
+            if (Page page = pageAtHand(first))
+            {
+                return page;
+            }
+            isOnItsWay = !mAhead.expect(first, link);
+            return isOnItsWay ? nullptr : cachedPage(first, link, {});
+        };
+        pageWith(id, step);
+        return !isOnItsWay;
+    }
+
+    /// Takes that back.
+    void forget(const OctreeNodeId& id) const
+    {
+        const auto step = [&](const OctreeNodeId& first, const Entry* link)
+        {
+            Page page = pageAtHand(first);
+            if (!page)
+            {
+                mAhead.forget(first, link);
+            }
+            return page;
+        };
+        pageWith(id, step);
+    }
+
 private:
     static constexpr std::size_t kExpectedPages = 256;
 
@@ -104,16 +158,32 @@ private:
         return mPages.getOrLoad(first, page, load, stopToken) ? page : nullptr;
     }
 
-    // The page that has the node's own count; null when there is none or a stop was requested. Each step goes
-    // to a page that begins deeper in the tree, so there are at most 22.
+    Page pageAtHand(const OctreeNodeId& first) const
+    {
+        Page page;
+        mPages.getOrLoad(first, page, [](Page&, const std::stop_token&) { return false; }, {});
+        return page;
+    }
+
     Page pageWith(const OctreeNodeId& id, const std::stop_token& stopToken) const
+    {
+        const auto step = [&](const OctreeNodeId& first, const Entry* link)
+        { return cachedPage(first, link, stopToken); };
+        return pageWith(id, step);
+    }
+
+    // The page that has the node's own count; null when there is none or a step gives none. Each step goes to
+    // a page that begins deeper in the tree, so there are at most 22.
+    template <class Step>
+    Page pageWith(const OctreeNodeId& id, const Step& step)
+        const requires std::is_invocable_r_v<Page, Step, const OctreeNodeId&, const Entry*>
     {
         OctreeNodeId first;
         Page above;  // keeps the link alive
         const Entry* link = nullptr;
         for (;;)
         {
-            Page page = cachedPage(first, link, stopToken);
+            Page page = step(first, link);
             if (!page)
             {
                 return nullptr;
@@ -134,6 +204,7 @@ private:
     }
 
     Load mLoad;
+    Ahead mAhead;
     mutable Core::LruCache<OctreeNodeId, Page, NodeCount> mPages;
 };
 }  // namespace Octree

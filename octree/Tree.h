@@ -88,6 +88,16 @@ public:
         std::stop_token stopToken
     ) const = 0;
 
+    /// Says that a node's record will soon be looked up: does so, unless what that takes lies far away; then it is
+    /// on its way, before points that are.
+    /// @return false while looking it up would wait for that
+    /// @throws std::runtime_error  as nodeById()
+    virtual bool expectNode(const OctreeNodeId& /*id*/) const { return true; }
+
+    /// Takes that back.
+    /// @throws std::runtime_error  as nodeById()
+    virtual void forgetNode(const OctreeNodeId& /*id*/) const {}
+
     /// Says that the points of a node, whose record is known, will soon be read; does not wait. Where the files
     /// lie far away they are then on their way.
     virtual void expectPoints(const OctreeNodeId& /*id*/) const noexcept {}

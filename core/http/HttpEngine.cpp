@@ -126,6 +126,12 @@ bool HttpEngine::wait(HttpJob& job, const std::stop_token& stopToken, Clock::tim
     return true;
 }
 
+bool HttpEngine::isDone(const HttpJob& job) const
+{
+    const std::scoped_lock lock(mMutex);
+    return job.isDone;
+}
+
 void HttpEngine::cancel(HttpJob& job)
 {
     {

@@ -57,6 +57,9 @@ public:
     /// then
     bool wait(HttpJob& job, const std::stop_token& stopToken, HttpTransfer::Clock::time_point deadline);
 
+    /// True when waiting for the job would not take long.
+    bool isDone(const HttpJob& job) const;
+
     /// Nobody wants the job any longer: nothing is written where it wanted its bytes.
     void cancel(HttpJob& job);
 

@@ -13,6 +13,7 @@ namespace Core
 {
 // Where the library is a DLL, a program can bind a reference to the constant only when it is defined here.
 const std::size_t HttpFolder::kMostExpected;
+const std::size_t HttpFolder::kMostFirst;
 
 HttpFolder::HttpFolder(std::shared_ptr<const HttpClient> client, HttpUrl url)
     : mClient(std::move(client)), mUrl(std::move(url))
@@ -48,6 +49,12 @@ std::string HttpFolder::identity() const
 std::unique_ptr<HttpOpening> HttpFolder::takeExpected(std::string_view file) const
 {
     const std::scoped_lock lock(mMutex);
+    if (const auto first = mExpectedFirst.find(file); first != mExpectedFirst.end())
+    {
+        std::unique_ptr<HttpOpening> opening = std::move(first->second);
+        mExpectedFirst.erase(first);
+        return opening->isStale() ? nullptr : std::move(opening);
+    }
     const auto found = mExpected.find(file);
     if (found == mExpected.end())
     {
@@ -92,21 +99,48 @@ std::unique_ptr<const ByteSource> HttpFolder::openFor(
                     : HttpOpening(mClient, mUrl.file(file), extent).finish(stopToken);
 }
 
-void HttpFolder::expect(Extent extent, std::string_view file) const noexcept
+/// With the mutex.
+bool HttpFolder::expectFirst(Extent extent, std::string_view file) const
+{
+    if (const auto found = mExpectedFirst.find(file); found != mExpectedFirst.end())
+    {
+        return found->second->hasCome();
+    }
+    if (mExpectedFirst.size() >= kMostFirst)
+    {
+        std::erase_if(mExpectedFirst, [](const auto& expected) { return expected.second->isStale(); });
+    }
+    if (mExpectedFirst.size() < kMostFirst)
+    {
+        mExpectedFirst.emplace(file, std::make_unique<HttpOpening>(mClient, mUrl.file(file), extent));
+    }
+    return false;
+}
+
+bool HttpFolder::expect(Extent extent, std::string_view file, Turn turn) const noexcept
 {
     try
     {
         const std::scoped_lock lock(mMutex);
+        if (const auto found = mExpected.find(file); found != mExpected.end())
+        {
+            return found->second->hasCome();
+        }
+        if (turn == Turn::First)
+        {
+            return expectFirst(extent, file);
+        }
         const auto isSame = [file](const Wish& wish) { return wish.file == file; };
-        if (!mExpected.contains(file) && std::ranges::none_of(mWaiting, isSame))
+        if (std::ranges::none_of(mWaiting, isSame))
         {
             mWaiting.push_back({std::string(file), extent});
             beginExpected();
         }
+        return false;
     }
     catch (const std::exception&)
     {
-        // whoever opens the file will meet the failure
+        return true;  // whoever opens the file will meet the failure
     }
 }
 

@@ -25,7 +25,10 @@ class CORE_API HttpFolder final : public ByteFolder
 {
 public:
     /// Expected openings that are on their way, or done and not yet taken, at a time; more wait.
-    static constexpr std::size_t kMostExpected = 32;
+    static constexpr std::size_t kMostExpected = 64;
+
+    /// The same of those with Turn::First, of which no more wait: who expects them says so again.
+    static constexpr std::size_t kMostFirst = 16;
 
     /// @param client  not null
     HttpFolder(std::shared_ptr<const HttpClient> client, HttpUrl url);
@@ -41,7 +44,7 @@ public:
     std::unique_ptr<const ByteSource> openFor(
         Extent extent, std::string_view file, const std::stop_token& stopToken = {}
     ) const override;
-    void expect(Extent extent, std::string_view file) const noexcept override;
+    bool expect(Extent extent, std::string_view file, Turn turn = Turn::Behind) const noexcept override;
     void forget(std::string_view file) const noexcept override;
 
     /// What the server answers is used by the next open().
@@ -56,14 +59,18 @@ private:
         Extent extent;
     };
 
+    using Openings = std::map<std::string, std::unique_ptr<HttpOpening>, std::less<>>;
+
     std::unique_ptr<HttpOpening> takeExpected(std::string_view file) const;
     void beginExpected() const;
+    bool expectFirst(Extent extent, std::string_view file) const;
 
     const std::shared_ptr<const HttpClient> mClient;
     const HttpUrl mUrl;
 
     mutable std::mutex mMutex;          // guards the rest
     mutable std::deque<Wish> mWaiting;  // in their order
-    mutable std::map<std::string, std::unique_ptr<HttpOpening>, std::less<>> mExpected;
+    mutable Openings mExpected;
+    mutable Openings mExpectedFirst;
 };
 }  // namespace Core

@@ -116,6 +116,11 @@ void HttpOpening::keepInCache() const
     cache->keep(cacheKey(), bytes);
 }
 
+bool HttpOpening::hasCome() const
+{
+    return mClient->engine().isDone(*mJob);
+}
+
 bool HttpOpening::isStale() const
 {
     return std::chrono::steady_clock::now() - mBegunAt > kLongestUse;

@@ -40,6 +40,9 @@ public:
     /// @throws std::runtime_error  when that cannot be told
     std::optional<bool> isThere(const std::stop_token& stopToken);
 
+    /// True when finish() will not wait.
+    bool hasCome() const;
+
     /// True when it began so long ago that the file may be another one by now.
     bool isStale() const;
 

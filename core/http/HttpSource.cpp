@@ -80,27 +80,27 @@ bool HttpSource::readFromCache(const ByteRange& range) const
     return true;
 }
 
-bool HttpSource::isSmall(const ByteRange& range) const noexcept
+bool HttpSource::isSmall(std::size_t length) const noexcept
 {
-    return range.out.size() < mClient->options().readAround / 4;
+    return length < mClient->options().readAround / 4;
 }
 
-/// Offset and length of the blocks, two at most, that a small range lies in.
-std::pair<std::uint64_t, std::size_t> HttpSource::blockAround(const ByteRange& range) const noexcept
+/// The blocks, two at most, that a small range lies in.
+HttpSource::Range HttpSource::blockAround(std::uint64_t offset, std::size_t length) const noexcept
 {
     const std::uint64_t step = mClient->options().readAround;
-    const std::uint64_t begin = range.offset / step * step;
-    const std::uint64_t end = std::min((range.offset + range.out.size() + step - 1) / step * step, size());
+    const std::uint64_t begin = offset / step * step;
+    const std::uint64_t end = std::min((offset + length + step - 1) / step * step, size());
     return {begin, static_cast<std::size_t>(end - begin)};
 }
 
 bool HttpSource::readBlockFromCache(const ByteRange& range) const
 {
-    if (!isSmall(range) || mClient->cache() == nullptr)
+    if (!isSmall(range.out.size()) || mClient->cache() == nullptr)
     {
         return false;
     }
-    const auto [begin, length] = blockAround(range);
+    const auto [begin, length] = blockAround(range.offset, range.out.size());
     std::vector<std::byte> block(length);
     if (!readFromCache({begin, block}))
     {
@@ -128,6 +128,14 @@ bool HttpSource::readFromBlocks(const ByteRange& range) const
     return true;
 }
 
+bool HttpSource::isInBlocks(std::uint64_t offset, std::size_t length) const noexcept
+{
+    const auto isInside = [&](const Block& block)
+    { return offset >= block.first && offset + length <= block.first + block.second.size(); };
+    const std::scoped_lock lock(mMutex);
+    return std::ranges::any_of(mBlocks, isInside);
+}
+
 void HttpSource::keepBlock(std::uint64_t begin, std::vector<std::byte> bytes) const
 {
     const std::scoped_lock lock(mMutex);
@@ -152,46 +160,79 @@ std::shared_ptr<HttpJob> HttpSource::takeExpected(std::uint64_t offset, std::siz
     return job;
 }
 
-void HttpSource::expect(std::uint64_t offset, std::size_t length) const noexcept
+/// @throws std::bad_alloc  with nothing expected, or what nobody will have
+bool HttpSource::expectExactly(std::uint64_t offset, std::size_t length, Turn turn) const
 {
-    try
+    const DiskCache* const cache = mFile->version.canBeTold() ? mClient->cache() : nullptr;
+    if (cache != nullptr && cache->mayHave(cacheKey(offset, length)))
     {
-        const bool isInside = offset <= size() && length <= size() - offset;
-        if (!isInside || length == 0 || length > HttpClient::kLargestResponse || isNear(offset, length))
+        return true;
+    }
+    std::shared_ptr<HttpJob> job;
+    bool isNew = false;
+    {
+        const std::scoped_lock lock(mMutex);
+        const auto found = mExpected.find({offset, length});
+        isNew = found == mExpected.end();
+        if (!isNew)
         {
-            return;
+            job = found->second;
         }
-        const DiskCache* const cache = mFile->version.canBeTold() ? mClient->cache() : nullptr;
-        if (cache != nullptr && cache->mayHave(cacheKey(offset, length)))
+        else
         {
-            return;
-        }
-        std::shared_ptr<HttpJob> job;
-        {
-            const std::scoped_lock lock(mMutex);
-            if (length > kMostExpectedBytes - mExpectedBytes || mExpected.contains({offset, length}))
+            if (length > kMostExpectedBytes - mExpectedBytes)
             {
-                return;
+                return true;
             }
             job = std::make_shared<HttpJob>(
                 mFile, HttpJob::Kind::Range, offset, length, std::span<std::byte>()
             );
             job->owned.resize(length);
             job->out = job->owned;
-            mExpected.emplace(std::pair(offset, length), job);
+            mExpected.emplace(Range(offset, length), job);
             mExpectedBytes += length;
         }
-        mClient->engine().submit({&job, 1}, false);
+    }
+    if (!isNew)
+    {
+        return mClient->engine().isDone(*job);
+    }
+    mClient->engine().submit({&job, 1}, turn == Turn::First);
+    return false;
+}
+
+bool HttpSource::expect(std::uint64_t offset, std::size_t length, Turn turn) const noexcept
+{
+    const bool isInside = offset <= size() && length <= size() - offset;
+    if (!isInside || length == 0 || length > HttpClient::kLargestResponse || isNear(offset, length))
+    {
+        return true;
+    }
+    try
+    {
+        if (turn == Turn::Behind || !isSmall(length))
+        {
+            return expectExactly(offset, length, turn);
+        }
+        const auto [begin, blockLength] = blockAround(offset, length);
+        return isInBlocks(offset, length) || expectExactly(begin, blockLength, turn);
     }
     catch (const std::exception&)
     {
         forget(offset, length);  // for want of memory: the read asks again
+        return true;
     }
 }
 
 void HttpSource::forget(std::uint64_t offset, std::size_t length) const noexcept
 {
-    if (const std::shared_ptr<HttpJob> job = takeExpected(offset, length))
+    std::shared_ptr<HttpJob> job = takeExpected(offset, length);
+    if (!job && isSmall(length))
+    {
+        const auto [begin, blockLength] = blockAround(offset, length);
+        job = takeExpected(begin, blockLength);
+    }
+    if (job)
     {
         mClient->engine().cancel(*job);
     }
@@ -206,15 +247,20 @@ void HttpSource::addJobs(Piece& piece, Jobs& added) const
         piece.isOwned = true;
         return;
     }
-    if (isSmall(piece.range))
+    if (isSmall(out.size()))
     {
-        const auto [begin, length] = blockAround(piece.range);
+        const auto [begin, length] = blockAround(offset, out.size());
+        piece.isOwned = true;
+        piece.isBlock = true;
+        if (std::shared_ptr<HttpJob> expected = takeExpected(begin, length))
+        {
+            piece.jobs.push_back(std::move(expected));
+            return;
+        }
         auto job =
             std::make_shared<HttpJob>(mFile, HttpJob::Kind::Range, begin, length, std::span<std::byte>());
         job->owned.resize(length);
         job->out = job->owned;
-        piece.isOwned = true;
-        piece.isBlock = true;
         piece.jobs.push_back(job);
         added.push_back(std::move(job));
         return;

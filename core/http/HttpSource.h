@@ -55,7 +55,8 @@ public:
     [[nodiscard]] bool read(std::span<const ByteRange> ranges, const std::stop_token& stopToken)
         const override;
 
-    void expect(std::uint64_t offset, std::size_t length) const noexcept override;
+    /// With Turn::First a small range is expected with the block around it.
+    bool expect(std::uint64_t offset, std::size_t length, Turn turn = Turn::Behind) const noexcept override;
     void forget(std::uint64_t offset, std::size_t length) const noexcept override;
 
     /// What tells an address from others without showing what is secret in it.
@@ -75,11 +76,15 @@ private:
         bool isBlock = false;  // what it has is kept
     };
 
+    using Range = std::pair<std::uint64_t, std::size_t>;  // offset and length
+
     bool isNear(std::uint64_t offset, std::size_t length) const noexcept;
     std::string cacheKey(std::uint64_t offset, std::size_t length) const;
     bool readFromCache(const ByteRange& range) const;
-    bool isSmall(const ByteRange& range) const noexcept;
-    std::pair<std::uint64_t, std::size_t> blockAround(const ByteRange& range) const noexcept;
+    bool isSmall(std::size_t length) const noexcept;
+    Range blockAround(std::uint64_t offset, std::size_t length) const noexcept;
+    bool isInBlocks(std::uint64_t offset, std::size_t length) const noexcept;
+    bool expectExactly(std::uint64_t offset, std::size_t length, Turn turn) const;
     bool readBlockFromCache(const ByteRange& range) const;
     bool readFromBlocks(const ByteRange& range) const;
     void keepBlock(std::uint64_t begin, std::vector<std::byte> bytes) const;
@@ -94,7 +99,7 @@ private:
     const std::vector<std::byte> mBegin;
 
     mutable std::mutex mMutex;  // guards the rest
-    mutable std::map<std::pair<std::uint64_t, std::size_t>, std::shared_ptr<HttpJob>> mExpected;
+    mutable std::map<Range, std::shared_ptr<HttpJob>> mExpected;
     mutable std::size_t mExpectedBytes = 0;
     mutable std::deque<Block> mBlocks;  // the latest behind
 };

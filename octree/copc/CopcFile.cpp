@@ -95,6 +95,18 @@ std::shared_ptr<const Octree::NodeTable<NodeEntry>> CopcFile::readPage(
     );
 }
 
+// A page that cannot be is expected in vain, and reported when it is read.
+bool CopcFile::expectPage(const Extent& extent) const noexcept
+{
+    return extent.size > kMaxPageSize ||
+           mFile.expect(extent.offset, static_cast<std::size_t>(extent.size), Core::Turn::First);
+}
+
+void CopcFile::forgetPage(const Extent& extent) const noexcept
+{
+    mFile.forget(extent.offset, static_cast<std::size_t>(extent.size));
+}
+
 void CopcFile::checkChunk(const NodeEntry& entry) const
 {
     const auto points = static_cast<std::uint64_t>(entry.count);

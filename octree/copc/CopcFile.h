@@ -42,6 +42,10 @@ public:
         const Octree::OctreeNodeId& first, const Extent& extent, const std::stop_token& stopToken
     ) const;
 
+    /// Says that a page will soon be read, or that it will not; see Core::ByteSource::expect().
+    bool expectPage(const Extent& extent) const noexcept;
+    void forgetPage(const Extent& extent) const noexcept;
+
     /// A node's points as rows of Las::rowLayout(), in memory of `scratch`.
     /// @param entry  of more than 0 points
     /// @return false when a stop was requested

@@ -11,7 +11,6 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <exception>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -135,15 +134,19 @@ CopcTree::CopcTree(const Octree::Location& location)
       mDescription(describe(mFile.header(), mLayout, location.file())),
       mHierarchy(
           [this](const OctreeNodeId& first, const NodeEntry* link, const std::stop_token& stopToken)
-          {
-              const Extent extent =
-                  link != nullptr ? Extent{link->offset, link->size} : mFile.header().rootPage;
-              return mFile.readPage(first, extent, stopToken);
-          },
+          { return mFile.readPage(first, extentOf(link), stopToken); },
+          {[this](const OctreeNodeId&, const NodeEntry* link) { return mFile.expectPage(extentOf(link)); },
+           [this](const OctreeNodeId&, const NodeEntry* link) { mFile.forgetPage(extentOf(link)); }},
           kHierarchyCacheCapacity
       )
 {
     sampleRoot();
+}
+
+/// Where a page lies that is linked so, the first one without a link.
+Extent CopcTree::extentOf(const NodeEntry* link) const noexcept
+{
+    return link != nullptr ? Extent{link->offset, link->size} : mFile.header().rootPage;
 }
 
 // Looks at the root's points, or at those of the first node with points on the way down from it: the file has
@@ -280,35 +283,31 @@ bool CopcTree::readRows(
     return true;
 }
 
-/// Nothing where a page of the hierarchy would have to be read: a stop that is requested already keeps it from that.
-std::optional<NodeEntry> CopcTree::entryAtHand(const OctreeNodeId& id) const noexcept
+bool CopcTree::expectNode(const OctreeNodeId& id) const
 {
-    try
-    {
-        std::stop_source stop;
-        stop.request_stop();
-        const std::optional<Hierarchy::Node> node = mHierarchy.find(id, stop.get_token());
-        return node && node->entry.count > 0 ? std::optional(node->entry) : std::nullopt;
-    }
-    catch (const std::exception&)
-    {
-        return std::nullopt;  // whoever reads the node will meet the failure
-    }
+    return mHierarchy.expect(id);
+}
+
+void CopcTree::forgetNode(const OctreeNodeId& id) const
+{
+    mHierarchy.forget(id);
 }
 
 void CopcTree::expectPoints(const OctreeNodeId& id) const noexcept
 {
-    if (const std::optional<NodeEntry> entry = entryAtHand(id))
+    const std::optional<Hierarchy::Node> node = mHierarchy.findAtHand(id);
+    if (node && node->entry.count > 0)
     {
-        mFile.expectChunk(*entry);
+        mFile.expectChunk(node->entry);
     }
 }
 
 void CopcTree::forgetPoints(const OctreeNodeId& id) const noexcept
 {
-    if (const std::optional<NodeEntry> entry = entryAtHand(id))
+    const std::optional<Hierarchy::Node> node = mHierarchy.findAtHand(id);
+    if (node && node->entry.count > 0)
     {
-        mFile.forgetChunk(*entry);
+        mFile.forgetChunk(node->entry);
     }
 }
 }  // namespace Copc

@@ -52,6 +52,8 @@ public:
         std::stop_token stopToken
     ) const override;
 
+    bool expectNode(const Octree::OctreeNodeId& id) const override;
+    void forgetNode(const Octree::OctreeNodeId& id) const override;
     void expectPoints(const Octree::OctreeNodeId& id) const noexcept override;
     void forgetPoints(const Octree::OctreeNodeId& id) const noexcept override;
 
@@ -65,13 +67,13 @@ private:
     std::optional<NodeEntry> existingNode(const Octree::OctreeNodeId& id, const std::stop_token& stopToken)
         const;
 
-    std::optional<NodeEntry> entryAtHand(const Octree::OctreeNodeId& id) const noexcept;
-
     bool readRows(
         const NodeEntry& entry,
         const std::function<void(std::span<const std::byte>)>& decode,
         const std::stop_token& stopToken
     ) const;
+
+    Extent extentOf(const NodeEntry* link) const noexcept;
 
     void sampleRoot();
 

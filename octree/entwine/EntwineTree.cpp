@@ -242,9 +242,22 @@ std::optional<bool> EntwineTree::sampleWideColors(const std::stop_token& stopTok
     return tile ? std::optional(Octree::hasWideColors(tile->layout, tile->rows)) : std::nullopt;
 }
 
+bool EntwineTree::expectNode(const OctreeNodeId& id) const
+{
+    return mHierarchy.expect(id);
+}
+
+void EntwineTree::forgetNode(const OctreeNodeId& id) const
+{
+    mHierarchy.forget(id);
+}
+
 void EntwineTree::expectPoints(const OctreeNodeId& id) const noexcept
 {
-    mTiles.expect(id);
+    if (mHierarchy.hasPointsAtHand(id))  // the tile of a node without points is never read
+    {
+        mTiles.expect(id);
+    }
 }
 
 void EntwineTree::forgetPoints(const OctreeNodeId& id) const noexcept

@@ -52,6 +52,8 @@ public:
         std::stop_token stopToken
     ) const override;
 
+    bool expectNode(const Octree::OctreeNodeId& id) const override;
+    void forgetNode(const Octree::OctreeNodeId& id) const override;
     void expectPoints(const Octree::OctreeNodeId& id) const noexcept override;
     void forgetPoints(const Octree::OctreeNodeId& id) const noexcept override;
 

@@ -14,11 +14,14 @@ using Files = Octree::PagedHierarchy<HierarchyFile::Entry>;
 
 constexpr const char* kFolder = "ept-hierarchy";
 
+std::string fileOf(const OctreeNodeId& first)
+{
+    return std::string(kFolder) + '/' + nodeKey(first) + ".json";
+}
+
 Files::Page read(const Core::ByteFolder& dataSet, const OctreeNodeId& first, const std::stop_token& stopToken)
 {
-    const auto file = dataSet.openFor(
-        Core::Extent::Whole, std::string(kFolder) + '/' + nodeKey(first) + ".json", stopToken
-    );
+    const auto file = dataSet.openFor(Core::Extent::Whole, fileOf(first), stopToken);
     const std::optional<std::string> text =
         file ? Core::readAll(*file, Hierarchy::kMaxFileSize, stopToken) : std::nullopt;
     if (!text)
@@ -36,6 +39,10 @@ Hierarchy::Hierarchy(std::shared_ptr<const Core::ByteFolder> files)
           [dataSet = mDataSet](
               const OctreeNodeId& first, const HierarchyFile::Entry*, const std::stop_token& stopToken
           ) { return read(*dataSet, first, stopToken); },
+          {[dataSet = mDataSet](const OctreeNodeId& first, const HierarchyFile::Entry*)
+           { return dataSet->expect(Core::Extent::Whole, fileOf(first), Core::Turn::First); },
+           [dataSet = mDataSet](const OctreeNodeId& first, const HierarchyFile::Entry*)
+           { dataSet->forget(fileOf(first)); }},
           kCacheCapacity
       )
 {
@@ -51,6 +58,22 @@ std::optional<Hierarchy::Node> Hierarchy::find(const OctreeNodeId& id, std::stop
     const std::optional<Files::Node> node = mFiles.find(id, stopToken);
     return node ? std::optional(Node{static_cast<std::uint64_t>(node->entry.count), node->childMask})
                 : std::nullopt;
+}
+
+bool Hierarchy::expect(const OctreeNodeId& id) const
+{
+    return mFiles.expect(id);
+}
+
+void Hierarchy::forget(const OctreeNodeId& id) const
+{
+    mFiles.forget(id);
+}
+
+bool Hierarchy::hasPointsAtHand(const OctreeNodeId& id) const noexcept
+{
+    const std::optional<Files::Node> node = mFiles.findAtHand(id);
+    return node && node->entry.count > 0;
 }
 
 std::optional<Octree::ChildSummary> Hierarchy::childSummary(const OctreeNodeId& id, std::stop_token stopToken)

@@ -42,6 +42,13 @@ public:
         const Octree::OctreeNodeId& id, std::stop_token stopToken
     ) const;
 
+    /// Says that a node will soon be looked up, or that it will not; see Octree::PagedHierarchy::expect().
+    OCTREE_API bool expect(const Octree::OctreeNodeId& id) const;
+    OCTREE_API void forget(const Octree::OctreeNodeId& id) const;
+
+    /// True for a node that is known to have points, without reading anything.
+    OCTREE_API bool hasPointsAtHand(const Octree::OctreeNodeId& id) const noexcept;
+
     /// The folder of the files, for messages.
     OCTREE_API std::string name() const;
 

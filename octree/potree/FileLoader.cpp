@@ -118,6 +118,18 @@ bool FileLoader::readOctreeChunk(
     );
 }
 
+// A chunk that cannot be is expected in vain, and reported when it is read.
+bool FileLoader::expectHierarchyChunk(std::uint64_t offset, std::uint64_t size) const noexcept
+{
+    return size > kMaxHierarchyChunkSize ||
+           mHierarchy.expect(offset, static_cast<std::size_t>(size), Core::Turn::First);
+}
+
+void FileLoader::forgetHierarchyChunk(std::uint64_t offset, std::uint64_t size) const noexcept
+{
+    mHierarchy.forget(offset, static_cast<std::size_t>(size));
+}
+
 void FileLoader::expectOctreeChunk(const Node& node) const noexcept
 {
     mOctree.expect(node.byteOffset, static_cast<std::size_t>(node.byteSize));

@@ -77,6 +77,10 @@ public:
     /// @throws std::runtime_error  naming the file, as readHierarchyChunk()
     OCTREE_API void checkHierarchyChunk(std::uint64_t offset, std::uint64_t size) const;
 
+    /// Says that a hierarchy chunk will soon be read, or that it will not; see Core::ByteSource::expect().
+    bool expectHierarchyChunk(std::uint64_t offset, std::uint64_t size) const noexcept;
+    void forgetHierarchyChunk(std::uint64_t offset, std::uint64_t size) const noexcept;
+
     /// The name of hierarchy.bin, for messages.
     std::string hierarchyFile() const { return mHierarchy.name(); }
 

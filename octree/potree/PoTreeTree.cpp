@@ -351,6 +351,13 @@ std::optional<std::span<const std::byte>> PoTreeTree::readUnpacked(
     return unpacked(node, largestSize, scratch, stopToken);
 }
 
+/// True when the node's points have a visibility and nothing else, and the same one all of them.
+bool PoTreeTree::isKnownFromRecord(const Node& node) const noexcept
+{
+    return mLayout.visibility && mMetadata.attributes.size() == 1 &&
+           (node.flags == kAllVisibleFlag || node.flags == kAllHiddenFlag);
+}
+
 bool PoTreeTree::getNodePointData(
     const OctreeNodeId& id,
     unsigned attributes,
@@ -369,9 +376,7 @@ bool PoTreeTree::getNodePointData(
         out.clear();
         return true;
     }
-    const bool wholeNode = node->flags == kAllVisibleFlag || node->flags == kAllHiddenFlag;
-    if (Octree::hasVisibility(attributes) && mLayout.visibility && mMetadata.attributes.size() == 1 &&
-        wholeNode)
+    if (Octree::hasVisibility(attributes) && isKnownFromRecord(*node))
     {
         const std::size_t count = out.pointCount;
         out.clear();
@@ -431,9 +436,58 @@ std::shared_ptr<const Node> PoTreeTree::nodeAtHand(const OctreeNodeId& id) const
     }
 }
 
+/// The chunk that a child's record stands in, where that is another than its parent's.
+std::optional<PoTreeTree::ChunkPlace> PoTreeTree::chunkOf(const OctreeNodeId& child) const
+{
+    if (child.isRoot())
+    {
+        return ChunkPlace{0, mMetadata.firstChunkSize};
+    }
+    const std::shared_ptr<const Node> parent = cachedNode(child.parent(), {});
+    const Node* const link = parent ? parent->children[child.childIndex()].get() : nullptr;
+    return link != nullptr && link->type == NodeType::Proxy
+               ? std::optional(ChunkPlace{link->byteOffset, link->byteSize})
+               : std::nullopt;
+}
+
+bool PoTreeTree::expectNode(const OctreeNodeId& id) const
+{
+    if (mNodes.contains(id))
+    {
+        return true;
+    }
+    if (!id.isRoot() && !expectNode(id.parent()))
+    {
+        return false;
+    }
+    const std::optional<ChunkPlace> chunk = chunkOf(id);
+    if (chunk && !mLoader.expectHierarchyChunk(chunk->offset, chunk->size))
+    {
+        return false;
+    }
+    cachedNode(id, {});
+    return true;
+}
+
+void PoTreeTree::forgetNode(const OctreeNodeId& id) const
+{
+    if (mNodes.contains(id))
+    {
+        return;
+    }
+    if (!id.isRoot() && !mNodes.contains(id.parent()))
+    {
+        forgetNode(id.parent());
+    }
+    else if (const std::optional<ChunkPlace> chunk = chunkOf(id))
+    {
+        mLoader.forgetHierarchyChunk(chunk->offset, chunk->size);
+    }
+}
+
 void PoTreeTree::expectPoints(const OctreeNodeId& id) const noexcept
 {
-    if (const std::shared_ptr<const Node> node = nodeAtHand(id))
+    if (const std::shared_ptr<const Node> node = nodeAtHand(id); node && !isKnownFromRecord(*node))
     {
         mLoader.expectOctreeChunk(*node);
     }

@@ -61,6 +61,8 @@ public:
         std::stop_token stopToken
     ) const override;
 
+    bool expectNode(const Octree::OctreeNodeId& id) const override;
+    void forgetNode(const Octree::OctreeNodeId& id) const override;
     void expectPoints(const Octree::OctreeNodeId& id) const noexcept override;
     void forgetPoints(const Octree::OctreeNodeId& id) const noexcept override;
 
@@ -76,6 +78,15 @@ private:
         Octree::OctreeNodeId owner;
     };
 
+    /// A part of hierarchy.bin.
+    struct ChunkPlace
+    {
+        std::uint64_t offset;
+        std::uint64_t size;
+    };
+
+    std::optional<ChunkPlace> chunkOf(const Octree::OctreeNodeId& child) const;
+    bool isKnownFromRecord(const Node& node) const noexcept;
     std::shared_ptr<const Node> nodeAtHand(const Octree::OctreeNodeId& id) const noexcept;
     std::shared_ptr<Node> cachedNode(const Octree::OctreeNodeId& id, std::stop_token stopToken) const;
     std::shared_ptr<Node> loadNode(const Octree::OctreeNodeId& id, std::stop_token stopToken) const;

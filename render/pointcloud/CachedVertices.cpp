@@ -54,12 +54,12 @@ bool CachedVertices::load(
 
 void CachedVertices::expect(const Octree::OctreeNodeId& id) const noexcept
 {
-    mOctree->expectNodePoints(id);
+    mOctree->expectNodePoints(id, kDrawnAttributes);
 }
 
 void CachedVertices::forget(const Octree::OctreeNodeId& id) const noexcept
 {
-    mOctree->forgetNodePoints(id);
+    mOctree->forgetNodePoints(id, kDrawnAttributes);
 }
 
 bool CachedVertices::contains(const Octree::OctreeNodeId& id) const

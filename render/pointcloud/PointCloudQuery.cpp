@@ -2,6 +2,7 @@
 
 #include "math/transform.h"
 #include "octree/Octree.h"
+#include "render/pointcloud/ExpectedNodes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,6 +19,8 @@ namespace
 using Octree::BoxTestResult;
 
 constexpr std::int64_t kNoDeadline = std::numeric_limits<std::int64_t>::max();
+
+constexpr std::size_t kExpectedNodes = 32;  // of the queue, where what is known of them lies far away
 
 constexpr std::uint64_t kBytesPerPoint = 48;  // of decoded points with all attributes, in round numbers
 
@@ -222,6 +225,10 @@ bool PointCloudQuery::advance()
             enqueueIfWanted(child, mCurrentNode.boxTestResult);
         }
     }
+    if (mExpected)
+    {
+        mExpected->take(mCurrentNode.id);
+    }
     readAhead();
     fetchCurrentNode();
     mHasCurrentNode = true;
@@ -251,17 +258,15 @@ void PointCloudQuery::readAhead()
                 [octree = mOctree](const Octree::OctreeNodeId& id) { octree->forgetNodePoints(id); },
             }
         );
+        mExpected = std::make_unique<ExpectedNodes>(
+            [octree = mOctree](const Octree::OctreeNodeId& id) { return octree->expectNode(id); },
+            [octree = mOctree](const Octree::OctreeNodeId& id) { octree->forgetNode(id); }
+        );
     }
     try
     {
-        while (mRequestedCount < mQueue.size())
+        while (mRequestedCount < mQueue.size() && requestNext())
         {
-            const Octree::OctreeNodeId& id = mQueue[mRequestedCount].id;
-            const std::uint64_t bytes = mOctree->nodeInfo(id).pointCount * kBytesPerPoint;
-            if (!mAhead->request(id, static_cast<std::size_t>(bytes)))
-            {
-                return;
-            }
             ++mRequestedCount;
         }
     }
@@ -269,6 +274,23 @@ void PointCloudQuery::readAhead()
     {
         // The node that cannot be looked up is reported when its turn comes.
     }
+}
+
+/// @return false when it has to wait
+bool PointCloudQuery::requestNext()
+{
+    const Octree::OctreeNodeId& id = mQueue[mRequestedCount].id;
+    if (mExpected->expect(id))
+    {
+        const std::uint64_t bytes = mOctree->nodeInfo(id).pointCount * kBytesPerPoint;
+        return mAhead->request(id, static_cast<std::size_t>(bytes));
+    }
+    const std::size_t end = std::min(mQueue.size(), mRequestedCount + kExpectedNodes);
+    for (std::size_t i = mRequestedCount + 1; i < end; ++i)
+    {
+        mExpected->expect(mQueue[i].id);
+    }
+    return false;
 }
 
 bool PointCloudQuery::readCurrentNode(Octree::NodePointData& points, std::stop_token stopToken)

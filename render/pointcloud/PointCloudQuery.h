@@ -31,6 +31,8 @@ class Octree;
 
 namespace Render
 {
+class ExpectedNodes;
+
 /// Hands out the points of an octree that lie in a region, chunk by chunk, coarse levels first, without
 /// drawing anything.
 ///
@@ -124,6 +126,7 @@ private:
     Math::NBoundingBox<float, 3> worldBoxOfPoints(const Octree::OctreeNodeId& id) const;
     bool advance();
     void readAhead();
+    bool requestNext();
     void fetchCurrentNode();
     bool readCurrentNode(Octree::NodePointData& points, std::stop_token stopToken);
     std::size_t copyPoints(VertexPosColor* points, std::size_t maxCount);
@@ -133,8 +136,9 @@ private:
     std::shared_ptr<PointCache> mCache;
     std::optional<Octree::CacheIdentifier> mCached;  // of the cached points; absent only while constructed
     std::deque<Node> mQueue;
-    std::size_t mRequestedCount = 0;  // of the queue's first nodes: they are read ahead
-    std::unique_ptr<Ahead> mAhead;    // from the first node that is
+    std::size_t mRequestedCount = 0;           // of the queue's first nodes: they are read ahead
+    std::unique_ptr<Ahead> mAhead;             // from the first node that is
+    std::unique_ptr<ExpectedNodes> mExpected;  // likewise
     Node mCurrentNode;
     Octree::NodePointData mCurrentPoints;
     bool mHasCurrentNode = false;

@@ -16,6 +16,13 @@ std::optional<std::size_t> SelectionTree::exactPointCount(const Octree::OctreeNo
     return std::nullopt;
 }
 
+bool SelectionTree::expect(const Octree::OctreeNodeId&) const
+{
+    return true;
+}
+
+void SelectionTree::forget(const Octree::OctreeNodeId&) const {}
+
 std::optional<Octree::ChildSummary> SelectionTree::childSummary(const Octree::OctreeNodeId&, std::stop_token)
     const
 {
@@ -58,6 +65,16 @@ std::optional<std::size_t> OctreeSelectionTree::exactPointCount(
 ) const
 {
     return mHasVisibility ? std::nullopt : storedPointCount(id, std::move(stopToken));
+}
+
+bool OctreeSelectionTree::expect(const Octree::OctreeNodeId& id) const
+{
+    return mOctree.expectNode(id);
+}
+
+void OctreeSelectionTree::forget(const Octree::OctreeNodeId& id) const
+{
+    mOctree.forgetNode(id);
 }
 
 std::optional<Octree::ChildSummary> OctreeSelectionTree::childSummary(

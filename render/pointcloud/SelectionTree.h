@@ -49,6 +49,14 @@ public:
         const Octree::OctreeNodeId& id, std::stop_token stopToken
     ) const;
 
+    /// Says that the walk will soon ask for what is known of a node; does not wait. What lies far away is then on
+    /// its way.
+    /// @return false while asking would wait for that; then this can be said again to find out
+    virtual bool expect(const Octree::OctreeNodeId& id) const;
+
+    /// Takes that back.
+    virtual void forget(const Octree::OctreeNodeId& id) const;
+
     /// The children with their exact counts; nothing where counts are not known before nodes are read.
     virtual std::optional<Octree::ChildSummary> childSummary(
         const Octree::OctreeNodeId& id, std::stop_token stopToken
@@ -71,6 +79,8 @@ public:
         const override;
     std::optional<std::size_t> exactPointCount(const Octree::OctreeNodeId& id, std::stop_token stopToken)
         const override;
+    bool expect(const Octree::OctreeNodeId& id) const override;
+    void forget(const Octree::OctreeNodeId& id) const override;
     std::optional<Octree::ChildSummary> childSummary(
         const Octree::OctreeNodeId& id, std::stop_token stopToken
     ) const override;

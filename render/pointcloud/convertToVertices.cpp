@@ -16,9 +16,6 @@ namespace Render
 {
 namespace
 {
-constexpr unsigned kDrawnAttributes =
-    Octree::kAllAttributes & ~static_cast<unsigned>(Octree::kNormalAttribute);
-
 /// Makes vertices of the points of one node.
 class VertexSink final : public Octree::PointSink
 {

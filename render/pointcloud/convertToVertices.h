@@ -15,6 +15,10 @@ namespace Render
 {
 class VertexContainer;
 
+/// What of a node's points is read to draw them; AttributeMask bits.
+inline constexpr unsigned kDrawnAttributes =
+    Octree::kAllAttributes & ~static_cast<unsigned>(Octree::kNormalAttribute);
+
 /// Makes vertices of decoded points and drops those that are hidden.
 ///
 /// Positions become single precision in the octree's own frame, of the intensity the high byte is kept, of

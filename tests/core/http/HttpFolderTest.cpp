@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <string>
@@ -80,16 +81,23 @@ TEST_F(HttpFolderTest, ExpectedFilesAreOnTheirWayTogether)
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 780ms);  // one after the other they take 800
 }
 
-TEST_F(HttpFolderTest, MoreExpectedFilesThanMayBeOnTheirWayWaitForTheirTurn)
+/// "/0", "/1", ..., of which each has its number.
+std::map<std::string, std::string> numberedFiles(int count)
 {
     std::map<std::string, std::string> files;
-    for (int i = 0; i < 50; ++i)
+    for (int i = 0; i < count; ++i)
     {
         files["/" + std::to_string(i)] = std::to_string(i);
     }
-    HttpTestServer many(HttpTestServer::files(files));
+    return files;
+}
+
+TEST_F(HttpFolderTest, MoreExpectedFilesThanMayBeOnTheirWayWaitForTheirTurn)
+{
+    constexpr int kFiles = 80;
+    HttpTestServer many(HttpTestServer::files(numberedFiles(kFiles)));
     const HttpFolder expecting(makeClient(patientOptions()), HttpUrl(many.url("/")));
-    for (int i = 0; i < 50; ++i)
+    for (int i = 0; i < kFiles; ++i)
     {
         expecting.expect(Extent::Whole, std::to_string(i));
     }
@@ -97,12 +105,53 @@ TEST_F(HttpFolderTest, MoreExpectedFilesThanMayBeOnTheirWayWaitForTheirTurn)
     std::this_thread::sleep_for(50ms);
     EXPECT_EQ(many.numRequests(), HttpFolder::kMostExpected);
 
-    for (int i = 0; i < 50; ++i)
+    for (int i = 0; i < kFiles; ++i)
     {
         EXPECT_EQ(Core::readAll(*expecting.open(std::to_string(i))), std::to_string(i));
     }
 
-    EXPECT_EQ(many.numRequests(), 50U);
+    EXPECT_EQ(many.numRequests(), std::size_t{kFiles});
+}
+
+TEST_F(HttpFolderTest, FilesExpectedFirstGoBeforeThoseThatWait)
+{
+    Core::HttpOptions options = patientOptions();
+    options.maxConnections = 1;
+    HttpTestServer many(HttpTestServer::files(numberedFiles(100), 30ms));
+    const HttpFolder expecting(makeClient(options), HttpUrl(many.url("/")));
+    for (int i = 0; i < 99; ++i)
+    {
+        expecting.expect(Extent::Whole, std::to_string(i));
+    }
+    EXPECT_TRUE(eventually([&] { return many.numRequests() > 0; }));
+
+    EXPECT_FALSE(expecting.expect(Extent::Whole, "99", Core::Turn::First));
+    EXPECT_TRUE(eventually([&] { return expecting.expect(Extent::Whole, "99", Core::Turn::First); }));
+    EXPECT_EQ(Core::readAll(*expecting.open("99")), "99");
+
+    const auto requests = many.requests();
+    const auto found = std::ranges::find(requests, "/99", &HttpTestServer::Request::target);
+    EXPECT_LT(found - requests.begin(), 40);  // in its turn it would have been the last
+    EXPECT_EQ(std::ranges::count(requests, "/99", &HttpTestServer::Request::target), 1);
+}
+
+TEST_F(HttpFolderTest, NoMoreFilesAreExpectedFirstThanAreTaken)
+{
+    HttpTestServer many(HttpTestServer::files(numberedFiles(50)));
+    const HttpFolder expecting(makeClient(patientOptions()), HttpUrl(many.url("/")));
+    constexpr auto kMost = static_cast<int>(HttpFolder::kMostFirst);
+    for (int i = 0; i <= kMost; ++i)
+    {
+        expecting.expect(Extent::Whole, std::to_string(i), Core::Turn::First);
+    }
+    EXPECT_TRUE(eventually([&] { return many.numRequests() == HttpFolder::kMostFirst; }));
+    EXPECT_FALSE(expecting.expect(Extent::Whole, std::to_string(kMost), Core::Turn::First));
+    EXPECT_EQ(many.numRequests(), HttpFolder::kMostFirst);
+
+    expecting.forget("0");
+    expecting.expect(Extent::Whole, std::to_string(kMost), Core::Turn::First);
+
+    EXPECT_TRUE(eventually([&] { return many.numRequests() == HttpFolder::kMostFirst + 1; }));
 }
 
 TEST_F(HttpFolderTest, ForgottenFilesAreOpenedAnew)

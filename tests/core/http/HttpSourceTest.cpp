@@ -1,6 +1,7 @@
 #include "core/http/HttpSource.h"
 #include "core/http/HttpUrl.h"
 #include "tests/core/http/HttpClientFixture.h"
+#include "tests/support/ThreadSignals.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -31,6 +32,20 @@ protected:
     std::unique_ptr<const Core::ByteSource> open(const std::string& url, Extent extent = Extent::Parts) const
     {
         return HttpClient::open(client, HttpUrl(url), extent);
+    }
+
+    /// A handler that answers the first request, and others once they may be.
+    HttpTestServer::Handler answeringOpenings(const std::atomic<bool>& mayAnswer) const
+    {
+        return
+            [this, &mayAnswer](const HttpTestServer::Request& request, HttpTestServer::Connection& connection)
+        {
+            while (request.number > 0 && !mayAnswer && connection.isOpen())
+            {
+                connection.pause(5ms);
+            }
+            HttpTestServer::serve(request, connection, bytes);
+        };
     }
 
     const std::string bytes = patternBytes(kSize);
@@ -202,6 +217,65 @@ TEST_F(HttpSourceTest, WhatIsForgottenBeforeItsTurnIsNotRequested)
     EXPECT_EQ(readPart(*source, 290'000, 500), bytes.substr(290'000, 500));
 
     EXPECT_EQ(server.numRequests(), 3U);
+}
+
+TEST_F(HttpSourceTest, WhatIsExpectedFirstGoesBeforeWhatWaits)
+{
+    Core::HttpOptions options = patientOptions();
+    options.maxConnections = 1;
+    client = makeClient(options);
+    std::atomic<bool> mayAnswer = false;
+    HttpTestServer server(answeringOpenings(mayAnswer));
+    const auto source = open(server.url("/a.bin"));
+
+    source->expect(100'000, 500);
+    EXPECT_TRUE(eventually([&] { return server.numRequests() == 2; }));
+    source->expect(150'000, 500);
+    source->expect(200'000, 500);
+    source->expect(250'000, 500, Core::Turn::First);
+    mayAnswer = true;
+    EXPECT_EQ(readPart(*source, 200'000, 500), bytes.substr(200'000, 500));
+    EXPECT_EQ(readPart(*source, 250'000, 500), bytes.substr(250'000, 500));
+
+    const auto requests = server.requests();
+    ASSERT_GE(requests.size(), 3U);
+    EXPECT_EQ(requests[2].headers.at("range"), "bytes=250000-250499");
+}
+
+TEST_F(HttpSourceTest, WhatIsExpectedAgainTellsWhenItHasCome)
+{
+    std::atomic<bool> mayAnswer = false;
+    client = makeClient(patientOptions());
+    HttpTestServer server(answeringOpenings(mayAnswer));
+    const auto source = open(server.url("/a.bin"));
+
+    EXPECT_TRUE(source->expect(10, 20));  // came with the opening
+    EXPECT_FALSE(source->expect(100'000, 500));
+    EXPECT_FALSE(source->expect(100'000, 500));
+    mayAnswer = true;
+    EXPECT_TRUE(eventually([&] { return source->expect(100'000, 500); }));
+
+    EXPECT_EQ(readPart(*source, 100'000, 500), bytes.substr(100'000, 500));
+    EXPECT_EQ(server.numRequests(), 2U);
+}
+
+TEST_F(HttpSourceTest, ASmallRangeExpectedFirstBringsItsNeighbours)
+{
+    Core::HttpOptions options = patientOptions();
+    options.readAround = 4096;
+    client = makeClient(options);
+    HttpTestServer server(HttpTestServer::files({{"/a.bin", bytes}}));
+    const auto source = open(server.url("/a.bin"));
+
+    source->expect(100'100, 100, Core::Turn::First);
+    source->expect(98'304, 1000, Core::Turn::First);
+    EXPECT_EQ(readPart(*source, 98'304, 1000), bytes.substr(98'304, 1000));
+    EXPECT_TRUE(source->expect(100'100, 100, Core::Turn::First));
+    EXPECT_EQ(readPart(*source, 100'100, 100), bytes.substr(100'100, 100));
+
+    const auto requests = server.requests();
+    ASSERT_EQ(requests.size(), 2U);
+    EXPECT_EQ(requests[1].headers.at("range"), "bytes=98304-102399");
 }
 
 TEST_F(HttpSourceTest, AReadBeyondTheEndSaysWhereTheFileEnds)

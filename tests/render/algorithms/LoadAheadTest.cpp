@@ -67,8 +67,26 @@ public:
         return knowsExactly ? storedPointCount(id, stop) : std::nullopt;
     }
 
+    bool expect(const OctreeNodeId& id) const override
+    {
+        const auto found = unknownFor.find(id.name());
+        if (found == unknownFor.end() || found->second == 0)
+        {
+            return true;
+        }
+        --found->second;
+        expected.insert(id.name());
+        return false;
+    }
+
+    void forget(const OctreeNodeId& id) const override { forgotten.insert(id.name()); }
+
     std::set<std::string> empty;
     bool knowsExactly = true;
+    mutable std::map<std::string, int>
+        unknownFor;  // how often expect() says that what is known is on its way
+    mutable std::set<std::string> expected;
+    mutable std::set<std::string> forgotten;
 
 private:
     std::uint64_t mDeepestLevel;
@@ -148,6 +166,12 @@ protected:
         return taken;
     }
 
+    std::size_t readBefore()
+    {
+        const std::scoped_lock lock(mMutex);
+        return read.size();
+    }
+
     std::mutex mMutex;  // guards what the source writes
     std::multiset<std::string> read;
     std::set<std::thread::id> readers;
@@ -214,6 +238,76 @@ TEST_F(LoadAheadTest, NodesWithoutPointsAreNoObstacle)
     EXPECT_EQ(run(tree, 2, 1'000'000), alone);
 
     EXPECT_EQ(used, (73U - 1 - 8 - 1) * kPointsPerNode);
+}
+
+TEST_F(LoadAheadTest, WhileANodeIsNotKnownOthersAreReadAhead)
+{
+    const Names alone = run(FullTree(2), 0, 1'000'000);
+    read.clear();
+    FullTree tree(2);
+    tree.unknownFor = {{alone[1], 1'000'000}};
+    std::vector<std::size_t> numReadAtTake;
+    onTake = [&]
+    {
+        eventually([&] { return readBefore() >= std::min<std::size_t>(numReadAtTake.size() + 5, 73); });
+        numReadAtTake.push_back(readBefore());
+    };
+
+    EXPECT_EQ(run(tree, 2, 1'000'000), alone);  // the pass itself waits for it
+
+    ASSERT_GT(numReadAtTake.size(), 1U);
+    EXPECT_GE(numReadAtTake[0], 5U);
+    EXPECT_TRUE(tree.expected.contains(alone[1]));
+}
+
+TEST_F(LoadAheadTest, ANodeThatHasBecomeKnownIsReadAhead)
+{
+    const Names alone = run(FullTree(2), 0, 1'000'000);
+    read.clear();
+    readers.clear();
+    FullTree tree(2);
+    tree.unknownFor = {{alone[20], 3}, {alone[21], 2}};
+
+    EXPECT_EQ(run(tree, 2, 1'000'000), alone);
+
+    EXPECT_EQ(tree.expected, (std::set<std::string>{alone[20], alone[21]}));
+    EXPECT_EQ(readers.count(std::this_thread::get_id()), 0U);
+    EXPECT_TRUE(tree.forgotten.empty());
+}
+
+TEST_F(LoadAheadTest, WhatIsNotKnownAtTheEndOfAPassIsForgotten)
+{
+    const Names alone = run(FullTree(2), 0, 1'000'000);
+    FullTree tree(2);
+    tree.unknownFor = {{alone[30], 1'000'000}, {alone[31], 1'000'000}};
+    std::stop_source stop;
+    std::size_t count = 0;
+    onTake = [&]
+    {
+        if (++count == 25)
+        {
+            stop.request_stop();
+        }
+    };
+
+    run(tree, 2, 1'000'000, stop.get_token());
+
+    EXPECT_EQ(tree.forgotten, tree.expected);
+    EXPECT_EQ(tree.forgotten, (std::set<std::string>{alone[30], alone[31]}));
+}
+
+TEST_F(LoadAheadTest, NodesBeyondTheBudgetAreNotExpected)
+{
+    const Names alone = run(FullTree(2), 0, 1'000'000);
+    FullTree tree(2);
+    for (std::size_t i = 40; i < alone.size(); ++i)
+    {
+        tree.unknownFor[alone[i]] = 1'000'000;
+    }
+
+    run(tree, 2, 20 * kPointsPerNode);
+
+    EXPECT_EQ(tree.expected, std::set<std::string>());
 }
 
 TEST_F(LoadAheadTest, AFailureIsReportedWhenItsTurnHasCome)
