@@ -28,7 +28,7 @@ public:
     static constexpr std::size_t kMostExpected = 64;
 
     /// The same of those with Turn::First, of which no more wait: who expects them says so again.
-    static constexpr std::size_t kMostFirst = 16;
+    static constexpr std::size_t kMostFirst = 32;
 
     /// @param client  not null
     HttpFolder(std::shared_ptr<const HttpClient> client, HttpUrl url);

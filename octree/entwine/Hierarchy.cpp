@@ -46,6 +46,7 @@ Hierarchy::Hierarchy(std::shared_ptr<const Core::ByteFolder> files)
           kCacheCapacity
       )
 {
+    mDataSet->expect(Core::Extent::Whole, fileOf({}), Core::Turn::First);  // the root will be looked up soon
 }
 
 std::string Hierarchy::name() const

@@ -182,6 +182,20 @@ INSTANTIATE_TEST_SUITE_P(
     }
 );
 
+TEST(FarTiles, TheFirstFileOfTheHierarchyIsOnItsWayOnceTheyAreOpened)
+{
+    const TemporaryFolder folder;
+    Samples::writeEptNodes(
+        folder.path(), std::vector<SampleNode>{{.name = "r", .points = points(1)}}, {.cube = kCube}
+    );
+    const auto files =
+        std::make_shared<const FarFolder>(std::make_shared<const Core::LocalFolder>(folder.path()));
+
+    const Octree::Octree octree(Octree::Location(Kind::Entwine, files), 1.0);
+
+    EXPECT_THAT(files->log->take("expect"), ElementsAre("expect ept-hierarchy/0-0-0-0.json first"));
+}
+
 TEST(FarTiles, ATileWithoutPointsIsNotExpected)
 {
     const TemporaryFolder folder;

@@ -85,9 +85,7 @@ private:
     class Source final : public Core::ByteSource
     {
     public:
-        Source(
-            std::unique_ptr<const Core::ByteSource> source, std::string file, std::shared_ptr<FileLog> log
-        )
+        Source(std::unique_ptr<const Core::ByteSource> source, std::string file, std::shared_ptr<FileLog> log)
             : mSource(std::move(source)), mFile(std::move(file)), mLog(std::move(log))
         {
         }
