@@ -48,8 +48,7 @@ void drawOrbit(SceneSession& session, const RenderOptions& options)
         session.applyCamera(scene);
         session.load();
         const std::string name = numberedName(options.output, i, options.frames);
-        session.renderer().writePngImage(toPath(name));
-        session.noteEmptyPicture();
+        session.writePicture(toPath(name));
         writeOutput(name + "\n");
     }
 }
@@ -65,8 +64,7 @@ void run(const RenderOptions& options)
         return;
     }
     session.load();
-    session.renderer().writePngImage(toPath(options.output));
-    session.noteEmptyPicture();
+    session.writePicture(toPath(options.output));
     writeOutput(options.output + "\n");
     session.writeDepth();
     flushOutput();

@@ -226,6 +226,13 @@ void addBackgroundOptions(CLI::App& verb, SceneOptions& options)
 void addShadingOptions(CLI::App& verb, SceneOptions& options)
 {
     const std::string group = "Shading";
+    verb.add_option(
+            "--samples",
+            options.samples,
+            "Draw 2 x 2 or 4 x 4 pixels for each one, for smooth rims (default: 1)"
+    )
+        ->check(CLI::IsMember({1, 2, 4}))
+        ->group(group);
     CLI::Option* const strength =
         verb.add_option_function<std::string>(
                 "--edl",
@@ -274,8 +281,17 @@ void addCloudOptions(CLI::App& verb, SceneOptions& options)
     )
         ->check(numberFrom(kSmallest, kLargest))
         ->group(kPoints);
-    verb.add_option("--max-point-size", options.maxPointSize, "Largest point in pixels (default: 5)")
-        ->check(numberFrom(kSmallest, kLargestPointInPixels))
+    CLI::Option* const maxSize =
+        verb.add_option("--max-point-size", options.maxPointSize, "Largest point in pixels")
+            ->check(numberFrom(kSmallest, kLargestPointInPixels))
+            ->group(kPoints);
+    verb.add_option(
+            "--max-point-share",
+            options.maxPointShare,
+            "Largest point as a share of the picture's height (default: 5 pixels of 720, and never fewer)"
+    )
+        ->check(numberFrom(kSmallest, 1.0))
+        ->excludes(maxSize)
         ->group(kPoints);
     verb.add_option(
             "--clip",

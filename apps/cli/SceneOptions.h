@@ -52,7 +52,8 @@ struct SceneOptions
     std::optional<std::uint64_t> minLevel;
     std::optional<std::uint64_t> maxLevel;
     std::optional<double> pointSize;
-    std::optional<double> maxPointSize;
+    std::optional<double> maxPointSize;   ///< pixels
+    std::optional<double> maxPointShare;  ///< of the picture's height, where no size is given
     std::vector<std::string> clipPlanes;
     std::string classes;  ///< shown ones, empty for all
     std::string hiddenClasses;
@@ -65,6 +66,7 @@ struct SceneOptions
     /// Of verbs that write a picture; strengths as Render::EyeDomeLighting.
     std::optional<double> eyeDomeStrength;  ///< without one the scene decides
     std::optional<double> eyeDomeRadius;    ///< pixels; without one the picture's height decides
+    std::uint64_t samples = 1;              ///< pixels that are drawn for one, across and down each
     bool isThumbnail = false;               ///< seen as thumbnails are, with what makes small pictures clear
 };
 

@@ -15,6 +15,7 @@
 #include "apps/cli/viewDirection.h"
 #include <graphics/DeepZoomPanoramaLoader.h>
 #include <graphics/DepthImage.h>
+#include <graphics/reducedImage.h>
 #include <math/ConvexPolytope.h>
 #include <math/HalfSpace.h>
 #include <octree/NodePointData.h>
@@ -45,7 +46,8 @@ constexpr double kAzimuthDeg = 50.0;  // the direction that placeCamera takes by
 constexpr double kElevationDeg = 38.0;
 constexpr float kUsedOfPicture = 0.96F;  // by a section
 constexpr double kEyeDomeStrengthByItself = 1.0;
-constexpr double kRowsOfOrdinaryPicture = 720.0;  // for which the radius of eye-dome lighting is chosen
+constexpr double kRowsOfOrdinaryPicture = 720.0;  // for which the two sizes in pixels are chosen
+constexpr double kMaxPointSize = 5.0;             // pixels
 
 Eigen::Vector3f toEigen(const Math::Point<float, 3>& point)
 {
@@ -98,10 +100,17 @@ void loadWithProgress(Render::PanoRenderable& panorama)
 SceneSession::SceneSession(const SceneOptions& options)
     : mScene(Render::GroupRenderable::create("scene")),
       mAutoContrast(options.autoContrast),
-      mDepthFile(options.depth)
+      mDepthFile(options.depth),
+      mSamples(options.samples)
 {
+    if (mSamples > 1 && !mDepthFile.empty())
+    {
+        throw CLI::ValidationError("--samples", "a depth picture has one sample a pixel");
+    }
     const Size size = parseSize("--size", options.size);
-    refuseSizeClearly(size, [&] { mRenderer.setViewport(size.width, size.height); });
+    mPictureHeight = size.height;
+    const Size drawn{size.width * mSamples, size.height * mSamples};
+    refuseSizeClearly(drawn, [&] { mRenderer.setViewport(drawn.width, drawn.height); });
     addItems(options);
     mRenderer.setScene(mScene);
     applyLook(options);
@@ -201,10 +210,13 @@ void SceneSession::addCloud(const SceneItem& item, const SceneOptions& options)
     {
         cloud->setPointSize(static_cast<float>(*options.pointSize));
     }
-    if (options.maxPointSize)
-    {
-        cloud->setMaxPointSize(static_cast<float>(*options.maxPointSize));
-    }
+    const double height = static_cast<double>(mPictureHeight);
+    const double byHeight = options.maxPointShare
+                                ? *options.maxPointShare * height
+                                : kMaxPointSize * std::max(1.0, height / kRowsOfOrdinaryPicture);
+    cloud->setMaxPointSize(
+        static_cast<float>(options.maxPointSize.value_or(byHeight) * static_cast<double>(mSamples))
+    );
     if (!options.uniformColor.empty())
     {
         cloud->setUniformColor(parseColor("--uniform-color", options.uniformColor));
@@ -263,9 +275,9 @@ void SceneSession::applyShading(const SceneOptions& options)
     Render::EyeDomeLighting lighting;
     lighting.strength =
         static_cast<float>(options.eyeDomeStrength.value_or(isByItself ? kEyeDomeStrengthByItself : 0.0));
-    const double tallness = static_cast<double>(mRenderer.viewport().height()) / kRowsOfOrdinaryPicture;
-    lighting.radius =
-        static_cast<float>(options.eyeDomeRadius.value_or(lighting.radius * std::max(1.0, tallness)));
+    const double tallness = static_cast<double>(mPictureHeight) / kRowsOfOrdinaryPicture;
+    const double radius = options.eyeDomeRadius.value_or(lighting.radius * std::max(1.0, tallness));
+    lighting.radius = static_cast<float>(radius * static_cast<double>(mSamples));
     mRenderer.setEyeDomeLighting(lighting);
 }
 
@@ -385,7 +397,7 @@ void SceneSession::applySection(const SceneOptions& options)
     const float height = std::max(box.max().z - box.min().z, length / aspect) / kUsedOfPicture;
     parallel.orthographicHeight = options.orthographicHeight.value_or(height);
     place(wish, parallel);
-    const double perPixel = *parallel.orthographicHeight / static_cast<double>(mRenderer.viewport().height());
+    const double perPixel = *parallel.orthographicHeight / static_cast<double>(mPictureHeight);
     printNote("a pixel of the section is " + formatNumber(static_cast<float>(perPixel)) + " data units wide");
 }
 
@@ -469,6 +481,22 @@ void SceneSession::load()
     {
         mRenderer.autoAdjustBrightnessAndContrast(static_cast<float>(*mAutoContrast), 1.0F);
     }
+}
+
+void SceneSession::writePicture(const std::filesystem::path& path)
+{
+    if (mSamples == 1)
+    {
+        mRenderer.writePngImage(path);
+    }
+    else
+    {
+        mRenderer.render();
+        Graphics::ColorImage image;
+        mRenderer.getColorImage(image);
+        Graphics::reducedImage(image, mSamples).writePng(path);
+    }
+    noteEmptyPicture();
 }
 
 std::optional<SceneSession::Identified> SceneSession::identify(const Math::Point<float, 3>& place)

@@ -10,6 +10,8 @@
 #include <render/renderer/Renderer.h>
 #include <render/scene/GroupRenderable.h>
 
+#include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -43,6 +45,10 @@ public:
     /// Writes the depth buffer of the picture as 16-bit grey where the options ask for it.
     /// @throws std::runtime_error  when the file cannot be written
     void writeDepth();
+
+    /// Draws the picture and writes it; says on standard error when no pixel shows a point, and why.
+    /// @throws std::runtime_error  naming the path when it cannot be written
+    void writePicture(const std::filesystem::path& path);
 
     /// Says on standard error when the last frame shows no point, and why.
     void noteEmptyPicture();
@@ -98,5 +104,7 @@ private:
     std::vector<Math::HalfSpace<float, 3>> mClipPlanes;
     std::optional<double> mAutoContrast;
     std::string mDepthFile;
+    std::uint64_t mSamples;            // pixels drawn for one, across and down each
+    std::uint64_t mPictureHeight = 0;  // of what is written
 };
 }  // namespace Cli

@@ -91,8 +91,7 @@ void run(ThumbnailOptions& options)
     }
     SceneSession session(options.scene);
     session.load();
-    session.renderer().writePngImage(output);
-    session.noteEmptyPicture();
+    session.writePicture(output);
     writeOutput(toText(output) + "\n");
     flushOutput();
 }

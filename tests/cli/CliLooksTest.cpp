@@ -362,9 +362,105 @@ TEST_F(CliLooks, BadLooksAreNamed)
         errorOf({"--color-by", "class", "--class-color", "300=#ffffff"}),
         HasSubstr("'300=#ffffff' is not CLASS=VALUE with a class from 0 to 255")
     );
+    EXPECT_THAT(errorOf({"--samples", "3"}), HasSubstr("--samples"));
+    EXPECT_THAT(
+        errorOf({"--samples", "2", "--depth", "d.png"}), HasSubstr("a depth picture has one sample a pixel")
+    );
+    EXPECT_THAT(errorOf({"--max-point-share", "2"}), HasSubstr("--max-point-share"));
     EXPECT_THAT(errorOf({"--color-by", "taste"}), HasSubstr("--color-by"));
     EXPECT_THAT(
         errorOf({"--color-by", "class", "--mode", "Default"}), HasSubstr("--mode excludes --color-by")
     );
     EXPECT_THAT(errorOf({"--classes", "1", "--hide-classes", "2"}), HasSubstr("excludes"));
+}
+
+TEST_F(CliLooks, SamplesSmoothThePictureAndKeepItsSize)
+{
+    const Graphics::ColorImage plain = rendered(
+        kColored, {"--color-by", "class", "--class-color", "2=#000000", "--class-color", "1=#000000"}
+    );
+    const Graphics::ColorImage smooth = rendered(
+        kColored,
+        {"--color-by", "class", "--class-color", "2=#000000", "--class-color", "1=#000000", "--samples", "2"}
+    );
+
+    EXPECT_EQ(smooth.width(), plain.width());
+    EXPECT_EQ(smooth.height(), plain.height());
+    // black points on white: of four samples 0 to 4 are white, and 1, 2 and 3 quarters of the light are these
+    std::size_t between = 0;
+    for (const Color& pixel : pixels(smooth))
+    {
+        const int code = pixel.r();
+        EXPECT_TRUE(code == 0 || code == 137 || code == 188 || code == 225 || code == 255) << code;
+        between += code != 0 && code != 255;
+    }
+    EXPECT_GT(between, 100U);
+    for (const Color& pixel : pixels(plain))
+    {
+        EXPECT_TRUE(pixel.r() == 0 || pixel.r() == 255);
+    }
+}
+
+TEST_F(CliLooks, TheLargestPointIsAShareOfThePictureOrAsManyPixels)
+{
+    const auto covered = [this](const std::string& size, const std::vector<std::string>& options)
+    {
+        // each point by itself: seen from above, a pixel is 4700 units by the height
+        std::vector<std::string> arguments{
+            "render",
+            "--cloud",
+            dataSet("ept_color12_laszip"),
+            "--size",
+            size,
+            "--view",
+            "top",
+            "--ortho",
+            "4700",
+            "--background",
+            "0,0,0,0"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        std::size_t count = 0;
+        for (const Color& pixel : pixels(drawn(arguments)))
+        {
+            count += pixel.a() != 0;
+        }
+        return static_cast<double>(count);
+    };
+    EXPECT_EQ(covered("1440x1440", {}), covered("1440x1440", {"--max-point-size", "10"}));
+    EXPECT_EQ(covered("360x360", {}), covered("360x360", {"--max-point-size", "5"}));
+    EXPECT_EQ(
+        covered("800x800", {"--max-point-share", "0.005"}), covered("800x800", {"--max-point-size", "4"})
+    );
+}
+
+TEST_F(CliLooks, ASampleFromAboveHasNoHolesInFourThousandColumns)
+{
+    ASSERT_EQ(
+        runTarnel({"sample", text(folder.path() / "sample"), "--points", "400000", "--cloud-only"}).exitCode,
+        0
+    );
+    // the middle 150 of 160 units, so that the border does not count
+    const Graphics::ColorImage image = drawn(
+        {"render",
+         "--cloud",
+         text(folder.path() / "sample"),
+         "--size",
+         "3840x2160",
+         "--background",
+         "0,0,0,0",
+         "--eye",
+         "637080,5651080,900",
+         "--target",
+         "637080,5651080,0",
+         "--up",
+         "0,1,0",
+         "--ortho",
+         "84"}
+    );
+    std::size_t holes = 0;
+    for (const Color& pixel : pixels(image))
+    {
+        holes += pixel.a() == 0;
+    }
+    EXPECT_LT(static_cast<double>(holes), 0.001 * 3840 * 2160);
 }
