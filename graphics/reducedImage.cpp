@@ -19,8 +19,7 @@ std::array<float, kCodes> lightOfCodes()
     for (std::size_t i = 0; i < kCodes; ++i)
     {
         const double code = static_cast<double>(i) / 255.0;
-        light[i] =
-            static_cast<float>(code <= 0.04045 ? code / 12.92 : std::pow((code + 0.055) / 1.055, 2.4));
+        light[i] = static_cast<float>(code <= 0.04045 ? code / 12.92 : std::pow((code + 0.055) / 1.055, 2.4));
     }
     return light;
 }
@@ -32,9 +31,7 @@ unsigned char rounded(double value)
 
 unsigned char codeOf(double light)
 {
-    return rounded(
-        255.0 * (light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1.0 / 2.4) - 0.055)
-    );
+    return rounded(255.0 * (light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1.0 / 2.4) - 0.055));
 }
 
 /// The mean of the square of pixels that begins there.
@@ -65,7 +62,9 @@ Math::Color meanOf(const ColorImage& image, std::uint64_t left, std::uint64_t to
         return first;  // what is transparent keeps its colour
     }
     const double count = static_cast<double>(side) * static_cast<double>(side);
-    return Math::Color(codeOf(red / alpha), codeOf(green / alpha), codeOf(blue / alpha), rounded(alpha / count));
+    return Math::Color(
+        codeOf(red / alpha), codeOf(green / alpha), codeOf(blue / alpha), rounded(alpha / count)
+    );
 }
 }  // namespace
 
@@ -73,7 +72,8 @@ ColorImage reducedImage(const ColorImage& image, std::uint64_t factor)
 {
     if (factor == 0 || image.width() % factor != 0 || image.height() % factor != 0)
     {
-        throw std::invalid_argument("Error: a picture can be reduced by divisors of its width and height only");
+        throw std::invalid_argument("Error: a picture can be reduced by divisors of its width and height only"
+        );
     }
     ColorImage result(image.width() / factor, image.height() / factor);
     for (std::uint64_t y = 0; y < result.height(); ++y)

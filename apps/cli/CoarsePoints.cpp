@@ -17,6 +17,8 @@ constexpr std::size_t kEnough = 20'000;  // points
 constexpr double kOutliers = 0.01;       // of the intensities at either end
 constexpr int kLookAlike = 24;           // steps of a channel
 constexpr double kMost = 0.9;            // of the points
+constexpr double kMeets = 1.5;  // diameters of discs, in distances of their centres, that leave no gaps
+constexpr double kOrdinarySize = 5.1;  // of points at level 0, in spacings
 
 std::array<int, 3> channels(const Math::Color& color)
 {
@@ -45,7 +47,6 @@ CoarsePoints readCoarsePoints(const Octree::Octree& octree)
 {
     const unsigned present = octree.attributeMask();
     CoarsePoints points;
-    std::size_t count = 0;
     visitNodes(
         octree,
         [&](const Octree::NodeInfo& node)
@@ -60,8 +61,13 @@ CoarsePoints readCoarsePoints(const Octree::Octree& octree)
             points.intensities.insert(
                 points.intensities.end(), columns.intensities.begin(), columns.intensities.end()
             );
-            count += columns.pointCount;
-            return count < kEnough;
+            points.count += columns.pointCount;
+            if (columns.pointCount > 0)
+            {
+                points.deepestLevel = std::max(points.deepestLevel, static_cast<int>(node.id.level()));
+            }
+            points.areAll = points.count < kEnough;
+            return points.areAll;
         }
     );
     std::ranges::sort(points.intensities);
@@ -80,6 +86,24 @@ std::optional<Octree::IntensityRange> usualIntensities(const CoarsePoints& point
     const Octree::IntensityRange range{at(kOutliers), at(1.0 - kOutliers)};
     return isPossible(range) ? range
                              : Octree::IntensityRange{points.intensities.front(), points.intensities.back()};
+}
+
+std::optional<double> sizeOfSparsePoints(
+    const CoarsePoints& points, const Math::NBoundingBox<float, 3>& box, double spacing
+)
+{
+    if (!points.areAll || points.count == 0)
+    {
+        return std::nullopt;
+    }
+    std::array<double, 3> sides{
+        double{box.max().x} - double{box.min().x},
+        double{box.max().y} - double{box.min().y},
+        double{box.max().z} - double{box.min().z}};
+    std::ranges::sort(sides);
+    const double apart = std::sqrt(sides[1] * sides[2] / static_cast<double>(points.count));
+    const double size = kMeets * apart * std::exp2(points.deepestLevel);
+    return size > kOrdinarySize * spacing ? std::optional(size) : std::nullopt;
 }
 
 UsefulColoring usefulColoring(const CoarsePoints& points, const Math::Color& background)

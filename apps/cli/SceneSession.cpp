@@ -194,10 +194,8 @@ void SceneSession::addCloud(const SceneItem& item, const SceneOptions& options)
                     : std::make_shared<Octree::Octree>(datasetLocation(item.path), 1.0);
     auto cloud = Render::PointCloudRenderable::create(octree, shownName(item.path), options.budget);
     cloud->setMatrix(placement(absolutePlacement(item, *octree)));
-    if (options.threshold)
-    {
-        cloud->setOctreeNodePriorityThreshold(static_cast<float>(*options.threshold));
-    }
+    const double threshold = options.threshold.value_or(cloud->octreeNodePriorityThreshold());
+    cloud->setOctreeNodePriorityThreshold(static_cast<float>(threshold * static_cast<double>(mSamples)));
     if (options.minLevel)
     {
         cloud->setMinLevelToKeep(*options.minLevel);

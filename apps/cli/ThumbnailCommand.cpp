@@ -31,14 +31,20 @@ struct ThumbnailOptions
     SceneOptions scene;
 };
 
-/// Of data sets whose points would all look alike, or like the background.
-void chooseColoring(ThumbnailOptions& options)
+/// Of data sets whose points would all look alike, or like the background, or lie far apart.
+void chooseLook(ThumbnailOptions& options)
 {
     const Octree::Octree octree(datasetLocation(options.dataset), 1.0);
+    const CoarsePoints points = readCoarsePoints(octree);
+    options.scene.pointSize = sizeOfSparsePoints(points, octree.boundingBox(), octree.spacing());
+    if (!options.scene.colorBy.empty())
+    {
+        return;
+    }
     const Math::Color background = options.scene.background.empty()
                                        ? Math::Color::white(255)
                                        : parseColor("--background", options.scene.background);
-    switch (usefulColoring(readCoarsePoints(octree), background))
+    switch (usefulColoring(points, background))
     {
         case UsefulColoring::Stored:
             break;
@@ -85,10 +91,7 @@ void run(ThumbnailOptions& options)
     options.scene.fovDeg = Render::kThumbnailFovYDeg;
     takeOldSpellings(options);
     options.scene.clouds = {options.dataset};
-    if (options.scene.colorBy.empty())
-    {
-        chooseColoring(options);
-    }
+    chooseLook(options);
     SceneSession session(options.scene);
     session.load();
     session.writePicture(output);

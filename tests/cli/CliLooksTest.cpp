@@ -426,41 +426,50 @@ TEST_F(CliLooks, TheLargestPointIsAShareOfThePictureOrAsManyPixels)
         }
         return static_cast<double>(count);
     };
-    EXPECT_EQ(covered("1440x1440", {}), covered("1440x1440", {"--max-point-size", "10"}));
+    EXPECT_EQ(covered("200x1440", {}), covered("200x1440", {"--max-point-size", "10"}));
+    EXPECT_GT(covered("360x360", {}), 100.0);
     EXPECT_EQ(covered("360x360", {}), covered("360x360", {"--max-point-size", "5"}));
     EXPECT_EQ(
-        covered("800x800", {"--max-point-share", "0.005"}), covered("800x800", {"--max-point-size", "4"})
+        covered("200x800", {"--max-point-share", "0.005"}), covered("200x800", {"--max-point-size", "4"})
     );
 }
 
-TEST_F(CliLooks, ASampleFromAboveHasNoHolesInFourThousandColumns)
+TEST_F(CliLooks, NodesAreChosenByThePixelsThatAreWritten)
 {
-    ASSERT_EQ(
-        runTarnel({"sample", text(folder.path() / "sample"), "--points", "400000", "--cloud-only"}).exitCode,
-        0
-    );
-    // the middle 150 of 160 units, so that the border does not count
-    const Graphics::ColorImage image = drawn(
-        {"render",
-         "--cloud",
-         text(folder.path() / "sample"),
-         "--size",
-         "3840x2160",
-         "--background",
-         "0,0,0,0",
-         "--eye",
-         "637080,5651080,900",
-         "--target",
-         "637080,5651080,0",
-         "--up",
-         "0,1,0",
-         "--ortho",
-         "84"}
-    );
-    std::size_t holes = 0;
-    for (const Color& pixel : pixels(image))
+    // in 160 x 120 pixels the root's sphere is larger than 100 pixels, and none of its children's is
+    const std::vector<Color> coarse = pixels(rendered(kColored, {"--samples", "2", "--max-level", "0"}));
+
+    EXPECT_EQ(pixels(rendered(kColored, {"--samples", "2", "--threshold", "100"})), coarse);
+    EXPECT_NE(pixels(rendered(kColored, {"--samples", "2"})), coarse);
+}
+
+TEST_F(CliLooks, ASampleSeenFromAboveHasNoHolesInPicturesOfTwoThousandRows)
+{
+    const std::string sample = text(folder.path() / "sample");
+    ASSERT_EQ(runTarnel({"sample", sample, "--points", "400000", "--cloud-only"}).exitCode, 0);
+    // a strip of a picture of 3840 columns, within the scene's border: it is 160 units wide
+    const auto holes = [&](const std::vector<std::string>& options)
     {
-        holes += pixel.a() == 0;
-    }
-    EXPECT_LT(static_cast<double>(holes), 0.001 * 3840 * 2160);
+        std::vector<std::string> arguments{
+            "render",
+            "--cloud",
+            sample,
+            "--size",
+            "128x2160",
+            "--background",
+            "0,0,0,0",
+            "--view",
+            "top",
+            "--ortho",
+            "150"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        std::size_t count = 0;
+        for (const Color& pixel : pixels(drawn(arguments)))
+        {
+            count += pixel.a() == 0;
+        }
+        return static_cast<double>(count) / (128.0 * 2160.0);
+    };
+    EXPECT_LT(holes({}), 0.001);
+    EXPECT_GT(holes({"--max-point-size", "5"}), 0.1) << "the points' size makes the difference";
 }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <numeric>
+#include <optional>
 #include <vector>
 
 using Cli::CoarsePoints;
@@ -80,4 +81,20 @@ TEST(CoarsePoints, WithoutColoursIntensitiesServeAndWithoutThoseTheHeight)
     EXPECT_EQ(usefulColoring({{}, {3, 4}}, kWhite), UsefulColoring::Stored);
     EXPECT_EQ(usefulColoring({{}, {3, 3}}, kWhite), UsefulColoring::Height);
     EXPECT_EQ(usefulColoring({{}, {}}, kWhite), UsefulColoring::Height);
+}
+
+TEST(CoarsePoints, ScatteredPointsAreLargeEnoughToMeetOnTheirDeepestLevel)
+{
+    CoarsePoints points;
+    points.count = 100;  // over 1000 by 400 units: 63.2456 units apart
+    points.deepestLevel = 3;
+    const Math::NBoundingBox<float, 3> box({0.0F, 0.0F, 0.0F}, {1000.0F, 7.0F, 400.0F});
+
+    const std::optional<double> size = Cli::sizeOfSparsePoints(points, box, 20.0);
+    ASSERT_TRUE(size);
+    EXPECT_NEAR(*size, 63.245553 * 1.5 * 8.0, 1e-3);
+    EXPECT_FALSE(Cli::sizeOfSparsePoints(points, box, 150.0)) << "as large by themselves";
+    points.areAll = false;
+    EXPECT_FALSE(Cli::sizeOfSparsePoints(points, box, 20.0)) << "nothing is known of the others";
+    EXPECT_FALSE(Cli::sizeOfSparsePoints({}, box, 20.0)) << "no points";
 }

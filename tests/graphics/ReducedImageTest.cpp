@@ -37,7 +37,10 @@ TEST(ReducedImage, KeepsEveryColourThatASquareIsFullOf)
     for (int i = 0; i < 256; ++i)
     {
         const Color color(
-            static_cast<unsigned char>(i), static_cast<unsigned char>(255 - i), 7, static_cast<unsigned char>(i)
+            static_cast<unsigned char>(i),
+            static_cast<unsigned char>(255 - i),
+            7,
+            static_cast<unsigned char>(i)
         );
         EXPECT_EQ(reducedImage(square(color, color, color, color), 2).pixel(0, 0), color);
     }
@@ -49,9 +52,8 @@ TEST(ReducedImage, WeighsColoursByTheirAlpha)
     EXPECT_EQ(reducedImage(square(clear, kWhite, clear, clear), 2).pixel(0, 0), Color(255, 255, 255, 64));
     const Color faint(0, 0, 0, 85);  // a third: of the light a fourth is left
     EXPECT_EQ(reducedImage(square(kWhite, faint, faint, faint), 2).pixel(0, 0), Color(188, 188, 188, 128));
-    EXPECT_EQ(
-        reducedImage(square(clear, Color(9, 9, 9, 0), clear, clear), 2).pixel(0, 0), clear
-    ) << "what is transparent keeps a colour";
+    EXPECT_EQ(reducedImage(square(clear, Color(9, 9, 9, 0), clear, clear), 2).pixel(0, 0), clear)
+        << "what is transparent keeps a colour";
 }
 
 TEST(ReducedImage, TakesEachSquareForItself)
