@@ -1,7 +1,7 @@
 # Third-party libraries under names that are the same on every host:
 #
 #   Eigen3::Eigen (also tarnel::eigen)   public in our headers
-#   tarnel::json  tarnel::cli11  tarnel::tinyobj   headers only
+#   tarnel::json  tarnel::cli11  tarnel::tinyobj  tarnel::stb   headers only
 #   tarnel::brotlidec  tarnel::brotlienc  tarnel::spng  tarnel::zlib  tarnel::zstd  tarnel::laszip
 #   tarnel::jpeg  tarnel::pugixml
 #   tarnel::curl                         Windows: linked; elsewhere the headers, the library is loaded at run time
@@ -54,6 +54,7 @@ find_package(Threads REQUIRED)
 tarnel_dependency(json HEADER nlohmann/json.hpp)
 tarnel_dependency(cli11 HEADER CLI/CLI.hpp)
 tarnel_dependency(tinyobj HEADER tiny_obj_loader.h)
+tarnel_dependency(stb HEADER stb_truetype.h SUFFIXES stb)
 tarnel_dependency(
     brotlicommon HEADER brotli/types.h LIBRARIES "brotlicommon|brotlicommon-static"
     PACKAGE unofficial-brotli TARGETS unofficial::brotli::brotlicommon

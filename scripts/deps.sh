@@ -172,7 +172,7 @@ crossConfigure() {
 
 make_headers() { # one folder of links: with /usr/include itself the host's C headers would be found first
     local name
-    for name in eigen3 nlohmann CLI tiny_obj_loader.h; do
+    for name in eigen3 nlohmann CLI stb tiny_obj_loader.h; do
         ln -sfn "/usr/include/$name" "$prefix/include/$name"
     done
     mkdir -p "$prefix/share"

@@ -17,7 +17,7 @@ native=(
     # Vulkan, and its drivers: graphics cards' and one in software
     libvulkan1 mesa-vulkan-drivers
     # libraries; the header-only ones serve the Windows build as well
-    libeigen3-dev nlohmann-json3-dev libcli11-dev libtinyobjloader-dev
+    libeigen3-dev nlohmann-json3-dev libcli11-dev libstb-dev libtinyobjloader-dev
     libbrotli-dev libspng-dev zlib1g-dev libzstd-dev libjpeg62-turbo-dev
     libpugixml-dev libcurl4-openssl-dev
 )

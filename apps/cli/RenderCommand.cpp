@@ -92,6 +92,8 @@ void addRenderCommand(CLI::App& app)
         orbit->excludes(verb->get_option(other));
     }
     addShadingOptions(*verb, options->scene);
+    addClassNameOption(*verb, options->scene);
+    verb->get_option("--class-name")->needs(verb->get_option("--legend"));
     verb->footer(
         "Examples:\n"
         "  tarnel render picture.png --cloud out/sample\n"
@@ -99,7 +101,8 @@ void addRenderCommand(CLI::App& app)
         "  tarnel render height.png --cloud out/sample --mode ColorizeByPlaneDistance --color-map Viridis\n"
         "  tarnel render top.png --cloud out/sample --view top --ortho\n"
         "  tarnel render south.png --cloud out/sample --azimuth 180 --elevation 30\n"
-        "  tarnel render round.png --cloud out/sample --orbit --frames 36"
+        "  tarnel render round.png --cloud out/sample --orbit --frames 36\n"
+        "  tarnel render map.png out/sample --view top --ortho --color-by class --legend --unit m"
     );
     verb->callback(
         [verb, options]

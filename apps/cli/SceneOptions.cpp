@@ -226,6 +226,16 @@ void addBackgroundOptions(CLI::App& verb, SceneOptions& options)
 void addShadingOptions(CLI::App& verb, SceneOptions& options)
 {
     const std::string group = "Shading";
+    CLI::Option* const legend =
+        verb.add_flag(
+                "--legend",
+                options.hasLegend,
+                "Explain colours, scale and north in a margin of the picture, at its right"
+        )
+            ->group(group);
+    verb.add_option("--unit", options.unit, "What a data unit is called in the legend (default: units)")
+        ->needs(legend)
+        ->group(group);
     verb.add_option(
             "--samples",
             options.samples,

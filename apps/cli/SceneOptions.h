@@ -67,6 +67,8 @@ struct SceneOptions
     std::optional<double> eyeDomeStrength;  ///< without one the scene decides
     std::optional<double> eyeDomeRadius;    ///< pixels; without one the picture's height decides
     std::uint64_t samples = 1;              ///< pixels that are drawn for one, across and down each
+    bool hasLegend = false;                 ///< in a margin of the picture
+    std::string unit = "units";             ///< what a data unit is called in a legend
     bool isThumbnail = false;               ///< seen as thumbnails are, with what makes small pictures clear
 };
 

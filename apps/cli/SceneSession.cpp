@@ -12,6 +12,7 @@
 #include "apps/cli/placeCamera.h"
 #include "apps/cli/refuseSizeClearly.h"
 #include "apps/cli/remoteData.h"
+#include "apps/cli/sceneLegend.h"
 #include "apps/cli/viewDirection.h"
 #include <graphics/DeepZoomPanoramaLoader.h>
 #include <graphics/DepthImage.h>
@@ -82,6 +83,27 @@ CoarsePoints coarsePointsIfReadable(const Octree::Octree& octree)
     }
 }
 
+/// Of the picture without the margin.
+Size drawnSize(const SceneOptions& options)
+{
+    Size size = parseSize("--size", options.size);
+    if (options.hasLegend)
+    {
+        const LegendMeasures measures(size.height);
+        const auto leastWidth = static_cast<std::uint64_t>(measures.leastWidth());
+        if (size.width < leastWidth || size.height < LegendMeasures::kLeastHeight)
+        {
+            throw CLI::ValidationError(
+                "--legend",
+                "a picture of " + options.size + " has no room for it, expected at least " +
+                    std::to_string(leastWidth) + "x" + std::to_string(LegendMeasures::kLeastHeight)
+            );
+        }
+        size.width -= static_cast<std::uint64_t>(measures.margin);
+    }
+    return size;
+}
+
 void loadWithProgress(Render::PanoRenderable& panorama)
 {
     Progress progress("loading " + panorama.name(), 0, "tiles");
@@ -98,7 +120,8 @@ void loadWithProgress(Render::PanoRenderable& panorama)
 }  // namespace
 
 SceneSession::SceneSession(const SceneOptions& options)
-    : mScene(Render::GroupRenderable::create("scene")),
+    : mOptions(options),
+      mScene(Render::GroupRenderable::create("scene")),
       mAutoContrast(options.autoContrast),
       mDepthFile(options.depth),
       mSamples(options.samples)
@@ -107,7 +130,11 @@ SceneSession::SceneSession(const SceneOptions& options)
     {
         throw CLI::ValidationError("--samples", "a depth picture has one sample a pixel");
     }
-    const Size size = parseSize("--size", options.size);
+    if (options.hasLegend && !mDepthFile.empty())
+    {
+        throw CLI::ValidationError("--legend", "a depth picture has no margin");
+    }
+    const Size size = drawnSize(options);
     mPictureHeight = size.height;
     const Size drawn{size.width * mSamples, size.height * mSamples};
     refuseSizeClearly(drawn, [&] { mRenderer.setViewport(drawn.width, drawn.height); });
@@ -252,17 +279,23 @@ void SceneSession::applyLook(const SceneOptions& options)
     mRenderer.setContrast(static_cast<float>(options.contrast.value_or(1.0)));
     mRenderer.setOpacity(static_cast<float>(options.opacity));
 
-    const Math::NBoundingBox<float, 3> box = mRenderer.boundingBox();
-    const Math::Point<float, 3> center = box.center();
-    const Math::Point<float, 3> from = options.colorizeFrom.empty()
-                                           ? Math::Point<float, 3>(center.x, center.y, box.min().z)
-                                           : toScene(parsePoint("--colorize-from", options.colorizeFrom));
-    const Math::Point<float, 3> to = options.colorizeTo.empty()
-                                         ? Math::Point<float, 3>(center.x, center.y, box.max().z)
-                                         : toScene(parsePoint("--colorize-to", options.colorizeTo));
+    const auto [from, to] = colorizationRange();
     mRenderer.setColorizationRange(
         from, to, parseColorMap("--color-map", options.colorMap.value_or("Turbo"))
     );
+}
+
+std::pair<Math::Point<float, 3>, Math::Point<float, 3>> SceneSession::colorizationRange() const
+{
+    const Math::NBoundingBox<float, 3> box = mRenderer.boundingBox();
+    const Math::Point<float, 3> center = box.center();
+    const Math::Point<float, 3> from = mOptions.colorizeFrom.empty()
+                                           ? Math::Point<float, 3>(center.x, center.y, box.min().z)
+                                           : toScene(parsePoint("--colorize-from", mOptions.colorizeFrom));
+    const Math::Point<float, 3> to = mOptions.colorizeTo.empty()
+                                         ? Math::Point<float, 3>(center.x, center.y, box.max().z)
+                                         : toScene(parsePoint("--colorize-to", mOptions.colorizeTo));
+    return {from, to};
 }
 
 void SceneSession::applyShading(const SceneOptions& options)
@@ -424,6 +457,7 @@ void SceneSession::place(const CameraWish& wish, const SceneOptions& options)
         );
     }
     mRenderer.setCameraPose(placement.eye, placement.direction, placement.up);
+    mTargetDepth = placement.targetDepth;
 }
 
 Math::NBoundingBox<float, 3> SceneSession::boxToFit(const std::string& text) const
@@ -483,7 +517,7 @@ void SceneSession::load()
 
 void SceneSession::writePicture(const std::filesystem::path& path)
 {
-    if (mSamples == 1)
+    if (mSamples == 1 && !mOptions.hasLegend)
     {
         mRenderer.writePngImage(path);
     }
@@ -492,9 +526,32 @@ void SceneSession::writePicture(const std::filesystem::path& path)
         mRenderer.render();
         Graphics::ColorImage image;
         mRenderer.getColorImage(image);
-        Graphics::reducedImage(image, mSamples).writePng(path);
+        if (mSamples > 1)
+        {
+            image = Graphics::reducedImage(image, mSamples);
+        }
+        if (mOptions.hasLegend)
+        {
+            image = withLegend(image, legend(), emptyColor(mRenderer));
+        }
+        image.writePng(path);
     }
     noteEmptyPicture();
+}
+
+Legend SceneSession::legend()
+{
+    const auto [from, to] = colorizationRange();
+    const auto absolute = [&](const Math::Point<float, 3>& point)
+    { return Math::Point<double, 3>(point.x + mOrigin.x, point.y + mOrigin.y, point.z + mOrigin.z); };
+    LegendScene scene{mRenderer, {}, {}, absolute(from), absolute(to), mTargetDepth, mPictureHeight};
+    for (const Cloud& cloud : mClouds)
+    {
+        scene.clouds.push_back({cloud.renderable, Octree::hasColor(cloud.octree->attributeMask())});
+    }
+    scene.others.insert(scene.others.end(), mPanoramas.begin(), mPanoramas.end());
+    scene.others.insert(scene.others.end(), mMeshes.begin(), mMeshes.end());
+    return sceneLegend(scene, mOptions);
 }
 
 std::optional<SceneSession::Identified> SceneSession::identify(const Math::Point<float, 3>& place)

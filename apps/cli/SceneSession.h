@@ -1,5 +1,6 @@
 #pragma once
 
+#include "apps/cli/Legend.h"
 #include "apps/cli/SceneOptions.h"
 #include "apps/cli/findPoint.h"
 #include <math/Point.h>
@@ -15,6 +16,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Cli
@@ -90,9 +92,12 @@ private:
     void applyClipPlanes();
     void applySection(const SceneOptions& options);
     void place(const CameraWish& wish, const SceneOptions& options);
+    Legend legend();
+    std::pair<Math::Point<float, 3>, Math::Point<float, 3>> colorizationRange() const;
     Math::NBoundingBox<float, 3> boxToFit(const std::string& text) const;
     Math::Point<float, 3> toScene(const Math::Point<double, 3>& absolute) const noexcept;
 
+    SceneOptions mOptions;
     Render::Renderer mRenderer;
     std::shared_ptr<Render::GroupRenderable> mScene;
     std::shared_ptr<Octree::Octree> mFirstCloud;  // opened for its place, until it is added
@@ -106,5 +111,6 @@ private:
     std::string mDepthFile;
     std::uint64_t mSamples;            // pixels drawn for one, across and down each
     std::uint64_t mPictureHeight = 0;  // of what is written
+    double mTargetDepth = 0.0;         // along the direction of view
 };
 }  // namespace Cli

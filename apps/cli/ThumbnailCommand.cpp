@@ -127,6 +127,8 @@ void addThumbnailCommand(CLI::App& app)
     addColoringOptions(*verb, options->scene);
     addBackgroundOptions(*verb, options->scene);
     addShadingOptions(*verb, options->scene);
+    addClassNameOption(*verb, options->scene);
+    verb->get_option("--class-name")->needs(verb->get_option("--legend"));
     addAdapterOption(*verb);
     verb->footer(
         "Examples:\n  tarnel thumbnail out/sample\n"

@@ -51,32 +51,6 @@ std::pair<std::int32_t, std::int32_t> parseIntensities(const std::string& option
     return {static_cast<std::int32_t>(limits[0]), static_cast<std::int32_t>(limits[1])};
 }
 
-Math::Color mapped(Render::ColorMap map, float x)
-{
-    switch (map)
-    {
-        case Render::ColorMap::Turbo:
-            return Math::Spectrum::Turbo::color(x);
-        case Render::ColorMap::Inferno:
-            return Math::Spectrum::Inferno::color(x);
-        case Render::ColorMap::Magma:
-            return Math::Spectrum::Magma::color(x);
-        case Render::ColorMap::Viridis:
-            return Math::Spectrum::Viridis::color(x);
-        case Render::ColorMap::Plasma:
-            return Math::Spectrum::Plasma::color(x);
-        case Render::ColorMap::Gray:
-            return Math::Spectrum::Gray::color(x);
-        case Render::ColorMap::Bone:
-            return Math::Spectrum::Bone::color(x);
-        case Render::ColorMap::BlueWhiteRed:
-            return Math::Spectrum::BlueWhiteRed::color(x);
-        case Render::ColorMap::LevelOfAccuracy:
-            return Math::Spectrum::LevelOfAccuracy::color(x);
-    }
-    return Math::Spectrum::Turbo::color(x);
-}
-
 void color(Render::PointLook& look, const SceneOptions& options)
 {
     if (options.colorBy == "class")
@@ -95,7 +69,7 @@ void color(Render::PointLook& look, const SceneOptions& options)
         const Render::ColorMap map = parseColorMap("--color-map", options.colorMap.value_or("Gray"));
         for (std::size_t i = 0; i < look.colors.size(); ++i)
         {
-            look.colors[i] = mapped(map, static_cast<float>(i) / 255.0F);
+            look.colors[i] = colorOf(map, static_cast<float>(i) / 255.0F);
         }
     }
 }
@@ -129,6 +103,32 @@ void hide(Render::PointLook& look, const SceneOptions& options)
     }
 }
 }  // namespace
+
+Math::Color colorOf(Render::ColorMap map, float x)
+{
+    switch (map)
+    {
+        case Render::ColorMap::Turbo:
+            return Math::Spectrum::Turbo::color(x);
+        case Render::ColorMap::Inferno:
+            return Math::Spectrum::Inferno::color(x);
+        case Render::ColorMap::Magma:
+            return Math::Spectrum::Magma::color(x);
+        case Render::ColorMap::Viridis:
+            return Math::Spectrum::Viridis::color(x);
+        case Render::ColorMap::Plasma:
+            return Math::Spectrum::Plasma::color(x);
+        case Render::ColorMap::Gray:
+            return Math::Spectrum::Gray::color(x);
+        case Render::ColorMap::Bone:
+            return Math::Spectrum::Bone::color(x);
+        case Render::ColorMap::BlueWhiteRed:
+            return Math::Spectrum::BlueWhiteRed::color(x);
+        case Render::ColorMap::LevelOfAccuracy:
+            return Math::Spectrum::LevelOfAccuracy::color(x);
+    }
+    return Math::Spectrum::Turbo::color(x);
+}
 
 Render::PointClasses pointClasses(const SceneOptions& options)
 {

@@ -5,11 +5,16 @@
 #include <octree/IntensityRange.h>
 #include <render/pointcloud/PointLook.h>
 #include <render/pointcloud/pointClasses.h>
+#include <render/renderer/ColorMap.h>
 
 #include <optional>
 
 namespace Cli
 {
+/// A colour of a map, as the renderer has it.
+/// @param x  from the beginning, 0, to the end, 1
+Math::Color colorOf(Render::ColorMap map, float x);
+
 /// The names and colours of the classes that the options change.
 /// @throws CLI::ValidationError  for what makes no sense
 Render::PointClasses pointClasses(const SceneOptions& options);

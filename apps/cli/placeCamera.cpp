@@ -151,6 +151,8 @@ CameraPlacement placeCamera(const CameraWish& wish, const SeenScene& scene)
     check(wish, placement.direction);
     placement.eye = eyeOf(wish, scene, placement.direction);
     placement.up = wish.up;
+    placement.targetDepth = (toVector(targetOf(wish, scene)) - toVector(placement.eye))
+                                .dot(placement.direction.stableNormalized());
     placement.orthographicHeight =
         fitCamera(filling(wish, scene), placement.direction, wish.up, wish.fovYRad, scene.aspect)
             .orthographicHeight;

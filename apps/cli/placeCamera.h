@@ -45,7 +45,8 @@ struct CameraPlacement
     Eigen::Vector3f up;
     float nearDistance = 0.0F;
     float farDistance = 0.0F;
-    bool fitsZRange = false;  ///< near and far follow the scene; the two above are what they start from
+    bool fitsZRange = false;   ///< near and far follow the scene; the two above are what they start from
+    float targetDepth = 0.0F;  ///< of what it looks at, along the direction; negative behind it
     float orthographicHeight = 1.0F;  ///< of a parallel view that holds what is to fill the picture
 };
 
