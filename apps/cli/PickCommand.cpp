@@ -4,6 +4,7 @@
 #include "apps/cli/cloudLook.h"
 #include "apps/cli/formatNumber.h"
 #include "apps/cli/numberChecks.h"
+#include "apps/cli/oldSpelling.h"
 #include "apps/cli/oneLine.h"
 #include "apps/cli/parseValue.h"
 #include <math/NPlane.h>
@@ -31,7 +32,8 @@ struct PickOptions
     std::vector<std::string> pixels;
     std::optional<std::uint64_t> tolerance;
     bool wantsPlane = false;
-    double threshold = 0.0;
+    std::optional<double> threshold;     ///< of a plane, data units
+    std::optional<double> oldThreshold;  ///< likewise, by the old spelling
     bool isJson = false;
     SceneOptions scene;
 };
@@ -82,7 +84,7 @@ std::optional<Hit> pick(SceneSession& session, const PickOptions& options, const
     if (options.wantsPlane)
     {
         const std::uint64_t tolerance = options.tolerance.value_or(kPlaneTolerance);
-        isHit = renderer.pickPlane(pixel.x, pixel.y, tolerance, plane, point, options.threshold);
+        isHit = renderer.pickPlane(pixel.x, pixel.y, tolerance, plane, point, *options.threshold);
     }
     else if (options.tolerance.value_or(0) > 0)
     {
@@ -189,6 +191,19 @@ nlohmann::ordered_json jsonOf(const std::optional<Hit>& hit, const Render::Point
     return json;
 }
 
+void takeOldSpelling(PickOptions& options)
+{
+    if (options.oldThreshold)
+    {
+        noteOldSpelling("--threshold", "--plane-threshold");
+        options.threshold = options.oldThreshold;
+    }
+    if (options.wantsPlane && !options.threshold)
+    {
+        throw CLI::RequiresError("--plane", "--plane-threshold");
+    }
+}
+
 void run(const PickOptions& options)
 {
     const Size size = parseSize("--size", options.scene.size);
@@ -257,13 +272,17 @@ void addPickCommand(CLI::App& app)
     CLI::Option* const plane = verb->add_flag(
         "--plane", options->wantsPlane, "Fit a plane to the square's points and tell where the pixel meets it"
     );
-    CLI::Option* const threshold =
-        verb->add_option(
-                "--threshold", options->threshold, "Points farther from the plane do not count, in data units"
+    verb->add_option("--threshold", options->oldThreshold, "Now --plane-threshold")
+        ->check(numberFrom(0.0, kLargestThreshold))
+        ->needs(plane)
+        ->excludes(verb->add_option(
+                           "--plane-threshold",
+                           options->threshold,
+                           "Points farther from the plane do not count, in data units; goes with --plane"
         )
-            ->check(numberFrom(0.0, kLargestThreshold));
-    plane->needs(threshold);
-    threshold->needs(plane);
+                       ->check(numberFrom(0.0, kLargestThreshold))
+                       ->needs(plane))
+        ->group(kOldSpelling);
     verb->add_flag("--json", options->isJson, "Print JSON");
     addCameraOptions(*verb, options->scene);
     addCloudOptions(*verb, options->scene);
@@ -274,8 +293,14 @@ void addPickCommand(CLI::App& app)
         "Exit code 3 when nothing is there.\n"
         "Examples:\n"
         "  tarnel pick out/sample --pixel 640,360\n"
-        "  tarnel pick out/sample --pixel 640,360 --plane --threshold 0.05 --json"
+        "  tarnel pick out/sample --pixel 640,360 --plane --plane-threshold 0.05 --json"
     );
-    verb->callback([options] { run(*options); });
+    verb->callback(
+        [options]
+        {
+            takeOldSpelling(*options);
+            run(*options);
+        }
+    );
 }
 }  // namespace Cli

@@ -1,5 +1,6 @@
 #include "apps/cli/RegionOptions.h"
 
+#include "apps/cli/oldSpelling.h"
 #include "apps/cli/parsePlanes.h"
 #include "apps/cli/parseValue.h"
 #include "apps/cli/readPolygon.h"
@@ -87,6 +88,13 @@ Filter makePrism(const RegionOptions& options, const Origin& origin)
         );
     }
 }
+
+Filter makePolytope(const std::string& option, const std::vector<std::string>& planes, const Origin& origin)
+{
+    return std::make_unique<Render::PolytopeFilter>(
+        Math::ConvexPolytope<double, 3>(parsePlanes(option, planes, origin))
+    );
+}
 }  // namespace
 
 void addRegionOptions(CLI::App& verb, RegionOptions& options)
@@ -109,12 +117,15 @@ void addRegionOptions(CLI::App& verb, RegionOptions& options)
     polygon->needs(heights);
     heights->needs(polygon);
     verb.add_option(
-            "--planes",
+            "--clip",
             options.planes,
             "What satisfies a x + b y + c z + d >= 0: a,b,c,d; several in one text, or repeatable"
     )
         ->allow_extra_args(false)
         ->group(group);
+    verb.add_option("--planes", options.oldPlanes, "Now --clip")
+        ->allow_extra_args(false)
+        ->group(kOldSpelling);
 }
 
 std::unique_ptr<Render::IFilter> makeRegion(const RegionOptions& options, const Origin& origin)
@@ -138,14 +149,16 @@ std::unique_ptr<Render::IFilter> makeRegion(const RegionOptions& options, const 
     }
     if (!options.planes.empty())
     {
-        filters.push_back(std::make_unique<Render::PolytopeFilter>(
-            Math::ConvexPolytope<double, 3>(parsePlanes("--planes", options.planes, origin))
-        ));
+        filters.push_back(makePolytope("--clip", options.planes, origin));
+    }
+    if (!options.oldPlanes.empty())
+    {
+        noteOldSpelling("--planes", "--clip");
+        filters.push_back(makePolytope("--planes", options.oldPlanes, origin));
     }
     if (filters.empty())
     {
-        throw CLI::RequiredError("A region (--box, --oriented-box, --sphere, --polygon with --z, or --planes)"
-        );
+        throw CLI::RequiredError("A region (--box, --oriented-box, --sphere, --polygon with --z, or --clip)");
     }
     return filters.size() == 1 ? std::move(filters.front())
                                : std::make_unique<Render::IntersectionFilter>(std::move(filters));

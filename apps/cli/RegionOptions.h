@@ -21,6 +21,7 @@ struct RegionOptions
     std::string polygonFile;
     std::string heights;
     std::vector<std::string> planes;
+    std::vector<std::string> oldPlanes;  ///< by the old spelling
 };
 
 /// Adds the options to a verb.

@@ -45,6 +45,13 @@ void addItemOptions(CLI::App& verb)
             ->allow_extra_args(false)
             ->group(kGroup);
     };
+    verb.add_option_function<std::vector<std::string>>(
+            "DATASET",
+            [](const std::vector<std::string>&) {},
+            "Folders or web addresses of point clouds, the same as --cloud"
+    )
+        ->expected(-1)
+        ->group(kGroup);
     add("--cloud", "Folder or web address of a point cloud; repeatable");
     add("--pano", "Folder or web address of a panorama; repeatable");
     add("--mesh", "OBJ file of a mesh; repeatable");
@@ -58,6 +65,7 @@ void addItemOptions(CLI::App& verb)
 std::vector<SceneItem> sceneItems(const CLI::App& verb)
 {
     static const std::map<std::string, SceneItem::Kind> kKinds{
+        {"DATASET", SceneItem::Kind::Cloud},
         {"cloud", SceneItem::Kind::Cloud},
         {"pano", SceneItem::Kind::Panorama},
         {"mesh", SceneItem::Kind::Mesh},

@@ -473,3 +473,24 @@ TEST_F(CliLooks, ASampleSeenFromAboveHasNoHolesInPicturesOfTwoThousandRows)
     EXPECT_LT(holes({}), 0.001);
     EXPECT_GT(holes({"--max-point-size", "5"}), 0.1) << "the points' size makes the difference";
 }
+
+TEST_F(CliLooks, DataSetsAreNamedWithoutAnOptionAsWell)
+{
+    const auto shown = [this](const std::vector<std::string>& scene)
+    {
+        std::vector<std::string> arguments{"render", "--size", "64x48"};
+        arguments.insert(arguments.end(), scene.begin(), scene.end());
+        return pixels(drawn(arguments));
+    };
+    const std::string one = dataSet(kColored);
+    const std::string other = dataSet("ept_color12_laszip");
+    const std::vector<Color> both = shown({"--cloud", one, "--cloud", other});
+
+    EXPECT_EQ(shown({one, other}), both);
+    EXPECT_EQ(shown({one, "--cloud", other}), both);
+    const std::string place = "100,0,0,90,1";
+    EXPECT_EQ(
+        shown({one, "--transform", place, other, "--view", "top"}),
+        shown({"--cloud", one, "--transform", place, "--cloud", other, "--view", "top"})
+    );
+}

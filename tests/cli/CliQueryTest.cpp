@@ -386,7 +386,7 @@ TEST(CliPick, ThePlaneOfAGroundPatchIsTheLeastSquaresPlaneOfThePointsThere)
         "--tolerance",
         "100",
         "--plane",
-        "--threshold",
+        "--plane-threshold",
         "0.5",
         "--json"};
     arguments.insert(arguments.end(), camera.begin(), camera.end());
@@ -394,6 +394,7 @@ TEST(CliPick, ThePlaneOfAGroundPatchIsTheLeastSquaresPlaneOfThePointsThere)
     const TarnelRun run = runTarnel(arguments);
 
     ASSERT_EQ(run.exitCode, 0) << run.errors;
+    EXPECT_THAT(run.errors, testing::Not(HasSubstr("is now")));
     const json picked = json::parse(run.output);
     const Eigen::Vector3d normal = vectorOf(picked.at("plane"));
     const double d = picked.at("plane")[3];
@@ -447,6 +448,7 @@ TEST(CliPick, TheTextForPeopleNamesPointPlaneAndDistance)
 
     ASSERT_EQ(run.exitCode, 0) << run.errors;
     EXPECT_THAT(run.output, StartsWith("point     636"));
+    EXPECT_THAT(run.errors, HasSubstr("--threshold is now --plane-threshold"));
     EXPECT_THAT(run.output, HasSubstr("\nplane     "));
     EXPECT_THAT(run.output, HasSubstr("\ndistance  15"));  // from 2000 down to 430
 }
@@ -561,7 +563,7 @@ INSTANTIATE_TEST_SUITE_P(
         badQuery("PolygonWithoutHeights", {"--polygon", "p.txt"}, "--z"),
         badQuery("HeightsWithoutPolygon", {"--z", "0,1"}, "--polygon"),
         badQuery("MissingPolygon", {"--polygon", "no/p.txt", "--z", "0,1"}, "no/p.txt", 1),
-        badQuery("ShortPlane", {"--planes", "1,2,3"}, "--planes"),
+        badQuery("ShortPlane", {"--clip", "1,2,3"}, "--clip"),
         badQuery("FlatPlane", {"--planes", "0,0,0,1"}, "length 0"),
         badQuery("NegativeSpacing", {"--box", "0,0,0,1,1,1", "--min-spacing", "-1"}, "--min-spacing"),
         badQuery("NanSpacing", {"--box", "0,0,0,1,1,1", "--min-spacing", "nan"}, "--min-spacing"),
@@ -574,14 +576,21 @@ INSTANTIATE_TEST_SUITE_P(
         badPick("HalfPixel", {"--pixel", "1.5,2"}, "whole numbers"),
         badPick("NegativePixel", {"--pixel", "-1,2"}, "whole numbers"),
         badPick("NegativeTolerance", {"--pixel", "1,2", "--tolerance", "-1"}, "--tolerance"),
-        badPick("PlaneWithoutThreshold", {"--pixel", "1,2", "--plane"}, "--threshold"),
+        badPick("PlaneWithoutThreshold", {"--pixel", "1,2", "--plane"}, "--plane-threshold"),
+        badPick(
+            "TwoThresholds",
+            {"--pixel", "1,2", "--plane", "--threshold", "1", "--plane-threshold", "1"},
+            "excludes"
+        ),
         badPick("ThresholdWithoutPlane", {"--pixel", "1,2", "--threshold", "1"}, "--plane"),
         badPick(
             "NegativeThreshold",
             {"--pixel", "1,2", "--plane", "--threshold", "-1"},
             "'-1' is not a number from 0 to"
         ),
-        badPick("NanThreshold", {"--pixel", "1,2", "--plane", "--threshold", "nan"}, "--threshold")
+        badPick(
+            "NanThreshold", {"--pixel", "1,2", "--plane", "--plane-threshold", "nan"}, "--plane-threshold"
+        )
     ),
     [](const auto& call) { return std::string(call.param.name); }
 );

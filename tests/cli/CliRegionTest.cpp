@@ -82,13 +82,15 @@ TEST(CliRegion, PlanesLeaveTheDataSetAfterThemAlone)
     const std::vector<std::string> planes{"1,0,0,-636600.003", "0,1,0,-849200.003"};
 
     const TarnelRun before =
-        runTarnel({"query", autzen(), "--planes", planes[0], "--planes", planes[1], "--max-level", "1"});
+        runTarnel({"query", autzen(), "--clip", planes[0], "--clip", planes[1], "--max-level", "1"});
     const TarnelRun after =
         runTarnel({"query", "--max-level", "1", "--planes", "1,0,0,-636600.003,0,1,0,-849200.003", autzen()});
 
     ASSERT_EQ(before.exitCode, 0) << before.errors;
     ASSERT_EQ(after.exitCode, 0) << after.errors;
     EXPECT_EQ(after.output, before.output);
+    EXPECT_THAT(after.errors, HasSubstr("--planes is now --clip"));
+    EXPECT_THAT(before.errors, testing::Not(HasSubstr("is now")));
     EXPECT_GT(parsePointText(after.output).size(), 300U);
 }
 
