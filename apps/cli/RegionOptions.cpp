@@ -153,8 +153,8 @@ std::unique_ptr<Render::IFilter> makeRegion(const RegionOptions& options, const 
     }
     if (!options.oldPlanes.empty())
     {
-        noteOldSpelling("--planes", "--clip");
         filters.push_back(makePolytope("--planes", options.oldPlanes, origin));
+        noteOldSpelling("--planes", "--clip");
     }
     if (filters.empty())
     {
