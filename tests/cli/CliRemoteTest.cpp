@@ -82,6 +82,32 @@ INSTANTIATE_TEST_SUITE_P(
     )
 );
 
+TEST(CliRemoteCopc, IsDrawnAndPickedAsALocalFile)
+{
+    const Nginx server(root());
+    const TemporaryFolder folder;
+    const std::string file = "copc_color12/color12.copc.laz";
+    const std::string url = server.url("/" + file);
+    const std::string here = text(folder.path() / "a.png");
+    const std::string there = text(folder.path() / "b.png");
+    const std::vector<std::string> pick{"--pixel", "80,60", "--tolerance", "40", "--size", "160x120"};
+    std::vector<std::string> localPick{"pick", dataSet(file)};
+    localPick.insert(localPick.end(), pick.begin(), pick.end());
+    std::vector<std::string> remotePick{"pick", url, "--proxy", ""};
+    remotePick.insert(remotePick.end(), pick.begin(), pick.end());
+
+    const TarnelRun local = runTarnel({"render", here, "--cloud", dataSet(file), "--size", "160x120"});
+    const TarnelRun remote = runTarnel({"render", there, "--cloud", url, "--size", "160x120", "--proxy", ""});
+    const TarnelRun foundHere = runTarnel(localPick);
+    const TarnelRun foundThere = runTarnel(remotePick);
+
+    ASSERT_EQ(local.exitCode, 0) << local.errors;
+    ASSERT_EQ(remote.exitCode, 0) << remote.errors;
+    EXPECT_EQ(TemporaryFolder::read(here), TemporaryFolder::read(there));
+    EXPECT_EQ(foundHere.exitCode, 0) << foundHere.errors;
+    EXPECT_EQ(foundThere.output, foundHere.output);
+}
+
 class CliRemoteScene : public testing::Test
 {
 protected:

@@ -19,6 +19,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -120,6 +121,61 @@ TEST(RemoteLocation, ACopcFileIsNamedByItself)
         EXPECT_EQ(actual.columns().positions, expected.columns().positions);
         EXPECT_EQ(actual.columns().colors, expected.columns().colors);
     }
+}
+
+class RemoteCopc : public testing::Test
+{
+protected:
+    static constexpr const char* kFile = "color12.copc.laz";
+
+    const std::map<std::string, std::string> files = filesOf("copc_color12");
+    const Octree::Octree local{Location::fromPath(testData() / "copc_color12" / kFile), 1.0};
+};
+
+TEST_F(RemoteCopc, HasTheSameNodesAndPointsAsOnTheDisk)
+{
+    HttpTestServer server(HttpTestServer::files(files));
+    const Octree::Octree remote(Location::fromUrl(server.url("/set/color12.copc.laz"), makeClient()), 1.0);
+    Octree::NodePointData expected;
+    Octree::NodePointData actual;
+
+    EXPECT_EQ(remote.kind(), Kind::Copc);
+    EXPECT_EQ(remote.name(), "color12");
+    EXPECT_EQ(remote.intensityRange(), local.intensityRange());
+    std::vector<Octree::OctreeNodeId> nodes{local.root()};
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+    {
+        const auto children = local.children(nodes[i]);
+        nodes.insert(nodes.end(), children.begin(), children.end());
+        EXPECT_EQ(remote.childSummary(nodes[i]).mask, local.childSummary(nodes[i]).mask);
+        ASSERT_TRUE(local.readNodePointData(nodes[i], expected));
+        ASSERT_TRUE(remote.readNodePointData(nodes[i], actual));
+        EXPECT_EQ(actual.columns().positions, expected.columns().positions);
+        EXPECT_EQ(actual.columns().colors, expected.columns().colors);
+    }
+    EXPECT_EQ(nodes.size(), 65U);
+}
+
+TEST_F(RemoteCopc, IsOpenedByAtMostThreeRequests)
+{
+    HttpTestServer server(HttpTestServer::files(files));
+    const Octree::Octree remote(Location::fromUrl(server.url("/set/color12.copc.laz"), makeClient()), 1.0);
+
+    EXPECT_LE(server.numRequests(), 3U);
+    EXPECT_EQ(remote.nodeInfo(remote.root()).pointCount, 24U);
+}
+
+TEST_F(RemoteCopc, AFileThatIsCutOffIsNamed)
+{
+    const std::string bytes = files.at("/set/color12.copc.laz").substr(0, 30000);
+    HttpTestServer server(HttpTestServer::files({{"/x.copc.laz", bytes}}));
+
+    EXPECT_THAT(
+        messageOf<std::runtime_error>(
+            [&] { Octree::Octree(Location::fromUrl(server.url("/x.copc.laz"), makeClient()), 1.0); }
+        ),
+        HasSubstr(server.url("/x.copc.laz") + ": a hierarchy page of 2080 bytes at byte 31604, expected")
+    );
 }
 
 TEST(RemoteLocation, IsNamedByItsFolderOrTheFileThatItIsOpenedBy)
