@@ -91,7 +91,8 @@ consumer() {
         withAvx2 "${runner[@]}" "$build/consumer-avx2$ending" tests/data/autzen_brotli "$build/avx2.png" &&
         "${runner[@]}" "$install/bin/tarnel$ending" sample "$build/shown/out/sample" --points 50000 --cloud-only &&
         (cd "$build/shown" && "${runner[@]}" "$build/readme$ending" && [ -s picture.png ] &&
-            "${runner[@]}" "$build/coordinates$ending" && "${runner[@]}" "$build/extending$ending" && [ -s room.png ]) &&
+            "${runner[@]}" "$build/coordinates$ending" && "${runner[@]}" "$build/extending$ending" && [ -s room.png ] &&
+            "${runner[@]}" "$build/hosting$ending" && [ -s hosting.png ]) &&
         examples "$preset" "$@"
 }
 

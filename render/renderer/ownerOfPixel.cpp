@@ -107,14 +107,18 @@ std::shared_ptr<Renderable> ownerOfPixel(
 
     Pixel seen;
     std::shared_ptr<Renderable> owner;
-    const DrawQueue::Watched watched(*queue, [&](const std::shared_ptr<Renderable>& drawn) {
-        const Pixel now = probe.read(input.context, x, y);
-        if (now != seen)
+    const DrawQueue::Watched watched(
+        *queue,
+        [&](const std::shared_ptr<Renderable>& drawn)
         {
-            seen = now;
-            owner = drawn;
+            const Pixel now = probe.read(input.context, x, y);
+            if (now != seen)
+            {
+                seen = now;
+                owner = drawn;
+            }
         }
-    });
+    );
     const Math::Color nothing(0, 0, 0, 0);
     aside.draw({input.context, input.view, input.postProcess, nothing}, PassImages());
     return owner;
