@@ -44,7 +44,8 @@ inline const VertexSource kMustNotBeAsked = [](const OctreeNodeId&, VertexContai
     return false;
 };
 
-inline const VertexSource kFails = [](const OctreeNodeId&, VertexContainer&, std::stop_token) { return false; };
+inline const VertexSource kFails = [](const OctreeNodeId&, VertexContainer&, std::stop_token)
+{ return false; };
 
 struct Offer
 {
@@ -89,7 +90,9 @@ inline std::stop_token stoppedToken()
 }
 
 /// What updateBuffers() publishes.
-inline Buffer published(NodePrioritizer& prioritizer, std::size_t cloudId = kCloud, bool dropDeepestLevel = false)
+inline Buffer published(
+    NodePrioritizer& prioritizer, std::size_t cloudId = kCloud, bool dropDeepestLevel = false
+)
 {
     Core::TripleBuffer<Buffer> buffers;
     prioritizer.updateBuffers(cloudId, dropDeepestLevel, buffers);

@@ -45,9 +45,7 @@ std::shared_ptr<MeshRenderable> plate(float x, float minY, float maxY)
     };
     const auto a = corner(minY, -20.0F), b = corner(maxY, -20.0F), c = corner(maxY, 20.0F),
                d = corner(minY, 20.0F);
-    return MeshRenderable::create(
-        std::make_shared<PlateLoader>(std::vector{a, b, c, a, c, d}), 1.0, "plate"
-    );
+    return MeshRenderable::create(std::make_shared<PlateLoader>(std::vector{a, b, c, a, c, d}), 1.0, "plate");
 }
 }  // namespace
 

@@ -1,12 +1,17 @@
 #include "octree/Octree.h"
+#include "render/pointcloud/NodePrioritizer.h"
 #include "render/pointcloud/PointCloudRenderable.h"
 #include "render/pointcloud/filters/BoxFilter.h"
+#include "render/pointcloud/sharedNodePrioritizer.h"
 #include "tests/render/pointcloud/TestCloud.h"
+#include "tests/support/ThreadSignals.h"
 #include "tests/support/printColor.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <thread>
 
 namespace
 {
@@ -193,4 +198,31 @@ TEST_F(PointCloudSharingTest, CloudsOfOneOctreeDoNotMixUnitScales)
     const Graphics::ColorImage image = picture(*renderer);
     EXPECT_EQ(image.pixel(56, 71), kWhite);  // at (7, 3)
     EXPECT_EQ(image.pixel(112, 47), Math::Color(0, 0, 0, 255));
+}
+
+TEST_F(PointCloudSharingTest, AFrameIsDrawnWhileTheSharedPrioritizerIsBusy)
+{
+    const auto cloud = openColored();
+    const auto renderer = shown(cloud);
+    load(*cloud);
+    const auto prioritizer = Render::sharedNodePrioritizer(renderer->id(), kEverything);
+    Semaphore isRanking;
+    std::atomic<bool> isDrawn = false;
+    std::atomic<bool> wasDrawnMeanwhile = false;
+    const Render::NodeRanking ranking = [&](std::size_t, const Math::NBoundingBox<float, 3>&)
+    {
+        isRanking.release();
+        wasDrawnMeanwhile = eventually([&] { return isDrawn.load(); });
+        return Render::NodePriority::keep();
+    };
+    std::jthread other([&] { prioritizer->rerank(cloud->id(), ranking, {}); });
+    isRanking.acquire();  // so the lock is held
+
+    const Graphics::ColorImage image = picture(*renderer);  // uploads what was loaded, and draws it
+    isDrawn = true;
+    other.join();
+
+    EXPECT_TRUE(wasDrawnMeanwhile);
+    EXPECT_EQ(image.pixel(16, 47), kRed);
+    EXPECT_EQ(image.pixel(112, 47), kBlue);
 }
