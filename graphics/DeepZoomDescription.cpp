@@ -201,7 +201,7 @@ pugi::xml_node nodeAfter(pugi::xml_node node, std::size_t& depth)
 void checkDepth(std::string_view text, const pugi::xml_document& document)
 {
     std::size_t depth = 0;
-    for (pugi::xml_node node = nodeAfter(document, depth); node; node = nodeAfter(node, depth))
+    for (pugi::xml_node node = nodeAfter(document.root(), depth); node; node = nodeAfter(node, depth))
     {
         if (depth > kDeepestElement)
         {
@@ -255,7 +255,7 @@ void readXml(std::string_view text, const OnElement& onElement)
     }
     std::size_t rootCount = 0;
     std::size_t depth = 0;
-    for (pugi::xml_node node = nodeAfter(document, depth); node; node = nodeAfter(node, depth))
+    for (pugi::xml_node node = nodeAfter(document.root(), depth); node; node = nodeAfter(node, depth))
     {
         rootCount += node.type() == pugi::node_element && depth == 1 ? 1 : 0;
         checkNode(text, node, rootCount);

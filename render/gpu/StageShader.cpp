@@ -108,8 +108,14 @@ void StageShader<Interface>::end(ID3D11DeviceContext* context) const
     (context->*Stage<Interface>::kSet)(nullptr, nullptr, 0);
 }
 
-template class RENDER_API StageShader<ID3D11VertexShader>;
-template class RENDER_API StageShader<ID3D11GeometryShader>;
-template class RENDER_API StageShader<ID3D11PixelShader>;
-template class RENDER_API StageShader<ID3D11ComputeShader>;
+// GCC exports what is exported here, Clang for Windows what the class says, and objects to hearing it again.
+#if defined(__clang__) && defined(_WIN32)
+#define STAGE_SHADER_API
+#else
+#define STAGE_SHADER_API RENDER_API
+#endif
+template class STAGE_SHADER_API StageShader<ID3D11VertexShader>;
+template class STAGE_SHADER_API StageShader<ID3D11GeometryShader>;
+template class STAGE_SHADER_API StageShader<ID3D11PixelShader>;
+template class STAGE_SHADER_API StageShader<ID3D11ComputeShader>;
 }  // namespace Render

@@ -5,7 +5,6 @@
 #include "render/pointcloud/NodeLoader.h"
 #include "render/pointcloud/selectNodes.h"
 #include "samples/OctreeWriter.h"
-#include "samples/Random.h"
 #include "tests/render/algorithms/rankOf.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/ThreadSignals.h"
@@ -362,7 +361,6 @@ TEST_F(LoadAheadTest, AStopRequestDropsWhatLiesAhead)
 TEST(LoadAheadOnDisk, CloudsOfOnePoolLoadWhatOneThreadLoads)
 {
     std::vector<Samples::SampleNode> nodes;
-    Samples::Random random(7);
     const auto add = [&](const std::string& name)
     { nodes.push_back({.name = name, .points = std::vector<Samples::SamplePoint>(50)}); };
     add("r");

@@ -123,7 +123,6 @@ protected:
 
     static std::string nameOf(const Box& box)
     {
-        OctreeNodeId id;
         std::string digits;
         for (auto code = static_cast<std::uint64_t>(box.min().x); code > 1; code /= 8)
         {

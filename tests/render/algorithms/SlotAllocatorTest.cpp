@@ -138,7 +138,7 @@ TEST(SlotAllocator, RandomUseNeverOverlapsAndLosesNothing)
             std::fill_n(owners.begin() + static_cast<std::ptrdiff_t>(range.first), length, 0);
         }
         ASSERT_EQ(
-            slots.used(), static_cast<std::size_t>(kCapacity - std::count(owners.begin(), owners.end(), 0))
+            slots.used(), kCapacity - static_cast<std::size_t>(std::count(owners.begin(), owners.end(), 0))
         );
     }
     for (const Range& range : inUse)

@@ -42,7 +42,7 @@ TEST_F(ViewportDevice, SetGivesTheRasterizerPositionSizeAndDepthRange)
 
 TEST_F(ViewportDevice, SetCutsTheDepthRangeToWhatDirect3DAllows)
 {
-    const auto rangeOf = [this](float low, float high)
+    const auto rangeOf = [](float low, float high)
     {
         Viewport viewport(5, 5);
         viewport.setDepthRange(low, high);

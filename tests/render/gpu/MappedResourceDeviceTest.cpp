@@ -62,7 +62,9 @@ TEST_F(MappedResourceDevice, WhatCannotBeMappedIsNotUnmapped)
     CheckedContext checked(context());
 
     EXPECT_EQ(
-        resultOf([&] { Render::MappedResource(&checked, unmappable.get(), D3D11_MAP_WRITE_DISCARD); }),
+        resultOf([&]
+                 { const Render::MappedResource mapped(&checked, unmappable.get(), D3D11_MAP_WRITE_DISCARD); }
+        ),
         E_INVALIDARG
     );
 
