@@ -174,7 +174,7 @@ TEST_F(StrictDeviceTest, DepthRangesOfViewportsLieIn0To1)
 
 TEST_F(StrictDeviceTest, ADepthBufferIsCopiedWhole)
 {
-    const auto depth = [this]
+    const auto depth = []
     { return Texture2d(device(), textureDesc(4, 4, DXGI_FORMAT_R32_TYPELESS, D3D11_BIND_DEPTH_STENCIL)); };
     const Texture2d from = depth();
     const Texture2d to = depth();

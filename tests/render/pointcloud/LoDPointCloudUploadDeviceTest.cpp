@@ -418,7 +418,7 @@ TEST_F(LoDPointCloudUploadDeviceTest, GivesItsShareOfTheBudgetBackAtItsEnd)
 
 TEST_F(LoDPointCloudUploadDeviceTest, RefusesABudgetThatDirect3DCannotAddress)
 {
-    const auto create = [this](std::size_t budget)
+    const auto create = [](std::size_t budget)
     { const LoDPointCloud cloud(78, device(), context(), 1, budget); };
 
     // 2^32 / 20 = 214748364.8
