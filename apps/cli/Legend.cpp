@@ -27,6 +27,11 @@ Math::Color inkOn(const Math::Color& background)
     return alpha * brightness + (1.0 - alpha) * 255.0 >= 128.0 ? kBlack : kWhite;
 }
 
+std::string moreText(std::size_t count)
+{
+    return "and " + std::to_string(count) + " more";
+}
+
 /// Writes into a margin, from the top downwards.
 class MarginPainter
 {
@@ -55,11 +60,12 @@ public:
         }
     }
 
-    void drawRamp(const Legend::Ramp& ramp)
+    /// @returns whether there is room for it
+    bool drawRamp(const Legend::Ramp& ramp)
     {
         if (mTop + 2 * mMeasures.line + mMeasures.swatch > mBottom)
         {
-            return;
+            return false;
         }
         drawText(0, mTop, ramp.title, mMeasures.inner());
         mTop += mMeasures.line;
@@ -75,14 +81,16 @@ public:
         const std::string greatest = mText.shortened(ramp.greatest, static_cast<double>(width) / 2.0);
         drawText(width - static_cast<std::int64_t>(std::ceil(mText.width(greatest))), mTop, greatest, width);
         mTop += 2 * mMeasures.line;
+        return true;
     }
 
-    void drawList(const Legend::List& list)
+    /// @returns whether there is room for a part of it
+    bool drawList(const Legend::List& list)
     {
         const std::int64_t rows = (mBottom - mTop) / mMeasures.line;
-        if (rows < 2)
+        if (rows < 3)
         {
-            return;
+            return false;
         }
         drawText(0, mTop, list.title, mMeasures.inner());
         mTop += mMeasures.line;
@@ -100,12 +108,17 @@ public:
         }
         if (shown < list.swatches.size())
         {
-            drawText(
-                0, mTop, "and " + std::to_string(list.swatches.size() - shown) + " more", mMeasures.inner()
-            );
+            drawText(0, mTop, moreText(list.swatches.size() - shown), mMeasures.inner());
             mTop += mMeasures.line;
         }
         mTop += mMeasures.line;
+        return true;
+    }
+
+    /// Where the last thing with room has left an empty line.
+    void tellOfMore(std::size_t count)
+    {
+        drawText(0, mTop - mMeasures.line, moreText(count), mMeasures.inner());
     }
 
 private:
@@ -249,13 +262,18 @@ Graphics::ColorImage withLegend(
     }
     MarginPainter painter(image, measures, inkOn(background));
     painter.drawDirections(legend);
+    std::size_t leftOut = 0;
     for (const Legend::Ramp& ramp : legend.ramps)
     {
-        painter.drawRamp(ramp);
+        leftOut += painter.drawRamp(ramp) ? 0 : 1;
     }
     for (const Legend::List& list : legend.lists)
     {
-        painter.drawList(list);
+        leftOut += painter.drawList(list) ? 0 : 1;
+    }
+    if (leftOut > 0)
+    {
+        painter.tellOfMore(leftOut);
     }
     return image;
 }

@@ -49,6 +49,19 @@ Colors mapColors(Render::ColorMap map)
     return colors;
 }
 
+/// The last part of a path or an address, which names a cloud well enough.
+std::string shortName(const std::string& name)
+{
+    const std::size_t last = name.find_last_not_of("/\\");
+    if (last == std::string::npos)
+    {
+        return name;
+    }
+    const std::size_t slash = name.find_last_of("/\\", last);
+    const std::size_t first = slash == std::string::npos ? 0 : slash + 1;
+    return name.substr(first, last + 1 - first);
+}
+
 /// Classes or scan indices, modulo 256, of the points that the picture shows.
 std::bitset<kValues> seenValues(const LegendScene& scene, Render::PointColoring coloring)
 {
@@ -160,7 +173,7 @@ void explainIntensities(Legend& legend, const LegendScene& scene, const Colors& 
         if (isOfAll || !cloud.hasColors)
         {
             ranges.emplace_back(
-                cloud.renderable->intensityRange().value_or(kUpperBytes), cloud.renderable->name()
+                cloud.renderable->intensityRange().value_or(kUpperBytes), shortName(cloud.renderable->name())
             );
         }
     }
@@ -173,7 +186,7 @@ void explainIntensities(Legend& legend, const LegendScene& scene, const Colors& 
     for (const auto& [range, name] : ranges)
     {
         Legend::Ramp ramp;
-        ramp.title = isOne ? "Intensity" : "Intensity, " + name;
+        ramp.title = isOne ? "Intensity" : "Intensity of " + name;
         for (const Math::Color& color : colors)
         {
             ramp.colors.push_back(adjusted(color, scene.renderer));
@@ -204,7 +217,7 @@ void explainUniformColors(Legend& legend, const LegendScene& scene)
     Legend::List list{"Cloud", {}};
     for (const LegendScene::Cloud& cloud : scene.clouds)
     {
-        list.swatches.push_back({cloud.renderable->uniformColor(), cloud.renderable->name()});
+        list.swatches.push_back({cloud.renderable->uniformColor(), shortName(cloud.renderable->name())});
     }
     legend.lists.push_back(std::move(list));
 }

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -176,6 +177,42 @@ TEST_F(CliLegend, MapsOfIntensitiesAndHeightsAreShown)
     const Graphics::ColorImage height = explained({"--color-by", "height", "--color-map", "Magma"});
     EXPECT_EQ(height.pixel(332, 32), Math::Spectrum::Magma::color(0.0F));
     EXPECT_EQ(height.pixel(483, 45), Math::Spectrum::Magma::color(254.0F / 255.0F));
+}
+
+TEST_F(CliLegend, CloudsAreNamedByTheLastPartOfTheirPath)
+{
+    // wherever the data set lies: a copy beside the picture, and the original with its long path
+    const std::filesystem::path copy = folder.path() / "autzen_brotli";
+    std::filesystem::copy(dataSet("autzen_brotli"), copy);
+    const auto named = [&](const std::string& path)
+    {
+        const std::string file = text(folder.path() / "picture.png");
+        const TarnelRun run = runTarnel(
+            {"render",
+             file,
+             path,
+             "--size",
+             "496x240",
+             "--legend",
+             "--mode",
+             "UniformColor",
+             "--uniform-color",
+             "#ff0000"}
+        );
+        EXPECT_EQ(run.exitCode, 0) << run.errors;
+        return Graphics::ColorImage::readPng(folder.path() / "picture.png");
+    };
+    const Graphics::ColorImage here = named(text(copy));
+    const Graphics::ColorImage there = named(dataSet("autzen_brotli") + "/");
+
+    EXPECT_EQ(here.pixel(332, 35), Color(255, 0, 0, 255));
+    for (std::uint64_t y = 32; y < 52; ++y)
+    {
+        for (std::uint64_t x = 332; x < 484; ++x)
+        {
+            EXPECT_EQ(here.pixel(x, y), there.pixel(x, y));
+        }
+    }
 }
 
 TEST_F(CliLegend, ColoursAreAsBrightAsInThePicture)

@@ -129,6 +129,40 @@ TEST(Legend, ARampSpreadsItsColoursOverTheMargin)
     EXPECT_EQ(image.pixel(188, 46), kWhite);
 }
 
+TEST(Legend, RampsWithoutRoomAreCounted)
+{
+    // three of 54 rows with a line between them have room, and the line after them for what is said of others
+    const auto explainedRamps = [](std::size_t count)
+    {
+        Legend legend;
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            legend.ramps.push_back({"Intensity", {numbered(i)}, "", ""});
+        }
+        return explained(legend);
+    };
+    const auto inkBelow = [](const ColorImage& image, std::uint64_t top)
+    {
+        std::size_t ink = 0;
+        for (std::uint64_t y = top; y < image.height(); ++y)
+        {
+            for (std::uint64_t x = 112; x < 264; ++x)
+            {
+                ink += image.pixel(x, y) == kBlack ? 1 : 0;
+            }
+        }
+        return ink;
+    };
+    const ColorImage three = explainedRamps(3);
+    const ColorImage five = explainedRamps(5);
+
+    EXPECT_EQ(count(three, numbered(2)), 152U * 14U);
+    EXPECT_EQ(inkBelow(three, 194), 0U);
+    EXPECT_EQ(count(five, numbered(2)), 152U * 14U);
+    EXPECT_EQ(count(five, numbered(3)), 0U);
+    EXPECT_GT(inkBelow(five, 214), 0U);
+}
+
 TEST(Legend, AScaleBarIsAsLongAsItSays)
 {
     Legend legend;

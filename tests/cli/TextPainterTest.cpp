@@ -96,6 +96,16 @@ TEST(TextPainter, ReadsUtf8AndReplacesTheRest)
     );
 }
 
+TEST(TextPainter, DrawsABoxForLettersThatTheFontLacks)
+{
+    const TextPainter text(40.0);
+    ColorImage image = whitePicture(60, 60);
+
+    text.draw(image, 5.0, 45.0, "\xE2\x98\x85", kBlack);  // a star
+
+    EXPECT_GT(inkedPart(image).right, 20U);
+}
+
 TEST(TextPainter, ShortensWhatIsTooWide)
 {
     const TextPainter text(20.0);
