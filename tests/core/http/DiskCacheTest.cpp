@@ -6,13 +6,22 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <span>
 #include <string>
 #include <thread>
 #include <vector>
+
+#ifndef _WIN32
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
 
 namespace
 {
@@ -169,6 +178,48 @@ TEST(DiskCache, WhatADeadProcessLeftBehindIsRemovedAndNeverTaken)
     EXPECT_TRUE(fs::exists(fresh));
     EXPECT_EQ(found(later, "key"), "value");
 }
+
+#ifndef _WIN32
+TEST(DiskCache, AProcessThatIsKilledWhileItWritesLeavesNothingWrong)
+{
+    const TemporaryFolder folder;
+    constexpr std::uint64_t kRoomForAll = 50'000'000;
+    const auto valueOf = [](int i) { return std::string(200'000, static_cast<char>('a' + i)); };
+    for (int round = 0; round < 5; ++round)
+    {
+        std::array<int, 2> hasBegun{};
+        ASSERT_EQ(pipe(hasBegun.data()), 0);
+        const pid_t writer = fork();
+        ASSERT_NE(writer, -1);
+        if (writer == 0)
+        {
+            DiskCache cache(folder.path(), kRoomForAll);
+            for (int i = 0;; i = (i + 1) % 20)
+            {
+                keep(cache, std::to_string(i), valueOf(i));
+                static_cast<void>(write(hasBegun[1], "x", 1));
+            }
+        }
+        close(hasBegun[1]);
+        char sign = 0;
+        EXPECT_EQ(read(hasBegun[0], &sign, 1), 1);
+        std::this_thread::sleep_for(std::chrono::milliseconds(3 * round));
+        kill(writer, SIGKILL);
+        waitpid(writer, nullptr, 0);
+        close(hasBegun[0]);
+    }
+
+    const DiskCache later(folder.path(), kRoomForAll);
+    int numKept = 0;
+    for (int i = 0; i < 20; ++i)
+    {
+        const auto kept = found(later, std::to_string(i));
+        EXPECT_TRUE(!kept || *kept == valueOf(i)) << i;
+        numKept += kept ? 1 : 0;
+    }
+    EXPECT_GT(numKept, 0);
+}
+#endif
 
 TEST(DiskCache, AFolderThatCannotBeWrittenToKeepsNothing)
 {
