@@ -12,7 +12,6 @@
 #include <cmath>
 #include <limits>
 #include <map>
-#include <numeric>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -343,29 +342,14 @@ CopcSummary writeCopc(
 )
 {
     const CopcWriterOptions all = completed(options, points);
-    const PlacementOptions placement{
-        .cube = *all.cube,
-        .spacing = all.cube->edge / all.span,
-        .leafCapacity = all.leafCapacity,
-        .maxLevel = all.maxLevel,
-        .threadCount = all.threadCount,
-    };
-    return write(file, points, placePoints(points, placement), all);
+    return write(file, points, placePoints(points, placementOf(all)), all);
 }
 
 CopcSummary writeCopcNodes(
     const std::filesystem::path& file, std::span<const SampleNode> nodes, const CopcWriterOptions& options
 )
 {
-    std::vector<SamplePoint> points;
-    std::vector<PlacedNode> placed;
-    for (const SampleNode& node : nodes)
-    {
-        PlacedNode& target = placed.emplace_back(PlacedNode{OctreeNodeId::fromName(node.name), {}});
-        target.points.resize(node.points.size());
-        std::iota(target.points.begin(), target.points.end(), static_cast<std::uint32_t>(points.size()));
-        points.insert(points.end(), node.points.begin(), node.points.end());
-    }
-    return write(file, points, std::move(placed), completed(options, points));
+    PlacedCloud cloud = joinNodes(nodes);
+    return write(file, cloud.points, std::move(cloud.nodes), completed(options, cloud.points));
 }
 }  // namespace Samples

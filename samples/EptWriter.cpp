@@ -12,7 +12,6 @@
 #include <array>
 #include <cmath>
 #include <map>
-#include <numeric>
 #include <stdexcept>
 #include <utility>
 
@@ -248,30 +247,15 @@ EptSummary writeEpt(
 )
 {
     const EptWriterOptions all = completed(options, points);
-    const PlacementOptions placement{
-        .cube = *all.cube,
-        .spacing = all.cube->edge / all.span,
-        .leafCapacity = all.leafCapacity,
-        .maxLevel = all.maxLevel,
-        .threadCount = all.threadCount,
-    };
-    return write(folder, points, placePoints(points, placement), all);
+    return write(folder, points, placePoints(points, placementOf(all)), all);
 }
 
 EptSummary writeEptNodes(
     const std::filesystem::path& folder, std::span<const SampleNode> nodes, const EptWriterOptions& options
 )
 {
-    std::vector<SamplePoint> points;
-    std::vector<PlacedNode> placed;
-    for (const SampleNode& node : nodes)
-    {
-        PlacedNode& target = placed.emplace_back(PlacedNode{Octree::OctreeNodeId::fromName(node.name), {}});
-        target.points.resize(node.points.size());
-        std::iota(target.points.begin(), target.points.end(), static_cast<std::uint32_t>(points.size()));
-        points.insert(points.end(), node.points.begin(), node.points.end());
-    }
-    return write(folder, points, std::move(placed), completed(options, points));
+    PlacedCloud cloud = joinNodes(nodes);
+    return write(folder, cloud.points, std::move(cloud.nodes), completed(options, cloud.points));
 }
 
 std::string eptKey(const Octree::OctreeNodeId& id)

@@ -9,7 +9,6 @@
 
 #include <cmath>
 #include <map>
-#include <numeric>
 #include <stdexcept>
 #include <utility>
 
@@ -148,21 +147,16 @@ OctreeSummary writeOctreeNodes(
     const std::filesystem::path& folder, std::span<const SampleNode> nodes, const OctreeWriterOptions& options
 )
 {
-    std::vector<SamplePoint> points;
-    std::vector<PlacedNode> placed;
+    const PlacedCloud cloud = joinNodes(nodes);
     std::vector<HierarchyNode> tree;
-    for (const SampleNode& node : nodes)
+    for (std::size_t i = 0; i < nodes.size(); ++i)
     {
-        if (node.flags > kMaxFlags)
+        if (nodes[i].flags > kMaxFlags)
         {
             throw std::invalid_argument("Node flags must be at most 15");
         }
-        PlacedNode& target = placed.emplace_back(PlacedNode{Octree::OctreeNodeId::fromName(node.name), {}});
-        target.points.resize(node.points.size());
-        std::iota(target.points.begin(), target.points.end(), static_cast<std::uint32_t>(points.size()));
-        points.insert(points.end(), node.points.begin(), node.points.end());
-        tree.push_back({{.id = target.id}, node.flags});
+        tree.push_back({{.id = cloud.nodes[i].id}, nodes[i].flags});
     }
-    return write(folder, points, placed, std::move(tree), completed(options, points));
+    return write(folder, cloud.points, cloud.nodes, std::move(tree), completed(options, cloud.points));
 }
 }  // namespace Samples

@@ -6,7 +6,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace Samples
@@ -38,4 +40,40 @@ struct PlacementOptions
 /// Source   Poisson-disk sampling by dart throwing on a grid: R. Bridson, "Fast Poisson Disk Sampling in
 ///          Arbitrary Dimensions" (2007), with the given points as the darts.
 std::vector<PlacedNode> placePoints(std::span<const SamplePoint> points, const PlacementOptions& options);
+
+/// What a writer's options say of the placement.
+/// @param options  with cube and span
+template <class WriterOptions>
+PlacementOptions placementOf(const WriterOptions& options)
+{
+    return {
+        .cube = *options.cube,
+        .spacing = options.cube->edge / options.span,
+        .leafCapacity = options.leafCapacity,
+        .maxLevel = options.maxLevel,
+        .threadCount = options.threadCount,
+    };
+}
+
+/// The points of several nodes one after the other, and which of them lie in which.
+struct PlacedCloud
+{
+    std::vector<SamplePoint> points;
+    std::vector<PlacedNode> nodes;
+};
+
+/// The points of nodes into which the caller has placed them.
+template <class Node>
+PlacedCloud joinNodes(std::span<const Node> nodes)
+{
+    PlacedCloud cloud;
+    for (const Node& node : nodes)
+    {
+        std::vector<std::uint32_t> indices(node.points.size());
+        std::iota(indices.begin(), indices.end(), static_cast<std::uint32_t>(cloud.points.size()));
+        cloud.nodes.push_back({Octree::OctreeNodeId::fromName(node.name), std::move(indices)});
+        cloud.points.insert(cloud.points.end(), node.points.begin(), node.points.end());
+    }
+    return cloud;
+}
 }  // namespace Samples
