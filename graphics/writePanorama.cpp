@@ -222,6 +222,18 @@ void checkPicture(const char* name, std::uint64_t width, std::uint64_t height)
     }
 }
 
+/// Of all levels.
+std::uint64_t countTiles(const DeepZoomDescription& description)
+{
+    std::uint64_t tiles = 0;
+    for (std::uint32_t level = 0; level <= description.lastLevel(); ++level)
+    {
+        const auto count = [&](std::uint32_t size) { return (size - 1) / description.tileSize + 1; };
+        tiles += std::uint64_t{count(description.levelWidth(level))} * count(description.levelHeight(level));
+    }
+    return tiles;
+}
+
 /// Writes the description and gives what it describes.
 DeepZoomPyramid begin(
     const std::filesystem::path& folder,
@@ -244,7 +256,8 @@ void writePanorama(
     const ColorImage& color,
     const Gray16Image& depth,
     const PanoramaDescription& description,
-    std::uint32_t tileSize
+    std::uint32_t tileSize,
+    const TilesWritten& written
 )
 {
     checkPicture("colour", color.width(), color.height());
@@ -261,6 +274,21 @@ void writePanorama(
 
     std::filesystem::remove(folder / PanoramaDescription::kFileName);  // until all tiles are those of now
     const DeepZoomPyramid colors = begin(folder, description.color, width, height, tileSize);
+    const bool isDepthLevel = isLevelOf(colors.description(), depth.width, depth.height);
+    const std::uint64_t all =
+        countTiles(colors.description()) +
+        countTiles(
+            {isDepthLevel ? depth.width : width, isDepthLevel ? depth.height : height, tileSize, 0, "png"}
+        );
+    std::uint64_t done = 0;
+    const auto tell = [&]
+    {
+        ++done;
+        if (written)
+        {
+            written(done, all);
+        }
+    };
     ColorImage colorLevel;
     for (std::uint32_t level = colors.description().lastLevel() + 1; level-- > 0;)
     {
@@ -275,12 +303,14 @@ void writePanorama(
             colors,
             level,
             [&](const std::filesystem::path& path, const ImageRegion& region)
-            { writeColorTile(path, image, region); }
+            {
+                writeColorTile(path, image, region);
+                tell();
+            }
         );
     }
 
-    Gray16Image depthLevel =
-        isLevelOf(colors.description(), depth.width, depth.height) ? depth : resampled(depth, width, height);
+    Gray16Image depthLevel = isDepthLevel ? depth : resampled(depth, width, height);
     const DepthPyramid pyramid(description.noDepth);
     const DeepZoomPyramid depths =
         begin(folder, description.depth, depthLevel.width, depthLevel.height, tileSize);
@@ -291,7 +321,10 @@ void writePanorama(
             depths,
             level,
             [&](const std::filesystem::path& path, const ImageRegion& region)
-            { writeDepthTile(path, depthLevel, region); }
+            {
+                writeDepthTile(path, depthLevel, region);
+                tell();
+            }
         );
         depthLevel = pyramid.coarser(depthLevel);
     }

@@ -7,9 +7,13 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 
 namespace Graphics
 {
+/// Told how many of how many tiles are written.
+using TilesWritten = std::function<void(std::uint64_t done, std::uint64_t all)>;
+
 /// Writes a panorama folder from two whole pictures, for DeepZoomPanoramaLoader and any viewer of Deep Zoom
 /// pyramids to read.
 ///
@@ -22,6 +26,7 @@ namespace Graphics
 /// @param folder       made if it is missing; files of the same names are replaced
 /// @param tileSize     1 to 4096 pixels
 /// @param description  its paths name where the pyramids go
+/// @param written      called after each tile, on this thread; may be empty
 /// @throws std::invalid_argument  for pictures without pixels or of more than 16384 on a side, or another
 ///                                tile size
 /// @throws std::runtime_error     naming the file that cannot be written
@@ -30,6 +35,7 @@ GRAPHICS_API void writePanorama(
     const ColorImage& color,
     const Gray16Image& depth,
     const PanoramaDescription& description,
-    std::uint32_t tileSize
+    std::uint32_t tileSize,
+    const TilesWritten& written = {}
 );
 }  // namespace Graphics

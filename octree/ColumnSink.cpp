@@ -20,6 +20,12 @@ void ColumnSink::begin(std::size_t pointCount, std::size_t)
     resize(kScanIndexAttribute, mOut.scanIndices);
     resize(kVisibilityAttribute, mOut.visibilities);
     resize(kNormalAttribute, mOut.normals);
+    resize(kReturnNumberAttribute, mOut.returnNumbers);
+    resize(kReturnCountAttribute, mOut.returnCounts);
+    resize(kGpsTimeAttribute, mOut.gpsTimes);
+    resize(kPointSourceAttribute, mOut.pointSources);
+    resize(kUserDataAttribute, mOut.userData);
+    resize(kScanAngleAttribute, mOut.scanAngles);
 }
 
 void ColumnSink::take(PointBlock& block)

@@ -15,7 +15,7 @@ public:
     /// @param attributes  AttributeMask bits of the arrays to fill; the others become empty
     ColumnSink(NodePointColumns& out, unsigned attributes) noexcept : mOut(out), mAttributes(attributes) {}
 
-    /// Gives the arrays their lengths, that of normals too.
+    /// Gives the arrays their lengths, those too of what blocks do not have: normals and what was recorded.
     void begin(std::size_t pointCount, std::size_t visibleCount) override;
 
     void take(PointBlock& block) override;

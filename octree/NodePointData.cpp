@@ -14,6 +14,12 @@ void NodePointColumns::clear() noexcept
     scanIndices.clear();
     visibilities.clear();
     normals.clear();
+    returnNumbers.clear();
+    returnCounts.clear();
+    gpsTimes.clear();
+    pointSources.clear();
+    userData.clear();
+    scanAngles.clear();
 }
 
 void NodePointColumns::releaseAbove(std::size_t keptPointCount) noexcept
@@ -25,7 +31,13 @@ void NodePointColumns::releaseAbove(std::size_t keptPointCount) noexcept
          classifications.capacity(),
          scanIndices.capacity(),
          visibilities.capacity(),
-         normals.capacity()}
+         normals.capacity(),
+         returnNumbers.capacity(),
+         returnCounts.capacity(),
+         gpsTimes.capacity(),
+         pointSources.capacity(),
+         userData.capacity(),
+         scanAngles.capacity()}
     );
     if (room > keptPointCount)
     {

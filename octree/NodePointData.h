@@ -21,7 +21,15 @@ enum AttributeMask : unsigned
     kScanIndexAttribute = 16,
     kVisibilityAttribute = 32,
     kNormalAttribute = 64,
-    kAllAttributes = 127,
+    kAllAttributes = 127,  ///< all that drawing and its caches know
+    // What was recorded with a point. Only who asks for these by their bits gets them, and only as arrays.
+    kReturnNumberAttribute = 128,
+    kReturnCountAttribute = 256,
+    kGpsTimeAttribute = 512,
+    kPointSourceAttribute = 1024,  ///< where it is not the scan index
+    kUserDataAttribute = 2048,
+    kScanAngleAttribute = 4096,
+    kRecordAttributes = 8064,  ///< all of these
 };
 
 constexpr bool hasPosition(unsigned mask) noexcept
@@ -74,6 +82,12 @@ struct OCTREE_API NodePointColumns
     std::vector<std::uint32_t> scanIndices;         ///< as stored
     std::vector<std::uint8_t> visibilities;         ///< 0 visible, anything else hidden
     std::vector<Math::Point<float, 3>> normals;     ///< as stored
+    std::vector<std::uint8_t> returnNumbers;        ///< 1 for the first return of a pulse
+    std::vector<std::uint8_t> returnCounts;         ///< returns of the pulse
+    std::vector<double> gpsTimes;                   ///< as stored
+    std::vector<std::uint16_t> pointSources;        ///< as stored
+    std::vector<std::uint8_t> userData;             ///< as stored
+    std::vector<float> scanAngles;                  ///< degrees
 
     /// Empties all arrays without giving up their storage.
     void clear() noexcept;

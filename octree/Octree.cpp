@@ -99,6 +99,12 @@ void moveArrays(NodePointColumns& from, unsigned attributes, NodePointColumns& o
     move(kScanIndexAttribute, from.scanIndices, out.scanIndices);
     move(kVisibilityAttribute, from.visibilities, out.visibilities);
     move(kNormalAttribute, from.normals, out.normals);
+    move(kReturnNumberAttribute, from.returnNumbers, out.returnNumbers);
+    move(kReturnCountAttribute, from.returnCounts, out.returnCounts);
+    move(kGpsTimeAttribute, from.gpsTimes, out.gpsTimes);
+    move(kPointSourceAttribute, from.pointSources, out.pointSources);
+    move(kUserDataAttribute, from.userData, out.userData);
+    move(kScanAngleAttribute, from.scanAngles, out.scanAngles);
 }
 
 /// The greys of points without colours.
@@ -275,10 +281,11 @@ bool Octree::Implementation::readExternalAttributes(
     std::stop_token stopToken
 ) const
 {
-    unsigned missing = attributes & ~description.attributeMask;
+    unsigned missing = attributes & ~(description.attributeMask | description.recordMask);
     for (const std::shared_ptr<const Tree>& external : trees)
     {
-        const unsigned offered = missing & external->description().attributeMask;
+        const unsigned offered =
+            missing & (external->description().attributeMask | external->description().recordMask);
         if (offered == 0 || out.pointCount == 0)
         {
             continue;
@@ -601,6 +608,27 @@ unsigned Octree::attributeMask() const noexcept
         mask |= external->description().attributeMask;
     }
     return mask;
+}
+
+unsigned Octree::recordMask() const noexcept
+{
+    unsigned mask = mImplementation->description.recordMask;
+    const std::shared_ptr<const Trees> externals = mImplementation->externalTrees();
+    for (const std::shared_ptr<const Tree>& external : *externals)
+    {
+        mask |= external->description().recordMask;
+    }
+    return mask;
+}
+
+std::string Octree::coordinateSystem() const
+{
+    return mImplementation->description.coordinateSystem;
+}
+
+Math::Point<double, 3> Octree::storedOrigin() const noexcept
+{
+    return mImplementation->description.storedOrigin;
 }
 
 std::vector<AttributeInfo> Octree::attributes() const

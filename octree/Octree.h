@@ -171,6 +171,17 @@ public:
     /// The attributes that points have, external ones included.
     unsigned attributeMask() const noexcept;
 
+    /// The bits of AttributeMask::kRecordAttributes that points have, external ones included.
+    unsigned recordMask() const noexcept;
+
+    /// The coordinate system as the data set says it, as WKT where it has that, else by a code such as "EPSG:3857"
+    /// or in other words; empty when it says nothing.
+    std::string coordinateSystem() const;
+
+    /// What stored coordinates count from: absolute, never scaled; with positionStep() it says which positions the
+    /// data set can store.
+    Math::Point<double, 3> storedOrigin() const noexcept;
+
     /// The data set's attribute list in storage order.
     std::vector<AttributeInfo> attributes() const;
 

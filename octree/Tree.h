@@ -34,6 +34,9 @@ struct TreeDescription
     Math::Point<double, 3> positionStep;         ///< of stored integers; 0 for floating-point numbers
     std::vector<AttributeInfo> attributes;       ///< in storage order
     unsigned attributeMask = kNoAttributes;      ///< AttributeMask bits of what points have
+    unsigned recordMask = kNoAttributes;         ///< likewise, of AttributeMask::kRecordAttributes
+    Math::Point<double, 3> storedOrigin;         ///< what stored coordinates count from
+    std::string coordinateSystem;                ///< see Octree::coordinateSystem()
     /// Lowest and highest intensity, between which grey is spread.
     std::pair<std::uint16_t, std::uint16_t> intensityRange{std::uint16_t{0}, std::uint16_t{65535}};
 };

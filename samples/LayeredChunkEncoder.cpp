@@ -1,56 +1,28 @@
 #include "samples/LayeredChunkEncoder.h"
 
-#include "samples/littleEndian.h"
+#include "octree/las/LasSink.h"
 
-#include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstring>
-#include <laszip/bytestreamout_array.hpp>
-#include <laszip/laswritepoint.hpp>
 #include <limits>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 namespace Samples
 {
 namespace
 {
-constexpr std::size_t kMaxExtraBytes = 1024;
-
-std::vector<LASitem> itemsOf(const CopcWriterOptions& options)
+Las::LazEncoding encodingOf(const CopcWriterOptions& options)
 {
-    if (options.pointFormat < 6 || options.pointFormat > 8)
-    {
-        throw std::invalid_argument("Point format must be 6, 7 or 8");
-    }
-    if (options.itemVersion != 3 && options.itemVersion != 4)
-    {
-        throw std::invalid_argument("Version of items must be 3 or 4");
-    }
-    if (options.extraBytes > kMaxExtraBytes)
-    {
-        throw std::invalid_argument("There must be at most 1024 extra bytes");
-    }
     if (!(options.scale > 0.0))
     {
         throw std::invalid_argument("Scale must be above 0");
     }
-    std::vector<LASitem> items{{LASitem::POINT14, 30, options.itemVersion}};
-    if (options.pointFormat == 7)
-    {
-        items.push_back({LASitem::RGB14, 6, options.itemVersion});
-    }
-    if (options.pointFormat == 8)
-    {
-        items.push_back({LASitem::RGBNIR14, 8, options.itemVersion});
-    }
-    if (options.extraBytes > 0)
-    {
-        items.push_back(
-            {LASitem::BYTE14, static_cast<unsigned short>(options.extraBytes), options.itemVersion}
-        );
-    }
-    return items;
+    Las::LazEncoding encoding;
+    encoding.pointFormat = options.pointFormat;
+    encoding.itemVersion = options.itemVersion;
+    encoding.extraBytes = options.extraBytes;
+    return encoding;
 }
 
 std::int32_t storedCoordinate(double value, double offset, double scale)
@@ -64,99 +36,55 @@ std::int32_t storedCoordinate(double value, double offset, double scale)
     return static_cast<std::int32_t>(whole);
 }
 
-/// A point as the encoder takes it.
-class PointBuffer
+Las::LasPoint storedPoint(
+    const SamplePoint& point, const CopcWriterOptions& options, const Math::Point<double, 3>& offset
+)
 {
-public:
-    explicit PointBuffer(const CopcWriterOptions& options)
-        : mItems{mPoint.data(), mColors.data()}, mExtra(options.extraBytes)
+    if (point.scanIndex > std::numeric_limits<std::uint16_t>::max())
     {
-        mItems[options.pointFormat == 6 ? 1 : 2] = mExtra.data();
+        throw std::invalid_argument("A scan index does not fit the 16 bits of a point source");
     }
-
-    PointBuffer(const PointBuffer&) = delete;
-    PointBuffer& operator=(const PointBuffer&) = delete;
-
-    void set(const SamplePoint& point, const CopcWriterOptions& options, const Math::Point<double, 3>& offset)
-    {
-        if (point.scanIndex > std::numeric_limits<std::uint16_t>::max())
-        {
-            throw std::invalid_argument("A scan index does not fit the 16 bits of a point source");
-        }
-        put(0, storedCoordinate(point.x, offset.x, options.scale));
-        put(4, storedCoordinate(point.y, offset.y, options.scale));
-        put(8, storedCoordinate(point.z, offset.z, options.scale));
-        put(12, point.intensity);
-        put(14, std::uint8_t{1U | 1U << 3U});  // return 1 of 1, as older formats store it
-        put(15, static_cast<std::uint8_t>(point.classification < 32 ? point.classification : 0));
-        put(18, static_cast<std::uint16_t>(point.scanIndex));
-        put(22, std::uint8_t{1});  // not one of an older format
-        put(23, point.classification);
-        put(24, std::uint8_t{0x11});  // return 1 of 1
-        put(32, 1000.0 * point.scanIndex);
-        const std::array<std::uint16_t, 4> colors{point.r, point.g, point.b, point.r};
-        std::memcpy(mColors.data(), colors.data(), sizeof colors);
-        for (std::size_t i = 0; i < mExtra.size(); ++i)
-        {
-            mExtra[i] = static_cast<U8>(point.intensity + i);
-        }
-    }
-
-    const U8* const* items() const noexcept { return mItems.data(); }
-
-private:
-    template <class T>
-    void put(std::size_t position, T value)
-    {
-        std::memcpy(mPoint.data() + position, &value, sizeof value);
-    }
-
-    alignas(8) std::array<U8, 128> mPoint{};
-    alignas(8) std::array<U8, 8> mColors{};
-    std::array<U8*, 3> mItems;
-    std::vector<U8> mExtra;
-};
-
-void require(bool good)
-{
-    if (!good)
-    {
-        throw std::runtime_error("The LASzip library cannot compress these points");
-    }
+    Las::LasPoint stored;
+    stored.position = {
+        storedCoordinate(point.x, offset.x, options.scale),
+        storedCoordinate(point.y, offset.y, options.scale),
+        storedCoordinate(point.z, offset.z, options.scale)};
+    stored.intensity = point.intensity;
+    stored.classification = point.classification;
+    stored.pointSource = static_cast<std::uint16_t>(point.scanIndex);
+    stored.time = 1000.0 * point.scanIndex;
+    stored.color = {point.r, point.g, point.b, point.r};
+    return stored;
 }
 }  // namespace
 
-struct LayeredChunkEncoder::Library
+/// Keeps the bytes, which begin somewhere in a file.
+class LayeredChunkEncoder::Bytes final : public Las::LasSink
 {
-    explicit Library(const CopcWriterOptions& options) : point(options)
+public:
+    explicit Bytes(std::uint64_t begin) : mBegin(begin) {}
+
+    void write(std::string_view more) override { bytes += more; }
+
+    void rewrite(std::uint64_t position, std::string_view others) override
     {
-        const std::vector<LASitem> items = itemsOf(options);
-        settings.compressor = LASZIP_COMPRESSOR_LAYERED_CHUNKED;
-        settings.chunk_size = std::numeric_limits<U32>::max();  // which says that they vary
-        settings.num_items = static_cast<unsigned short>(items.size());
-        settings.items = new LASitem[items.size()];  // which it deletes
-        std::ranges::copy(items, settings.items);
+        bytes.replace(static_cast<std::size_t>(position - mBegin), others.size(), others);
     }
 
-    LASzip settings;
-    ByteStreamOutArrayLE stream;
-    LASwritePoint writer;
-    PointBuffer point;
+    std::string bytes;
+
+private:
+    std::uint64_t mBegin;
 };
 
 LayeredChunkEncoder::LayeredChunkEncoder(
     const CopcWriterOptions& options, const Math::Point<double, 3>& offset, std::uint64_t begin
 )
-    : mOptions(options), mOffset(offset), mBegin(begin), mLibrary(std::make_unique<Library>(options))
+    : mOptions(options),
+      mOffset(offset),
+      mBytes(std::make_unique<Bytes>(begin)),
+      mEncoder(encodingOf(options), *mBytes, begin)
 {
-    Library& library = *mLibrary;
-    // Positions in the table are those in the file.
-    const std::vector<U8> before(static_cast<std::size_t>(begin));
-    require(
-        (before.empty() || library.stream.putBytes(before.data(), static_cast<U32>(before.size()))) &&
-        library.writer.setup(library.settings.num_items, library.settings.items, &library.settings) &&
-        library.writer.init(&library.stream)
-    );
 }
 
 LayeredChunkEncoder::~LayeredChunkEncoder() = default;
@@ -165,62 +93,39 @@ std::uint32_t LayeredChunkEncoder::add(
     std::span<const SamplePoint> points, std::span<const std::uint32_t> indices
 )
 {
-    Library& library = *mLibrary;
     const std::uint64_t begin = position();
+    std::vector<std::byte> extra(mOptions.extraBytes);
     for (const std::uint32_t index : indices)
     {
-        library.point.set(points[index], mOptions, mOffset);
-        require(library.writer.write(library.point.items()) != 0);
+        const SamplePoint& point = points[index];
+        for (std::size_t i = 0; i < extra.size(); ++i)
+        {
+            extra[i] = static_cast<std::byte>((point.intensity + i) & 0xffU);
+        }
+        mEncoder.add(storedPoint(point, mOptions, mOffset), extra);
     }
-    require(library.writer.chunk() != 0);
+    mEncoder.endChunk();
     return static_cast<std::uint32_t>(position() - begin);
 }
 
 std::uint64_t LayeredChunkEncoder::position() const
 {
-    return static_cast<std::uint64_t>(mLibrary->stream.tell());
+    return mEncoder.position();
 }
 
 std::string LayeredChunkEncoder::finish()
 {
-    require(mLibrary->writer.done() != 0);
-    const auto begin = static_cast<std::size_t>(mBegin);
-    return {
-        reinterpret_cast<const char*>(mLibrary->stream.getData()) + begin,
-        static_cast<std::size_t>(mLibrary->stream.getSize()) - begin};
+    mEncoder.finish();
+    return std::move(mBytes->bytes);
 }
 
 std::string LayeredChunkEncoder::record() const
 {
-    const LASzip& settings = mLibrary->settings;
-    constexpr std::int64_t kNone = -1;
-    std::string bytes;
-    appendLittleEndian(bytes, std::uint16_t{settings.compressor});
-    appendLittleEndian(bytes, std::uint16_t{LASZIP_CODER_ARITHMETIC});
-    appendLittleEndian(bytes, std::uint8_t{LASZIP_VERSION_MAJOR});
-    appendLittleEndian(bytes, std::uint8_t{LASZIP_VERSION_MINOR});
-    appendLittleEndian(bytes, std::uint16_t{LASZIP_VERSION_REVISION});
-    appendLittleEndian(bytes, std::uint32_t{0});  // options
-    appendLittleEndian(bytes, std::uint32_t{settings.chunk_size});
-    appendLittleEndian(bytes, kNone);  // special records
-    appendLittleEndian(bytes, kNone);
-    appendLittleEndian(bytes, std::uint16_t{settings.num_items});
-    for (std::size_t i = 0; i < settings.num_items; ++i)
-    {
-        appendLittleEndian(bytes, static_cast<std::uint16_t>(settings.items[i].type));
-        appendLittleEndian(bytes, std::uint16_t{settings.items[i].size});
-        appendLittleEndian(bytes, std::uint16_t{settings.items[i].version});
-    }
-    return bytes;
+    return Las::LazEncoder::record(encodingOf(mOptions));
 }
 
-std::size_t LayeredChunkEncoder::recordLength() const noexcept
+std::size_t LayeredChunkEncoder::recordLength() const
 {
-    std::size_t length = 0;
-    for (std::size_t i = 0; i < mLibrary->settings.num_items; ++i)
-    {
-        length += mLibrary->settings.items[i].size;
-    }
-    return length;
+    return Las::LazEncoder::recordLength(encodingOf(mOptions));
 }
 }  // namespace Samples

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "octree/las/LazEncoder.h"
 #include "samples/CopcWriter.h"
 #include "samples/SamplePoint.h"
 
@@ -45,14 +46,14 @@ public:
     std::string record() const;
 
     /// Bytes of an uncompressed point.
-    std::size_t recordLength() const noexcept;
+    std::size_t recordLength() const;
 
 private:
-    struct Library;
+    class Bytes;
 
     CopcWriterOptions mOptions;
     Math::Point<double, 3> mOffset;
-    std::uint64_t mBegin;
-    std::unique_ptr<Library> mLibrary;
+    std::unique_ptr<Bytes> mBytes;
+    Las::LazEncoder mEncoder;
 };
 }  // namespace Samples

@@ -9,7 +9,7 @@ namespace Samples
 {
 struct SamplePanoramaOptions
 {
-    std::uint32_t width = 4096;  ///< pixels, twice the height; even
+    std::uint32_t width = 2048;  ///< pixels, twice the height; even
     std::uint32_t tileSize = 512;
     Vector stand{137, 153, 9};  ///< where the camera is: metres east, north, and above the ground there
     unsigned threadCount = 0;   ///< 0 for one per core; does not change the result

@@ -10,6 +10,7 @@ namespace Cli
 void addSampleCommand(CLI::App& app);
 void addPanoTileCommand(CLI::App& app);
 void addInfoCommand(CLI::App& app);
+void addStatsCommand(CLI::App& app);
 void addDumpCommand(CLI::App& app);
 void addThumbnailCommand(CLI::App& app);
 void addRenderCommand(CLI::App& app);

@@ -1,7 +1,10 @@
 #include "apps/cli/Console.h"
 
+#include "apps/cli/ClosedPipe.h"
 #include "apps/cli/oneLine.h"
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <stdexcept>
 
@@ -77,7 +80,11 @@ std::vector<std::string> commandLineArguments(int count, const char* const* word
     return arguments;
 }
 
-void prepareConsole() {}
+void prepareConsole()
+{
+    // A connection that breaks, of a server or of standard output, is met where it is written to.
+    std::signal(SIGPIPE, SIG_IGN);
+}
 
 bool isErrorStreamTerminal()
 {
@@ -97,19 +104,39 @@ void printNote(std::string_view text)
     std::fflush(stderr);
 }
 
+namespace
+{
+[[noreturn]] void failOutput(int error)
+{
+#if defined(_WIN32)
+    const bool isClosed =
+        error == EPIPE || error == EINVAL;  // the run time has EINVAL for a pipe without reader
+#else
+    const bool isClosed = error == EPIPE;
+#endif
+    if (isClosed)
+    {
+        throw ClosedPipe();
+    }
+    throw std::runtime_error("standard output cannot be written");
+}
+}  // namespace
+
 void writeOutput(std::string_view text)
 {
+    errno = 0;
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
     {
-        throw std::runtime_error("standard output cannot be written");
+        failOutput(errno);
     }
 }
 
 void flushOutput()
 {
+    errno = 0;
     if (std::fflush(stdout) != 0)
     {
-        throw std::runtime_error("standard output cannot be written");
+        failOutput(errno);
     }
 }
 }  // namespace Cli

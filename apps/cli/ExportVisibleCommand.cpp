@@ -7,6 +7,8 @@
 #include <render/gpu/VertexFormats.h>
 #include <render/renderer/pointText.h>
 
+#include <cmath>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,25 +24,54 @@ struct ExportVisibleOptions
     SceneOptions scene;
 };
 
+/// Writes pixels as points: coordinates are those of the picture, in single precision until the origin is added.
+void write(
+    const std::vector<Render::VertexPosColor>& pixels,
+    const Math::Point<double, 3>& origin,
+    PointFormat format,
+    OutputFile& file
+)
+{
+    constexpr double kStep = 0.001;
+    Octree::NodePointColumns points;
+    points.pointCount = pixels.size();
+    PointFacts facts;
+    facts.attributes = Octree::kPositionAttribute | Octree::kColorAttribute;
+    facts.isSinglePrecision = origin == Math::Point<double, 3>{};
+    facts.step = {kStep, kStep, kStep};
+    for (std::size_t axis = 0; axis < 3; ++axis)
+    {
+        facts.storedOrigin[axis] = std::floor(origin[axis]);
+    }
+    for (const Render::VertexPosColor& pixel : pixels)
+    {
+        points.positions.emplace_back(pixel.position.x, pixel.position.y, pixel.position.z);
+        points.colors.push_back(pixel.color);
+    }
+    const std::unique_ptr<PointWriter> writer = makePointWriter(format, file, facts);
+    writer->write(points, origin);
+    writer->finish();
+}
+
 void run(const ExportVisibleOptions& options)
 {
+    const PointFormat format = pointFormatOf("OUTPUT", options.output);
+    requireWritable(toPath(options.output));
     SceneSession session(options.scene);
     session.load();
     session.renderer().render();
     std::vector<Render::VertexPosColor> points;
     session.renderer().getPoints(points);
     session.noteEmptyPicture();
-    if (options.isAbsolute)
+    if (format == PointFormat::Text && !options.isAbsolute)
     {
-        OutputFile file(toPath(options.output));
-        TextPointWriter writer([&file](std::string_view text) { file.write(text); }, session.origin());
-        writer.write(points);
-        writer.finish();
-        file.commit();
+        Render::writePointText(toPath(options.output), points);
     }
     else
     {
-        Render::writePointText(toPath(options.output), points);
+        OutputFile file(toPath(options.output));
+        write(points, options.isAbsolute ? session.origin() : Math::Point<double, 3>{}, format, file);
+        file.commit();
     }
     writeOutput(options.output + "\n");
     session.writeDepth();
@@ -53,7 +84,7 @@ void addExportVisibleCommand(CLI::App& app)
     CLI::App* const verb =
         app.add_subcommand("export-visible", "Writes the points that a picture shows, one per pixel");
     const auto options = std::make_shared<ExportVisibleOptions>();
-    verb->add_option("OUTPUT", options->output, "Text file to write")->required();
+    verb->add_option("OUTPUT", options->output, "File to write, .txt, .csv, .ply, .las or .laz")->required();
     verb->add_flag(
         "--absolute",
         options->isAbsolute,

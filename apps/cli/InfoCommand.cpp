@@ -1,6 +1,7 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
 #include "apps/cli/HierarchyStatistics.h"
+#include "apps/cli/coordinateSystemName.h"
 #include "apps/cli/formatNumber.h"
 #include "apps/cli/oneLine.h"
 #include "apps/cli/openDataset.h"
@@ -57,6 +58,7 @@ nlohmann::ordered_json describe(const Octree::Octree& octree, const HierarchySta
     json["name"] = octree.name();
     json["kind"] = Octree::kindName(octree.kind());
     json["encoding"] = octree.encoding();
+    json["coordinateSystem"] = octree.coordinateSystem();
     json["points"] = statistics.points;
     json["nodes"] = statistics.nodes;
     json["spacing"] = sameDigits(octree.spacing(0));
@@ -120,6 +122,7 @@ void printText(const Octree::Octree& octree, const HierarchyStatistics& statisti
     std::string out;
     out += "name       " + oneLine(octree.name()) + "\n";
     out += std::string("kind       ") + Octree::kindName(octree.kind()) + ", " + octree.encoding() + "\n";
+    out += "system     " + coordinateSystemName(octree.coordinateSystem()) + "\n";
     out += "points     " + std::to_string(statistics.points) + "\n";
     out += "nodes      " + std::to_string(statistics.nodes) + "\n";
     out += "spacing    " + formatNumber(octree.spacing(0)) + "\n";

@@ -65,6 +65,11 @@ void OutputFile::commit()
     }
 }
 
+void requireWritable(const std::filesystem::path& path)
+{
+    const OutputFile file(path);
+}
+
 void OutputFile::fail(const std::string& reason) const
 {
     throw std::runtime_error("cannot write " + toText(mPath) + ": " + reason);

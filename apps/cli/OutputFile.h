@@ -37,4 +37,8 @@ private:
     std::filesystem::path mTemporaryPath;
     std::ofstream mStream;
 };
+
+/// Fails as OutputFile does where a file of that name cannot be written; leaves everything as it is. For files that
+/// others write after long work.
+void requireWritable(const std::filesystem::path& path);
 }  // namespace Cli

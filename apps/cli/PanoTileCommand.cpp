@@ -1,5 +1,6 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
+#include "apps/cli/Progress.h"
 #include "apps/cli/numberChecks.h"
 #include "apps/cli/parseValue.h"
 #include <graphics/PictureLimits.h>
@@ -8,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -53,12 +55,22 @@ void run(const PanoTileOptions& options)
     {
         description.pose = parsePose(options.pose);
     }
+    std::optional<Progress> progress;
+    const auto tell = [&](std::uint64_t done, std::uint64_t all)
+    {
+        if (!progress)
+        {
+            progress.emplace("writing", all, "tiles");
+        }
+        progress->update(done);
+    };
     Graphics::writePanorama(
         toPath(options.folder),
         Graphics::readColorImage(toPath(options.color)),
         Graphics::readGray16Png(toPath(options.depth)),
         description,
-        options.tileSize
+        options.tileSize,
+        tell
     );
     writeOutput(options.folder + "\n");
     flushOutput();

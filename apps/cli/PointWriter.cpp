@@ -1,118 +1,155 @@
 #include "apps/cli/PointWriter.h"
 
+#include "apps/cli/OutputFile.h"
+#include "apps/cli/fileExtension.h"
 #include "apps/cli/formatNumber.h"
+#include "apps/cli/pointColumns.h"
 #include <render/renderer/pointText.h>
 
-#include <array>
-#include <bit>
+#include <CLI/CLI.hpp>
+
+#include <concepts>
 #include <cstddef>
-#include <cstring>
+#include <cstdint>
 #include <utility>
 
 namespace Cli
 {
 namespace
 {
-constexpr std::size_t kCountDigits = 20;  // of the largest 64-bit number
-
-template <class T>
-void appendBytes(std::string& out, T value)
+void append(std::string& text, double value)
 {
-    static_assert(std::endian::native == std::endian::little);
-    std::array<char, sizeof value> bytes;
-    std::memcpy(bytes.data(), &value, sizeof value);
-    out.append(bytes.data(), bytes.size());
+    appendNumber(text, value);
 }
 
-void appendChannel(std::string& out, unsigned char value)
+void append(std::string& text, float value)
 {
-    out += ' ';
-    out += std::to_string(value);
-}
-}  // namespace
-
-TextPointWriter::TextPointWriter(Sink sink, const Origin& origin) : mSink(std::move(sink)), mOrigin(origin)
-{
-    mSink(std::string(Render::kPointTextHeader) + "\n");
+    text += formatNumber(value);
 }
 
-void TextPointWriter::write(std::span<const Render::VertexPosColor> points)
+template <std::unsigned_integral Value>
+void append(std::string& text, Value value)
 {
-    mText.clear();
-    if (!mOrigin)
+    text += std::to_string(value);
+}
+
+class TextPointWriter final : public PointWriter
+{
+public:
+    TextPointWriter(TextSink sink, const PointFacts& facts, char separator)
+        : mSink(std::move(sink)),
+          mAttributes(facts.attributes),
+          mIsSinglePrecision(facts.isSinglePrecision),
+          mSeparator(separator)
     {
-        Render::appendPointLines(mText, points, "\n");
+        std::string header(Render::kPointTextHeader);
+        const auto addName = [&](unsigned bit, const ColumnNames& names, const auto&)
+        {
+            if ((mAttributes & bit) != 0)
+            {
+                header += std::string(" ") + names.text;
+            }
+        };
+        visitColumns({}, addName);
+        for (char& letter : header)
+        {
+            letter = letter == ' ' ? mSeparator : letter;
+        }
+        mSink(header + "\n");
     }
-    else
+
+    void write(const Octree::NodePointColumns& points, const Math::Point<double, 3>& origin) override
     {
-        for (const Render::VertexPosColor& point : points)
+        mText.clear();
+        for (std::size_t i = 0; i < points.pointCount; ++i)
         {
             for (std::size_t axis = 0; axis < 3; ++axis)
             {
-                mText += axis == 0 ? "" : " ";
-                appendNumber(mText, double{point.position[axis]} + (*mOrigin)[axis]);
+                appendCoordinate(points.positions[i][axis] + origin[axis]);
+                mText += mSeparator;
             }
-            appendChannel(mText, point.color.r());
-            appendChannel(mText, point.color.g());
-            appendChannel(mText, point.color.b());
-            appendChannel(mText, point.color.a());
+            const Math::Color color = points.colors[i];
+            append(mText, std::uint32_t{color.r()});
+            for (const unsigned char channel : {color.g(), color.b(), color.a()})
+            {
+                mText += mSeparator;
+                append(mText, std::uint32_t{channel});
+            }
+            const auto addValue = [&](unsigned bit, const ColumnNames&, const auto& valueOf)
+            {
+                if ((mAttributes & bit) != 0)
+                {
+                    mText += mSeparator;
+                    append(mText, valueOf(i));
+                }
+            };
+            visitColumns(points, addValue);
             mText += '\n';
         }
+        mSink(mText);
     }
-    mSink(mText);
-}
 
-PlyPointWriter::PlyPointWriter(OutputFile& file, const Origin& origin) : mFile(file), mOrigin(origin)
-{
-    mFile.write(header());
-}
-
-void PlyPointWriter::write(std::span<const Render::VertexPosColor> points)
-{
-    mBytes.clear();
-    for (const Render::VertexPosColor& point : points)
+private:
+    void appendCoordinate(double value)
     {
-        for (std::size_t axis = 0; axis < 3; ++axis)
+        if (mIsSinglePrecision)
         {
-            if (mOrigin)
-            {
-                appendBytes(mBytes, double{point.position[axis]} + (*mOrigin)[axis]);
-            }
-            else
-            {
-                appendBytes(mBytes, point.position[axis]);
-            }
+            Render::appendFloat(mText, static_cast<float>(value));
         }
-        appendBytes(mBytes, point.color.r());
-        appendBytes(mBytes, point.color.g());
-        appendBytes(mBytes, point.color.b());
-        appendBytes(mBytes, point.color.a());
+        else
+        {
+            append(mText, value);
+        }
     }
-    mFile.write(mBytes);
-    mCount += points.size();
+
+    TextSink mSink;
+    unsigned mAttributes;
+    bool mIsSinglePrecision;
+    char mSeparator;
+    std::string mText;  // kept for its memory
+};
+}  // namespace
+
+PointFormat pointFormatOf(const std::string& option, const std::string& path)
+{
+    static constexpr std::pair<const char*, PointFormat> kFormats[]{
+        {".txt", PointFormat::Text},
+        {".csv", PointFormat::Csv},
+        {".ply", PointFormat::Ply},
+        {".las", PointFormat::Las},
+        {".laz", PointFormat::Laz}};
+    const std::string extension = fileExtension(path);
+    for (const auto& [ending, format] : kFormats)
+    {
+        if (extension == ending)
+        {
+            return format;
+        }
+    }
+    throw CLI::ValidationError(option, "'" + path + "' does not end in .txt, .csv, .ply, .las or .laz");
 }
 
-void PlyPointWriter::finish()
+std::unique_ptr<PointWriter> makeTextWriter(TextSink sink, const PointFacts& facts, char separator)
 {
-    mFile.rewrite(0, header());
+    return std::make_unique<TextPointWriter>(std::move(sink), facts, separator);
 }
 
-std::string PlyPointWriter::header() const
+std::unique_ptr<PointWriter> makePointWriter(PointFormat format, OutputFile& file, const PointFacts& facts)
 {
-    // The comment fills up what the number leaves free, so that the header has the same length for all.
-    const std::string count = std::to_string(mCount);
-    const std::string type = mOrigin ? "double" : "float";
-    std::string text = "ply\nformat binary_little_endian 1.0\ncomment tarnel";
-    text.append(kCountDigits - count.size(), ' ');
-    text += "\nelement vertex " + count + "\n";
-    for (const char* const axis : {"x", "y", "z"})
+    switch (format)
     {
-        text += "property " + type + " " + axis + "\n";
+        case PointFormat::Ply:
+            return makePlyWriter(file, facts);
+        case PointFormat::Las:
+            return makeLasWriter(file, facts, false);
+        case PointFormat::Laz:
+            return makeLasWriter(file, facts, true);
+        case PointFormat::Text:
+        case PointFormat::Csv:
+            break;
     }
-    for (const char* const channel : {"red", "green", "blue", "alpha"})
-    {
-        text += std::string("property uchar ") + channel + "\n";
-    }
-    return text + "end_header\n";
+    return makeTextWriter(
+        [&file](std::string_view text) { file.write(text); }, facts, format == PointFormat::Csv ? ',' : ' '
+    );
 }
 }  // namespace Cli

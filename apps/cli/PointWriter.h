@@ -1,20 +1,41 @@
 #pragma once
 
-#include "apps/cli/OutputFile.h"
 #include <math/Point.h>
-#include <render/gpu/VertexFormats.h>
+#include <octree/NodePointData.h>
 
-#include <cstdint>
 #include <functional>
-#include <optional>
-#include <span>
+#include <memory>
 #include <string>
 #include <string_view>
 
 namespace Cli
 {
-/// What points are relative to; when it is given, it is added in double precision to what is written.
-using Origin = std::optional<Math::Point<double, 3>>;
+class OutputFile;
+
+/// What a file of points may be.
+enum class PointFormat
+{
+    Text,  ///< a table with blanks
+    Csv,   ///< a table with commas
+    Ply,   ///< binary, little-endian
+    Las,   ///< LAS 1.4
+    Laz,   ///< the same, compressed
+};
+
+/// The format that a file's name ends in.
+/// @throws CLI::ValidationError  naming the option, the path and the endings that there are
+PointFormat pointFormatOf(const std::string& option, const std::string& path);
+
+/// What is known of points before the first of them is written.
+struct PointFacts
+{
+    unsigned attributes = Octree::kNoAttributes;  ///< AttributeMask bits of what points have
+    bool isSinglePrecision = false;               ///< tables and PLY have coordinates with seven digits
+    Math::Point<double, 3> step;                  ///< of stored coordinates; 0 where they are no integers
+    Math::Point<double, 3> storedOrigin;          ///< what these count from, as the file has coordinates
+    double extent = 0.0;                          ///< largest distance of a point from that origin, about
+    std::string coordinateSystem;                 ///< empty when none is known, or coordinates are relative
+};
 
 /// Writes points to somewhere, chunk by chunk.
 class PointWriter
@@ -22,46 +43,24 @@ class PointWriter
 public:
     virtual ~PointWriter() = default;
 
-    virtual void write(std::span<const Render::VertexPosColor> points) = 0;
+    /// @param origin  is added to positions in double precision
+    virtual void write(const Octree::NodePointColumns& points, const Math::Point<double, 3>& origin) = 0;
 
     /// Ends the output; must be called once.
     virtual void finish() {}
 };
 
-/// Writes the header "X Y Z Red Green Blue Alpha" and a line per point: as the export of visible points does
-/// where points stay relative, with as many digits as read back exactly where they become absolute.
-class TextPointWriter final : public PointWriter
-{
-public:
-    using Sink = std::function<void(std::string_view)>;
+using TextSink = std::function<void(std::string_view)>;
 
-    TextPointWriter(Sink sink, const Origin& origin);
+/// A header with names, and a line per point: coordinates, channels, what else the points have. Numbers have as
+/// many digits as read back exactly, coordinates of single precision at most seven.
+std::unique_ptr<PointWriter> makeTextWriter(TextSink sink, const PointFacts& facts, char separator);
 
-    void write(std::span<const Render::VertexPosColor> points) override;
+/// Writes a file.
+/// @throws std::runtime_error  for facts that the format cannot have
+std::unique_ptr<PointWriter> makePointWriter(PointFormat format, OutputFile& file, const PointFacts& facts);
 
-private:
-    Sink mSink;
-    Origin mOrigin;
-    std::string mText;  // kept for its memory
-};
-
-/// Writes binary little-endian PLY: x, y, z (double where absolute, else float), red, green, blue, alpha.
-class PlyPointWriter final : public PointWriter
-{
-public:
-    PlyPointWriter(OutputFile& file, const Origin& origin);
-
-    void write(std::span<const Render::VertexPosColor> points) override;
-
-    /// Puts the number of points into the header.
-    void finish() override;
-
-private:
-    std::string header() const;
-
-    OutputFile& mFile;
-    Origin mOrigin;
-    std::uint64_t mCount = 0;
-    std::string mBytes;  // kept for its memory
-};
+/// For makePointWriter() alone.
+std::unique_ptr<PointWriter> makePlyWriter(OutputFile& file, const PointFacts& facts);
+std::unique_ptr<PointWriter> makeLasWriter(OutputFile& file, const PointFacts& facts, bool isCompressed);
 }  // namespace Cli

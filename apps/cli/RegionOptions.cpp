@@ -3,13 +3,14 @@
 #include "apps/cli/oldSpelling.h"
 #include "apps/cli/parsePlanes.h"
 #include "apps/cli/parseValue.h"
-#include "apps/cli/readPolygon.h"
+#include "apps/cli/readRegionFile.h"
 #include <render/pointcloud/filters/BoxFilter.h>
 #include <render/pointcloud/filters/IntersectionFilter.h>
 #include <render/pointcloud/filters/OrientedBoxFilter.h>
 #include <render/pointcloud/filters/PolytopeFilter.h>
 #include <render/pointcloud/filters/PrismFilter.h>
 #include <render/pointcloud/filters/SphereFilter.h>
+#include <render/pointcloud/filters/UnionFilter.h>
 
 #include <Eigen/Geometry>
 
@@ -69,22 +70,26 @@ Filter makeOrientedBox(const std::string& text, const Origin& origin)
     return std::make_unique<Render::OrientedBoxFilter>(relative(numbers, 0, origin), axes, sizes / 2.0);
 }
 
-Filter makePrism(const RegionOptions& options, const Origin& origin)
+/// What stands on one polygon.
+Filter makePrism(PolygonWithHoles polygon, const std::vector<float>& heights, const std::string& option)
 {
-    const std::vector<double> heights = parseNumbers("--z", options.heights, 2);
-    std::vector<Math::Point<float, 2>> polygon = readPolygon(options.polygonFile, origin);
-    const std::size_t corners = polygon.size();
+    const std::size_t corners = polygon.outline.size();
     try
     {
-        return std::make_unique<Render::PrismFilter>(
-            std::move(polygon), relative(heights[0], origin.z), relative(heights[1], origin.z)
-        );
+        auto prism =
+            std::make_unique<Render::PrismFilter>(std::move(polygon.outline), heights[0], heights[1]);
+        for (PolygonWithHoles::Ring& hole : polygon.holes)
+        {
+            prism->addHole(std::move(hole));
+        }
+        return prism;
     }
     catch (const std::invalid_argument&)
     {
         throw std::runtime_error(
-            options.polygonFile + ": there are " + std::to_string(corners) +
-            " corners, expected at least three different ones"
+            option + ": there are " + std::to_string(corners) +
+            (polygon.holes.empty() ? " corners" : " corners, or fewer in a hole") +
+            ", expected at least three different ones"
         );
     }
 }
@@ -94,6 +99,19 @@ Filter makePolytope(const std::string& option, const std::vector<std::string>& p
     return std::make_unique<Render::PolytopeFilter>(
         Math::ConvexPolytope<double, 3>(parsePlanes(option, planes, origin))
     );
+}
+
+Filter makePrisms(const RegionOptions& options, const Origin& origin)
+{
+    const std::vector<double> numbers = parseNumbers("--z", options.heights, 2);
+    const std::vector<float> heights{relative(numbers[0], origin.z), relative(numbers[1], origin.z)};
+    std::vector<Filter> prisms;
+    for (PolygonWithHoles& polygon : readRegionFile(options.polygonFile, origin))
+    {
+        prisms.push_back(makePrism(std::move(polygon), heights, options.polygonFile));
+    }
+    return prisms.size() == 1 ? std::move(prisms.front())
+                              : std::make_unique<Render::UnionFilter>(std::move(prisms));
 }
 }  // namespace
 
@@ -109,7 +127,11 @@ void addRegionOptions(CLI::App& verb, RegionOptions& options)
         ->group(group);
     verb.add_option("--sphere", options.sphere, "Centre and radius: x,y,z,r")->group(group);
     CLI::Option* const polygon =
-        verb.add_option("--polygon", options.polygonFile, "Text file with a corner x y per line")
+        verb.add_option(
+                "--polygon",
+                options.polygonFile,
+                "File with polygons in WKT or GeoJSON, or with a corner x y per line; or the WKT itself"
+        )
             ->group(group);
     CLI::Option* const heights =
         verb.add_option("--z", options.heights, "Lower and upper end of the prism over the polygon: a,b")
@@ -126,6 +148,12 @@ void addRegionOptions(CLI::App& verb, RegionOptions& options)
     verb.add_option("--planes", options.oldPlanes, "Now --clip")
         ->allow_extra_args(false)
         ->group(kOldSpelling);
+}
+
+bool hasRegion(const RegionOptions& options)
+{
+    return !options.box.empty() || !options.orientedBox.empty() || !options.sphere.empty() ||
+           !options.polygonFile.empty() || !options.planes.empty() || !options.oldPlanes.empty();
 }
 
 std::unique_ptr<Render::IFilter> makeRegion(const RegionOptions& options, const Origin& origin)
@@ -145,7 +173,7 @@ std::unique_ptr<Render::IFilter> makeRegion(const RegionOptions& options, const 
     }
     if (!options.polygonFile.empty())
     {
-        filters.push_back(makePrism(options, origin));
+        filters.push_back(makePrisms(options, origin));
     }
     if (!options.planes.empty())
     {

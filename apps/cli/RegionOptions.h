@@ -27,6 +27,9 @@ struct RegionOptions
 /// Adds the options to a verb.
 void addRegionOptions(CLI::App& verb, RegionOptions& options);
 
+/// Whether any region is given.
+bool hasRegion(const RegionOptions& options);
+
 /// The region as seen from an origin. The subtraction is done in double precision.
 /// @throws CLI::ParseError     when no region is given, or a value makes no sense
 /// @throws std::runtime_error  naming the polygon's file, the line and what is wrong

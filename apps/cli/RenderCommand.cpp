@@ -1,5 +1,7 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
+#include "apps/cli/OutputFile.h"
+#include "apps/cli/Progress.h"
 #include "apps/cli/SceneSession.h"
 #include "apps/cli/fileExtension.h"
 #include "apps/cli/numberChecks.h"
@@ -41,8 +43,10 @@ void drawOrbit(SceneSession& session, const RenderOptions& options)
 {
     SceneOptions scene = options.scene;
     const double start = scene.azimuthDeg.value_or(kStartDeg);
+    Progress progress("drawing", options.frames, "pictures");
     for (std::uint64_t i = 0; i < options.frames; ++i)
     {
+        progress.update(i);
         scene.azimuthDeg =
             start + kFullTurnDeg * static_cast<double>(i) / static_cast<double>(options.frames);
         session.applyCamera(scene);
@@ -56,6 +60,7 @@ void drawOrbit(SceneSession& session, const RenderOptions& options)
 void run(const RenderOptions& options)
 {
     requirePng("OUTPUT", options.output);
+    requireWritable(toPath(options.output));
     SceneSession session(options.scene);
     if (options.isOrbit)
     {

@@ -138,7 +138,7 @@ void addSampleCommand(CLI::App& app)
         "--cloud-only", options->cloudOnly, "Without the panorama and the mesh that go with the cloud"
     );
     verb->add_option(
-            "--pano-width", options->panoramaWidth, "Width of the panorama in pixels, even (default: 4096)"
+            "--pano-width", options->panoramaWidth, "Width of the panorama in pixels, even (default: 2048)"
     )
         ->transform(wholeNumber(64, kLargestSide));
     verb->footer(

@@ -1,6 +1,8 @@
 #include "apps/cli/SceneOptions.h"
 
+#include "apps/cli/OutputFile.h"
 #include "apps/cli/adapterOption.h"
+#include "apps/cli/depthFile.h"
 #include "apps/cli/fileExtension.h"
 #include "apps/cli/numberChecks.h"
 #include "apps/cli/parseValue.h"
@@ -80,7 +82,10 @@ void addSceneOptions(CLI::App& verb, SceneOptions& options)
 {
     addItemOptions(verb);
     verb.add_option(
-        "--depth", options.depth, "Also write the depth buffer, a PNG of 16-bit grey: 65535 is near, 0 is far"
+        "--depth",
+        options.depth,
+        "Also write the depth buffer: a PNG of 16-bit grey, 65535 near and 0 far, or distances, a .tif or "
+        ".pfm"
     );
     addCameraOptions(verb, options);
     addLookOptions(verb, options);
@@ -91,7 +96,8 @@ void finishSceneOptions(const CLI::App& verb, SceneOptions& options)
     options.items = sceneItems(verb);
     if (!options.depth.empty())
     {
-        requirePng("--depth", options.depth);
+        requireDepthFile("--depth", options.depth);
+        requireWritable(toPath(options.depth));
     }
 }
 

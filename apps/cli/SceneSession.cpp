@@ -4,6 +4,7 @@
 #include "apps/cli/Console.h"
 #include "apps/cli/Progress.h"
 #include "apps/cli/cloudLook.h"
+#include "apps/cli/depthFile.h"
 #include "apps/cli/emptyPicture.h"
 #include "apps/cli/formatNumber.h"
 #include "apps/cli/openDataset.h"
@@ -598,8 +599,12 @@ void SceneSession::writeDepth()
     {
         Graphics::DepthImage depth;
         mRenderer.getDepthImage(depth);
-        depth.writePng(toPath(mDepthFile));
+        writeDepthFile(mDepthFile, depth, *mRenderer.camera());
         writeOutput(mDepthFile + "\n");
+        if (const std::string side = depthSideFile(mDepthFile); !side.empty())
+        {
+            writeOutput(side + "\n");
+        }
     }
 }
 }  // namespace Cli

@@ -44,7 +44,7 @@ public:
     /// @throws std::runtime_error  when data cannot be read
     void load();
 
-    /// Writes the depth buffer of the picture as 16-bit grey where the options ask for it.
+    /// Writes the depth buffer of the picture where the options ask for it, in the format that its name ends in.
     /// @throws std::runtime_error  when the file cannot be written
     void writeDepth();
 

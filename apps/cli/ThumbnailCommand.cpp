@@ -1,6 +1,7 @@
 #include "apps/cli/CoarsePoints.h"
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
+#include "apps/cli/OutputFile.h"
 #include "apps/cli/SceneSession.h"
 #include "apps/cli/adapterOption.h"
 #include "apps/cli/fileExtension.h"
@@ -78,6 +79,7 @@ void run(ThumbnailOptions& options)
     if (!options.output.empty())
     {
         requirePng("--output", options.output);
+        requireWritable(toPath(options.output));
     }
     const Octree::Location location = datasetLocation(options.dataset);
     if (options.output.empty() && location.folder().empty())

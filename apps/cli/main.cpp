@@ -1,3 +1,4 @@
+#include "apps/cli/ClosedPipe.h"
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
 #include "apps/cli/errorText.h"
@@ -32,6 +33,7 @@ int run(int count, const char* const* words)
     Cli::addSampleCommand(app);
     Cli::addPanoTileCommand(app);
     Cli::addInfoCommand(app);
+    Cli::addStatsCommand(app);
     Cli::addDumpCommand(app);
     Cli::addThumbnailCommand(app);
     Cli::addRenderCommand(app);
@@ -40,7 +42,8 @@ int run(int count, const char* const* words)
     Cli::addQueryCommand(app);
     Cli::addDevicesCommand(app);
 
-    for (const char* const verb : {"info", "dump", "thumbnail", "render", "pick", "export-visible", "query"})
+    for (const char* const verb :
+         {"info", "stats", "dump", "thumbnail", "render", "pick", "export-visible", "query"})
     {
         Cli::addRemoteOptions(*app.get_subcommand(verb));
     }
@@ -67,6 +70,10 @@ int run(int count, const char* const* words)
     {
         Cli::printError(error.what() + std::string(" (see 'tarnel --help')"));
         return kExitUsage;
+    }
+    catch (const Cli::ClosedPipe&)
+    {
+        return Cli::ClosedPipe::kExitCode;
     }
     catch (const std::exception& error)
     {

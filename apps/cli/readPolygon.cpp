@@ -66,7 +66,9 @@ void addCorner(Polygon& polygon, std::string_view line, const Math::Point<double
     polygon.emplace_back(static_cast<float>(x - origin.x), static_cast<float>(y - origin.y));
 }
 
-std::string readText(const std::string& path)
+}  // namespace
+
+std::string readPolygonFile(const std::string& path)
 {
     const std::filesystem::path file = toPath(path);
     std::error_code ignored;
@@ -88,11 +90,14 @@ std::string readText(const std::string& path)
         fail(path, "the file of the polygon cannot be opened");
     }
 }
-}  // namespace
 
 Polygon readPolygon(const std::string& path, const Math::Point<double, 3>& origin)
 {
-    const std::string text = readText(path);
+    return parsePolygon(readPolygonFile(path), path, origin);
+}
+
+Polygon parsePolygon(std::string_view text, const std::string& path, const Math::Point<double, 3>& origin)
+{
     Polygon polygon;
     std::size_t number = 0;
     for (std::string_view rest = text; !rest.empty();)

@@ -3,6 +3,7 @@
 #include <math/Point.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Cli
@@ -14,4 +15,10 @@ namespace Cli
 /// @param origin  is subtracted in double precision
 /// @throws std::runtime_error  naming the file, the line and what is wrong
 std::vector<Math::Point<float, 2>> readPolygon(const std::string& path, const Math::Point<double, 3>& origin);
+/// The same in two steps: the text of the file, and its corners.
+/// @param path  for messages
+std::string readPolygonFile(const std::string& path);
+std::vector<Math::Point<float, 2>> parsePolygon(
+    std::string_view text, const std::string& path, const Math::Point<double, 3>& origin
+);
 }  // namespace Cli

@@ -136,7 +136,10 @@ void CopcFile::checkChunk(const NodeEntry& entry) const
 }
 
 bool CopcFile::readChunk(
-    const NodeEntry& entry, const Octree::ScratchLoan& scratch, const std::stop_token& stopToken
+    const NodeEntry& entry,
+    const Las::LazHeader& las,
+    const Octree::ScratchLoan& scratch,
+    const std::stop_token& stopToken
 ) const
 {
     const std::string node = "node " + Octree::cellName(entry.id);
@@ -152,11 +155,7 @@ bool CopcFile::readChunk(
         [&]
         {
             return Las::decodeChunk(
-                scratch.stored,
-                static_cast<std::uint32_t>(entry.count),
-                mHeader.las,
-                scratch.unpacked,
-                stopToken
+                scratch.stored, static_cast<std::uint32_t>(entry.count), las, scratch.unpacked, stopToken
             );
         }
     );

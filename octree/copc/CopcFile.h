@@ -48,11 +48,15 @@ public:
 
     /// A node's points as rows of Las::rowLayout(), in memory of `scratch`.
     /// @param entry  of more than 0 points
+    /// @param las    the file's header, with or without rows of what was recorded
     /// @return false when a stop was requested
     /// @throws std::runtime_error  naming file and node, for a chunk that is not within the file, cannot hold
     ///                             so many points, holds others, or is broken
     bool readChunk(
-        const NodeEntry& entry, const Octree::ScratchLoan& scratch, const std::stop_token& stopToken
+        const NodeEntry& entry,
+        const Las::LazHeader& las,
+        const Octree::ScratchLoan& scratch,
+        const std::stop_token& stopToken
     ) const;
 
     /// Says that a node's points will soon be read, or that they will not; see Core::ByteSource::expect().

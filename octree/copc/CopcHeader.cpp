@@ -33,6 +33,7 @@ constexpr std::size_t kInfoSize = 160;
 constexpr std::size_t kSpacingAt = 32;
 constexpr std::size_t kPageAt = 40;
 constexpr std::size_t kTimesAt = 56;
+constexpr unsigned kCoordinateSystem = 2112;  // number of the record with the WKT
 
 /// Enough for all before the points in most files, so that they take one read.
 constexpr std::uint64_t kFirstRead = 16U << 10U;
@@ -183,6 +184,11 @@ CopcHeader headerOf(Bytes begin, std::uint64_t fileSize)
     header.rootPage = rootPageOf(info, fileSize);
     header.smallestTime = at<double>(info, kTimesAt);
     header.largestTime = at<double>(info, kTimesAt + sizeof(double));
+    if (const auto record = Las::findLasRecord(begin, fileSize, "LASF_Projection", kCoordinateSystem))
+    {
+        const std::string_view text(reinterpret_cast<const char*>(record->data.data()), record->data.size());
+        header.coordinateSystem = text.substr(0, text.find('\0'));
+    }
     return header;
 }
 }  // namespace

@@ -38,6 +38,7 @@ struct CopcHeader
     Extent rootPage;                             ///< of the hierarchy
     double smallestTime = 0.0;                   ///< GPS times of the points as the file says; not checked
     double largestTime = 0.0;                    ///< likewise
+    std::string coordinateSystem;                ///< its WKT; empty when the file has none
 };
 
 /// Bytes of an entry of the hierarchy, of which each page is a whole number.

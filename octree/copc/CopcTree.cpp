@@ -107,7 +107,7 @@ Math::Point<double, 3> originOf(const CopcHeader& header)
 }
 
 Octree::TreeDescription describe(
-    const CopcHeader& header, const Octree::RowLayout& layout, std::string_view file
+    const CopcHeader& header, const Octree::RowLayout& layout, unsigned recordMask, std::string_view file
 )
 {
     Octree::TreeDescription description;
@@ -121,7 +121,16 @@ Octree::TreeDescription describe(
     description.positionStep = {std::abs(scale[0]), std::abs(scale[1]), std::abs(scale[2])};
     description.attributes = attributesOf(header);
     description.attributeMask = layout.attributeMask();
+    description.recordMask = recordMask;
+    description.storedOrigin = {header.las.offset[0], header.las.offset[1], header.las.offset[2]};
+    description.coordinateSystem = header.coordinateSystem;
     return description;
+}
+
+Las::LazHeader withRecordRows(Las::LazHeader header)
+{
+    header.hasRecordRows = true;
+    return header;
 }
 }  // namespace
 
@@ -131,7 +140,9 @@ const std::uint64_t CopcTree::kHierarchyCacheCapacity;
 CopcTree::CopcTree(const Octree::Location& location)
     : mFile(location),
       mLayout(Las::rowLayout(mFile.header().las)),
-      mDescription(describe(mFile.header(), mLayout, location.file())),
+      mRecordHeader(withRecordRows(mFile.header().las)),
+      mRecordLayout(Las::rowLayout(mRecordHeader)),
+      mDescription(describe(mFile.header(), mLayout, mRecordLayout.recordMask(), location.file())),
       mHierarchy(
           [this](const OctreeNodeId& first, const NodeEntry* link, const std::stop_token& stopToken)
           { return mFile.readPage(first, extentOf(link), stopToken); },
@@ -172,7 +183,7 @@ void CopcTree::sampleRoot()
         const auto [min, max] = std::ranges::minmax(columns.intensities);
         mDescription.intensityRange = {min, max};
     };
-    readRows(node->entry, look, {});
+    readRows(node->entry, mFile.header().las, look, {});
 }
 
 Octree::RowConversion CopcTree::conversion(double unitScale) const noexcept
@@ -233,9 +244,13 @@ bool CopcTree::getNodePointData(
         out.clear();
         return true;
     }
+    const bool hasRecords = (attributes & Octree::kRecordAttributes) != 0;
     const auto decode = [&](std::span<const std::byte> rows)
-    { Octree::decodeRows(mLayout, conversion(unitScale), rows, attributes, out); };
-    return readRows(*node, decode, stopToken);
+    {
+        const Octree::RowLayout& layout = hasRecords ? mRecordLayout : mLayout;
+        Octree::decodeRows(layout, conversion(unitScale), rows, attributes, out);
+    };
+    return readRows(*node, hasRecords ? mRecordHeader : mFile.header().las, decode, stopToken);
 }
 
 bool CopcTree::passNodePoints(
@@ -258,17 +273,18 @@ bool CopcTree::passNodePoints(
     }
     const auto decode = [&](std::span<const std::byte> rows)
     { Octree::decodeRows(mLayout, conversion(unitScale), rows, attributes, sink); };
-    return readRows(*node, decode, stopToken);
+    return readRows(*node, mFile.header().las, decode, stopToken);
 }
 
 bool CopcTree::readRows(
     const NodeEntry& entry,
+    const Las::LazHeader& las,
     const std::function<void(std::span<const std::byte>)>& decode,
     const std::stop_token& stopToken
 ) const
 {
     const Octree::ScratchLoan scratch;
-    if (!mFile.readChunk(entry, scratch, stopToken) || stopToken.stop_requested())
+    if (!mFile.readChunk(entry, las, scratch, stopToken) || stopToken.stop_requested())
     {
         return false;
     }

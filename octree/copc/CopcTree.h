@@ -69,6 +69,7 @@ private:
 
     bool readRows(
         const NodeEntry& entry,
+        const Las::LazHeader& las,
         const std::function<void(std::span<const std::byte>)>& decode,
         const std::stop_token& stopToken
     ) const;
@@ -81,6 +82,8 @@ private:
 
     CopcFile mFile;
     Octree::RowLayout mLayout;
+    Las::LazHeader mRecordHeader;  // for rows of what was recorded, too
+    Octree::RowLayout mRecordLayout;
     Octree::TreeDescription mDescription;
     Hierarchy mHierarchy;
     bool mWideColors = false;

@@ -19,9 +19,13 @@ void BinaryCodec::checkStored(std::uint64_t stored, const Octree::RowLayout& lay
     }
 }
 
-std::optional<Tile> BinaryCodec::
-    unpacked(const Octree::RowLayout& layout, std::uint64_t, const Octree::ScratchLoan& scratch, const std::stop_token&)
-        const
+std::optional<Tile> BinaryCodec::unpacked(
+    const Octree::RowLayout& layout,
+    std::uint64_t,
+    const Octree::ScratchLoan& scratch,
+    const std::stop_token&,
+    unsigned
+) const
 {
     return Tile{layout, scratch.stored};
 }

@@ -21,7 +21,8 @@ public:
         const Octree::RowLayout& layout,
         std::uint64_t pointCount,
         const Octree::ScratchLoan& scratch,
-        const std::stop_token& stopToken
+        const std::stop_token& stopToken,
+        unsigned attributes
     ) const override;
 };
 }  // namespace Entwine

@@ -60,6 +60,10 @@ Octree::TreeDescription describe(
         }
     }
     description.attributeMask = layout.attributeMask();
+    description.recordMask = layout.recordMask();
+    description.storedOrigin = {
+        layout.position[0].offset, layout.position[1].offset, layout.position[2].offset};
+    description.coordinateSystem = metadata.coordinateSystem;
     description.intensityRange = metadata.intensityRange();
     return description;
 }
@@ -149,7 +153,7 @@ bool EntwineTree::getNodePointData(
     const std::optional<Octree::RowConversion> how = conversion(attributes, unitScale, stopToken);
     const auto decode = [&](const Tile& tile)
     { Octree::decodeRows(tile.layout, *how, tile.rows, attributes, out); };
-    return how && readTile(id, node->pointCount, decode, stopToken);
+    return how && readTile(id, node->pointCount, attributes, decode, stopToken);
 }
 
 bool EntwineTree::passNodePoints(
@@ -173,18 +177,19 @@ bool EntwineTree::passNodePoints(
     const std::optional<Octree::RowConversion> how = conversion(attributes, unitScale, stopToken);
     const auto decode = [&](const Tile& tile)
     { Octree::decodeRows(tile.layout, *how, tile.rows, attributes, sink); };
-    return how && readTile(id, node->pointCount, decode, stopToken);
+    return how && readTile(id, node->pointCount, Octree::kNoAttributes, decode, stopToken);
 }
 
 bool EntwineTree::readTile(
     const OctreeNodeId& id,
     std::uint64_t pointCount,
+    unsigned attributes,
     const std::function<void(const Tile&)>& decode,
     const std::stop_token& stopToken
 ) const
 {
     const Octree::ScratchLoan scratch;
-    const std::optional<Tile> tile = mTiles.read(id, pointCount, scratch, stopToken);
+    const std::optional<Tile> tile = mTiles.read(id, pointCount, attributes, scratch, stopToken);
     if (!tile || stopToken.stop_requested())
     {
         return false;
@@ -238,7 +243,8 @@ std::optional<bool> EntwineTree::sampleWideColors(const std::stop_token& stopTok
         return false;
     }
     const Octree::ScratchLoan scratch;
-    const std::optional<Tile> tile = mTiles.read(id, node->pointCount, scratch, stopToken);
+    const std::optional<Tile> tile =
+        mTiles.read(id, node->pointCount, Octree::kNoAttributes, scratch, stopToken);
     return tile ? std::optional(Octree::hasWideColors(tile->layout, tile->rows)) : std::nullopt;
 }
 

@@ -69,6 +69,7 @@ private:
     bool readTile(
         const Octree::OctreeNodeId& id,
         std::uint64_t pointCount,
+        unsigned attributes,
         const std::function<void(const Tile&)>& decode,
         const std::stop_token& stopToken
     ) const;

@@ -1,5 +1,6 @@
 #include "octree/entwine/LaszipCodec.h"
 
+#include "octree/NodePointData.h"
 #include "octree/entwine/lazLayout.h"
 #include "octree/entwine/rowsExpected.h"
 #include "octree/las/LazHeader.h"
@@ -40,10 +41,11 @@ std::optional<Tile> LaszipCodec::unpacked(
     const Octree::RowLayout& declared,
     std::uint64_t pointCount,
     const Octree::ScratchLoan& scratch,
-    const std::stop_token& stopToken
+    const std::stop_token& stopToken,
+    unsigned attributes
 ) const
 {
-    const Las::LazHeader header = Las::parseLazHeader(scratch.stored, scratch.stored.size());
+    Las::LazHeader header = Las::parseLazHeader(scratch.stored, scratch.stored.size());
     if (header.pointCount != pointCount)
     {
         throw std::runtime_error(
@@ -51,6 +53,7 @@ std::optional<Tile> LaszipCodec::unpacked(
             " as the hierarchy says"
         );
     }
+    header.hasRecordRows = (attributes & Octree::kRecordAttributes) != 0;
     Octree::RowLayout layout = lazLayout(header, declared);
     checkRows(pointCount, layout.bytesPerPoint);
     const std::span<const std::byte> chunks = Las::equalChunks(scratch.stored, header);

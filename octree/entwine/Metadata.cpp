@@ -174,6 +174,35 @@ std::uint16_t toUint16(double value) noexcept
     return static_cast<std::uint16_t>(std::clamp(value, 0.0, 65535.0));
 }
 
+/// What is not as expected says nothing: no point depends on it.
+std::string coordinateSystemOf(const Field& root)
+{
+    const auto textOf = [](const nlohmann::json& object, const char* key)
+    {
+        const auto found = object.find(key);
+        return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
+    };
+    const std::optional<Field> field = root.find("srs");
+    if (!field || !field->value().is_object())
+    {
+        return {};
+    }
+    const nlohmann::json& srs = field->value();
+    std::string wkt = textOf(srs, "wkt");
+    if (!wkt.empty())
+    {
+        return wkt;
+    }
+    const std::string authority = textOf(srs, "authority");
+    const std::string horizontal = textOf(srs, "horizontal");
+    const std::string vertical = textOf(srs, "vertical");
+    if (authority.empty() || horizontal.empty())
+    {
+        return {};
+    }
+    return authority + ":" + horizontal + (vertical.empty() ? "" : "+" + vertical);
+}
+
 Metadata metadataOf(const Field& root)
 {
     if (const std::optional<Field> version = root.find("version");
@@ -194,6 +223,7 @@ Metadata metadataOf(const Field& root)
         metadata.boundingCube.largestSize() / static_cast<double>(root.get("span").wholeNumber(1, kMaxSpan));
     metadata.schema = schemaOf(root.get("schema"));
     metadata.bytesPerPoint = metadata.schema.back().byteOffset + metadata.schema.back().size;
+    metadata.coordinateSystem = coordinateSystemOf(root);
     return metadata;
 }
 }  // namespace

@@ -42,6 +42,7 @@ struct Metadata
     double spacing = 0.0;                        ///< of the root: edge of the cube / span
     std::vector<Dimension> schema;               ///< in storage order; X, Y and Z are among them
     std::size_t bytesPerPoint = 0;               ///< of a row
+    std::string coordinateSystem;                ///< WKT, else a code such as "EPSG:3857"; may be empty
 
     /// The dimension of that name, null when there is none.
     OCTREE_API const Dimension* dimension(std::string_view name) const noexcept;

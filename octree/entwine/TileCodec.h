@@ -47,13 +47,15 @@ public:
         const = 0;
 
     /// Makes rows of the bytes in scratch.stored, of which checkStored() has seen the number.
+    /// @param attributes  AttributeMask bits: of Octree::kRecordAttributes rows need to have only these
     /// @return the tile, or nothing when a stop was requested
     /// @throws std::runtime_error  for bytes that are broken or of another number of points
     virtual std::optional<Tile> unpacked(
         const Octree::RowLayout& layout,
         std::uint64_t pointCount,
         const Octree::ScratchLoan& scratch,
-        const std::stop_token& stopToken
+        const std::stop_token& stopToken,
+        unsigned attributes = 0
     ) const = 0;
 };
 

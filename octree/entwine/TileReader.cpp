@@ -39,6 +39,7 @@ void TileReader::forget(const Octree::OctreeNodeId& id) const noexcept
 std::optional<Tile> TileReader::read(
     const Octree::OctreeNodeId& id,
     std::uint64_t pointCount,
+    unsigned attributes,
     const Octree::ScratchLoan& scratch,
     const std::stop_token& stopToken
 ) const
@@ -65,7 +66,7 @@ std::optional<Tile> TileReader::read(
         return std::nullopt;
     }
     return Octree::naming(
-        file->name(), [&] { return mCodec.unpacked(mLayout, pointCount, scratch, stopToken); }
+        file->name(), [&] { return mCodec.unpacked(mLayout, pointCount, scratch, stopToken, attributes); }
     );
 }
 }  // namespace Entwine

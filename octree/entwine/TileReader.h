@@ -27,6 +27,7 @@ public:
     TileReader(std::shared_ptr<const Core::ByteFolder> files, const Metadata& metadata);
 
     /// @param pointCount  what the hierarchy says, above 0
+    /// @param attributes  AttributeMask bits: of Octree::kRecordAttributes rows need to have only these
     /// @param scratch     keeps the rows
     /// @return the tile, or nothing when a stop was requested
     /// @throws std::runtime_error  naming the file, for one that is missing, broken, larger than 1 GiB or of
@@ -35,6 +36,7 @@ public:
     std::optional<Tile> read(
         const Octree::OctreeNodeId& id,
         std::uint64_t pointCount,
+        unsigned attributes,
         const Octree::ScratchLoan& scratch,
         const std::stop_token& stopToken
     ) const;

@@ -34,7 +34,8 @@ std::optional<Tile> ZstandardCodec::unpacked(
     const Octree::RowLayout& layout,
     std::uint64_t pointCount,
     const Octree::ScratchLoan& scratch,
-    const std::stop_token& stopToken
+    const std::stop_token& stopToken,
+    unsigned
 ) const
 {
     const auto size = static_cast<std::size_t>(pointCount * layout.bytesPerPoint);

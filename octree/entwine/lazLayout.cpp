@@ -28,6 +28,11 @@ Octree::RowLayout lazLayout(const Las::LazHeader& header, const Octree::RowLayou
     dropUndeclared(layout.intensity, declared.intensity.has_value());
     dropUndeclared(layout.classification, declared.classification.has_value());
     dropUndeclared(layout.scanIndex, declared.scanIndex.has_value());
+    dropUndeclared(layout.returnNumber, declared.returnNumber.has_value());
+    dropUndeclared(layout.returnCount, declared.returnCount.has_value());
+    dropUndeclared(layout.gpsTime, declared.gpsTime.has_value());
+    dropUndeclared(layout.userData, declared.userData.has_value());
+    dropUndeclared(layout.scanAngle, declared.scanAngle.has_value());
     return layout;
 }
 }  // namespace Entwine

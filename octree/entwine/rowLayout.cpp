@@ -38,6 +38,11 @@ RowLayout rowLayout(const Metadata& metadata)
     layout.intensity = find(metadata, "Intensity");
     layout.classification = find(metadata, "Classification");
     layout.scanIndex = find(metadata, "PointSourceId");
+    layout.returnNumber = find(metadata, "ReturnNumber");
+    layout.returnCount = find(metadata, "NumberOfReturns");
+    layout.gpsTime = find(metadata, "GpsTime");
+    layout.userData = find(metadata, "UserData");
+    layout.scanAngle = find(metadata, "ScanAngleRank");
     if (tileCodec(metadata.dataType).hasRowsOfSchema())
     {
         layout.normal = findTriple(metadata, "NormalX", "NormalY", "NormalZ");

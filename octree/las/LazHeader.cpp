@@ -283,6 +283,7 @@ LazHeader parseLazHeader(Bytes begin, std::uint64_t fileSize)
     header.pointFormat = format.number;
     header.isLayered = format.number >= 6;
     header.hasColors = format.colorChannels > 0;
+    header.hasTime = format.hasTime;
     readCoordinates(begin, header);
     const std::optional<LasRecord> compression = findLasRecord(begin, fileSize, kLaszipAuthor, kLaszipNumber);
     require(compression.has_value(), "points are not compressed by LASzip", "a record \"laszip encoded\"");

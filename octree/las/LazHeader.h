@@ -34,6 +34,7 @@ struct LazHeader
     unsigned pointFormat = 0;      ///< 0 to 3 or 6 to 8
     bool isLayered = false;        ///< of point formats 6 to 8: each field of a chunk is compressed by itself
     bool hasColors = false;        ///< 16 bits a channel
+    bool hasTime = false;          ///< GPS time
     std::uint64_t pointCount = 0;  ///< of all chunks
     std::array<double, 3> scale{};   ///< coordinate = stored integer x scale + offset
     std::array<double, 3> offset{};  ///< likewise
@@ -41,6 +42,8 @@ struct LazHeader
     std::array<double, 3> max{};     ///< likewise
     std::vector<LazItem> items;      ///< in the order of the record
     std::uint32_t chunkSize = 0;     ///< points of each chunk but the last, or kVaryingChunks
+    /// Rows that points are decoded into have what was recorded with them, too.
+    bool hasRecordRows = false;
     std::uint64_t pointsBegin =
         0;  ///< position in the file: 8 bytes, which locate the chunk table, then chunks
 

@@ -23,6 +23,11 @@ constexpr unsigned kWantedLayers = LASZIP_DECOMPRESS_SELECTIVE_Z |
                                    LASZIP_DECOMPRESS_SELECTIVE_CLASSIFICATION |
                                    LASZIP_DECOMPRESS_SELECTIVE_INTENSITY |
                                    LASZIP_DECOMPRESS_SELECTIVE_POINT_SOURCE | LASZIP_DECOMPRESS_SELECTIVE_RGB;
+constexpr unsigned kRecordLayers = LASZIP_DECOMPRESS_SELECTIVE_SCAN_ANGLE |
+                                   LASZIP_DECOMPRESS_SELECTIVE_USER_DATA |
+                                   LASZIP_DECOMPRESS_SELECTIVE_GPS_TIME;
+
+constexpr float kDegreesPerStep = 0.006F;  // of the scan angles of layered points
 
 /// Lends the library chunks and nothing else: it sees no chunk table, which it would trust, and needs none to
 /// read chunks one after the other.
@@ -137,7 +142,10 @@ class PointBuffer
 {
 public:
     explicit PointBuffer(const LazHeader& header)
-        : mExtra(header.items.back().size), mIsLayered(header.isLayered), mHasColors(header.hasColors)
+        : mExtra(header.items.back().size),
+          mIsLayered(header.isLayered),
+          mHasColors(header.hasColors),
+          mRecords(header.hasRecordRows ? LasRow::records(header) : 0)
     {
         for (std::size_t i = 0; i < header.items.size(); ++i)
         {
@@ -161,9 +169,34 @@ public:
         {
             std::memcpy(row + LasRow::kColors, mColors.data(), 6);
         }
+        if (mRecords > 0)
+        {
+            writeRecords(row + mRecords);
+        }
     }
 
 private:
+    void writeRecords(std::byte* records) const noexcept
+    {
+        const unsigned returns = mIsLayered ? mPoint[24] : mPoint[14];
+        const unsigned bits = mIsLayered ? 4 : 3;
+        const unsigned mask = (1U << bits) - 1;
+        records[LasRow::kReturnNumber] = static_cast<std::byte>(returns & mask);
+        records[LasRow::kReturnCount] = static_cast<std::byte>(returns >> bits & mask);
+        records[LasRow::kUserData] = std::byte{mPoint[17]};
+        float angle = static_cast<float>(static_cast<std::int8_t>(mPoint[16]));
+        if (mIsLayered)
+        {
+            std::int16_t steps;
+            std::memcpy(&steps, mPoint.data() + 20, sizeof steps);
+            angle = static_cast<float>(steps) * kDegreesPerStep;
+        }
+        std::memcpy(records + LasRow::kScanAngle, &angle, sizeof angle);
+        std::memcpy(
+            records + LasRow::kGpsTime, mIsLayered ? mPoint.data() + 32 : mTime.data(), sizeof(double)
+        );
+    }
+
     U8* bufferOf(std::uint16_t type) noexcept
     {
         switch (type)
@@ -189,6 +222,7 @@ private:
     std::array<U8*, 4> mItems{};
     bool mIsLayered;
     bool mHasColors;
+    std::size_t mRecords;  // where in a row they begin; 0 without them
 };
 
 void setUp(LASreadPoint& reader, LASzip& compression, const LazHeader& header, std::uint32_t chunkSize)
@@ -216,7 +250,10 @@ void setUp(LASreadPoint& reader, LASzip& compression, const LazHeader& header, s
 class OwnedReader
 {
 public:
-    OwnedReader() : mReader(std::make_unique<LASreadPoint>(kWantedLayers)) {}
+    explicit OwnedReader(const LazHeader& header)
+        : mReader(std::make_unique<LASreadPoint>(kWantedLayers | (header.hasRecordRows ? kRecordLayers : 0U)))
+    {
+    }
 
     LASreadPoint& operator*() const noexcept { return *mReader; }
 
@@ -301,7 +338,7 @@ bool decodeOwned(
     const std::stop_token& stopToken
 )
 {
-    OwnedReader reader;
+    OwnedReader reader(header);
     try
     {
         return decode(*reader, bytes, count, chunkSize, end, header, out, stopToken);

@@ -23,10 +23,24 @@ struct LasRow
     static constexpr std::size_t kClassification = 16;
     static constexpr std::size_t kColors = 17;  ///< red, green, blue, where points have them
 
+    // From records() on, where the header asks for them: bytes, and these.
+    static constexpr std::size_t kReturnNumber = 0;
+    static constexpr std::size_t kReturnCount = 1;
+    static constexpr std::size_t kUserData = 2;
+    static constexpr std::size_t kScanAngle = 3;  ///< float, degrees
+    static constexpr std::size_t kGpsTime = 7;    ///< double; 0 where points have none
+    static constexpr std::size_t kRecordBytes = 15;
+
+    /// Where in a row the fields begin that the header asks for by LazHeader::hasRecordRows.
+    static constexpr std::size_t records(const LazHeader& header) noexcept
+    {
+        return header.hasColors ? kColors + 6 : kColors;
+    }
+
     /// Bytes of a row.
     static constexpr std::size_t length(const LazHeader& header) noexcept
     {
-        return header.hasColors ? kColors + 6 : kColors;
+        return records(header) + (header.hasRecordRows ? kRecordBytes : 0);
     }
 };
 

@@ -42,6 +42,18 @@ Octree::RowLayout rowLayout(const LazHeader& header)
     layout.intensity = field("Intensity", Unsigned, 2, LasRow::kIntensity);
     layout.classification = field("Classification", Unsigned, 1, LasRow::kClassification);
     layout.scanIndex = field("PointSourceId", Unsigned, 2, LasRow::kPointSource);
+    if (header.hasRecordRows)
+    {
+        const std::size_t begin = LasRow::records(header);
+        layout.returnNumber = field("ReturnNumber", Unsigned, 1, begin + LasRow::kReturnNumber);
+        layout.returnCount = field("NumberOfReturns", Unsigned, 1, begin + LasRow::kReturnCount);
+        layout.userData = field("UserData", Unsigned, 1, begin + LasRow::kUserData);
+        layout.scanAngle = field("ScanAngleRank", Float, 4, begin + LasRow::kScanAngle);
+        if (header.hasTime)
+        {
+            layout.gpsTime = field("GpsTime", Float, 8, begin + LasRow::kGpsTime);
+        }
+    }
     return layout;
 }
 }  // namespace Las

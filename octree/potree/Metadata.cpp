@@ -189,6 +189,12 @@ Metadata metadataOf(const Field& root)
     {
         metadata.name = name->text();
     }
+    // What is no text says nothing: no point depends on it.
+    if (const std::optional<Field> projection = root.find("projection");
+        projection && projection->value().is_string())
+    {
+        metadata.coordinateSystem = projection->text();
+    }
     metadata.encoding = encodingOf(root.get("encoding"));
     metadata.offset = pointOf(root.get("offset"));
     metadata.scale = scaleOf(root.get("scale"));

@@ -49,6 +49,7 @@ struct Metadata
     Math::NBoundingBox<double, 3> boundingBox;  ///< the root's
     std::uint64_t firstChunkSize = 0;           ///< bytes of the hierarchy chunk that starts with the root
     std::vector<Attribute> attributes;          ///< in storage order
+    std::string coordinateSystem;               ///< in whatever words the file has; may be empty
 
     /// The attribute of that name, null when there is none.
     OCTREE_API const Attribute* attribute(std::string_view attributeName) const noexcept;

@@ -60,6 +60,9 @@ Octree::TreeDescription describe(
         );
     }
     description.attributeMask = layout.attributeMask();
+    description.recordMask = layout.recordMask();
+    description.storedOrigin = metadata.offset;
+    description.coordinateSystem = metadata.coordinateSystem;
     description.intensityRange = metadata.intensityRange();
     return description;
 }

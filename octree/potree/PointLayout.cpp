@@ -55,6 +55,17 @@ unsigned PointLayout::attributeMask() const noexcept
            bit(octahedralNormal.has_value() || normalXyz.has_value(), Octree::kNormalAttribute);
 }
 
+unsigned PointLayout::recordMask() const noexcept
+{
+    const auto bit = [](bool present, unsigned mask) { return present ? mask : 0U; };
+    return bit(returnNumber.has_value(), Octree::kReturnNumberAttribute) |
+           bit(returnCount.has_value(), Octree::kReturnCountAttribute) |
+           bit(gpsTime.has_value(), Octree::kGpsTimeAttribute) |
+           bit(pointSource.has_value(), Octree::kPointSourceAttribute) |
+           bit(userData.has_value(), Octree::kUserDataAttribute) |
+           bit(scanAngleRank.has_value() || scanAngleSteps.has_value(), Octree::kScanAngleAttribute);
+}
+
 PointLayout makePointLayout(const Metadata& metadata, std::string_view file)
 {
     PointLayout layout;
@@ -80,6 +91,13 @@ PointLayout makePointLayout(const Metadata& metadata, std::string_view file)
         note("NormalX", 8, normals[0]);
         note("NormalY", 8, normals[1]);
         note("NormalZ", 8, normals[2]);
+        note("return number", 1, layout.returnNumber);
+        note("number of returns", 1, layout.returnCount);
+        note("gps-time", 8, layout.gpsTime);
+        note("point source id", 2, layout.pointSource);
+        note("user data", 1, layout.userData);
+        note("scan angle rank", 1, layout.scanAngleRank);
+        note("scan angle", 2, layout.scanAngleSteps);
         layout.bytesPerPoint += storedSize(attribute, metadata.encoding, file);
     }
     if (normals[0] && normals[1] && normals[2])

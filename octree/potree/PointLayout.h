@@ -29,8 +29,19 @@ struct PointLayout
     std::optional<std::uint64_t> octahedralNormal;          ///< offset
     std::optional<std::array<std::uint64_t, 3>> normalXyz;  ///< offsets
 
+    std::optional<std::uint64_t> returnNumber;    ///< offset
+    std::optional<std::uint64_t> returnCount;     ///< offset
+    std::optional<std::uint64_t> gpsTime;         ///< offset
+    std::optional<std::uint64_t> pointSource;     ///< offset
+    std::optional<std::uint64_t> userData;        ///< offset
+    std::optional<std::uint64_t> scanAngleRank;   ///< offset; degrees
+    std::optional<std::uint64_t> scanAngleSteps;  ///< offset; 0.006 degrees
+
     /// Octree::AttributeMask bits of what points have.
     OCTREE_API unsigned attributeMask() const noexcept;
+
+    /// The same, bits of Octree::kRecordAttributes.
+    OCTREE_API unsigned recordMask() const noexcept;
 };
 
 /// @param file  the name for messages

@@ -201,6 +201,49 @@ void decodeNormals(const StoredPoints& points, const PointLayout& layout, std::v
         }
     }
 }
+
+/// Degrees, of which files have whole ones or steps.
+void decodeScanAngles(const StoredPoints& points, const PointLayout& layout, std::vector<float>& out)
+{
+    constexpr float kDegreesPerStep = 0.006F;
+    if (layout.scanAngleSteps)
+    {
+        const Column steps = points.column(*layout.scanAngleSteps, sizeof(std::int16_t));
+        for (std::size_t i = 0; i < out.size(); ++i)
+        {
+            out[i] = static_cast<float>(steps.value<std::int16_t>(i)) * kDegreesPerStep;
+        }
+        return;
+    }
+    const Column degrees = points.column(*layout.scanAngleRank, sizeof(std::int8_t));
+    for (std::size_t i = 0; i < out.size(); ++i)
+    {
+        out[i] = degrees.value<std::int8_t>(i);
+    }
+}
+
+/// Fills the arrays of what was recorded, which have their lengths already.
+void decodeRecords(
+    const StoredPoints& points, const PointLayout& layout, unsigned attributes, Octree::NodePointColumns& out
+)
+{
+    const auto copy = [&](unsigned attribute, const std::optional<std::uint64_t>& offset, auto& array)
+    {
+        if ((attributes & attribute) != 0)
+        {
+            copyValues(points.column(*offset, sizeof array[0]), array.size(), array.data());
+        }
+    };
+    copy(Octree::kReturnNumberAttribute, layout.returnNumber, out.returnNumbers);
+    copy(Octree::kReturnCountAttribute, layout.returnCount, out.returnCounts);
+    copy(Octree::kGpsTimeAttribute, layout.gpsTime, out.gpsTimes);
+    copy(Octree::kPointSourceAttribute, layout.pointSource, out.pointSources);
+    copy(Octree::kUserDataAttribute, layout.userData, out.userData);
+    if ((attributes & Octree::kScanAngleAttribute) != 0)
+    {
+        decodeScanAngles(points, layout, out.scanAngles);
+    }
+}
 }  // namespace
 
 void decodePoints(
@@ -238,9 +281,10 @@ void decodePoints(
     Octree::NodePointColumns& out
 )
 {
-    const unsigned filled = bytes.empty() ? 0U : attributes & layout.attributeMask();
+    const unsigned filled = bytes.empty() ? 0U : attributes & (layout.attributeMask() | layout.recordMask());
     Octree::ColumnSink sink(out, filled);
     decodePoints(layout, conversion, bytes, filled, sink);
+    decodeRecords(StoredPoints(layout, bytes), layout, filled, out);
     if (Octree::hasNormal(filled))
     {
         decodeNormals(StoredPoints(layout, bytes), layout, out.normals);

@@ -12,4 +12,12 @@ unsigned RowLayout::attributeMask() const noexcept
            bit(classification.has_value(), kClassificationAttribute) |
            bit(scanIndex.has_value(), kScanIndexAttribute) | bit(normal.has_value(), kNormalAttribute);
 }
+
+unsigned RowLayout::recordMask() const noexcept
+{
+    const auto bit = [](bool present, unsigned mask) { return present ? mask : 0U; };
+    return bit(returnNumber.has_value(), kReturnNumberAttribute) |
+           bit(returnCount.has_value(), kReturnCountAttribute) | bit(gpsTime.has_value(), kGpsTimeAttribute) |
+           bit(userData.has_value(), kUserDataAttribute) | bit(scanAngle.has_value(), kScanAngleAttribute);
+}
 }  // namespace Octree

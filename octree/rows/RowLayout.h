@@ -20,6 +20,9 @@ struct RowLayout
     /// AttributeMask bits of what points have.
     OCTREE_API unsigned attributeMask() const noexcept;
 
+    /// Bits of AttributeMask::kRecordAttributes of what points have.
+    OCTREE_API unsigned recordMask() const noexcept;
+
     std::size_t bytesPerPoint = 0;            ///< of a row
     Triple position;                          ///< coordinates
     std::optional<Triple> rgb;                ///< red, green and blue
@@ -27,5 +30,10 @@ struct RowLayout
     std::optional<Dimension> classification;  ///< as stored
     std::optional<Dimension> scanIndex;       ///< what tells the scan of a point
     std::optional<Triple> normal;             ///< of the surface
+    std::optional<Dimension> returnNumber;    ///< 1 for the first
+    std::optional<Dimension> returnCount;     ///< of a pulse
+    std::optional<Dimension> gpsTime;         ///< as stored
+    std::optional<Dimension> userData;        ///< as stored
+    std::optional<Dimension> scanAngle;       ///< degrees
 };
 }  // namespace Octree

@@ -218,6 +218,23 @@ void fillBlock(const Rows& rows, const RowLayout& layout, const RowConversion& c
         decodeColumn(rows, *layout.scanIndex, block.scanIndices.data());
     }
 }
+
+/// Fills the arrays of what was recorded, which have their lengths already.
+void decodeRecords(const Rows& rows, const RowLayout& layout, unsigned attributes, NodePointColumns& out)
+{
+    const auto decode = [&](unsigned attribute, const std::optional<Dimension>& dimension, auto& array)
+    {
+        if ((attributes & attribute) != 0)
+        {
+            decodeColumn(rows, *dimension, array.data());
+        }
+    };
+    decode(kReturnNumberAttribute, layout.returnNumber, out.returnNumbers);
+    decode(kReturnCountAttribute, layout.returnCount, out.returnCounts);
+    decode(kGpsTimeAttribute, layout.gpsTime, out.gpsTimes);
+    decode(kUserDataAttribute, layout.userData, out.userData);
+    decode(kScanAngleAttribute, layout.scanAngle, out.scanAngles);
+}
 }  // namespace
 
 void decodeRows(
@@ -252,7 +269,7 @@ void decodeRows(
     NodePointColumns& out
 )
 {
-    const unsigned filled = attributes & layout.attributeMask();
+    const unsigned filled = attributes & (layout.attributeMask() | layout.recordMask());
     ColumnSink sink(out, filled);
     try
     {
@@ -263,6 +280,7 @@ void decodeRows(
         out.clear();
         throw;
     }
+    decodeRecords(Rows{rows, layout.bytesPerPoint}, layout, filled, out);
     if (hasNormal(filled))
     {
         for (std::size_t axis = 0; axis < 3; ++axis)

@@ -10,6 +10,7 @@
 #include <limits>
 #include <stdexcept>
 #include <stop_token>
+#include <type_traits>
 #include <utility>
 
 namespace Render
@@ -148,16 +149,50 @@ void PointCloudQuery::setWorldMatrix(const Eigen::Matrix4f& worldMatrix) noexcep
 
 std::size_t PointCloudQuery::getNextPointChunk(VertexPosColor* points, std::size_t maxCount)
 {
+    const auto copy = [&](std::size_t done)
+    {
+        return mCurrentNode.boxTestResult == BoxTestResult::Inside && !mAttributeFilter
+                   ? copyPoints(points + done, maxCount - done)
+                   : copyAcceptedPoints(points + done, maxCount - done);
+    };
+    return nextPoints(maxCount, copy);
+}
+
+std::size_t PointCloudQuery::getNextPoints(Octree::NodePointColumns& points, std::size_t maxCount)
+{
+    points.clear();
+    const auto append = [&](std::size_t done) { return appendPoints(points, maxCount - done); };
+    return nextPoints(maxCount, append);
+}
+
+void PointCloudQuery::setAttributeFilter(std::unique_ptr<IAttributeFilter> filter) noexcept
+{
+    mAttributeFilter = std::move(filter);
+}
+
+void PointCloudQuery::setRecordAttributes(unsigned attributes)
+{
+    const unsigned wanted = attributes & Octree::kRecordAttributes;
+    if (wanted != mRecordAttributes)
+    {
+        mRecordAttributes = wanted;
+        mAhead.reset();  // what it has read lacks them
+        mRequestedCount = 0;
+    }
+}
+
+/// Visits nodes until there are enough points or the time is over.
+/// @param copy  copies points of the current node behind those that there are, and tells how many
+template <class Copy>
+std::size_t PointCloudQuery::nextPoints(std::size_t maxCount, const Copy& copy)
+{
     std::size_t count = 0;
     while (mHasCurrentNode || advance())
     {
-        if (mCurrentNode.boxTestResult == BoxTestResult::Inside)
+        if (mCurrentNode.boxTestResult == BoxTestResult::Inside ||
+            mCurrentNode.boxTestResult == BoxTestResult::Border)
         {
-            count += copyPoints(points + count, maxCount - count);
-        }
-        else if (mCurrentNode.boxTestResult == BoxTestResult::Border)
-        {
-            count += copyAcceptedPoints(points + count, maxCount - count);
+            count += copy(count);
         }
         else
         {
@@ -247,12 +282,16 @@ void PointCloudQuery::readAhead()
     {
         mAhead = std::make_unique<Ahead>(
             Core::WorkerPool::shared(),
-            [octree = mOctree](const Octree::OctreeNodeId& id, PointsAhead& ahead, std::stop_token stopToken)
+            [octree = mOctree, wanted = wantedAttributes()](
+                const Octree::OctreeNodeId& id, PointsAhead& ahead, std::stop_token stopToken
+            )
             {
+                ahead.points = Octree::NodePointData(wanted);
                 ahead.identifier = octree->cacheIdentifier();
                 return octree->readNodePointData(id, ahead.points, std::move(stopToken));
             },
-            [cache = mCache](const Octree::OctreeNodeId& id) { return cache->contains(id); },
+            [cache = mRecordAttributes == 0 ? mCache : nullptr](const Octree::OctreeNodeId& id)
+            { return cache && cache->contains(id); },
             Ahead::Notice{
                 [octree = mOctree](const Octree::OctreeNodeId& id) { octree->expectNodePoints(id); },
                 [octree = mOctree](const Octree::OctreeNodeId& id) { octree->forgetNodePoints(id); },
@@ -326,7 +365,15 @@ void PointCloudQuery::fetchCurrentNode()
     const auto isOurs = [&] { return mOctree->cacheIdentifier() == mCached; };
     try
     {
-        isFetched = mCache->getOrLoad(mCurrentNode.id, mCurrentPoints, load, isOurs, {});
+        if (mRecordAttributes == 0)
+        {
+            isFetched = mCache->getOrLoad(mCurrentNode.id, mCurrentPoints, load, isOurs, {});
+        }
+        else
+        {
+            mCurrentPoints = Octree::NodePointData(wantedAttributes());
+            isFetched = load(mCurrentPoints, {});
+        }
     }
     catch (const std::exception&)
     {
@@ -357,9 +404,34 @@ std::size_t PointCloudQuery::copyPoints(VertexPosColor* points, std::size_t maxC
     return count;
 }
 
+/// Whether the attribute filter accepts a point of the current node.
+bool PointCloudQuery::isAccepted(std::size_t i) const
+{
+    if (!mAttributeFilter)
+    {
+        return true;
+    }
+    const Octree::NodePointColumns& columns = mCurrentPoints.columns();
+    const auto valueOf = [i](const auto& column)
+    {
+        using Value = typename std::decay_t<decltype(column)>::value_type;
+        return column.empty() ? Value{} : column[i];
+    };
+    PointAttributes point;
+    point.color = columns.colors[i];
+    point.intensity = valueOf(columns.intensities);
+    point.classification = valueOf(columns.classifications);
+    point.scanIndex = valueOf(columns.scanIndices);
+    point.returnNumber = valueOf(columns.returnNumbers);
+    point.returnCount = valueOf(columns.returnCounts);
+    point.gpsTime = valueOf(columns.gpsTimes);
+    return mAttributeFilter->testAttributes(point);
+}
+
 std::size_t PointCloudQuery::copyAcceptedPoints(VertexPosColor* points, std::size_t maxCount)
 {
     const PointTransform toWorld(mWorldMatrix);
+    const bool isInside = mCurrentNode.boxTestResult == BoxTestResult::Inside;
     const std::size_t size = mCurrentPoints.size();
     const Math::Point<double, 3>* const positions = mCurrentPoints.columns().positions.data();
     const Math::Color* const colors = mCurrentPoints.columns().colors.data();
@@ -368,12 +440,60 @@ std::size_t PointCloudQuery::copyAcceptedPoints(VertexPosColor* points, std::siz
     for (; i < size && count < maxCount; ++i)
     {
         const Math::Point<float, 3> position = toWorld(positions[i]);
-        if (mFilter.testPosition(position))
+        if ((isInside || mFilter.testPosition(position)) && isAccepted(i))
         {
             points[count++] = {position, colors[i]};
         }
     }
     mNextPoint = i;
     return count;
+}
+
+std::size_t PointCloudQuery::appendPoints(Octree::NodePointColumns& points, std::size_t maxCount)
+{
+    const PointTransform toWorld(mWorldMatrix);
+    const Octree::NodePointColumns& from = mCurrentPoints.columns();
+    const bool isInside = mCurrentNode.boxTestResult == BoxTestResult::Inside;
+    mAccepted.clear();
+    std::size_t i = mNextPoint;
+    for (; i < from.pointCount && mAccepted.size() < maxCount; ++i)
+    {
+        if ((isInside || mFilter.testPosition(toWorld(from.positions[i]))) && isAccepted(i))
+        {
+            mAccepted.push_back(i);
+        }
+    }
+    mNextPoint = i;
+
+    // A node may lack an attribute that others have: its points have 0 there.
+    const std::size_t before = points.pointCount;
+    const std::size_t after = before + mAccepted.size();
+    const auto append = [&](const auto& source, auto& target)
+    {
+        if (source.empty() && target.empty())
+        {
+            return;
+        }
+        target.resize(after);
+        for (std::size_t k = 0; k < mAccepted.size() && !source.empty(); ++k)
+        {
+            target[before + k] = source[mAccepted[k]];
+        }
+    };
+    append(from.positions, points.positions);
+    append(from.colors, points.colors);
+    append(from.intensities, points.intensities);
+    append(from.classifications, points.classifications);
+    append(from.scanIndices, points.scanIndices);
+    append(from.visibilities, points.visibilities);
+    append(from.normals, points.normals);
+    append(from.returnNumbers, points.returnNumbers);
+    append(from.returnCounts, points.returnCounts);
+    append(from.gpsTimes, points.gpsTimes);
+    append(from.pointSources, points.pointSources);
+    append(from.userData, points.userData);
+    append(from.scanAngles, points.scanAngles);
+    points.pointCount = after;
+    return mAccepted.size();
 }
 }  // namespace Render

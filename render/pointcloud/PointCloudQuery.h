@@ -12,6 +12,7 @@
 #include "octree/OctreeNodeId.h"
 #include "render/Export.h"
 #include "render/gpu/VertexFormats.h"
+#include "render/pointcloud/IAttributeFilter.h"
 #include "render/pointcloud/PointCloudFilter.h"
 
 #include <Eigen/Core>
@@ -23,6 +24,7 @@
 #include <memory>
 #include <optional>
 #include <stop_token>
+#include <vector>
 
 namespace Octree
 {
@@ -98,6 +100,23 @@ public:
     ///                             the node
     std::size_t getNextPointChunk(VertexPosColor* points, std::size_t maxCount);
 
+    /// Hands out points with what is known of them, as getNextPointChunk() does; both go on where the other has
+    /// stopped. Positions are those of the data set in double precision, relative to the octree's position, times
+    /// its unit scale: the world matrix is for the filter alone.
+    /// @param points  replaced by the next points: all arrays that queries have, or are asked for by
+    ///                setRecordAttributes(), and the data set has
+    /// @return how many there are, see getNextPointChunk()
+    /// @throws std::runtime_error  as getNextPointChunk()
+    std::size_t getNextPoints(Octree::NodePointColumns& points, std::size_t maxCount);
+
+    /// Only points that this accepts, too, are handed out from the next call on; null for all.
+    void setAttributeFilter(std::unique_ptr<IAttributeFilter> filter) noexcept;
+
+    /// Which bits of Octree::kRecordAttributes getNextPoints() has and the attribute filter sees, none at first.
+    /// Nodes are then read without the shared cache, which does not have these. Takes effect from the next node
+    /// on, so it belongs before the first call.
+    void setRecordAttributes(unsigned attributes);
+
     /// Whether all nodes have been handed out.
     bool isFinished() const noexcept { return !mHasCurrentNode && mQueue.empty(); }
 
@@ -129,8 +148,15 @@ private:
     bool requestNext();
     void fetchCurrentNode();
     bool readCurrentNode(Octree::NodePointData& points, std::stop_token stopToken);
+
+    unsigned wantedAttributes() const noexcept { return Octree::kAllAttributes | mRecordAttributes; }
+
+    bool isAccepted(std::size_t i) const;
+    template <class Copy>
+    std::size_t nextPoints(std::size_t maxCount, const Copy& copy);
     std::size_t copyPoints(VertexPosColor* points, std::size_t maxCount);
     std::size_t copyAcceptedPoints(VertexPosColor* points, std::size_t maxCount);
+    std::size_t appendPoints(Octree::NodePointColumns& points, std::size_t maxCount);
 
     std::shared_ptr<Octree::Octree> mOctree;
     std::shared_ptr<PointCache> mCache;
@@ -142,8 +168,11 @@ private:
     Node mCurrentNode;
     Octree::NodePointData mCurrentPoints;
     bool mHasCurrentNode = false;
-    std::size_t mNextPoint = 0;  // of the current node
+    std::size_t mNextPoint = 0;          // of the current node
+    std::vector<std::size_t> mAccepted;  // kept for its memory
     PointCloudFilter mFilter;
+    std::unique_ptr<IAttributeFilter> mAttributeFilter;
+    unsigned mRecordAttributes = Octree::kNoAttributes;
     Eigen::Matrix4f mWorldMatrix = Eigen::Matrix4f::Identity();
     Eigen::Matrix3f mWorldMatrix3 = Eigen::Matrix3f::Identity();
     float mWorldScale = 1.0F;

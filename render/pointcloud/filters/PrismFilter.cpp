@@ -49,59 +49,38 @@ std::size_t countDifferent(std::vector<Corner> corners)
     std::sort(corners.begin(), corners.end(), isLess);
     return static_cast<std::size_t>(std::unique(corners.begin(), corners.end()) - corners.begin());
 }
-}  // namespace
 
-PrismFilter::PrismFilter(std::vector<Corner> polygon, float minZ, float maxZ)
-    : mPolygon(std::move(polygon)), mMinZ(minZ), mMaxZ(maxZ)
+/// A ring without repeated corners.
+std::vector<Corner> checkedRing(std::vector<Corner> polygon)
 {
-    for (const Corner& corner : mPolygon)
+    for (const Corner& corner : polygon)
     {
         if (!std::isfinite(corner.x) || !std::isfinite(corner.y))
         {
             throw std::invalid_argument("PrismFilter: a corner of the polygon is not finite");
         }
     }
-    if (std::isnan(minZ) || std::isnan(maxZ))
-    {
-        throw std::invalid_argument("PrismFilter: a height is not a number");
-    }
-    removeRepeatedCorners(mPolygon);
-    if (countDifferent(mPolygon) < 3)
+    removeRepeatedCorners(polygon);
+    if (countDifferent(polygon) < 3)
     {
         throw std::invalid_argument("PrismFilter: a polygon needs at least three different corners");
     }
+    return polygon;
 }
 
-bool PrismFilter::testPosition(const Math::Point<float, 3>& point)
+/// How a place lies to a ring.
+enum class Place
 {
-    return point.z >= mMinZ && point.z <= mMaxZ && isInPolygon(point.x, point.y);
-}
+    Outside,
+    Inside,
+    OnBorder,
+};
 
-BoxTestResult PrismFilter::testBox(const Math::NBoundingBox<float, 3>& box)
-{
-    if (mMinZ > mMaxZ || box.min().z > mMaxZ || box.max().z < mMinZ)
-    {
-        return BoxTestResult::Outside;
-    }
-    if (isEdgeNear(box))
-    {
-        return BoxTestResult::Border;
-    }
-    // no edge comes near the rectangle, so all of it lies where its centre lies
-    const double x = (double{box.min().x} + double{box.max().x}) * 0.5;
-    const double y = (double{box.min().y} + double{box.max().y}) * 0.5;
-    if (!isInPolygon(x, y))
-    {
-        return BoxTestResult::Outside;
-    }
-    return box.min().z >= mMinZ && box.max().z <= mMaxZ ? BoxTestResult::Inside : BoxTestResult::Border;
-}
-
-bool PrismFilter::isInPolygon(double x, double y) const noexcept
+Place placeIn(const std::vector<Corner>& ring, double x, double y) noexcept
 {
     bool isInside = false;
-    const Corner* a = &mPolygon.back();
-    for (const Corner& b : mPolygon)
+    const Corner* a = &ring.back();
+    for (const Corner& b : ring)
     {
         // The lower end belongs to the edge, the upper one does not.
         const bool isLevel = (double{a->y} <= y) != (double{b.y} <= y);
@@ -116,7 +95,7 @@ bool PrismFilter::isInPolygon(double x, double y) const noexcept
         const double where = side(*a, b, x, y).value;
         if (where == 0.0)
         {
-            return true;  // on the border
+            return Place::OnBorder;
         }
         // A ray towards +x crosses the edge.
         if (isLevel && (b.y > a->y ? where > 0.0 : where < 0.0))
@@ -125,13 +104,13 @@ bool PrismFilter::isInPolygon(double x, double y) const noexcept
         }
         a = &b;
     }
-    return isInside;
+    return isInside ? Place::Inside : Place::Outside;
 }
 
-bool PrismFilter::isEdgeNear(const Math::NBoundingBox<float, 3>& box) const noexcept
+bool isEdgeNear(const std::vector<Corner>& ring, const Math::NBoundingBox<float, 3>& box) noexcept
 {
-    const Corner* a = &mPolygon.back();
-    for (const Corner& b : mPolygon)
+    const Corner* a = &ring.back();
+    for (const Corner& b : ring)
     {
         const bool isApart = std::max(a->x, b.x) < box.min().x || std::min(a->x, b.x) > box.max().x ||
                              std::max(a->y, b.y) < box.min().y || std::min(a->y, b.y) > box.max().y;
@@ -154,5 +133,60 @@ bool PrismFilter::isEdgeNear(const Math::NBoundingBox<float, 3>& box) const noex
         a = &b;
     }
     return false;
+}
+}  // namespace
+
+PrismFilter::PrismFilter(std::vector<Corner> polygon, float minZ, float maxZ) : mMinZ(minZ), mMaxZ(maxZ)
+{
+    mRings.push_back(checkedRing(std::move(polygon)));
+    if (std::isnan(minZ) || std::isnan(maxZ))
+    {
+        throw std::invalid_argument("PrismFilter: a height is not a number");
+    }
+}
+
+void PrismFilter::addHole(std::vector<Corner> polygon)
+{
+    mRings.push_back(checkedRing(std::move(polygon)));
+}
+
+bool PrismFilter::testPosition(const Math::Point<float, 3>& point)
+{
+    return point.z >= mMinZ && point.z <= mMaxZ && isInPolygon(point.x, point.y);
+}
+
+BoxTestResult PrismFilter::testBox(const Math::NBoundingBox<float, 3>& box)
+{
+    if (mMinZ > mMaxZ || box.min().z > mMaxZ || box.max().z < mMinZ)
+    {
+        return BoxTestResult::Outside;
+    }
+    if (std::ranges::any_of(mRings, [&](const Ring& ring) { return isEdgeNear(ring, box); }))
+    {
+        return BoxTestResult::Border;
+    }
+    // no edge comes near the rectangle, so all of it lies where its centre lies
+    const double x = (double{box.min().x} + double{box.max().x}) * 0.5;
+    const double y = (double{box.min().y} + double{box.max().y}) * 0.5;
+    if (!isInPolygon(x, y))
+    {
+        return BoxTestResult::Outside;
+    }
+    return box.min().z >= mMinZ && box.max().z <= mMaxZ ? BoxTestResult::Inside : BoxTestResult::Border;
+}
+
+bool PrismFilter::isInPolygon(double x, double y) const noexcept
+{
+    bool isInside = false;
+    for (const Ring& ring : mRings)
+    {
+        const Place place = placeIn(ring, x, y);
+        if (place == Place::OnBorder)
+        {
+            return true;  // borders of holes belong to the prism, too
+        }
+        isInside = isInside != (place == Place::Inside);
+    }
+    return isInside;
 }
 }  // namespace Render

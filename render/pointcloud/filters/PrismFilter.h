@@ -22,14 +22,19 @@ public:
     ///                                heights that are NaN
     PrismFilter(std::vector<Math::Point<float, 2>> polygon, float minZ, float maxZ);
 
+    /// Takes what another polygon encloses out of the prism, but for its border.
+    /// @throws std::invalid_argument  as the constructor
+    void addHole(std::vector<Math::Point<float, 2>> polygon);
+
     bool testPosition(const Math::Point<float, 3>& point) override;
     Octree::BoxTestResult testBox(const Math::NBoundingBox<float, 3>& box) override;
 
 private:
-    bool isInPolygon(double x, double y) const noexcept;
-    bool isEdgeNear(const Math::NBoundingBox<float, 3>& box) const noexcept;
+    using Ring = std::vector<Math::Point<float, 2>>;
 
-    std::vector<Math::Point<float, 2>> mPolygon;  // the last corner is joined to the first
+    bool isInPolygon(double x, double y) const noexcept;
+
+    std::vector<Ring> mRings;  // the outline, then holes; of each the last corner is joined to the first
     float mMinZ;
     float mMaxZ;
 };

@@ -5,6 +5,7 @@
 #include "render/pointcloud/filters/PolytopeFilter.h"
 #include "render/pointcloud/filters/PrismFilter.h"
 #include "render/pointcloud/filters/SphereFilter.h"
+#include "render/pointcloud/filters/UnionFilter.h"
 #include "tests/support/messageOf.h"
 
 #include <gtest/gtest.h>
@@ -582,5 +583,49 @@ TEST(FunctionFilter, TakesNothingOutsideItsBounds)
 TEST(FunctionFilter, NeedsAFunction)
 {
     EXPECT_THROW(FunctionFilter(nullptr), std::invalid_argument);
+}
+
+namespace
+{
+/// A square of the plane from one corner to the other.
+std::vector<Math::Point<float, 2>> squareBetween(float min, float max)
+{
+    return {{min, min}, {max, min}, {max, max}, {min, max}};
+}
+}  // namespace
+
+TEST(PrismFilter, AHoleIsLeftOutButForItsBorder)
+{
+    PrismFilter prism(squareBetween(0, 10), 0, 1);
+    prism.addHole(squareBetween(4, 6));
+
+    EXPECT_TRUE(prism.testPosition({1, 1, 0.5F}));
+    EXPECT_FALSE(prism.testPosition({5, 5, 0.5F}));
+    EXPECT_TRUE(prism.testPosition({4, 5, 0.5F}));
+    EXPECT_TRUE(prism.testPosition({10, 10, 1}));
+    EXPECT_EQ(prism.testBox({{1, 1, 0}, {3, 3, 1}}), Octree::BoxTestResult::Inside);
+    EXPECT_EQ(prism.testBox({{4.5F, 4.5F, 0}, {5.5F, 5.5F, 1}}), Octree::BoxTestResult::Outside);
+    EXPECT_EQ(prism.testBox({{3, 3, 0}, {5, 5, 1}}), Octree::BoxTestResult::Border);
+    EXPECT_EQ(prism.testBox({{3, 3, 0}, {7, 7, 1}}), Octree::BoxTestResult::Border);  // the hole lies within
+    EXPECT_THROW(prism.addHole({{0, 0}, {1, 1}}), std::invalid_argument);
+}
+
+TEST(UnionFilter, HoldsWhatLiesInOneRegionAtLeast)
+{
+    std::vector<std::unique_ptr<IFilter>> parts;
+    parts.push_back(std::make_unique<PrismFilter>(squareBetween(0, 4), 0, 1));
+    parts.push_back(std::make_unique<PrismFilter>(squareBetween(2, 6), 0, 1));
+    UnionFilter filter(std::move(parts));
+
+    EXPECT_TRUE(filter.testPosition({1, 1, 0}));
+    EXPECT_TRUE(filter.testPosition({3, 3, 0}));  // in both
+    EXPECT_TRUE(filter.testPosition({5, 5, 0}));
+    EXPECT_FALSE(filter.testPosition({1, 5, 0}));
+    EXPECT_EQ(filter.testBox({{3, 3, 0}, {5, 5, 1}}), Octree::BoxTestResult::Inside);
+    EXPECT_EQ(filter.testBox({{7, 7, 0}, {8, 8, 1}}), Octree::BoxTestResult::Outside);
+    EXPECT_EQ(filter.testBox({{1, 1, 0}, {5, 5, 1}}), Octree::BoxTestResult::Border);
+    EXPECT_FALSE(UnionFilter({}).testPosition({0, 0, 0}));
+    std::vector<std::unique_ptr<IFilter>> missing(1);
+    EXPECT_THROW(UnionFilter{std::move(missing)}, std::invalid_argument);
 }
 }  // namespace Render
