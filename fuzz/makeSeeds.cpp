@@ -170,7 +170,17 @@ std::vector<std::string> meshSeeds()
 
 std::vector<std::string> regionSeeds()
 {
-    return {inputOf({"# polygon\n0 0\n10, 0\n\n10 1e1\r\n0\t10\n", "1,0,0,-5,0,1,0,2.5e1"})};
+    const std::string planes = "1,0,0,-5,0,1,0,2.5e1";
+    return {
+        inputOf({"# polygon\n0 0\n10, 0\n\n10 1e1\r\n0\t10\n", planes}),
+        inputOf({"MULTIPOLYGON Z (((0 0 1, 10 0 1, 1e1 10 1, 0 0 1), (5 1 0, 8 1 0, 8 3 0, 5 1 0)))", planes}
+        ),
+        inputOf(
+            {R"({"type": "Feature", "properties": null, "geometry": {"type": "Polygon", "coordinates": )"
+             "[[[0, 0], [10, 0], [10, 10.5], [0, 0]], [[5, 1], [8, 1], [8, 3], [5, 1]]]}}",
+             planes}
+        ),
+    };
 }
 }  // namespace
 

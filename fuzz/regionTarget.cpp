@@ -1,5 +1,5 @@
 #include "apps/cli/parsePlanes.h"
-#include "apps/cli/readPolygon.h"
+#include "apps/cli/readRegionFile.h"
 #include "fuzz/FuzzFolder.h"
 #include "fuzz/FuzzInput.h"
 #include "fuzz/targets.h"
@@ -17,9 +17,14 @@ namespace Fuzz
 namespace
 {
 /// The answers for boxes between corners of the polygon agree with those for points in them.
-void checkPrism(const std::vector<Math::Point<float, 2>>& polygon)
+void checkPrism(const Cli::PolygonWithHoles& region)
 {
+    const Cli::PolygonWithHoles::Ring& polygon = region.outline;
     Render::PrismFilter filter(polygon, 0.0F, 1.0F);
+    for (const Cli::PolygonWithHoles::Ring& hole : region.holes)
+    {
+        filter.addHole(hole);
+    }
     const std::size_t count = std::min<std::size_t>(polygon.size(), 8);
     for (std::size_t i = 0; i < count; ++i)
     {
@@ -55,7 +60,11 @@ void region(std::string_view input)
     folder.write("polygon.txt", files[0].value_or(""));
     try
     {
-        checkPrism(Cli::readPolygon((folder.path() / "polygon.txt").string(), {1.0, 2.0, 3.0}));
+        for (const Cli::PolygonWithHoles& polygon :
+             Cli::readRegionFile((folder.path() / "polygon.txt").string(), {1.0, 2.0, 3.0}))
+        {
+            checkPrism(polygon);
+        }
     }
     catch (const std::invalid_argument& error)  // too few corners
     {

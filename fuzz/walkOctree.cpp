@@ -40,6 +40,12 @@ void check(const Octree::NodePointColumns& columns)
     checkSize(columns.scanIndices.size());
     checkSize(columns.visibilities.size());
     checkSize(columns.normals.size());
+    checkSize(columns.returnNumbers.size());
+    checkSize(columns.returnCounts.size());
+    checkSize(columns.gpsTimes.size());
+    checkSize(columns.pointSources.size());
+    checkSize(columns.userData.size());
+    checkSize(columns.scanAngles.size());
     for (const Math::Point<double, 3>& position : columns.positions)
     {
         if (!std::isfinite(position.x) || !std::isfinite(position.y) || !std::isfinite(position.z))
@@ -91,7 +97,7 @@ void readBoth(const Octree::Octree& octree, const Octree::OctreeNodeId& id, Octr
     bool passed = false;
     try
     {
-        octree.passNodePoints(id, data.attributeMask(), sink);
+        octree.passNodePoints(id, Octree::kAllAttributes, sink);
         passed = true;
         sink.checkEnd();
     }
@@ -114,7 +120,7 @@ void walkOctree(const Octree::Location& location)
     {
         const Octree::Octree octree(location, 1.0);
         std::vector<Octree::OctreeNodeId> nodes{octree.root()};
-        Octree::NodePointData data;
+        Octree::NodePointData data(Octree::kAllAttributes | Octree::kRecordAttributes);
         for (std::size_t i = 0; i < nodes.size() && i < kMostNodes; ++i)
         {
             try
