@@ -23,6 +23,8 @@ _tarnel() {
         pano-tile:--tile | pano-tile:--depth-scale | pano-tile:--no-depth | pano-tile:--pose) return ;;
         info:--header | info:--proxy | info:--ca-file | info:--cache-size) return ;;
         info:--cache) _tarnel_files; return ;;
+        stats:--max-level | stats:--cell | stats:--box | stats:--oriented-box | stats:--sphere | stats:--z | stats:--clip | stats:--planes | stats:--classification | stats:--classes | stats:--intensity | stats:--returns | stats:--every | stats:--header | stats:--proxy | stats:--ca-file | stats:--cache-size) return ;;
+        stats:--density | stats:--polygon | stats:--cache) _tarnel_files; return ;;
         dump:--node | dump:--limit | dump:--header | dump:--proxy | dump:--ca-file | dump:--cache-size) return ;;
         dump:--cache) _tarnel_files; return ;;
         thumbnail:--output | thumbnail:--cache) _tarnel_files; return ;;
@@ -46,18 +48,20 @@ _tarnel() {
         export-visible:--mode) _tarnel_words "Default TomographicDark TomographicBright ColorizeByNormal ColorizeByPlaneDistance ColorizeByIntensity UniformColor"; return ;;
         export-visible:--color-by) _tarnel_words "rgb intensity class scan height"; return ;;
         export-visible:--color-map) _tarnel_words "Turbo Inferno Magma Viridis Plasma Gray Bone BlueWhiteRed LevelOfAccuracy"; return ;;
-        query:--max-level | query:--min-spacing | query:--timeout | query:--box | query:--oriented-box | query:--sphere | query:--z | query:--clip | query:--planes | query:--header | query:--proxy | query:--ca-file | query:--cache-size) return ;;
+        query:--max-level | query:--min-spacing | query:--timeout | query:--box | query:--oriented-box | query:--sphere | query:--z | query:--clip | query:--planes | query:--classification | query:--classes | query:--intensity | query:--returns | query:--every | query:--header | query:--proxy | query:--ca-file | query:--cache-size) return ;;
         query:--output | query:--polygon | query:--cache) _tarnel_files; return ;;
     esac
     case $verb:$word in
         :-*) _tarnel_words "-h --help --version" ;;
-        :*) _tarnel_words "sample pano-tile info dump thumbnail render pick export-visible query devices" ;;
+        :*) _tarnel_words "sample pano-tile info stats dump thumbnail render pick export-visible query devices" ;;
         sample:-*) _tarnel_words "-h --help --points --seed --format --encoding --cloud-only --pano-width" ;;
         sample:*) _tarnel_files ;;
         pano-tile:-*) _tarnel_words "-h --help --tile --depth-scale --no-depth --pose" ;;
         pano-tile:*) _tarnel_files ;;
         info:-*) _tarnel_words "-h --help --json --header --proxy --ca-file --cache --cache-size" ;;
         info:*) _tarnel_files ;;
+        stats:-*) _tarnel_words "-h --help --max-level --cell --density --json --box --oriented-box --sphere --polygon --z --clip --planes --classification --classes --intensity --returns --every --header --proxy --ca-file --cache --cache-size" ;;
+        stats:*) _tarnel_files ;;
         dump:-*) _tarnel_words "-h --help --node --all --limit --header --proxy --ca-file --cache --cache-size" ;;
         dump:*) _tarnel_files ;;
         thumbnail:-*) _tarnel_words "-h --help --output --size --max-level --class-name --adapter --width --height --level --color-by --color-map --intensity-range --class-color --opacity --background --legend --unit --samples --edl --no-edl --edl-radius --header --proxy --ca-file --cache --cache-size" ;;
@@ -68,7 +72,7 @@ _tarnel() {
         pick:*) _tarnel_files ;;
         export-visible:-*) _tarnel_words "-h --help --absolute --depth --adapter --cloud --pano --mesh --unit-scale --transform --eye --target --up --view --azimuth --elevation --distance --fit --section --fov --ortho --size --mode --color-by --color-map --intensity-range --class-color --colorize-from --colorize-to --brightness --contrast --auto-contrast --opacity --background --uniform-color --threshold --budget --min-level --max-level --point-size --max-point-size --max-point-share --clip --classes --hide-classes --intensity --scans --hide-scans --boxes --header --proxy --ca-file --cache --cache-size" ;;
         export-visible:*) _tarnel_files ;;
-        query:-*) _tarnel_words "-h --help --max-level --min-spacing --timeout --output --local --box --oriented-box --sphere --polygon --z --clip --planes --header --proxy --ca-file --cache --cache-size" ;;
+        query:-*) _tarnel_words "-h --help --max-level --min-spacing --timeout --output --local --box --oriented-box --sphere --polygon --z --clip --planes --classification --classes --intensity --returns --every --header --proxy --ca-file --cache --cache-size" ;;
         query:*) _tarnel_files ;;
         devices:-*) _tarnel_words "-h --help" ;;
     esac
