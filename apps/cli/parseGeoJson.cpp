@@ -102,11 +102,23 @@ private:
     CornerReader mCorners;
     std::vector<PolygonWithHoles> mPolygons;
 };
+
+nlohmann::json parsed(std::string_view text)
+{
+    try
+    {
+        return Core::parseJson(text);
+    }
+    catch (const std::runtime_error& error)
+    {
+        throw std::runtime_error(std::string("not readable as JSON: ") + error.what());
+    }
+}
 }  // namespace
 
 std::vector<PolygonWithHoles> parseGeoJson(std::string_view text, const Math::Point<double, 3>& origin)
 {
-    const Core::JsonTree tree(Core::parseJson(text));
+    const Core::JsonTree tree(parsed(text));
     return GeoJsonReader(origin).read(JsonField(*tree, ""));
 }
 }  // namespace Cli
