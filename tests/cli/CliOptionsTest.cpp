@@ -60,7 +60,7 @@ BadValue badRender(const char* name, std::vector<std::string> options, const cha
 {
     return badValue(
         name,
-        {"render", "no/such/x.png", "--cloud", dataSet("test14_brotli"), "--size", "8x8"},
+        {"render", "not-written.png", "--cloud", dataSet("test14_brotli"), "--size", "8x8"},
         std::move(options),
         message
     );
@@ -268,7 +268,7 @@ INSTANTIATE_TEST_SUITE_P(
             {"--cloud", dataSet("test14_brotli")},
             "'picture' does not end in .png"
         ),
-        badRender("DepthTiff", {"--depth", "depth.tif"}, "--depth: 'depth.tif' does not end in .png"),
+        badRender("DepthJpeg", {"--depth", "depth.jpg"}, "--depth: 'depth.jpg' does not end in .png, .tif"),
         badValue(
             "ThumbnailJpeg",
             {"thumbnail", dataSet("test14_brotli")},

@@ -577,7 +577,7 @@ INSTANTIATE_TEST_SUITE_P(
         badQuery("NegativeSpacing", {"--box", "0,0,0,1,1,1", "--min-spacing", "-1"}, "--min-spacing"),
         badQuery("NanSpacing", {"--box", "0,0,0,1,1,1", "--min-spacing", "nan"}, "--min-spacing"),
         badQuery("NegativeTimeout", {"--box", "0,0,0,1,1,1", "--timeout", "-1"}, "--timeout"),
-        badQuery("UnknownFormat", {"--box", "0,0,0,1,1,1", "--output", "x.las"}, "x.las"),
+        badQuery("UnknownFormat", {"--box", "0,0,0,1,1,1", "--output", "x.xyz"}, "x.xyz"),
         badQuery(
             "UnwritableOutput", {"--box", "0,0,0,1,1,1", "--output", "no/such/x.ply"}, "no/such/x.ply", 1
         ),

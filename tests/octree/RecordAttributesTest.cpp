@@ -146,7 +146,7 @@ TEST(LasWriter, CoordinatesBeyond32BitsAreRefused)
     options.offset = {1000.0, 0.0, 0.0};
     const Las::LasWriter writer(sink, options);
 
-    EXPECT_EQ(writer.stored(1000.0015, 0), 2);
+    EXPECT_EQ(writer.stored(1000.0016, 0), 2);
     EXPECT_EQ(writer.stored(999.9, 0), -100);
     EXPECT_THROW(writer.stored(2147483.6476, 1), std::out_of_range);
     EXPECT_THROW(writer.stored(std::numeric_limits<double>::quiet_NaN(), 1), std::out_of_range);
