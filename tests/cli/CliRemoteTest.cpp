@@ -101,6 +101,13 @@ protected:
         return found != keys.end() ? all[*found] : json();
     }
 
+    /// Points by the numbers of their classes.
+    json classHistogram() const
+    {
+        return all.contains("classification_histogram") ? all["classification_histogram"]
+                                                        : all["classification"]["histogram"];
+    }
+
     std::string url() const { return server.url("/" + GetParam()); }
 
     const json all = json::parse(TemporaryFolder::read(
@@ -163,15 +170,26 @@ TEST_P(CliRemoteReference, ADumpHasItsSums)
     EXPECT_EQ(points, reference({"points_decoded", "points"}).get<std::size_t>());
     EXPECT_EQ(intensities, all["intensity"]["sum"].get<std::int64_t>());
     EXPECT_EQ(colors, (all.contains("rgb_sum") ? all["rgb_sum"] : all["rgb"]["sum"]).get<Sums>());
-    EXPECT_EQ(
-        json(classes),
-        all.contains("classification_histogram") ? all["classification_histogram"]
-                                                 : all["classification"]["histogram"]
-    );
+    EXPECT_EQ(json(classes), classHistogram());
     for (std::size_t axis = 0; axis < 3; ++axis)
     {
         EXPECT_NEAR(least[axis], all["position_min"][axis].get<double>(), 1e-6);
     }
+}
+
+TEST_P(CliRemoteReference, StatsCountItsClasses)
+{
+    const TarnelRun run = runTarnel({"stats", url(), "--json", "--proxy", ""});
+
+    ASSERT_EQ(run.exitCode, 0) << run.errors;
+    const json stats = json::parse(run.output);
+    EXPECT_EQ(stats["points"], reference({"points_decoded", "points"}));
+    json classes = json::object();
+    for (const json& entry : stats["classes"])
+    {
+        classes[std::to_string(entry["class"].get<int>())] = entry["points"];
+    }
+    EXPECT_EQ(classes, classHistogram());
 }
 
 TEST_P(CliRemoteReference, AQueryOfEverythingFindsItsPoints)
