@@ -39,8 +39,8 @@ public:
         std::function<void(const Key&)> forgotten;  ///< likewise
     };
 
-    /// 8 MiB.
-    static constexpr std::size_t kDefaultMaxBytesInFlight = std::size_t{8} << 20U;
+    /// 32 MiB: what comes from afar has to be asked for long before its turn.
+    static constexpr std::size_t kDefaultMaxBytesInFlight = std::size_t{32} << 20U;
 
     /// @param source    called on the pool's threads, several values at once, and by get()
     /// @param isAtHand  true for a key whose value the source has without reading; may be empty

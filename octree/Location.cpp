@@ -143,7 +143,8 @@ Location Location::fromUrl(std::string_view url, std::shared_ptr<const Core::Htt
         }
     }
     auto files = std::make_shared<const Core::HttpFolder>(client, address);
-    const auto lookForDescriptions = [&files]
+    // The other files too: in vain where the kind is another, else all come in the time of one answer.
+    const auto lookForFiles = [&files]
     {
         for (const TreeKind* const kind : treeKinds())
         {
@@ -152,19 +153,26 @@ Location Location::fromUrl(std::string_view url, std::shared_ptr<const Core::Htt
                 files->expect(Core::Extent::Parts, kind->descriptionFile);
             }
         }
+        for (const TreeKind* const kind : treeKinds())
+        {
+            for (const char* const file : kind->otherFiles)
+            {
+                files->expect(Core::Extent::Parts, file);
+            }
+        }
     };
     const std::string file = address.lastStep();
     const bool looksLikeFile = file.find('.') != std::string::npos;
     if (!looksLikeFile)
     {
-        lookForDescriptions();  // while the address is looked at as a file
+        lookForFiles();  // while the address is looked at as a file
     }
     auto around = std::make_shared<const Core::HttpFolder>(client, address.folder());
     if (const TreeKind* const kind = address.isFolder() ? nullptr : kindOf(*around, file))
     {
         return {kind->kind, std::move(around), file};
     }
-    lookForDescriptions();
+    lookForFiles();
     std::exception_ptr failure;
     for (const TreeKind* const kind : treeKinds())
     {

@@ -20,6 +20,9 @@ struct TreeKind
     /// The file that data sets of this kind are opened by; empty where each has a file of its own name.
     const char* descriptionFile;
 
+    /// Further files that are opened along with it.
+    std::span<const char* const> otherFiles;
+
     /// True when a file, by its name or by how it begins, is one that a data set of this kind is opened by.
     bool (*isOpenedBy)(const Core::ByteFolder& files, std::string_view file);
 

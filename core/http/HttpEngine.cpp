@@ -84,6 +84,7 @@ void HttpEngine::submit(std::span<const std::shared_ptr<HttpJob>> jobs, bool isU
                 continue;
             }
             job->isQueued = true;
+            job->queuedAt = Clock::now();
             (isUrgent ? mUrgent : mWaiting).push_back(job);
         }
     }
@@ -237,6 +238,19 @@ std::size_t HttpEngine::mostActive(const HttpUrl& url) const
                                                 : mOptions.maxConnections;
 }
 
+/// With the mutex.
+HttpPace HttpEngine::paceOf(const HttpJob& job) const
+{
+    const auto found = mPaces.find(job.file->current.origin());
+    return found != mPaces.end() ? found->second : HttpPace();
+}
+
+/// With the mutex: when a job that nobody waits for is to begin, with those that have come until then.
+HttpEngine::Clock::time_point HttpEngine::dueAt(const HttpJob& job) const
+{
+    return job.queuedAt + paceOf(job).gathering();
+}
+
 /// With the mutex: the first job, and those whose ranges lie beside its own.
 std::vector<std::shared_ptr<HttpJob>> HttpEngine::takeJobs()
 {
@@ -245,7 +259,8 @@ std::vector<std::shared_ptr<HttpJob>> HttpEngine::takeJobs()
     std::shared_ptr<HttpJob> first = isRoom(mUrgent) ? takeFirst(mUrgent) : nullptr;
     if (!first)
     {
-        first = isRoom(mWaiting) ? takeFirst(mWaiting) : nullptr;
+        const bool isDue = isRoom(mWaiting) && Clock::now() >= dueAt(*mWaiting.front());
+        first = isDue ? takeFirst(mWaiting) : nullptr;
     }
     std::vector<std::shared_ptr<HttpJob>> jobs;
     if (!first)
@@ -257,6 +272,7 @@ std::vector<std::shared_ptr<HttpJob>> HttpEngine::takeJobs()
     {
         return jobs;
     }
+    const std::uint64_t largestJoined = paceOf(*first).largestJoined();
     std::uint64_t begin = first->offset;
     std::uint64_t end = begin + first->length;
     const auto fits = [&](const HttpJob& job)
@@ -264,7 +280,7 @@ std::vector<std::shared_ptr<HttpJob>> HttpEngine::takeJobs()
         const std::uint64_t jobEnd = job.offset + job.length;
         return job.file == first->file && job.kind == HttpJob::Kind::Range && !job.isCancelled &&
                job.offset <= end + kLargestGap && begin <= jobEnd + kLargestGap &&
-               std::max(end, jobEnd) - std::min(begin, job.offset) <= kLargestJoined;
+               std::max(end, jobEnd) - std::min(begin, job.offset) <= largestJoined;
     };
     bool hasGrown = true;
     while (hasGrown)
@@ -319,7 +335,7 @@ void HttpEngine::beginDue()
             }
             try
             {
-                transfer = std::make_unique<HttpTransfer>(mCurl, mOptions, jobs, mMutex);
+                transfer = std::make_unique<HttpTransfer>(mCurl, mOptions, jobs, mMutex, mFinished);
             }
             catch (const std::exception& error)
             {
@@ -371,6 +387,12 @@ void HttpEngine::takeResults()
                 mMultiplexing.insert(transfer->url().origin());
             }
             const HttpTransfer::Verdict verdict = transfer->finish(result);
+            if (verdict == HttpTransfer::Verdict::Done)
+            {
+                mPaces[transfer->url().origin()].add(
+                    transfer->timeUntilHead(), transfer->timeOfBody(), transfer->numReceived()
+                );
+            }
             settle(std::move(transfer), verdict);
         }
     }
@@ -458,9 +480,13 @@ int HttpEngine::millisecondsToNextEvent() const
             next = std::min(next, transfer->retryAt());
         }
         const std::scoped_lock lock(mMutex);
-        if (!mUrgent.empty() || !mWaiting.empty())
+        if (!mUrgent.empty())
         {
             return 0;
+        }
+        if (!mWaiting.empty())
+        {
+            next = std::min(next, dueAt(*mWaiting.front()));
         }
     }
     const auto pause = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now()).count();

@@ -4,12 +4,14 @@
 #include "core/http/CurlLibrary.h"
 #include "core/http/HttpJob.h"
 #include "core/http/HttpOptions.h"
+#include "core/http/HttpPace.h"
 #include "core/http/HttpTransfer.h"
 
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <exception>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -30,9 +32,8 @@ namespace Core
 class HttpEngine : private NonCopyable
 {
 public:
-    /// Ranges with at most so many bytes between them become one request, of at most so many bytes.
+    /// Ranges with at most so many bytes between them become one request, as large as HttpPace says.
     static constexpr std::uint64_t kLargestGap = std::uint64_t{16} << 10U;
-    static constexpr std::uint64_t kLargestJoined = std::uint64_t{1} << 20U;
 
     /// Where one connection carries several requests, so many are on their way at a time.
     static constexpr std::size_t kMostStreams = 32;
@@ -83,6 +84,8 @@ private:
     void settle(std::unique_ptr<HttpTransfer> transfer, HttpTransfer::Verdict verdict);
     int millisecondsToNextEvent() const;
     std::size_t mostActive(const HttpUrl& url) const;
+    HttpPace paceOf(const HttpJob& job) const;
+    Clock::time_point dueAt(const HttpJob& job) const;
 
     const HttpOptions mOptions;
     const CurlLibrary& mCurl;
@@ -90,8 +93,9 @@ private:
 
     // the thread's
     Transfers mActive;
-    Transfers mPaused;                    // until they are tried again
-    std::set<std::string> mMultiplexing;  // origins whose connections carry several requests
+    Transfers mPaused;                       // until they are tried again
+    std::set<std::string> mMultiplexing;     // origins whose connections carry several requests
+    std::map<std::string, HttpPace> mPaces;  // of origins
 
     mutable std::mutex mMutex;  // guards the rest, and what jobs say
     std::condition_variable mFinished;

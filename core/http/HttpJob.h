@@ -3,6 +3,7 @@
 #include "core/http/HttpHead.h"
 #include "core/http/HttpUrl.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -77,6 +78,7 @@ struct HttpJob
     std::span<std::byte> out;      ///< of Range
     std::vector<std::byte> owned;  ///< of Opening: what came; of Range: room for `out`, if it needs any
 
+    std::chrono::steady_clock::time_point queuedAt;
     bool isQueued = false;
     bool isDone = false;
     bool isCancelled = false;

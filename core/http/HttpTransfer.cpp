@@ -86,12 +86,14 @@ HttpTransfer::HttpTransfer(
     const CurlLibrary& curl,
     const HttpOptions& options,
     std::vector<std::shared_ptr<HttpJob>> jobs,
-    std::mutex& mutex
+    std::mutex& mutex,
+    std::condition_variable& finished
 )
     : mCurl(curl),
       mOptions(options),
       mJobs(std::move(jobs)),
       mMutex(mutex),
+      mFinished(finished),
       mHandle(curl.easyInit()),
       mFirst(mJobs.front()->offset),
       mLength(
@@ -142,7 +144,7 @@ CURL* HttpTransfer::begin()
     mReceived = 0;
     mRefusal.clear();
     mErrorText.front() = '\0';
-    mLastSign = Clock::now();
+    mBegunAt = mHeadAt = mLastSign = Clock::now();
 
     mCurl.slistFreeAll(mHeaderList);
     mHeaderList = nullptr;
@@ -258,6 +260,7 @@ bool HttpTransfer::takeHeader(std::string_view line)
         return true;
     }
     mIsHeadJudged = true;
+    mHeadAt = mLastSign;
     return judgeHead();
 }
 
@@ -432,13 +435,20 @@ bool HttpTransfer::takeBody(const char* data, std::size_t count)
     {
         const std::uint64_t first = std::max(from, job->offset);
         const std::uint64_t last = std::min(to, job->offset + job->length);
-        if (first < last && !job->isCancelled)
+        if (first < last && !job->isCancelled && !job->isDone)
         {
             std::memcpy(
                 job->out.data() + (first - job->offset),
                 data + (first - from),
                 static_cast<std::size_t>(last - first)
             );
+            // Who waits for the first need not wait for the last, which still shows whether the answer ends
+            // well.
+            if (last == job->offset + job->length && last < mFirst + mLength)
+            {
+                finishOne(*job);
+                mFinished.notify_all();
+            }
         }
     }
     return true;
@@ -624,7 +634,16 @@ bool HttpTransfer::isMultiplexed() const
 
 bool HttpTransfer::isCancelled() const
 {
-    return std::ranges::all_of(mJobs, [](const auto& job) { return job->isCancelled; });
+    return std::ranges::all_of(mJobs, [](const auto& job) { return job->isCancelled || job->isDone; });
+}
+
+/// With the engine's mutex.
+void HttpTransfer::finishOne(HttpJob& job) const
+{
+    job.isUnchanged = mHead.status() == 304;
+    job.status = mHead.status();
+    job.version = mVersion;
+    job.isDone = true;
 }
 
 void HttpTransfer::complete()
@@ -637,14 +656,10 @@ void HttpTransfer::complete()
     }
     for (const std::shared_ptr<HttpJob>& job : mJobs)
     {
-        if (job->isCancelled)
+        if (!job->isCancelled && !job->isDone)  // who has cancelled it may be reading it
         {
-            continue;  // who has cancelled it may be reading it
+            finishOne(*job);
         }
-        job->isUnchanged = mHead.status() == 304;
-        job->status = mHead.status();
-        job->version = mVersion;
-        job->isDone = true;
     }
     if (isOpening())
     {
@@ -656,7 +671,7 @@ void HttpTransfer::fail(const std::string& reason)
 {
     for (const std::shared_ptr<HttpJob>& job : mJobs)
     {
-        if (job->isCancelled)
+        if (job->isCancelled || job->isDone)
         {
             continue;
         }

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -40,13 +41,15 @@ public:
         Redirect,  ///< at once, elsewhere
     };
 
-    /// @param jobs  of one file, by offset, or one that opens a file
-    /// @param mutex  the engine's
+    /// @param jobs      of one file, by offset, or one that opens a file
+    /// @param mutex     the engine's
+    /// @param finished  told of each job that is done before the last
     HttpTransfer(
         const CurlLibrary& curl,
         const HttpOptions& options,
         std::vector<std::shared_ptr<HttpJob>> jobs,
-        std::mutex& mutex
+        std::mutex& mutex,
+        std::condition_variable& finished
     );
     ~HttpTransfer();
 
@@ -77,6 +80,13 @@ public:
     const HttpUrl& url() const noexcept { return mUrl; }
 
     bool isMultiplexed() const;
+
+    /// Of the last attempt that came whole: from the request until the end of the head, from there until the end.
+    Clock::duration timeUntilHead() const noexcept { return mHeadAt - mBegunAt; }
+
+    Clock::duration timeOfBody() const noexcept { return mLastSign - mHeadAt; }
+
+    std::uint64_t numReceived() const noexcept { return mReceived; }
 
     /// With the engine's mutex: nobody waits any longer.
     bool isCancelled() const;
@@ -110,6 +120,7 @@ private:
     template <class Value>
     void set(CURLoption option, Value value);
 
+    void finishOne(HttpJob& job) const;
     Verdict failed(std::string reason);
     Verdict retry(const std::string& reason);
     Verdict redirect();
@@ -120,6 +131,7 @@ private:
     const HttpOptions& mOptions;
     const std::vector<std::shared_ptr<HttpJob>> mJobs;
     std::mutex& mMutex;
+    std::condition_variable& mFinished;
     CURL* const mHandle;
     curl_slist* mHeaderList = nullptr;
     std::array<char, CURL_ERROR_SIZE> mErrorText{};
@@ -132,6 +144,8 @@ private:
     unsigned mRedirects = 0;
     unsigned mFailures = 0;
     const Clock::time_point mDeadline;
+    Clock::time_point mBegunAt;
+    Clock::time_point mHeadAt;
     Clock::time_point mLastSign;
     Clock::time_point mRetryAt;
 

@@ -45,6 +45,7 @@ const Octree::TreeKind& treeKind() noexcept
         Octree::Kind::Copc,
         "COPC",
         "",
+        {},
         isOpenedBy,
         [](const Octree::Location& location) -> std::shared_ptr<const Octree::Tree>
         { return std::make_shared<CopcTree>(location); },

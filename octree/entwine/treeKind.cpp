@@ -15,6 +15,7 @@ const Octree::TreeKind& treeKind() noexcept
         Octree::Kind::Entwine,
         "Entwine",
         kDescriptionFile,
+        {},
         [](const Core::ByteFolder&, std::string_view file) { return file == kDescriptionFile; },
         [](const Octree::Location& location) -> std::shared_ptr<const Octree::Tree>
         { return std::make_shared<EntwineTree>(location); },

@@ -1,5 +1,6 @@
 #include "octree/potree/treeKind.h"
 
+#include "octree/potree/FileLoader.h"
 #include "octree/potree/PoTreeTree.h"
 
 namespace PoTree
@@ -15,6 +16,7 @@ const Octree::TreeKind& treeKind() noexcept
         Octree::Kind::PoTree,
         "PoTree",
         kDescriptionFile,
+        FileLoader::kFiles,
         [](const Core::ByteFolder&, std::string_view file) { return file == kDescriptionFile; },
         [](const Octree::Location& location) -> std::shared_ptr<const Octree::Tree>
         { return std::make_shared<PoTreeTree>(location); },

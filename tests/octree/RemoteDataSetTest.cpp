@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -185,12 +186,35 @@ TEST(RemoteLocation, IsNamedByItsFolderOrTheFileThatItIsOpenedBy)
 
     EXPECT_EQ(Location::fromUrl(server.url("/a"), client).kind(), Kind::PoTree);
     EXPECT_EQ(Location::fromUrl(server.url("/b/"), client).kind(), Kind::Entwine);
-    const std::size_t before = server.numRequests();
-    const Location byFile = Location::fromUrl(server.url("/b/ept.json"), client);
+    HttpTestServer other(HttpTestServer::files({{"/b/ept.json", "{}"}}));
+    const Location byFile = Location::fromUrl(other.url("/b/ept.json"), client);
     EXPECT_EQ(byFile.kind(), Kind::Entwine);
-    EXPECT_EQ(server.numRequests(), before);  // nothing has to be found out
-    EXPECT_EQ(byFile.fileName(), server.url("/b/ept.json"));
+    EXPECT_EQ(other.numRequests(), 0U);  // nothing has to be found out
+    EXPECT_EQ(byFile.fileName(), other.url("/b/ept.json"));
     EXPECT_TRUE(byFile.folder().empty());
+}
+
+TEST(RemoteLocation, TheFilesOfAFolderAreAskedForTogether)
+{
+    std::atomic<int> others = 0;  // besides the description
+    std::atomic<bool> haveCome = false;
+    const HttpTestServer::Handler files = HttpTestServer::files(filesOf("autzen_brotli"));
+    HttpTestServer server(
+        [&](const HttpTestServer::Request& request, HttpTestServer::Connection& connection)
+        {
+            others += request.target == "/set/hierarchy.bin" || request.target == "/set/octree.bin" ? 1 : 0;
+            if (request.target == "/set/metadata.json")
+            {
+                haveCome = eventually([&] { return others == 2; });
+            }
+            files(request, connection);
+        }
+    );
+
+    const Octree::Octree remote(Location::fromUrl(server.url("/set/"), makeClient()), 1.0);
+
+    EXPECT_TRUE(haveCome);
+    EXPECT_EQ(others, 2);
 }
 
 TEST(RemoteLocation, WhereNothingIsItDoesNotExist)

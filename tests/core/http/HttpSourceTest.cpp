@@ -116,6 +116,47 @@ TEST_F(HttpSourceTest, RangesThatLieTogetherBecomeOneRequest)
     EXPECT_EQ(server.numRequests(), 3U);
 }
 
+TEST_F(HttpSourceTest, OfRangesInOneRequestTheFirstIsThereBeforeTheLast)
+{
+    std::atomic<bool> mayAnswer = false;
+    std::atomic<bool> mayGoOn = false;
+    Core::HttpOptions options = patientOptions();
+    options.maxConnections = 1;
+    client = makeClient(options);
+    HttpTestServer server(
+        [&](const HttpTestServer::Request& request, HttpTestServer::Connection& connection)
+        {
+            const auto range = request.range().value();
+            if (range != std::pair<std::uint64_t, std::uint64_t>(100'000, 100'999))
+            {
+                eventually([&] { return range.first == 0 || mayAnswer; });
+                HttpTestServer::serve(request, connection, bytes);
+                return;
+            }
+            connection.send(
+                "HTTP/1.1 206 Partial Content\r\nETag: \"1\"\r\nContent-Length: 1000\r\n"
+                "Content-Range: bytes 100000-100999/300000\r\n\r\n"
+            );
+            connection.send(bytes.substr(100'000, 600));
+            eventually([&] { return mayGoOn.load(); });
+            connection.send(bytes.substr(100'600, 400));
+        }
+    );
+    const auto source = open(server.url("/a.bin"));
+
+    source->expect(200'000, 500);  // keeps the connection
+    EXPECT_TRUE(eventually([&] { return server.numRequests() == 2; }));
+    source->expect(100'500, 500);
+    source->expect(100'000, 500);
+    mayAnswer = true;
+
+    EXPECT_EQ(readPart(*source, 100'000, 500), bytes.substr(100'000, 500));
+    EXPECT_FALSE(source->expect(100'500, 500));
+    mayGoOn = true;
+    EXPECT_EQ(readPart(*source, 100'500, 500), bytes.substr(100'500, 500));
+    EXPECT_EQ(server.numRequests(), 3U);
+}
+
 TEST_F(HttpSourceTest, ReadsOnSeveralThreadsAreOnTheirWayTogether)
 {
     HttpTestServer server(HttpTestServer::files({{"/a.bin", bytes}}, 300ms));
