@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <mutex>
 #include <numbers>
 #include <stdexcept>
 
@@ -92,6 +93,8 @@ void writeSamplePanorama(
     Graphics::Gray16Image depth{width, height, {}};
     depth.values.resize(std::size_t{width} * height, kNoDepth);
 
+    std::mutex rowsMutex;
+    std::uint64_t rows = 0;  // under the mutex
     const auto takeRow = [&](std::size_t y)
     {
         for (std::uint32_t x = 0; x < width; ++x)
@@ -104,6 +107,11 @@ void writeSamplePanorama(
             }
             color.setPixel(x, y, toColor(hit ? scene.color(hit->place) : sky(direction)));
         }
+        if (options.rowsDrawn)
+        {
+            const std::scoped_lock lock(rowsMutex);
+            options.rowsDrawn(++rows, height);
+        }
     };
     runInParallel(height, options.threadCount, takeRow);
 
@@ -112,6 +120,6 @@ void writeSamplePanorama(
     description.pose(0, 3) = SampleScene::kOrigin.x + center.x;
     description.pose(1, 3) = SampleScene::kOrigin.y + center.y;
     description.pose(2, 3) = SampleScene::kOrigin.z + center.z;
-    Graphics::writePanorama(folder, color, depth, description, options.tileSize);
+    Graphics::writePanorama(folder, color, depth, description, options.tileSize, options.tilesWritten);
 }
 }  // namespace Samples

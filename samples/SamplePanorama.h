@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 
 namespace Samples
 {
@@ -13,6 +14,11 @@ struct SamplePanoramaOptions
     std::uint32_t tileSize = 512;
     Vector stand{137, 153, 9};  ///< where the camera is: metres east, north, and above the ground there
     unsigned threadCount = 0;   ///< 0 for one per core; does not change the result
+
+    /// Told how many of how many rows are drawn, tiles written; on the threads that draw, one call at a time, with
+    /// counts that only grow. May be empty.
+    std::function<void(std::uint64_t done, std::uint64_t all)> rowsDrawn;
+    std::function<void(std::uint64_t done, std::uint64_t all)> tilesWritten;
 };
 
 /// Where such a panorama is taken, in the scene's frame.

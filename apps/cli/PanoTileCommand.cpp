@@ -9,7 +9,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -55,22 +54,13 @@ void run(const PanoTileOptions& options)
     {
         description.pose = parsePose(options.pose);
     }
-    std::optional<Progress> progress;
-    const auto tell = [&](std::uint64_t done, std::uint64_t all)
-    {
-        if (!progress)
-        {
-            progress.emplace("writing", all, "tiles");
-        }
-        progress->update(done);
-    };
     Graphics::writePanorama(
         toPath(options.folder),
         Graphics::readColorImage(toPath(options.color)),
         Graphics::readGray16Png(toPath(options.depth)),
         description,
         options.tileSize,
-        tell
+        progressOf("writing", "tiles")
     );
     writeOutput(options.folder + "\n");
     flushOutput();

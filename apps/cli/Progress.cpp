@@ -1,10 +1,9 @@
 #include "apps/cli/Progress.h"
 
-#include "apps/cli/Console.h"
 #include "apps/cli/oneLine.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <memory>
 #include <utility>
 
 namespace Cli
@@ -20,24 +19,14 @@ Progress::Progress(std::string label, std::uint64_t total, std::string unit)
     : mLabel(oneLine(label)),
       mTotal(total),
       mUnit(std::move(unit)),
-      mIsTerminal(isErrorStreamTerminal()),
       mLastShown(std::chrono::steady_clock::now())
 {
-}
-
-Progress::~Progress()
-{
-    if (mIsLineOpen)
-    {
-        std::fputs("\r\x1b[K", stderr);  // the bar has done its duty
-        std::fflush(stderr);
-    }
 }
 
 void Progress::update(std::uint64_t done)
 {
     const auto now = std::chrono::steady_clock::now();
-    if (now - mLastShown >= (mIsTerminal ? kTerminalInterval : kPlainInterval))
+    if (now - mLastShown >= (mLine.isTerminal() ? kTerminalInterval : kPlainInterval))
     {
         mLastShown = now;
         show(done);
@@ -50,7 +39,7 @@ void Progress::show(std::uint64_t done)
     if (mTotal > 0)
     {
         const double fraction = std::min(1.0, static_cast<double>(done) / static_cast<double>(mTotal));
-        if (mIsTerminal)
+        if (mLine.isTerminal())
         {
             const auto filled = static_cast<std::uint64_t>(fraction * static_cast<double>(kBarWidth));
             line += "[" + std::string(filled, '#') + std::string(kBarWidth - filled, '.') + "] ";
@@ -58,15 +47,20 @@ void Progress::show(std::uint64_t done)
         line += std::to_string(static_cast<int>(fraction * 100.0)) + "% ";
     }
     line += std::to_string(done) + " " + mUnit;
-    if (mIsTerminal)
+    mLine.show(line);
+}
+
+std::function<void(std::uint64_t done, std::uint64_t all)> progressOf(std::string label, std::string unit)
+{
+    return [label = std::move(label),
+            unit = std::move(unit),
+            progress = std::shared_ptr<Progress>()](std::uint64_t done, std::uint64_t all) mutable
     {
-        std::fprintf(stderr, "\r\x1b[K%s", line.c_str());
-        mIsLineOpen = true;
-    }
-    else
-    {
-        std::fprintf(stderr, "%s\n", line.c_str());
-    }
-    std::fflush(stderr);
+        if (!progress)
+        {
+            progress = std::make_shared<Progress>(label, all, unit);
+        }
+        progress->update(done);
+    };
 }
 }  // namespace Cli

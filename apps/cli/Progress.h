@@ -1,7 +1,10 @@
 #pragma once
 
+#include "apps/cli/StatusLine.h"
+
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace Cli
@@ -18,11 +21,6 @@ public:
     /// @param unit   what is counted, such as "points"
     Progress(std::string label, std::uint64_t total, std::string unit);
 
-    /// Ends the bar's line.
-    ~Progress();
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
-
     /// Shows the new amount, at most a few times a second.
     void update(std::uint64_t done);
 
@@ -32,8 +30,12 @@ private:
     std::string mLabel;
     std::uint64_t mTotal;
     std::string mUnit;
-    bool mIsTerminal;
-    bool mIsLineOpen = false;
+    StatusLine mLine;
     std::chrono::steady_clock::time_point mLastShown;
 };
+
+/// Takes what work tells that counts its steps, such as Graphics::writePanorama: a Progress that begins with the
+/// first call.
+/// @param label, unit  as Progress has them
+std::function<void(std::uint64_t done, std::uint64_t all)> progressOf(std::string label, std::string unit);
 }  // namespace Cli

@@ -1,5 +1,7 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Console.h"
+#include "apps/cli/ElapsedTime.h"
+#include "apps/cli/Progress.h"
 #include "apps/cli/formatNumber.h"
 #include "apps/cli/numberChecks.h"
 #include "apps/cli/parseValue.h"
@@ -73,6 +75,8 @@ void writeCompanions(const SampleOptions& options)
     const std::string panorama = options.folder + "/panorama";
     Samples::SamplePanoramaOptions sample;
     sample.width = options.panoramaWidth;
+    sample.rowsDrawn = progressOf("drawing " + panorama, "rows");
+    sample.tilesWritten = progressOf("writing " + panorama, "tiles");
     Samples::writeSamplePanorama(toPath(panorama), scene, sample);
     const Math::Point<double, 3> origin = Samples::SampleScene::kOrigin;
     const Samples::Vector center = Samples::panoramaCenter(scene, sample);
@@ -94,7 +98,12 @@ void run(const SampleOptions& options)
     const auto write = options.format == "octree" ? writeThreeFiles
                        : options.format == "copc" ? writeOneFile
                                                   : writeTiles;
-    writeOutput(write(options) + "\n");
+    std::string cloud;
+    {
+        const ElapsedTime elapsed("writing the cloud");
+        cloud = write(options);
+    }
+    writeOutput(cloud + "\n");
     if (!options.cloudOnly)
     {
         writeCompanions(options);

@@ -2,6 +2,7 @@
 
 #include "apps/cli/CoarsePoints.h"
 #include "apps/cli/Console.h"
+#include "apps/cli/ElapsedTime.h"
 #include "apps/cli/Progress.h"
 #include "apps/cli/cloudLook.h"
 #include "apps/cli/depthFile.h"
@@ -518,26 +519,32 @@ void SceneSession::load()
 
 void SceneSession::writePicture(const std::filesystem::path& path)
 {
+    {
+        const ElapsedTime elapsed("drawing " + toText(path));
+        drawPicture(path);
+    }
+    noteEmptyPicture();
+}
+
+void SceneSession::drawPicture(const std::filesystem::path& path)
+{
     if (mSamples == 1 && !mOptions.hasLegend)
     {
         mRenderer.writePngImage(path);
+        return;
     }
-    else
+    mRenderer.render();
+    Graphics::ColorImage image;
+    mRenderer.getColorImage(image);
+    if (mSamples > 1)
     {
-        mRenderer.render();
-        Graphics::ColorImage image;
-        mRenderer.getColorImage(image);
-        if (mSamples > 1)
-        {
-            image = Graphics::reducedImage(image, mSamples);
-        }
-        if (mOptions.hasLegend)
-        {
-            image = withLegend(image, legend(), emptyColor(mRenderer));
-        }
-        image.writePng(path);
+        image = Graphics::reducedImage(image, mSamples);
     }
-    noteEmptyPicture();
+    if (mOptions.hasLegend)
+    {
+        image = withLegend(image, legend(), emptyColor(mRenderer));
+    }
+    image.writePng(path);
 }
 
 Legend SceneSession::legend()

@@ -91,6 +91,7 @@ private:
     void applyClipping(const SceneOptions& options);
     void applyClipPlanes();
     void applySection(const SceneOptions& options);
+    void drawPicture(const std::filesystem::path& path);
     void place(const CameraWish& wish, const SceneOptions& options);
     Legend legend();
     std::pair<Math::Point<float, 3>, Math::Point<float, 3>> colorizationRange() const;

@@ -261,22 +261,24 @@ INSTANTIATE_TEST_SUITE_P(
     DataSets, CliRemotePick, testing::Values("ept_color12_laszip", "copc_color12/color12.copc.laz")
 );
 
-TEST(CliRemoteCopc, IsDrawnAsALocalFile)
-{
-    const Nginx server(root());
-    const TemporaryFolder folder;
-    const std::string file = "copc_color12/color12.copc.laz";
-    const std::string here = text(folder.path() / "a.png");
-    const std::string there = text(folder.path() / "b.png");
+using CliRemoteRender = CliRemote;
 
-    const TarnelRun local = runTarnel({"render", here, "--cloud", dataSet(file), "--size", "160x120"});
-    const TarnelRun remote =
-        runTarnel({"render", there, "--cloud", server.url("/" + file), "--size", "160x120", "--proxy", ""});
+TEST_P(CliRemoteRender, IsDrawnAsALocalDataSet)
+{
+    const TarnelRun local =
+        runTarnel({"render", file("a.png"), "--cloud", dataSet(GetParam()), "--size", "160x120"});
+    const TarnelRun remote = runTarnel(
+        {"render", file("b.png"), "--cloud", server.url("/" + GetParam()), "--size", "160x120", "--proxy", ""}
+    );
 
     ASSERT_EQ(local.exitCode, 0) << local.errors;
     ASSERT_EQ(remote.exitCode, 0) << remote.errors;
-    EXPECT_EQ(TemporaryFolder::read(here), TemporaryFolder::read(there));
+    EXPECT_EQ(TemporaryFolder::read(folder.path() / "a.png"), TemporaryFolder::read(folder.path() / "b.png"));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    DataSets, CliRemoteRender, testing::Values("ept_color12_laszip", "copc_color12/color12.copc.laz")
+);
 
 class CliRemoteScene : public testing::Test
 {

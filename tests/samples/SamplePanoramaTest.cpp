@@ -5,9 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <numbers>
+#include <numeric>
 #include <stdexcept>
+#include <vector>
 
 using Samples::SamplePanoramaOptions;
 using Samples::SampleScene;
@@ -77,6 +80,35 @@ TEST(SamplePanorama, SkyIsBlueAboveAndHasNoDistance)
     const Math::Color zenith = loader.colorImageTile(tile).pixel(3, 0);
     EXPECT_GT(zenith.b(), zenith.r());
     EXPECT_EQ(loader.depthImageTile(tile).pixel(3, 0), std::numeric_limits<float>::max());
+}
+
+TEST(SamplePanorama, TellsOfEachRowAndTile)
+{
+    const TemporaryFolder folder;
+    SamplePanoramaOptions options = smallPanorama();
+    std::vector<std::uint64_t> rows;
+    std::vector<std::uint64_t> tiles;
+    const auto into = [](std::vector<std::uint64_t>& counts, std::uint64_t all)
+    {
+        return [&counts, all](std::uint64_t done, std::uint64_t told)
+        {
+            EXPECT_EQ(told, all);
+            counts.push_back(done);
+        };
+    };
+    constexpr std::uint64_t kRows = kWidth / 2;
+    constexpr std::uint64_t kTiles =
+        2 * (2 + 6);  // of colours and of depths: two, then one a level down to one pixel
+    options.rowsDrawn = into(rows, kRows);
+    options.tilesWritten = into(tiles, kTiles);
+
+    writeSamplePanorama(folder.path(), SampleScene(), options);
+
+    std::vector<std::uint64_t> expected(kRows);
+    std::iota(expected.begin(), expected.end(), 1U);
+    EXPECT_EQ(rows, expected);
+    expected.resize(kTiles);
+    EXPECT_EQ(tiles, expected);
 }
 
 TEST(SamplePanorama, RefusesWhatCannotBe)
