@@ -3,6 +3,7 @@
 #include "graphics/Export.h"
 #include "graphics/PanoramaLoader.h"
 #include "graphics/PictureLimits.h"
+#include "math/eigenAlignment.h"
 
 #include <Eigen/Core>
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "graphics/Export.h"
+#include "math/eigenAlignment.h"
 
 #include <Eigen/Core>
 

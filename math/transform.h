@@ -6,6 +6,7 @@
 #include "math/NBoundingBox.h"
 #include "math/NPlane.h"
 #include "math/Point.h"
+#include "math/eigenAlignment.h"
 
 #include <Eigen/Core>
 

@@ -2,6 +2,7 @@
 
 #include "math/NBoundingBox.h"
 #include "math/Point.h"
+#include "math/eigenAlignment.h"
 #include "render/Export.h"
 
 #include <Eigen/Core>

@@ -3,6 +3,7 @@
 #include "math/Frustum.h"
 #include "math/NBoundingBox.h"
 #include "math/Point.h"
+#include "math/eigenAlignment.h"
 #include "render/Export.h"
 #include "render/scene/Viewport.h"
 

@@ -4,6 +4,7 @@
 #include "math/Color.h"
 #include "math/NBoundingBox.h"
 #include "math/Point.h"
+#include "math/eigenAlignment.h"
 #include "render/Export.h"
 #include "render/Render.h"
 #include "render/platform/ComPtr.h"

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "math/Point.h"
+#include "math/eigenAlignment.h"
 #include "render/Export.h"
 
 #include <Eigen/Core>
