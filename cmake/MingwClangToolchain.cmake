@@ -26,5 +26,5 @@ string(
     -cxx-isystem ${gccFolder}/include/c++/x86_64-w64-mingw32
 )
 foreach(kind EXE SHARED MODULE)
-    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld -L${gccFolder} -pthread")
+    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld -L${gccFolder} -pthread -Wno-unused-command-line-argument")
 endforeach()

@@ -71,9 +71,12 @@ Location::Location(Kind kind, std::filesystem::path folder, std::string_view fil
 {
 }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): the signatures are public
 Location::Location(PoTree::FileSystemLocation location) : Location(Kind::PoTree, location.folder()) {}
 
 Location::Location(Entwine::FileSystemLocation location) : Location(Kind::Entwine, location.folder()) {}
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 Location::Location(Kind kind, std::shared_ptr<const Core::ByteFolder> files, std::string_view file)
     : mKind(kind), mFile(file.empty() ? treeKind(kind).descriptionFile : file), mFiles(std::move(files))

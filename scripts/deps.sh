@@ -12,6 +12,7 @@
 #   scripts/deps.sh            everything
 #   scripts/deps.sh native     what the native build needs
 #   scripts/deps.sh windows    what the Windows build and Wine need
+#   scripts/deps.sh tests      what the tests need besides
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -23,7 +24,7 @@ wine=$deps/wine
 stamps=$deps/stamps
 toolchain=$tarnelRoot/cmake/MingwToolchain.cmake
 roads=("$@")
-[ $# -gt 0 ] || roads=(native windows)
+[ $# -gt 0 ] || roads=(native windows tests)
 mkdir -p "$prefix/lib" "$prefix/include" "$native" "$sources" "$wine" "$stamps"
 
 # --- how parts are made once -----------------------------------------------------------------------------------
@@ -275,6 +276,14 @@ make_benchmark() {
     ninja -C "$sources/benchmark/build" install
 }
 
+make_sdl() { # shows an example's window
+    local tree
+    tree=$(unpackedSource libsdl2)
+    crossConfigure libsdl2 "$tree" -DSDL_SHARED=OFF -DSDL_STATIC=ON -DSDL_TEST=OFF -DSDL_AUDIO=OFF -DSDL_JOYSTICK=OFF \
+        -DSDL_HAPTIC=OFF -DSDL_HIDAPI=OFF -DSDL_SENSOR=OFF -DSDL_POWER=OFF -DSDL_OPENGL=OFF -DSDL_OPENGLES=OFF -DSDL_VULKAN=OFF
+    ninja -C "$sources/libsdl2/build" install
+}
+
 # --- what Wine needs to run Direct3D 11 programs ---------------------------------------------------------------
 
 make_dxvk() {
@@ -350,13 +359,18 @@ forWindows() {
     part wineprefix "creating the Wine prefix"
 }
 
+forTests() {
+    part sdl "building SDL for Windows" "$toolchain"
+}
+
 part lists "reading the lists of Debian's archive"
 for road in "${roads[@]}"; do
     case $road in
         native) forNative ;;
         windows) forWindows ;;
+        tests) forTests ;;
         *)
-            echo "deps.sh: '$road' is not known, expected native or windows" >&2
+            echo "deps.sh: '$road' is not known, expected native, windows or tests" >&2
             exit 2
             ;;
     esac

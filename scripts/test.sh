@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The whole check: formatting, layers, headers, all tests with a Direct3D device under the sanitizers on this host, all
-# tests as Windows programs under Wine, programs that use the install tree of either, and the pictures of both; the
-# reference of the interface.
+# tests as Windows programs under Wine, all tests here by another compiler, which looks at the sources too, programs that use
+# the install tree of either, and the pictures of both; the reference of the interface.
 # Installs what it needs on a fresh Debian machine. Logs lie in build/logs.
 set -uo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -52,10 +52,26 @@ tests() {
     summaries+=("$name: $counts")
 }
 
-# build <preset> <what>: configures and builds; tells whether that worked.
+# Clang's builds are not kept, and are made in half the time so.
+lessOptimized=(-DCMAKE_CXX_FLAGS_RELEASE="-O1 -DNDEBUG")
+
+# build <preset> <what> <arguments...>: configures and builds; tells whether that worked.
 build() {
-    check "configure-$1" "configuring $2" cmake --preset "$1" -DTARNEL_QUICK_TESTS=ON -DTARNEL_TEST_SUITES=ON &&
+    check "configure-$1" "configuring $2" \
+        cmake --preset "$1" -DTARNEL_QUICK_TESTS=ON -DTARNEL_TEST_SUITES=ON "${@:3}" &&
         check "build-$1" "building $2" cmake --build --preset "$1"
+}
+
+# What Clang's programs for Windows do: a test of the library as it is shipped, a picture, and an error that crosses the
+# borders of libraries as an exception.
+windowsClang() {
+    local bin=$tarnelBuild/windows-clang/bin folder=$tarnelBuild/windows-clang/smoke
+    rm -rf "$folder" && mkdir -p "$folder" &&
+        TARNEL_REQUIRE_DEVICE=1 scripts/wine-test.sh "$bin/RenderLibraryTests.exe" &&
+        scripts/wine.sh "$bin/tarnel.exe" thumbnail tests/data/autzen_brotli --output "$folder/picture.png" &&
+        [ -s "$folder/picture.png" ] &&
+        ! scripts/wine.sh "$bin/tarnel.exe" info "$folder" 2>"$folder/error" &&
+        grep 'no data set here' "$folder/error"
 }
 
 windowsTests() {
@@ -93,7 +109,7 @@ consumer() {
         (cd "$build/shown" && "${runner[@]}" "$build/readme$ending" && [ -s picture.png ] &&
             "${runner[@]}" "$build/coordinates$ending" && "${runner[@]}" "$build/extending$ending" && [ -s room.png ] &&
             "${runner[@]}" "$build/hosting$ending" && [ -s hosting.png ]) &&
-        examples "$preset" "$@"
+        examples "$@"
 }
 
 # example <folder> <arguments...>: builds it as the users of an install tree do, and runs it.
@@ -107,20 +123,32 @@ example() {
         "${runner[@]}" "$build/$folder/$name$ending" "$@"
 }
 
-# The window only here: SDL has no package for MinGW.
+# The window on a display of its own, which is looked at; Wine needs a prefix of its own for that.
+window() {
+    local inner=("${runner[@]}") status
+    runner=(tests/consumer/check-window "${inner[@]}")
+    if [ "$preset" = windows ]; then
+        cp -a "$tarnelBuild/wineprefix" "$build/wineprefix"
+        runner=(env "TARNEL_WINE_PREFIX=$build/wineprefix" "${runner[@]}")
+    fi
+    example 05-window "$@"
+    status=$?
+    if [ "$preset" = windows ]; then
+        WINEPREFIX=$build/wineprefix /usr/lib/wine/wineserver64 -k
+        WINEPREFIX=$build/wineprefix /usr/lib/wine/wineserver64 -w
+        rm -rf "$build/wineprefix"
+    fi
+    runner=("${inner[@]}")
+    return $status
+}
+
 examples() {
-    local cloud=tests/data/autzen_brotli other=tests/data/lonestar_brotli picture=$build/picture toolchain=("${@:2}")
+    local cloud=tests/data/autzen_brotli other=tests/data/lonestar_brotli picture=$build/picture toolchain=("$@")
     example 01-first-frame $cloud "$picture-1.png" &&
         example 02-streaming $cloud "$picture-2.png" &&
         example 03-two-clouds $cloud $other "$picture-3.png" &&
         example 04-panorama-and-mesh $cloud "$picture-4.png" &&
-        if [ "$1" = native ]; then
-            runner=(tests/consumer/check-window)
-            example 05-window $cloud 200
-            local status=$?
-            runner=()
-            [ $status -eq 0 ]
-        fi &&
+        window $cloud 200 &&
         example 06-shared-device $cloud &&
         example 07-lost-device $cloud "$picture-7.png"
 }
@@ -145,6 +173,10 @@ runAll() {
     if build native-tsan "for this host with the thread sanitizer"; then
         tests native-tsan "running its tests" --preset native-tsan
     fi
+    if build native-clang "for this host by Clang" "${lessOptimized[@]}"; then
+        tests native-clang "running its tests" --preset native-clang
+        check tidy "looking at the sources with clang-tidy" tools/check-tidy
+    fi
     # The tests of this one would repeat those of the sanitizers; it is here to be installed and to draw.
     if check configure-native "configuring for this host" cmake --preset native -DTARNEL_BUILD_TESTS=OFF &&
         check build-native "building for this host" cmake --build --preset native; then
@@ -160,6 +192,13 @@ runAll() {
         windowsTests
         check consumer-windows "building and running programs against its install tree" \
             consumer windows -DCMAKE_TOOLCHAIN_FILE="$tarnelRoot/cmake/MingwToolchain.cmake"
+    fi
+    # Its tests would repeat those of the other compiler for Windows and of Clang here.
+    if check configure-windows-clang "configuring for Windows by Clang" cmake --preset windows-clang "${lessOptimized[@]}" \
+        -DTARNEL_QUICK_TESTS=ON &&
+        check build-windows-clang "building libraries and tool" \
+            cmake --build --preset windows-clang --target tarnel RenderLibraryTests; then
+        check windows-clang "running them" windowsClang
     fi
     check pictures "comparing the pictures of both" tools/compare-pictures
 }
