@@ -136,6 +136,7 @@ OctreeSummary writeOctree(
     };
     const std::vector<PlacedNode> placed = placePoints(points, placement);
     std::vector<HierarchyNode> tree;
+    tree.reserve(placed.size());
     for (const PlacedNode& node : placed)
     {
         tree.push_back({{.id = node.id}, 0});

@@ -61,7 +61,7 @@ std::uint8_t groundClass(Material cover)
 
 std::uint16_t to16Bits(double share)
 {
-    return static_cast<std::uint16_t>(std::clamp(share, 0.0, 1.0) * 65535.0 + 0.5);
+    return static_cast<std::uint16_t>(std::floor(std::clamp(share, 0.0, 1.0) * 65535.0 + 0.5));
 }
 
 double onGrid(double coordinate)
@@ -182,8 +182,9 @@ ScenePlace SampleScene::placeOn(const Surface& surface, const ShapePoint& point)
 
 ScenePlace SampleScene::sampleGround(std::size_t cell, Random& random) const
 {
+    const std::size_t row = cell / kGroundCells;
     const double x = (static_cast<double>(cell % kGroundCells) + random.unit()) * kGroundCell;
-    const double y = (static_cast<double>(cell / kGroundCells) + random.unit()) * kGroundCell;
+    const double y = (static_cast<double>(row) + random.unit()) * kGroundCell;
     return groundAt(x, y);
 }
 
@@ -225,8 +226,9 @@ bool SampleScene::isHidden(const ScenePlace& place, std::uint32_t group, std::si
 
 double SampleScene::groundWeight(std::size_t cell) const
 {
+    const std::size_t row = cell / kGroundCells;
     const double x = (static_cast<double>(cell % kGroundCells) + 0.5) * kGroundCell;
-    const double y = (static_cast<double>(cell / kGroundCells) + 0.5) * kGroundCell;
+    const double y = (static_cast<double>(row) + 0.5) * kGroundCell;
     if (mPlan.buildingDistance(x, y) < -kGroundCell)
     {
         return 0;

@@ -177,6 +177,7 @@ unsigned octant(const Position& position, const Position& center)
 }
 
 /// Moves the node's share into `node` and the rest into the children.
+// NOLINTNEXTLINE(performance-unnecessary-value-param): what the task holds goes with it
 std::array<Task, 8> split(Task task, double spacing, PlacedNode& node)
 {
     const Position center = task.cube.center();

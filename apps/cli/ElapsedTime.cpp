@@ -8,7 +8,7 @@
 
 namespace Cli
 {
-ElapsedTime::ElapsedTime(std::string label, std::chrono::milliseconds patience, Show show)
+ElapsedTime::ElapsedTime(const std::string& label, std::chrono::milliseconds patience, Show show)
 {
     if (!show)
     {

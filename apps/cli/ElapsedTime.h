@@ -23,7 +23,9 @@ public:
     /// @param label     what is being done, such as "drawing"
     /// @param patience  how long nothing is said, and the time from line to line
     /// @param show      takes the lines; empty for standard error
-    explicit ElapsedTime(std::string label, std::chrono::milliseconds patience = kPatience, Show show = {});
+    explicit ElapsedTime(
+        const std::string& label, std::chrono::milliseconds patience = kPatience, Show show = {}
+    );
 
     /// Returns at once.
     ~ElapsedTime();

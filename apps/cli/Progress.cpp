@@ -15,7 +15,7 @@ constexpr std::chrono::milliseconds kPlainInterval{2000};  // a log file should 
 constexpr std::uint64_t kBarWidth = 30;
 }  // namespace
 
-Progress::Progress(std::string label, std::uint64_t total, std::string unit)
+Progress::Progress(const std::string& label, std::uint64_t total, std::string unit)
     : mLabel(oneLine(label)),
       mTotal(total),
       mUnit(std::move(unit)),

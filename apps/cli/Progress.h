@@ -19,7 +19,7 @@ public:
     /// @param label  what is being done, such as "loading"
     /// @param total  the amount that means done; 0 when it is not known
     /// @param unit   what is counted, such as "points"
-    Progress(std::string label, std::uint64_t total, std::string unit);
+    Progress(const std::string& label, std::uint64_t total, std::string unit);
 
     /// Shows the new amount, at most a few times a second.
     void update(std::uint64_t done);

@@ -50,7 +50,7 @@ std::string writeOneFile(const SampleOptions& options)
     sample.points = options.points;
     sample.seed = options.seed;
     std::filesystem::create_directories(toPath(options.folder));
-    const std::string file = options.folder + "/sample.copc.laz";
+    std::string file = options.folder + "/sample.copc.laz";
     Samples::writeSampleCopc(toPath(file), sample);
     return file;
 }

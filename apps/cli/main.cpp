@@ -85,7 +85,13 @@ int run(int count, const char* const* words)
 }  // namespace
 
 int main(int count, char** words)
+try
 {
     Cli::prepareConsole();
     return run(count, words);
+}
+
+catch (const std::exception&)
+{
+    return kExitFailure;  // for want of memory even to say so
 }

@@ -113,7 +113,7 @@ public:
     BOOL isSeekable() const override { return FALSE; }
 
     /// Chunks stand behind the position of their table: the library takes 0 for "nothing read yet".
-    I64 tell() const override { return static_cast<I64>(mPosition + sizeof(I64)); }
+    I64 tell() const override { return static_cast<I64>(mPosition) + static_cast<I64>(sizeof(I64)); }
 
     BOOL seek(const I64 position) override
     {

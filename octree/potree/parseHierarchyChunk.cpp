@@ -56,7 +56,7 @@ std::shared_ptr<Node> parseHierarchyChunk(
         return nullptr;
     }
 
-    const auto root = std::make_shared<Node>(first, box);
+    auto root = std::make_shared<Node>(first, box);
     std::vector<Node*> queue{root.get()};
     for (std::size_t k = 0; k < queue.size(); ++k)
     {

@@ -9,6 +9,7 @@ namespace Render
 /// including source lies.
 ///
 /// Threads  any; stateless.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): the interface has none
 class RENDER_API ShaderInclude final : public ID3DInclude
 {
 public:

@@ -74,6 +74,7 @@ Adapter describe(IDXGIAdapter1& adapter)
 std::vector<Adapter> describe(const std::vector<CComPtr<IDXGIAdapter1>>& adapters)
 {
     std::vector<Adapter> result;
+    result.reserve(adapters.size());
     for (const CComPtr<IDXGIAdapter1>& adapter : adapters)
     {
         result.push_back(describe(*adapter));
@@ -82,7 +83,7 @@ std::vector<Adapter> describe(const std::vector<CComPtr<IDXGIAdapter1>>& adapter
 }
 
 /// As it is handed out, when it can do what is needed.
-Device checked(Device device)
+Device checked(const Device& device)
 {
     if (device.device->GetFeatureLevel() < D3D_FEATURE_LEVEL_11_0)
     {

@@ -27,6 +27,7 @@ public:
     CComPtr(CComPtr&& other) noexcept : p(std::exchange(other.p, nullptr)) {}
 
     /// Gives the old reference back and adds one to the new object.
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the copy holds what may be the same object
     CComPtr& operator=(const CComPtr& other) noexcept
     {
         CComPtr(other).swap(*this);

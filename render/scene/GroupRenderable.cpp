@@ -7,9 +7,10 @@
 
 namespace Render
 {
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is public
 std::shared_ptr<GroupRenderable> GroupRenderable::create(std::string name)
 {
-    return std::make_shared<GroupRenderable>(Private(), std::move(name));
+    return std::make_shared<GroupRenderable>(Private(), name);
 }
 
 GroupRenderable::GroupRenderable(Private, const std::string& name) : Renderable(name) {}
@@ -20,6 +21,7 @@ GroupRenderable& GroupRenderable::operator=(const GroupRenderable& other) = defa
 GroupRenderable& GroupRenderable::operator=(GroupRenderable&& other) noexcept = default;
 GroupRenderable::~GroupRenderable() = default;
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is public
 void GroupRenderable::add(std::shared_ptr<Renderable> child)
 {
     mChildren.push_back(child);

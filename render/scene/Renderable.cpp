@@ -24,6 +24,7 @@ Renderable::Renderable(const Renderable& other) = default;
 Renderable& Renderable::operator=(const Renderable& other) = default;
 Renderable::~Renderable() = default;
 
+// NOLINTBEGIN(performance-unnecessary-value-param): the signature is public
 void Renderable::init(
     unsigned long long /*rendererId*/,
     std::shared_ptr<Camera> /*camera*/,
@@ -32,6 +33,8 @@ void Renderable::init(
 )
 {
 }
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 void Renderable::deinit() {}
 

@@ -232,6 +232,7 @@ void addChurch(Assembly& assembly, const Footprint& footprint)
     {
         std::vector<Opening> openings;
         const int count = i % 2 == 0 ? 5 : 2;
+        openings.reserve(static_cast<std::size_t>(count));
         const double step = walls[i].width / count;
         for (int k = 0; k < count; ++k)
         {

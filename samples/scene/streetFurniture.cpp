@@ -128,8 +128,9 @@ void addBales(std::vector<Surface>& surfaces, const Terrain& terrain)
     Random random(7);
     for (int i = 0; i < 11; ++i)
     {
+        const int row = i / 4;
         const double x = 131 + 8.3 * (i % 4) + random.between(-1.4, 1.4);
-        const double y = 74 + 8.0 * (i / 4) + random.between(-1.4, 1.4);
+        const double y = 74 + 8.0 * row + random.between(-1.4, 1.4);
         const Frame frame{onGround(terrain, x, y), heading(random.between(0, 3.1))};
         Assembly bale(surfaces, frame, kBale);
         bale.tube(

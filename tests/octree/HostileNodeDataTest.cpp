@@ -78,7 +78,7 @@ TEST(HostileNodeData, FolderInPlaceOfAFile)
 TEST(HostileNodeData, DataSetWithoutPositions)
 {
     TestDataSet set;
-    set.metadata["attributes"] = {attributeEntry("intensity", "uint16", 2)};
+    set.metadata["attributes"] = nlohmann::json::array({attributeEntry("intensity", "uint16", 2)});
     set.setRoot(1, "ab");
 
     EXPECT_THAT(

@@ -7,6 +7,7 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -125,10 +126,12 @@ int run(double minutes, std::uint64_t seed)
 #else
     const double residentTolerance = tolerance;
 #endif
-    const bool isFine = isFlat("heap", uses, &ProcessUse::heapBytes, heapTolerance) &
-                        isFlat("resident", uses, &ProcessUse::residentBytes, residentTolerance) &
-                        isKept("handles", uses, &ProcessUse::handles, kSpareHandles) &
-                        isKept("threads", uses, &ProcessUse::threads, kSpareThreads);
+    const std::array<bool, 4> looks{// each says what it has seen
+                                    isFlat("heap", uses, &ProcessUse::heapBytes, heapTolerance),
+                                    isFlat("resident", uses, &ProcessUse::residentBytes, residentTolerance),
+                                    isKept("handles", uses, &ProcessUse::handles, kSpareHandles),
+                                    isKept("threads", uses, &ProcessUse::threads, kSpareThreads)};
+    const bool isFine = std::ranges::all_of(looks, [](bool isGood) { return isGood; });
     std::printf("soak: %s\n", isFine ? "clean" : "NOT CLEAN");
     return isFine ? EXIT_SUCCESS : EXIT_FAILURE;
 }
